@@ -1,0 +1,70 @@
+# Helpers that give every library, test and benchmark of the project the same settings.
+
+# An interface target with the language level, the warnings and the sanitizers of the project.
+# It is linked privately, so that users of the installed libraries do not inherit it.
+function(_polypia_settings target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Wfloat-conversion)
+  if(POLYPIA_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(POLYPIA_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${POLYPIA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${POLYPIA_SANITIZE})
+  endif()
+endfunction()
+
+# polypia_add_library(NAME SOURCES a.cpp ... HEADERS a.hpp ... [PRIVATE_HEADERS b.hpp ...]
+#                     [PUBLIC targets ...] [PRIVATE targets ...])
+#
+# A shared library Polypia::NAME from the current folder, whose headers are included as
+# <NAME/a.hpp>. Each library gets an include folder of its own, which holds nothing but a link
+# to its sources: a target that includes what it does not link against fails to build.
+function(polypia_add_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;HEADERS;PRIVATE_HEADERS;PUBLIC;PRIVATE" ${ARGN})
+  set(include_dir ${PROJECT_BINARY_DIR}/include/${name})
+  file(MAKE_DIRECTORY ${include_dir})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_dir}/${name} SYMBOLIC)
+
+  add_library(${name} SHARED ${arg_SOURCES} ${arg_HEADERS} ${arg_PRIVATE_HEADERS})
+  add_library(Polypia::${name} ALIAS ${name})
+  _polypia_settings(${name})
+  set_target_properties(${name} PROPERTIES
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    OUTPUT_NAME $<IF:$<STREQUAL:${name},Polypia>,Polypia,Polypia-${name}>)
+  target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${include_dir}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+
+  install(TARGETS ${name} EXPORT PolypiaTargets)
+  install(FILES ${arg_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name})
+endfunction()
+
+# polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...)
+#
+# One test program for a folder of tests; its cases are found when the tests are run.
+# LABEL is the tier: unit (no graphics context), gl (needs one), image (compares pictures).
+function(polypia_add_tests name)
+  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  _polypia_settings(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  include(GoogleTest)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${arg_LABEL})
+endfunction()
+
+# polypia_add_bench(NAME SOURCES a.bench.cpp ... LIBRARIES targets ...)
+function(polypia_add_bench name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  _polypia_settings(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} benchmark::benchmark_main)
+endfunction()

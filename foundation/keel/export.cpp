@@ -1,0 +1,1 @@
+#include <keel/export.hpp>
