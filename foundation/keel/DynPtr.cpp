@@ -1,0 +1,7 @@
+#include <keel/DynPtr.hpp>
+
+namespace Keel {
+
+PointerCounter PointerID;
+
+} // namespace Keel

@@ -1,1 +1,0 @@
-#include <keel/export.hpp>
