@@ -1,0 +1,7 @@
+#include <keel/Functor.hpp>
+
+namespace Keel {
+
+Functor::~Functor() = default;
+
+} // namespace Keel
