@@ -6,7 +6,7 @@ namespace Keel {
 class Ageable;
 class Cache;
 class CacheBase;
-class CacheLedger;
+class CacheEntry;
 class CacheQueue;
 class Cacheable;
 class ChunkBase;
@@ -35,6 +35,12 @@ template<class T>
 class Interface;
 template<class T>
 class CreatorBase;
+template<class T, class Base>
+class Creator;
+template<class T, class Base>
+class AlzheimerCreator;
+template<class T>
+class typemap;
 template<class T>
 class Chunk;
 template<class T>
@@ -60,10 +66,6 @@ struct RootOf<Cache> {
 template<>
 struct RootOf<CacheBase> {
     using type = CacheBase;
-};
-template<>
-struct RootOf<CacheLedger> {
-    using type = CacheLedger;
 };
 template<>
 struct RootOf<CacheQueue> {

@@ -1,0 +1,296 @@
+#include <keel/Cache.hpp>
+
+#include <keel/Typename.hpp>
+#include <keel/VerboseStream.hpp>
+#include <keel/cacheEntry.hpp>
+
+#include <cstdio>
+
+namespace Keel {
+
+/// What the lock of a cache guards.
+struct Cache::Books {
+    typemap<StrongPtr<CacheMap>> byDomain;
+    CacheEntries entries;
+    unsigned long long cost = 0;
+    std::size_t enrolled = 0;
+};
+
+/// An object that is to go, taken out of its queue already.
+struct Cache::Victim {
+    CacheEntry* entry;
+    WeakPtr<Cacheable> object;
+    WeakPtr<Creature> creator;
+};
+
+CacheBase::CacheBase(const std::string& name) : _name(name) {}
+
+CacheBase::~CacheBase() = default;
+
+CacheMultiQueue::CacheMultiQueue() {
+    for (StrongPtr<CacheQueue, Cacheable>& queue : queues) queue = make<CacheQueue>();
+}
+
+CacheMap::~CacheMap() = default;
+
+Cache::Cache(unsigned long long maximumCost, const std::string& name)
+    : CacheBase(name), maxCost(maximumCost), _books(std::make_unique<Books>()) {}
+
+Cache::~Cache() = default;
+
+void Cache::markAsUsed(CacheEntry& entry) noexcept {
+    const std::uint64_t use = _uses.fetch_add(1, std::memory_order_relaxed) + 1;
+    entry.lastUse.store(use, std::memory_order_relaxed);
+}
+
+CacheEntry* Cache::enrol(const Cacheable& object, const WeakPtr<Creature>& creator,
+                         std::size_t bytes, const std::type_info& domain,
+                         const std::type_info& creatorType) {
+    const WeakPtr<Cacheable> weak(object);
+    const std::lock_guard lock(_mutex);
+    StrongPtr<CacheMap>& map = _books->byDomain[domain];
+    if (!map) map = make<CacheMap>();
+    CacheEntry& entry = _books->entries.take();
+    entry.object = weak;
+    entry.creator = creator;
+    entry.bytes = bytes;
+    entry.pinned = false;
+    entry.family = &map->byCreator[creatorType];
+    markAsUsed(entry);
+    enqueue(entry);
+    return &entry;
+}
+
+void Cache::remove(CacheEntry& entry) {
+    const std::lock_guard lock(_mutex);
+    if (entry.queue != nullptr) dequeue(entry);
+    _books->entries.giveBack(entry);
+}
+
+void Cache::resize(CacheEntry& entry, std::size_t bytes) {
+    {
+        const std::lock_guard lock(_mutex);
+        if (entry.queue != nullptr) _books->cost += bytes - entry.bytes;
+        entry.bytes = bytes;
+    }
+    makeRoomFor(entry);
+}
+
+void Cache::setCreator(CacheEntry& entry, const WeakPtr<Creature>& creator) {
+    const bool given = creator.controlBlock() != nullptr;
+    {
+        const std::lock_guard lock(_mutex);
+        entry.creator = creator;
+        // An evicted object that somebody takes up again counts again.
+        if (entry.queue != nullptr || given) requeue(entry);
+    }
+    if (given) makeRoomFor(entry);
+}
+
+void Cache::pin(CacheEntry& entry, bool pinned) {
+    const std::lock_guard lock(_mutex);
+    if (entry.pinned == pinned) return;
+    entry.pinned = pinned;
+    if (entry.queue != nullptr) requeue(entry);
+}
+
+bool Cache::isEnrolled(const CacheEntry& entry) const {
+    const std::lock_guard lock(_mutex);
+    return entry.queue != nullptr;
+}
+
+/// The caller holds the lock, as for the next two.
+void Cache::enqueue(CacheEntry& entry) {
+    const bool givenUp = entry.creator.controlBlock() == nullptr;
+    const CacheMultiQueue::Kind kind = givenUp        ? CacheMultiQueue::GivenUp
+                                       : entry.pinned ? CacheMultiQueue::Pinned
+                                                      : CacheMultiQueue::Evictable;
+    entry.family->queues[kind]->insert(entry);
+    _books->cost += entry.bytes;
+    ++_books->enrolled;
+}
+
+void Cache::dequeue(CacheEntry& entry) {
+    entry.queue->remove(entry);
+    _books->cost -= entry.bytes;
+    --_books->enrolled;
+}
+
+void Cache::requeue(CacheEntry& entry) {
+    if (entry.queue != nullptr) dequeue(entry);
+    enqueue(entry);
+}
+
+void Cache::makeRoomFor(CacheEntry& entry) {
+    // The object is being worked on: it is the youngest.
+    markAsUsed(entry);
+    makeRoom(typeid(void), typeid(void), 0, &entry);
+}
+
+void Cache::adjust(const std::type_info& domain, const std::type_info& creator,
+                   unsigned long long addition) {
+    makeRoom(domain, creator, addition, nullptr);
+}
+
+void Cache::makeRoom(const std::type_info& domain, const std::type_info& creator,
+                     unsigned long long addition, CacheEntry* spared) {
+    for (;;) {
+        const std::vector<Victim> victims = pickVictims(domain, creator, addition, spared);
+        if (victims.empty()) return;
+        forget(victims);
+    }
+}
+
+std::vector<Cache::Victim> Cache::pickVictims(const std::type_info& domain,
+                                              const std::type_info& creator,
+                                              unsigned long long addition, CacheEntry* spared) {
+    std::vector<Victim> victims;
+    const std::lock_guard lock(_mutex);
+    const unsigned long long maximum = maxCost.load();
+    const unsigned long long limit = maximum > addition ? maximum - addition : 0;
+    if (_books->cost <= limit) return victims;
+    const Families all = families(domain, creator);
+    while (_books->cost > limit) {
+        CacheEntry* const victim = oldest(all, spared);
+        if (victim == nullptr) break;
+        dequeue(*victim);
+        victims.push_back({victim, victim->object, victim->creator});
+    }
+    return victims;
+}
+
+/// The caller holds the lock.
+CacheEntry* Cache::oldest(const Families& families, const CacheEntry* spared) {
+    CacheEntry* found = nullptr;
+    for (const CacheMultiQueue* const family : families) {
+        for (const auto kind : {CacheMultiQueue::GivenUp, CacheMultiQueue::Evictable}) {
+            CacheQueue& queue = *family->queues[kind];
+            CacheEntry* candidate = queue.oldest();
+            while (candidate != nullptr && candidate == spared && queue.size() > 1) {
+                // All others were used meanwhile, by other threads.
+                markAsUsed(*candidate);
+                candidate = queue.oldest();
+            }
+            if (candidate == nullptr || candidate == spared) continue;
+            if (found == nullptr || candidate->lastUse < found->lastUse) found = candidate;
+        }
+    }
+    return found;
+}
+
+/// Has the creators give up the victims; returns how many did. Called without lock.
+std::size_t Cache::forget(const std::vector<Victim>& victims) {
+    std::size_t forgotten = 0;
+    for (const Victim& victim : victims) {
+        const StrongPtr<Creature> creator(victim.creator);
+        if (!creator) continue;
+        if (creator->forget()) {
+            ++forgotten;
+            continue;
+        }
+        // The owner keeps it: it counts again, and is not asked again.
+        const std::lock_guard lock(_mutex);
+        CacheEntry& entry = *victim.entry;
+        if (!(entry.object == victim.object) || entry.queue != nullptr) continue;
+        entry.pinned = true;
+        enqueue(entry);
+    }
+    return forgotten;
+}
+
+std::size_t Cache::purge() {
+    std::vector<Victim> victims;
+    {
+        const std::lock_guard lock(_mutex);
+        const Families all = families(typeid(void), typeid(void));
+        while (CacheEntry* const victim = oldest(all, nullptr)) {
+            dequeue(*victim);
+            victims.push_back({victim, victim->object, victim->creator});
+        }
+    }
+    return forget(victims);
+}
+
+/// The queues of a domain and creator type, typeid(void) for all. The caller holds the lock.
+Cache::Families Cache::families(const std::type_info& domain, const std::type_info& creator) const {
+    struct Collector : typemap<StrongPtr<CacheMap>>::Iterator, typemap<CacheMultiQueue>::Iterator {
+        bool apply(const std::type_info& type, const StrongPtr<CacheMap>& map) override {
+            return !wanted(type, *domain) || map->byCreator.iterate(*this);
+        }
+        bool apply(const std::type_info& type, const CacheMultiQueue& family) override {
+            if (wanted(type, *creator)) found.push_back(&family);
+            return true;
+        }
+        static bool wanted(const std::type_info& type, const std::type_info& choice) {
+            return choice == typeid(void) || type == choice;
+        }
+        const std::type_info* domain = nullptr;
+        const std::type_info* creator = nullptr;
+        Families found;
+    } collector;
+    collector.domain = &domain;
+    collector.creator = &creator;
+    _books->byDomain.iterate(collector);
+    return std::move(collector.found);
+}
+
+unsigned long long Cache::memsize(bool recompute) const {
+    if (!recompute) {
+        const std::lock_guard lock(_mutex);
+        return _books->cost;
+    }
+    struct Sum : CacheQueue::Iterator {
+        bool apply(const WeakPtr<Cacheable>* object) override {
+            if (const StrongPtr<Cacheable> alive(*object); alive) bytes += alive->memsize();
+            return true;
+        }
+        unsigned long long bytes = 0;
+    } sum;
+    iterate(sum);
+    return sum.bytes;
+}
+
+std::size_t Cache::size() const {
+    const std::lock_guard lock(_mutex);
+    return _books->enrolled;
+}
+
+bool Cache::iterate(CacheQueue::Iterator& visitor) const {
+    Families all;
+    {
+        const std::lock_guard lock(_mutex);
+        all = families(typeid(void), typeid(void));
+    }
+    // Families are never removed, so that they may be read without lock.
+    for (const CacheMultiQueue* const family : all) {
+        for (const StrongPtr<CacheQueue, Cacheable>& queue : family->queues) {
+            if (!queue->iterate(visitor)) return false;
+        }
+    }
+    return true;
+}
+
+void Cache::list_info() const {
+    struct Printer : typemap<StrongPtr<CacheMap>>::Iterator, typemap<CacheMultiQueue>::Iterator {
+        bool apply(const std::type_info& type, const StrongPtr<CacheMap>& map) override {
+            domain = Typename(type);
+            return map->byCreator.iterate(*this);
+        }
+        bool apply(const std::type_info& type, const CacheMultiQueue& family) override {
+            std::printf("    %s of %s: %zu evictable, %zu pinned, %zu given up\n", domain.c_str(),
+                        Typename(type).c_str(), family.queues[CacheMultiQueue::Evictable]->size(),
+                        family.queues[CacheMultiQueue::Pinned]->size(),
+                        family.queues[CacheMultiQueue::GivenUp]->size());
+            return true;
+        }
+        std::string domain;
+    } printer;
+    const std::lock_guard lock(_mutex);
+    std::printf("Cache %s: %zu objects, %s of %s\n", name().c_str(), _books->enrolled,
+                VerboseStream::MemString(static_cast<long long>(_books->cost)).c_str(),
+                VerboseStream::MemString(static_cast<long long>(maxCost.load())).c_str());
+    _books->byDomain.iterate(printer);
+    std::fflush(stdout);
+}
+
+} // namespace Keel

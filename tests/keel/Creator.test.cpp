@@ -1,0 +1,146 @@
+#include <keel/Cache.hpp>
+#include <keel/Creator.hpp>
+
+#include <gtest/gtest.h>
+
+using Keel::Cache;
+using Keel::Cacheable;
+using Keel::StrongPtr;
+using Keel::WeakPtr;
+
+namespace {
+
+class Toy : public Cacheable {
+public:
+    using Cacheable::Cacheable;
+    std::size_t memsize() const override { return 10; }
+};
+
+template<class Base>
+class ToyMaker : public Base {
+public:
+    using Base::Base;
+    StrongPtr<Toy, Cacheable> create() override {
+        const StrongPtr<Toy, Cacheable> toy(new Toy(*this));
+        this->store(toy);
+        this->enableCaching(false);
+        return toy;
+    }
+};
+using Keeper = ToyMaker<Keel::Creator<Toy, Keel::CreatorBase<Toy>>>;
+using Forgetter = ToyMaker<Keel::AlzheimerCreator<Toy, Keel::CreatorBase<Toy>>>;
+
+class CreatorTest : public testing::Test {
+protected:
+    StrongPtr<Cache> cache = Keel::make<Cache>(1000, "test");
+};
+
+TEST_F(CreatorTest, StartsEmptyAndOlderThanEverything) {
+    const auto maker = Keel::make<Forgetter>(cache);
+    EXPECT_FALSE(maker->hasData());
+    EXPECT_FALSE(maker->get());
+    EXPECT_FALSE(maker->getPolyp());
+    EXPECT_EQ(maker->getDataType(), typeid(std::nullptr_t));
+    EXPECT_EQ(maker->age(), Keel::Ageable::Ooooold);
+}
+
+TEST_F(CreatorTest, CreatedObjectIsHeldAndEnrolled) {
+    const auto maker = Keel::make<Forgetter>(cache);
+    const auto toy = maker->create();
+    EXPECT_TRUE(maker->hasData());
+    EXPECT_TRUE(maker->getPolyp() == toy);
+    EXPECT_TRUE(maker->get() == toy);
+    EXPECT_EQ(maker->getDataType(), typeid(Toy));
+    EXPECT_TRUE(toy->isEnrolled());
+    EXPECT_TRUE(toy->creator() == maker);
+    EXPECT_EQ(cache->memsize(false), 10u);
+    EXPECT_EQ(cache->memsize(true), 10u);
+}
+
+TEST_F(CreatorTest, ReleaseMovesTheObjectOutWithoutChangeOfCounts) {
+    const auto maker = Keel::make<Forgetter>(cache);
+    WeakPtr<Toy, Cacheable> weak(maker->create());
+    const int strong = weak.controlBlock()->strong();
+    const int weakCount = weak.controlBlock()->weak();
+    const StrongPtr<Toy, Cacheable> toy = maker->releasePolyp();
+    EXPECT_EQ(weak.controlBlock()->strong(), strong);
+    EXPECT_EQ(weak.controlBlock()->weak(), weakCount);
+    EXPECT_FALSE(maker->hasData());
+    EXPECT_TRUE(toy->isEnrolled());
+    EXPECT_FALSE(toy->creator());
+}
+
+TEST_F(CreatorTest, OnlyTheForgetfulGivesUp) {
+    const auto keeper = Keel::make<Keeper>(cache);
+    const auto forgetter = Keel::make<Forgetter>(cache);
+    EXPECT_FALSE(forgetter->forget());
+    keeper->create();
+    forgetter->create();
+    EXPECT_FALSE(keeper->forget());
+    EXPECT_TRUE(forgetter->forget());
+    EXPECT_TRUE(keeper->hasData());
+    EXPECT_FALSE(forgetter->hasData());
+    EXPECT_EQ(cache->size(), 1u);
+    forgetter->create();
+    EXPECT_TRUE(forgetter->hasData());
+    forgetter->discardCreation();
+    EXPECT_FALSE(forgetter->hasData());
+}
+
+TEST_F(CreatorTest, ReplacedObjectIsNobodysAnyMore) {
+    const auto maker = Keel::make<Forgetter>(cache);
+    const auto first = maker->create();
+    const auto second = maker->create();
+    EXPECT_FALSE(first->creator());
+    EXPECT_TRUE(maker->getPolyp() == second);
+}
+
+TEST_F(CreatorTest, DyingCreatorLeavesTheObjectToItsHolders) {
+    StrongPtr<Toy, Cacheable> toy;
+    {
+        const auto maker = Keel::make<Forgetter>(cache);
+        toy = maker->create();
+    }
+    EXPECT_FALSE(toy->creator());
+    EXPECT_EQ(cache->memsize(false), 10u);
+    toy = {};
+    EXPECT_EQ(cache->memsize(false), 0u);
+}
+
+TEST_F(CreatorTest, WorksWithoutCacheAndWithADeadOne) {
+    const auto alone = Keel::make<Forgetter>(WeakPtr<Cache>());
+    EXPECT_FALSE(alone->create()->isEnrolled());
+    const auto orphan = Keel::make<Forgetter>(cache);
+    cache = {};
+    EXPECT_FALSE(orphan->create()->isEnrolled());
+}
+
+class Substitute : public Keel::CreatorBase<Toy>::Producer {
+public:
+    StrongPtr<Toy, Cacheable> value() override { return Keel::make<Toy>(); }
+    unsigned long long cost() const override { return 7; }
+    std::string name() const override { return "substitute"; }
+    bool assign(const StrongPtr<Toy, Cacheable>&) override { return true; }
+    const std::type_info& type() const override { return typeid(Keel::CreatorBase<Toy>::Producer); }
+};
+
+TEST_F(CreatorTest, ForwardsProductionToTheInterfaceThatStandsIn) {
+    const auto maker = Keel::make<Forgetter>(cache);
+    EXPECT_FALSE(maker->producerValue());
+    EXPECT_EQ(maker->producerCost(), 0u);
+    EXPECT_EQ(maker->producerName(), "");
+    EXPECT_FALSE(maker->producerAssign({}));
+    maker->addInterface(Keel::make<Substitute>());
+    EXPECT_TRUE(maker->producerValue());
+    EXPECT_EQ(maker->producerCost(), 7u);
+    EXPECT_EQ(maker->producerName(), "substitute");
+    EXPECT_TRUE(maker->producerAssign({}));
+}
+
+TEST(NamedCreaturesTest, StartsWithOneBucketAndALoadFactorOfOne) {
+    const Keel::NamedCreatures creatures;
+    EXPECT_EQ(creatures.namedCreatures().bucket_count(), 1u);
+    EXPECT_EQ(creatures.namedCreatures().max_load_factor(), 1.0F);
+}
+
+} // namespace
