@@ -8,3 +8,4 @@
 #include <rookery/Matrix.hpp>
 #include <rookery/PhysicalSpace.hpp>
 #include <rookery/fwd.hpp>
+#include <rookery/pointInPolygon.hpp>
