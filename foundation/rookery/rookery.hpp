@@ -5,6 +5,7 @@
 #include <rookery/BoundingBox.hpp>
 #include <rookery/Coordinates.hpp>
 #include <rookery/FixedArray.hpp>
+#include <rookery/Geodesy.hpp>
 #include <rookery/Matrix.hpp>
 #include <rookery/PhysicalSpace.hpp>
 #include <rookery/fwd.hpp>
