@@ -195,7 +195,7 @@ TEST(ThreadPool, DestructorOfATaskMayHandInAnother) {
     };
     ThreadPool pool(1, "test");
     std::promise<void> done;
-    pool.post([caller = std::make_shared<Caller>(pool, done)] {});
+    pool.post([caller = std::shared_ptr<Caller>(new Caller{pool, done})] {});
     done.get_future().get();
 }
 
