@@ -50,8 +50,8 @@ bool ControlBlock::lowerFromOne() {
     while (strongOf(counts) == 1) {
         if (_counts.compare_exchange_weak(counts, counts - 1u)) return true;
     }
-    SpeakPtr::theSpeaker().WarningUnctionChange(strongOf(counts), weakOf(counts),
-                                                typeid(*object()));
+    const Countable& saved = *object();
+    SpeakPtr::theSpeaker().WarningUnctionChange(strongOf(counts), weakOf(counts), typeid(saved));
     return false;
 }
 

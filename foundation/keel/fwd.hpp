@@ -1,6 +1,8 @@
 #pragma once
 // Forward declarations of keel, and the map from a class to the root of its reference counting.
 
+#include <keel/export.hpp>
+
 namespace Keel {
 
 class Ageable;
@@ -30,23 +32,23 @@ class VerboseStream;
 class simplestring;
 
 template<class T>
-class ReferenceBase;
+class KEEL_EXPORT ReferenceBase;
 template<class T>
-class Interface;
+class KEEL_EXPORT Interface;
 template<class T>
-class CreatorBase;
+class KEEL_EXPORT CreatorBase;
 template<class T, class Base>
-class Creator;
+class KEEL_EXPORT Creator;
 template<class T, class Base>
-class AlzheimerCreator;
+class KEEL_EXPORT AlzheimerCreator;
 template<class T>
-class typemap;
+class KEEL_EXPORT typemap;
 template<class T>
-class Chunk;
+class KEEL_EXPORT Chunk;
 template<class T>
-class TypedChunk;
+class KEEL_EXPORT TypedChunk;
 template<class T>
-class TypedChunkBase;
+class KEEL_EXPORT TypedChunkBase;
 
 /// The class at which the ReferenceBase of the hierarchy of T stands. A complete T tells it itself;
 /// for a class that is only declared, its library's forward header specialises this template, and

@@ -45,8 +45,8 @@ struct ROOKERY_EXPORT Viewport {
     friend constexpr bool operator==(const Viewport&, const Viewport&) = default;
 
     double left = -1.0;
-    double bottom = -1.0;
     double right = 1.0;
+    double bottom = -1.0;
     double top = 1.0;
 };
 
@@ -59,7 +59,7 @@ struct ROOKERY_EXPORT AABB {
 };
 
 static_assert(sizeof(HessianNormalPlane) == 32 && offsetof(HessianNormalPlane, distance) == 24);
-static_assert(sizeof(Viewport) == 32 && offsetof(Viewport, right) == 16);
+static_assert(sizeof(Viewport) == 32 && offsetof(Viewport, bottom) == 16);
 static_assert(sizeof(AABB) == 48 && offsetof(AABB, max) == 24);
 static_assert(std::is_trivially_copyable_v<HessianNormalPlane>);
 static_assert(std::is_trivially_copyable_v<Viewport> && std::is_trivially_copyable_v<AABB>);

@@ -35,13 +35,13 @@ TEST(HessianNormalPlane, ThroughWithoutDirectionIsOff) {
 
 TEST(Viewport, IsTheWholeImageByDefault) {
     const Viewport whole;
-    EXPECT_EQ(whole, (Viewport{-1, -1, 1, 1}));
+    EXPECT_EQ(whole, (Viewport{-1, 1, -1, 1}));
     EXPECT_EQ(whole.width(), 2);
     EXPECT_EQ(whole.height(), 2);
 }
 
-TEST(Viewport, HasLeftBottomBeforeRightTop) {
-    const Viewport part{10, 20, 110, 70};
+TEST(Viewport, HasLeftRightBeforeBottomTop) {
+    const Viewport part{10, 110, 20, 70};
     EXPECT_EQ(part.left, 10);
     EXPECT_EQ(part.bottom, 20);
     EXPECT_EQ(part.width(), 100);

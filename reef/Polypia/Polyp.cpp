@@ -1,0 +1,282 @@
+#include <Polypia/Polyp.hpp>
+
+#include <Polypia/RenderException.hpp>
+
+#include <keel/Profiler.hpp>
+#include <keel/VerboseStream.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <numeric>
+#include <vector>
+
+namespace Mirk {
+
+namespace {
+
+/// A statistic, raised without synchronisation: polyps made at once on two threads may share a
+/// number.
+std::atomic<unsigned long> polypCounter{0};
+
+std::string nextPolypName() {
+    const unsigned long number = polypCounter.load(std::memory_order_relaxed);
+    polypCounter.store(number + 1, std::memory_order_relaxed);
+    return "Polyp #" + std::to_string(number);
+}
+
+/// 0 as soon as either operand is 0. Overflow wraps around.
+std::uint32_t leastCommonMultiple(std::uint32_t a, std::uint32_t b) {
+    if (a == 0 || b == 0) return 0;
+    return a / std::gcd(a, b) * b;
+}
+
+} // namespace
+
+Polyp::Tentacle::Tentacle(int key, unsigned long activity)
+    : tentacleKey(key), activityMask(static_cast<Activity_t>(activity)) {}
+
+Polyp::Tentacle::~Tentacle() = default;
+
+bool Polyp::Tentacle::updateValue(VRenderContext&) {
+    return true;
+}
+
+std::size_t Polyp::Tentacle::memsize() const {
+    return 0;
+}
+
+std::size_t Polyp::Tentacle::NumberOfElements() const {
+    return 0;
+}
+
+int Polyp::Tentacle::getTextureUnit() const {
+    return -1;
+}
+
+int Polyp::Tentacle::getSamplerType() const {
+    return 0;
+}
+
+Polyp::TentacleIterator::~TentacleIterator() = default;
+
+Polyp::Polyp(const Keel::WeakPtr<Keel::Creature>& creator) : MutableCacheable(creator) {
+    setName(nextPolypName());
+}
+
+Polyp::~Polyp() = default;
+
+const std::type_info& Polyp::DomainType() const {
+    return typeid(Polyp);
+}
+
+std::size_t Polyp::computeMemsize() const {
+    std::size_t bytes = 0;
+    for (const auto& [key, tentacle] : tentacles) {
+        if (tentacle) bytes += tentacle->memsize();
+    }
+    return bytes;
+}
+
+int Polyp::wave(Activity_t mask) const {
+    const bool traced = Keel::Profiler::isEnabled();
+    const Keel::Profiler scope("reef/Polypia/Polyp", 247, "int Mirk::Polyp::wave(Activity_t) const",
+                               traced ? name() : std::string(), 5, "Polypia");
+    try {
+        if (chunkElements == 0 || chunkCount == 0) return waveTentacles(tentacles.begin(), mask);
+        int activated = 0;
+        for (currentChunk = 0; currentChunk < chunkCount; ++currentChunk) {
+            activated += waveTentacles(tentacles.begin(), mask);
+        }
+        return activated;
+    } catch (const RenderException& exception) {
+        Keel::VerboseStream("Polypia", 1).print("%s", exception.str().c_str());
+        throw;
+    }
+}
+
+// A recursion, as it deactivates in reverse order on every path, exceptions included.
+int Polyp::waveTentacles(Iterator from, Activity_t mask) const {
+    if (from == tentacles.end()) return 0;
+    const TentaclePtr tentacle = from->second;
+    // Taken ahead of the activation, in which a tentacle may erase itself.
+    const Iterator next = std::next(from);
+    if (!tentacle) return waveTentacles(next, mask);
+    // A tentacle outside of the mask ends the wave and is not skipped: a mask selects a prefix.
+    if ((tentacle->activityMask & mask) == 0) return 0;
+    if (!tentacle->activate(*this)) return 0;
+    int others = 0;
+    try {
+        others = waveTentacles(next, mask);
+    } catch (...) {
+        tentacle->deactivate(*this);
+        throw;
+    }
+    tentacle->deactivate(*this);
+    return others + 1;
+}
+
+void Polyp::prepareWave() {
+    adjustCurrentMemsize();
+    chunkElements = 0;
+    const auto vertices =
+        static_cast<std::uint32_t>(NumberOfElements(VertexAttributeKey, VertexAttributeKey));
+    if (vertices == 0) return;
+    std::size_t widestBytes = 0;
+    const std::uint32_t chunkBytes = greatestChunk(vertices, widestBytes);
+    const auto widestVertex = static_cast<std::uint32_t>(widestBytes / vertices);
+    if (widestVertex == 0 || chunkBytes < widestVertex) return;
+    chunkElements = chunkBytes / widestVertex;
+    // The last pass may be empty; it runs all the same.
+    chunkCount = vertices / chunkElements + 1;
+}
+
+/// The greatest number of bytes that may be bound at a time and that respects all divisors of the
+/// data bound in chunks; 0 if it need not be cut. `widestBytes` gets the size of the largest data.
+std::uint32_t Polyp::greatestChunk(std::uint32_t vertices, std::size_t& widestBytes) const {
+    std::uint32_t common = 1;
+    std::uint32_t limit = 0;
+    const auto [first, last] = get_range(ChunkedDataKey, ChunkedDataKey);
+    for (Iterator entry = first; entry != last; ++entry) {
+        const TentaclePtr& tentacle = entry->second;
+        if (!tentacle) continue;
+        const std::size_t bytes = tentacle->memsize();
+        widestBytes = std::max(widestBytes, bytes);
+        for (std::uint32_t i = 0; i < tentacle->chunkDivisorCount; ++i) {
+            common = leastCommonMultiple(common, tentacle->chunkDivisors[i]);
+        }
+        common = leastCommonMultiple(common, static_cast<std::uint32_t>(bytes / vertices));
+        // The greatest limit wins, not the smallest.
+        limit = std::max(limit, tentacle->chunkLimit);
+    }
+    return common > 1 ? limit - limit % common : 0;
+}
+
+std::size_t Polyp::complete(VRenderContext& context) {
+    std::forward_list<CompletionTask> running;
+    running.swap(completionTasks);
+    // What a task adds comes behind what is left of these, also when a task throws.
+    struct PutBack {
+        ~PutBack() {
+            running.remove_if([](const CompletionTask& task) { return !task; });
+            waiting.splice_after(waiting.before_begin(), running);
+        }
+        std::forward_list<CompletionTask>& running;
+        std::forward_list<CompletionTask>& waiting;
+    };
+    const PutBack putBack{running, completionTasks};
+    std::size_t finished = 0;
+    for (CompletionTask& task : running) {
+        if (!task || !task(*this, context)) continue;
+        task = nullptr;
+        ++finished;
+    }
+    return finished;
+}
+
+void Polyp::addCompletionTask(const CompletionTask& task) {
+    auto last = completionTasks.before_begin();
+    for (auto next = completionTasks.begin(); next != completionTasks.end(); ++next) last = next;
+    completionTasks.insert_after(last, task);
+}
+
+bool Polyp::updateValues(VRenderContext& context) const {
+    return std::all_of(tentacles.begin(), tentacles.end(),
+                       [&](const auto& entry) { return entry.second->updateValue(context); });
+}
+
+bool Polyp::insertTentacle(int key, const TentaclePtr& tentacle) {
+    if (!tentacle) return false;
+    const std::size_t vertices = NumberOfElements(VertexAttributeKey, VertexAttributeKey);
+    const std::size_t present = NumberOfElements(tentacle->tentacleKey, tentacle->tentacleKey);
+    const std::size_t incoming = tentacle->NumberOfElements();
+    if (incoming != 0 && present != 0 && incoming != present) {
+        std::printf("Polyp::insertTentacle(): WARNING - adding different number of elements to "
+                    "attribute class:\n\t   HAVE %d Vertices, %d elements in class %d, getting %d "
+                    "data elements ...\n",
+                    static_cast<int>(vertices), static_cast<int>(present),
+                    tentacle->tentacleKey - VertexAttributeKey, static_cast<int>(incoming));
+        std::fflush(stdout);
+    }
+    tentacles.emplace(key, tentacle);
+    return true;
+}
+
+bool Polyp::eraseTentacle(const TentaclePtr& tentacle) {
+    if (!tentacle) return false;
+    const auto found = std::find_if(tentacles.begin(), tentacles.end(),
+                                    [&](const auto& entry) { return entry.second == tentacle; });
+    if (found == tentacles.end()) return false;
+    tentacles.erase(found);
+    return true;
+}
+
+void Polyp::clear() noexcept {
+    tentacles.clear();
+}
+
+std::size_t Polyp::NumberOfElements(int a, int b) const {
+    const auto [first, last] = get_range(std::min(a, b), std::max(a, b));
+    for (Iterator entry = first; entry != last; ++entry) {
+        if (!entry->second) continue;
+        if (const std::size_t elements = entry->second->NumberOfElements()) return elements;
+    }
+    return 0;
+}
+
+std::size_t Polyp::NumberOfTentacles(int a, int b, unsigned long mask) const {
+    if (a > b) return 0;
+    const auto [first, last] = get_range(a, b);
+    return static_cast<std::size_t>(std::count_if(first, last, [mask](const auto& entry) {
+        return entry.second && (entry.second->activityMask & mask) != 0;
+    }));
+}
+
+std::pair<Polyp::Iterator, Polyp::Iterator> Polyp::get_range(int a, int b) const {
+    return {tentacles.lower_bound(a), tentacles.upper_bound(b)};
+}
+
+std::pair<Polyp::Iterator, Polyp::Iterator> Polyp::get_programs() const {
+    return {tentacles.lower_bound(ProgramKey), tentacles.lower_bound(LastProgramKey + 1)};
+}
+
+std::size_t Polyp::iterate(TentacleIterator& visitor, int a, int b) const {
+    return iterate(
+        [&](int key, const TentaclePtr& tentacle) { return visitor.apply(key, tentacle); }, a, b);
+}
+
+std::size_t Polyp::iterate(const std::function<bool(int, const TentaclePtr&)>& visitor, int a,
+                           int b) const {
+    if (a > b) return 0;
+    std::size_t accepted = 0;
+    const auto [first, last] = get_range(a, b);
+    for (Iterator entry = first; entry != last; ++entry) {
+        if (!entry->second) continue;
+        if (!visitor(entry->first, entry->second)) break;
+        ++accepted;
+    }
+    return accepted;
+}
+
+Keel::StrongPtr<Polyp::SpecializedTentacle<Polyp::ProgramKey>, Polyp::Tentacle>
+Polyp::getProgram(unsigned long mask) const {
+    using ProgramPtr = Keel::StrongPtr<SpecializedTentacle<ProgramKey>, Tentacle>;
+    const auto [first, last] = get_programs();
+    const Iterator found = std::find_if(first, last, [mask](const auto& entry) {
+        return entry.second && (entry.second->activityMask & mask) != 0;
+    });
+    return found != tentacles.end() ? ProgramPtr(found->second) : ProgramPtr();
+}
+
+Keel::StrongPtr<Polyp::SpecializedTentacle<Polyp::TimerKey>, Polyp::Tentacle>
+Polyp::getTimer() const {
+    using TimerPtr = Keel::StrongPtr<SpecializedTentacle<TimerKey>, Tentacle>;
+    const Iterator found = tentacles.lower_bound(TimerKey);
+    return found != tentacles.end() ? TimerPtr(found->second) : TimerPtr();
+}
+
+std::string Polyp::xml(const std::string&) const {
+    return "Yet to be implemented....";
+}
+
+} // namespace Mirk

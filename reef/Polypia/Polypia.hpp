@@ -1,0 +1,17 @@
+#pragma once
+// All of Polypia.
+
+#include <Polypia/Interactor.hpp>
+#include <Polypia/MapMemory.hpp>
+#include <Polypia/NamedRenderExceptions.hpp>
+#include <Polypia/PixelBuffer.hpp>
+#include <Polypia/Polyp.hpp>
+#include <Polypia/RenderBasin.hpp>
+#include <Polypia/RenderException.hpp>
+#include <Polypia/RenderNamespace.hpp>
+#include <Polypia/RenderParameter.hpp>
+#include <Polypia/RenderTentacles.hpp>
+#include <Polypia/Seagrass.hpp>
+#include <Polypia/TextureModel.hpp>
+#include <Polypia/UniformBuffer.hpp>
+#include <Polypia/fwd.hpp>

@@ -1,0 +1,142 @@
+#include <Polypia/RenderBasin.hpp>
+
+#include <Polypia/Seagrass.hpp>
+
+namespace Mirk {
+
+namespace {
+
+RenderBasin::ShaderProgram shader(const std::string& code, const std::string& name, unsigned line) {
+    return {code, name, static_cast<int>(line)};
+}
+
+} // namespace
+
+RenderBasin::RenderBasin(const Keel::WeakPtr<Seagrass>& theSeagrass) : seagrass(theSeagrass) {}
+
+RenderBasin::~RenderBasin() = default;
+
+RenderBasin::TimerPtr RenderBasin::createTimer() const {
+    return {};
+}
+
+const char* RenderBasin::AttributeNames(VertexAttributeTypes attribute) {
+    static constexpr const char* names[] = {
+        "Coordinates",
+        "Normals",
+        "Colors",
+        "SecondaryColors",
+        "FirstTextureCoordinates",
+        "SecondTextureCoordinates",
+        "ThirdTextureCoordinates",
+        "FourthTextureCoordinates",
+    };
+    return names[attribute];
+}
+
+Seagrass* RenderBasin::getSeagrass() const {
+    return seagrass.get();
+}
+
+Keel::WeakPtr<Interactor> RenderBasin::getInteractor() const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    if (!alive) return {};
+    const std::lock_guard lock(alive->interactorMutex);
+    return alive->interactor;
+}
+
+void RenderBasin::setInteractor(const Keel::WeakPtr<Interactor>& interactor) const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    if (!alive) return;
+    const std::lock_guard lock(alive->interactorMutex);
+    alive->interactor = interactor;
+}
+
+Keel::StrongPtr<Interactor> RenderBasin::makeInteractor() const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    if (!alive) return {};
+    const std::lock_guard lock(alive->interactorMutex);
+    Keel::StrongPtr<Interactor> present(alive->interactor);
+    if (present) return present;
+    const Keel::StrongPtr<Interactor> made(new Interactor);
+    alive->interactor = made;
+    return made;
+}
+
+RenderBasin::ProgramPtr
+RenderBasin::createProgram(const std::string& vertexCode, const std::string& fragmentCode,
+                           const std::string& vertexName, const std::string& fragmentName,
+                           unsigned vertexLine, unsigned fragmentLine,
+                           const LinkParameters& parameters, const ProgramPtr& previous) {
+    return createGeometryProgram(shader(vertexCode, vertexName, vertexLine), NoGeometryInput, {},
+                                 NoGeometryOutput, shader(fragmentCode, fragmentName, fragmentLine),
+                                 parameters, previous);
+}
+
+RenderBasin::ProgramPtr
+RenderBasin::createGeometryProgram(const std::string& vertexCode, GeometryInputType input,
+                                   const std::string& geometryCode, GeometryOutputType output,
+                                   const std::string& fragmentCode, const std::string& vertexName,
+                                   const std::string& geometryName, const std::string& fragmentName,
+                                   const LinkParameters& parameters, const ProgramPtr& previous) {
+    return createGeometryProgram(shader(vertexCode, vertexName, 0), input,
+                                 shader(geometryCode, geometryName, 0), output,
+                                 shader(fragmentCode, fragmentName, 0), parameters, previous);
+}
+
+RenderBasin::ProgramPtr
+RenderBasin::createGeometryProgram(const ShaderProgram& vertex, GeometryInputType input,
+                                   const ShaderProgram& geometry, GeometryOutputType output,
+                                   const ShaderProgram& fragment, const LinkParameters& parameters,
+                                   const ProgramPtr& previous) {
+    return createProgram({vertex.code}, vertex.name, vertex.line, input, {geometry.code}, output,
+                         geometry.name, geometry.line, {fragment.code}, fragment.name,
+                         fragment.line, parameters, previous);
+}
+
+RenderBasin::StorageBufferPtr RenderBasin::bindStorageBuffer(Polyp& polyp, const char* blockName,
+                                                             const void* data,
+                                                             unsigned long long bytes,
+                                                             StorageFlags flags) const {
+    return bindToPrograms(polyp, blockName, createStorageBuffer(data, bytes, flags));
+}
+
+RenderBasin::StorageBufferPtr RenderBasin::bindStorageBuffer(Polyp& polyp, const char* blockName,
+                                                             Keel::Intercube& holder,
+                                                             const ChunkFactory& factory,
+                                                             StorageFlags flags) const {
+    return bindToPrograms(polyp, blockName, createStorageBuffer(holder, factory, flags));
+}
+
+RenderBasin::StorageBufferPtr RenderBasin::bindStorageBuffer(Polyp& polyp, const char* blockName,
+                                                             Keel::Intercube& holder,
+                                                             unsigned long long bytes,
+                                                             StorageFlags flags) const {
+    const std::size_t size = bytes;
+    return bindToPrograms(polyp, blockName, createStorageBuffer(holder, size, flags));
+}
+
+RenderBasin::StorageBufferPtr RenderBasin::bindToPrograms(Polyp& polyp, const char* blockName,
+                                                          const StorageBufferPtr& buffer) const {
+    if (!buffer) return {};
+    constexpr int farthestKey = 32000;
+    std::size_t bound = 0;
+    polyp.iterate(
+        [&](int, const Polyp::TentaclePtr& tentacle) {
+            const ProgramPtr program(tentacle);
+            if (program && buffer->bindToProgram(program, blockName, getSeagrass())) ++bound;
+            return true;
+        },
+        -farthestKey, farthestKey);
+    if (bound > 0) polyp.insert(buffer);
+    return buffer;
+}
+
+RenderBasin::FloatedOrigin::FloatedOrigin() = default;
+
+RenderBasin::FloatedOrigin::FloatedOrigin(const Skua::PhysicalSpace::vector& origin)
+    : worldOrigin(origin) {}
+
+RenderBasin::FloatedOrigin::~FloatedOrigin() = default;
+
+} // namespace Mirk

@@ -1,0 +1,118 @@
+#include <Polypia/RenderTentacles.hpp>
+
+#include <keel/VerboseStream.hpp>
+
+#include <algorithm>
+
+namespace Mirk {
+
+RenderBasin::Program::Program() = default;
+
+RenderBasin::Program::~Program() = default;
+
+bool RenderBasin::Program::SourceHasChanged() const {
+    const auto changed = [](const auto& entry) {
+        const Keel::FileInfo info(entry.first);
+        return info.exists && info.modified > entry.second;
+    };
+    const auto found = std::find_if(ProgramFileTimes.begin(), ProgramFileTimes.end(), changed);
+    if (found == ProgramFileTimes.end()) return false;
+    Keel::VerboseStream("GL").print("%s has changed since %s", found->first.c_str(),
+                                    found->second.str().c_str());
+    return true;
+}
+
+void RenderBasin::Program::setAllProgramVariables(const FloatedOrigin& origin) const {
+    const auto send = [&](const ProgramVariables::value_type& variable) {
+        setProgramVariable(variable.first, variable, origin);
+    };
+    if (hasNoKinds()) {
+        std::for_each(begin(), end(), send);
+        return;
+    }
+    std::map<std::string, Variant> all(begin(), end());
+    forEachKind([&](const auto& values) { all.insert(values.begin(), values.end()); });
+    std::for_each(all.begin(), all.end(), send);
+}
+
+RenderBasin::VertexAttribute::VertexAttribute(int attribute)
+    : SpecializedTentacle(attribute), hints(FloatingPoint) {}
+
+RenderBasin::VertexAttribute::~VertexAttribute() = default;
+
+void RenderBasin::VertexAttribute::setHintsFromName(char letter) {
+    const ElementKind kind = letter == 'd'   ? DoublePrecision
+                             : letter == 'i' ? SignedInteger
+                             : letter == 'I' ? UnsignedInteger
+                                             : FloatingPoint;
+    hints = static_cast<std::uint8_t>((hints & 0xF0U) | kind);
+}
+
+RenderBasin::Painter::Painter() = default;
+
+RenderBasin::Painter::~Painter() = default;
+
+bool RenderBasin::Painter::activate(const Polyp& polyp) {
+    constexpr unsigned long all = ~0UL;
+    if (polyp.NumberOfTentacles(Polyp::ProgramKey, Polyp::LastProgramKey, all) <= 1) {
+        if (const ProgramPtr program(polyp.getProgram(all)); program) program->prepare(polyp);
+        return draw(polyp);
+    }
+    const auto [first, last] = polyp.get_programs();
+    for (auto entry = first; entry != last; ++entry) {
+        const ProgramPtr program(entry->second);
+        if (!program) continue;
+        program->prepare(polyp);
+        draw(polyp);
+    }
+    return true;
+}
+
+bool RenderBasin::Painter::deactivate(const Polyp&) {
+    return true;
+}
+
+RenderBasin::RangedPainter::RangedPainter() = default;
+
+RenderBasin::RangedPainter::~RangedPainter() = default;
+
+RenderBasin::ComputationDispatcher::ComputationDispatcher() = default;
+
+RenderBasin::ComputationDispatcher::~ComputationDispatcher() = default;
+
+RenderBasin::RenderTimer::RenderTimer() = default;
+
+RenderBasin::RenderTimer::~RenderTimer() = default;
+
+void RenderBasin::RenderTimer::reset() {
+    startNanoseconds = 0;
+    totalNanoseconds = 0;
+    measurements = 0;
+}
+
+RenderBasin::RenderFlag::RenderFlag() = default;
+
+RenderBasin::RenderFlag::~RenderFlag() = default;
+
+RenderBasin::Buffer::Buffer() = default;
+
+RenderBasin::Buffer::~Buffer() = default;
+
+RenderBasin::StorageBufferTentacle::StorageBufferTentacle() = default;
+
+RenderBasin::StorageBufferTentacle::~StorageBufferTentacle() = default;
+
+RenderBasin::Illumination::Illumination(const Keel::WeakPtr<Seagrass>& seagrass)
+    : _seagrass(seagrass) {}
+
+RenderBasin::Illumination::~Illumination() = default;
+
+bool RenderBasin::Illumination::activate(const Polyp&) {
+    return true;
+}
+
+bool RenderBasin::Illumination::deactivate(const Polyp&) {
+    return true;
+}
+
+} // namespace Mirk

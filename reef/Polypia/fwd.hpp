@@ -1,0 +1,60 @@
+#pragma once
+// Forward declarations of Polypia; stands on those of keel and rookery.
+
+#include <keel/fwd.hpp>
+#include <rookery/fwd.hpp>
+
+#include <cstdint>
+
+namespace Mirk {
+
+class Interactor;
+class MapMemory;
+class NamedRenderExceptions;
+class PixelBuffer;
+class Polyp;
+class RenderBasin;
+class RenderException;
+class RenderNamespace;
+class Seagrass;
+class TextureBase;
+class TextureCreator;
+class UniformBuffer;
+class UniformBufferRegistry;
+class VRenderContext;
+class VRenderContextBasin;
+struct ViewportGeometry;
+
+/// Selects the tentacles that take part in a wave; see Polyp::wave.
+using Activity_t = std::uint32_t;
+
+} // namespace Mirk
+
+template<>
+struct Keel::RootOf<Mirk::Interactor> {
+    using type = Mirk::Interactor;
+};
+template<>
+struct Keel::RootOf<Mirk::NamedRenderExceptions> {
+    using type = Mirk::NamedRenderExceptions;
+};
+template<>
+struct Keel::RootOf<Mirk::PixelBuffer> {
+    using type = Mirk::PixelBuffer;
+};
+template<>
+struct Keel::RootOf<Mirk::Polyp> {
+    using type = Keel::Cacheable;
+};
+template<>
+struct Keel::RootOf<Mirk::Seagrass> {
+    using type = Mirk::Seagrass;
+};
+template<>
+struct Keel::RootOf<Mirk::TextureBase> {
+    using type = Keel::Cacheable;
+};
+template<>
+struct Keel::RootOf<Mirk::TextureCreator> {
+    using type = Keel::Creature;
+};
