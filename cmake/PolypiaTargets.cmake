@@ -14,6 +14,10 @@ function(_polypia_settings target)
     target_compile_options(${target} PRIVATE
       -fsanitize=${POLYPIA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${POLYPIA_SANITIZE})
+    get_target_property(type ${target} TYPE)
+    if(POLYPIA_SANITIZE MATCHES address AND type STREQUAL EXECUTABLE)
+      target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/sanitizers/keepLibraries.cpp)
+    endif()
   endif()
 endfunction()
 
@@ -61,10 +65,14 @@ function(polypia_add_tests name)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${arg_LABEL})
 endfunction()
 
-# polypia_add_bench(NAME SOURCES a.bench.cpp ... LIBRARIES targets ...)
+# polypia_add_bench(NAME_bench SOURCES a.bench.cpp ... LIBRARIES targets ...)
+#
+# `all` leaves benchmarks out, so that the program is built without waiting for them; the target
+# `benches` builds them.
 function(polypia_add_bench name)
   cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES" ${ARGN})
-  add_executable(${name} ${arg_SOURCES})
+  add_executable(${name} EXCLUDE_FROM_ALL ${arg_SOURCES})
+  add_dependencies(benches ${name})
   _polypia_settings(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} benchmark::benchmark_main)
 endfunction()
