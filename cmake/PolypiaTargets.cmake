@@ -62,7 +62,8 @@ function(polypia_add_tests name)
   _polypia_settings(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   include(GoogleTest)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${arg_LABEL})
+  # Without the values of parameters, whose printed bytes differ from run to run.
+  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${arg_LABEL})
 endfunction()
 
 # polypia_add_bench(NAME_bench SOURCES a.bench.cpp ... LIBRARIES targets ...)
