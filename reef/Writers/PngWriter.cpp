@@ -155,7 +155,7 @@ Bytes headerChunk(const PngWriter::Picture& picture) {
 // nothing in the file. Each ends at a byte boundary and refers to nothing before it; one after the
 // other they are one zlib stream.
 
-constexpr std::size_t stripBytes = std::size_t{1} << 20;
+constexpr std::size_t stripBytes = std::size_t{1} << 18;
 
 struct Strip {
     Bytes chunk; // a whole IDAT chunk
@@ -180,27 +180,27 @@ public:
 
     Strip compress(const Bytes& filtered, bool first, bool last) {
         const auto size = static_cast<uInt>(filtered.size());
+        constexpr std::size_t flushBytes = 16; // what deflateBound does not count for a flush
+        _compressed.resize(deflateBound(&_stream, size) + flushBytes);
+        deflateReset(&_stream);
+        _stream.next_in = const_cast<Bytef*>(filtered.data()); // zlib 1.2 lacks the const
+        _stream.avail_in = size;
+        _stream.next_out = _compressed.data();
+        _stream.avail_out = static_cast<uInt>(_compressed.size());
+        deflate(&_stream, last ? Z_FINISH : Z_SYNC_FLUSH);
+
         Strip strip{beginChunk("IDAT"), adler32(adler32(0, nullptr, 0), filtered.data(), size),
                     filtered.size()};
         // Header of a zlib stream: deflate with a window of 32 KiB, fastest level (RFC 1950).
         if (first) strip.chunk.insert(strip.chunk.end(), {0x78, 0x01});
-        const auto offset = strip.chunk.size();
-        constexpr std::size_t flushBytes = 16; // what deflateBound does not count for a flush
-        strip.chunk.resize(offset + deflateBound(&_stream, size) + flushBytes);
-
-        deflateReset(&_stream);
-        _stream.next_in = const_cast<Bytef*>(filtered.data()); // zlib 1.2 lacks the const
-        _stream.avail_in = size;
-        _stream.next_out = &strip.chunk[offset];
-        _stream.avail_out = static_cast<uInt>(strip.chunk.size() - offset);
-        deflate(&_stream, last ? Z_FINISH : Z_SYNC_FLUSH);
-        strip.chunk.resize(offset + _stream.total_out);
+        strip.chunk.insert(strip.chunk.end(), _compressed.data(), _stream.next_out);
         endChunk(strip.chunk);
         return strip;
     }
 
 private:
     z_stream _stream{};
+    Bytes _compressed; // kept from strip to strip: most of it stays unused
 };
 
 class StripCompressor {
