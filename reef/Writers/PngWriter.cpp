@@ -1,6 +1,8 @@
 #include <Writers/PngWriter.hpp>
 
 #include <Writers/WriteError.hpp>
+#include <keel/File.hpp>
+#include <keel/ThreadPool.hpp>
 
 #include <zlib.h>
 
@@ -8,7 +10,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <future>
 #include <new>
@@ -35,73 +36,18 @@ using Bytes = std::vector<std::uint8_t>;
     fail(path, std::generic_category().message(error));
 }
 
-// --- The file ---------------------------------------------------------------------------------
-
-// The path of the file that is to be replaced, behind any symbolic links.
-std::string resolveTarget(const std::string& path) {
+// A picture belongs into a file, not into the device or the pipe that bears its name.
+void refuseAllButFiles(const std::string& path) {
     if (path.empty()) fail(path, "The name is empty");
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::not_found) return path;
-    if (status.type() == std::filesystem::file_type::none) fail(path, error.message());
-    if (status.type() == std::filesystem::file_type::directory) failWithErrno(path, EISDIR);
-    // Renaming would put a file in the place of the device or the pipe.
-    if (status.type() != std::filesystem::file_type::regular) fail(path, "Not a regular file");
-    // A rename needs write access to the folder only; a file that is protected stays so.
-    if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) failWithErrno(path, errno);
-    const auto target = std::filesystem::canonical(path, error);
-    if (error) fail(path, error.message());
-    return target.string();
+    const Keel::FileInfo target(path);
+    if (!target.exists || target.isRegular) return;
+    if (std::filesystem::is_directory(path)) failWithErrno(path, EISDIR);
+    fail(path, "Not a regular file");
 }
 
-// A file beside the target, under a name of its own, until it takes the target's place. It is
-// removed if it never does.
-class FileAside {
-public:
-    explicit FileAside(const std::string& path) : _path(path), _target(resolveTarget(path)) {
-        // The name does not contain the target's, which may have the full length already.
-        static std::atomic<unsigned> serial = 0;
-        const auto folder = std::filesystem::path(_target).parent_path();
-        do {
-            const auto name =
-                ".polypia-" + std::to_string(getpid()) + '-' + std::to_string(serial++) + ".part";
-            _aside = (folder / name).string();
-            _descriptor = open(_aside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        } while (_descriptor < 0 && errno == EEXIST);
-        if (_descriptor < 0) failWithErrno(_path, errno);
-    }
-
-    FileAside(const FileAside&) = delete;
-    FileAside& operator=(const FileAside&) = delete;
-
-    ~FileAside() {
-        if (_descriptor >= 0) close(_descriptor);
-        if (!_aside.empty()) unlink(_aside.c_str());
-    }
-
-    void write(const std::uint8_t* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t written = ::write(_descriptor, data, size);
-            if (written < 0 && errno == EINTR) continue;
-            if (written < 0) failWithErrno(_path, errno);
-            data += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-
-    void moveToTarget() {
-        // Some file systems report a full disk only here.
-        if (close(std::exchange(_descriptor, -1)) != 0) failWithErrno(_path, errno);
-        if (rename(_aside.c_str(), _target.c_str()) != 0) failWithErrno(_path, errno);
-        _aside.clear();
-    }
-
-private:
-    std::string _path;   // as the caller wrote it, for messages
-    std::string _target; // behind symbolic links
-    std::string _aside;
-    int _descriptor = -1;
-};
+void checkPermission(const std::string& path, const std::string& checked, int wanted) {
+    if (faccessat(AT_FDCWD, checked.c_str(), wanted, AT_EACCESS) != 0) failWithErrno(path, errno);
+}
 
 // --- The format: PNG (Portable Network Graphics) Specification, second edition, ISO/IEC 15948 ---
 
@@ -144,6 +90,12 @@ Bytes headerChunk(const PngWriter::Picture& picture) {
     storeBigEndian(&chunk[chunkDataOffset + 4], picture.heightPixels);
     chunk[chunkDataOffset + 8] = bitDepth;
     chunk[chunkDataOffset + 9] = channelsInFile(picture.format) == 4 ? colorTypeRgba : colorTypeRgb;
+    endChunk(chunk);
+    return chunk;
+}
+
+Bytes endOfFileChunk() {
+    Bytes chunk = beginChunk("IEND");
     endChunk(chunk);
     return chunk;
 }
@@ -216,11 +168,12 @@ public:
     const std::vector<Strip>& run() {
         const auto threads = std::min<std::size_t>(
             _strips.size(), std::max(1u, std::thread::hardware_concurrency()));
-        std::vector<std::future<void>> others;
+        Keel::ThreadPool others(threads - 1, "PngWriter");
+        std::vector<std::future<void>> ends;
         for (std::size_t i = 1; i < threads; ++i)
-            others.push_back(std::async(std::launch::async, [this] { compressStrips(); }));
+            ends.push_back(others.submit([this] { compressStrips(); }));
         compressStrips();
-        for (auto& other : others) other.get();
+        for (auto& end : ends) end.get();
         return _strips;
     }
 
@@ -287,7 +240,10 @@ Bytes checksumChunk(const std::vector<Strip>& strips) {
 } // namespace
 
 PngWriter::PngWriter(std::string path) : _path(std::move(path)) {
-    FileAside attempt(_path);
+    refuseAllButFiles(_path);
+    if (Keel::FileInfo(_path).exists) checkPermission(_path, _path, W_OK);
+    const auto folder = std::filesystem::path(_path).parent_path();
+    checkPermission(_path, folder.empty() ? "." : folder.string() + '/', W_OK | X_OK);
 }
 
 void PngWriter::write(const Picture& picture) const {
@@ -296,20 +252,19 @@ void PngWriter::write(const Picture& picture) const {
         fail(_path, "expected a width and a height of 1 to " + std::to_string(maximumSizePixels) +
                         " pixels, got " + std::to_string(picture.widthPixels) + " x " +
                         std::to_string(picture.heightPixels));
+    refuseAllButFiles(_path);
 
-    FileAside file(_path);
     StripCompressor compressor(picture);
     const auto& strips = compressor.run();
 
-    const auto put = [&file](const auto& bytes) { file.write(bytes.data(), bytes.size()); };
-    put(signature);
-    put(headerChunk(picture));
-    for (const auto& strip : strips) put(strip.chunk);
-    put(checksumChunk(strips));
-    Bytes end = beginChunk("IEND");
-    endChunk(end);
-    put(end);
-    file.moveToTarget();
+    std::string file;
+    const auto append = [&file](const auto& bytes) { file.append(bytes.begin(), bytes.end()); };
+    append(signature);
+    append(headerChunk(picture));
+    for (const auto& strip : strips) append(strip.chunk);
+    append(checksumChunk(strips));
+    append(endOfFileChunk());
+    if (!Keel::FileWrite(_path, file, "wb")) failWithErrno(_path, errno);
 }
 
 } // namespace Mirk

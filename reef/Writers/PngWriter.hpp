@@ -1,5 +1,5 @@
 #pragma once
-// Writes a picture in memory to a PNG file; stands on zlib.
+// Writes a picture in memory to a PNG file; stands on Keel's files and threads, and on zlib.
 
 #include <Writers/export.hpp>
 
@@ -41,7 +41,7 @@ public:
     /// Largest width and height; keeps the byte counts of a row within zlib's 32 bits.
     static constexpr std::size_t maximumSizePixels = std::size_t{1} << 28;
 
-    /// Throws WriteError if no file can be made there, so that nobody renders for nothing: the
+    /// Throws WriteError if no file can be written there, so that nobody renders for nothing: the
     /// folder is missing or not writable, or what exists there is not a writable regular file.
     explicit PngWriter(std::string path);
 
