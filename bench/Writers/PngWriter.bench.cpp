@@ -104,6 +104,7 @@ void writeLibpng(benchmark::State& state, const Pixels& pixels, int level, int f
 void add(const std::string& name, const std::function<void(benchmark::State&)>& run) {
     benchmark::RegisterBenchmark(name.c_str(), run)
         ->UseRealTime() // the work is shared among threads
+        ->MeasureProcessCPUTime()
         ->Unit(benchmark::kMillisecond)
         ->Repetitions(9)
         ->ReportAggregatesOnly();
