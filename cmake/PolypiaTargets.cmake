@@ -52,18 +52,20 @@ function(polypia_add_library name)
   install(FILES ${arg_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name})
 endfunction()
 
-# polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...)
+# polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...
+#                   [ENVIRONMENT NAME=value ...])
 #
 # One test program for a folder of tests; its cases are found when the tests are run.
 # LABEL is the tier: unit (no graphics context), gl (needs one), image (compares pictures).
 function(polypia_add_tests name)
-  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   _polypia_settings(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   include(GoogleTest)
   # Without the values of parameters, whose printed bytes differ from run to run.
-  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${arg_LABEL})
+  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS ${arg_LABEL} ENVIRONMENT "${arg_ENVIRONMENT}")
 endfunction()
 
 # polypia_add_bench(NAME_bench SOURCES a.bench.cpp ... LIBRARIES targets ...)

@@ -3,6 +3,7 @@
 // of it. Pure text; stands on glslScan and LineTable, needs no context.
 
 #include <PolypiaGL/LineTable.hpp>
+#include <PolypiaGL/Profile.hpp>
 #include <PolypiaGL/export.hpp>
 
 #include <functional>
@@ -14,7 +15,6 @@
 namespace Mirk::GL {
 
 enum class Stage { Vertex, Geometry, Fragment, Compute };
-enum class Profile { Core, Compatibility };
 
 /// The backend's own numbers of what a geometry stage takes and writes; 0 is no geometry stage.
 enum class GeometryInput : int {
