@@ -402,6 +402,7 @@ public:
     }
 
     Stage stage() const { return _stage; }
+    long version() const { return _number; }
     std::size_t lineCount() const { return _scan.lineCount; }
     const Varyings& reads() const { return _reads; }
     const Varyings& writes() const { return _writes; }
@@ -950,7 +951,8 @@ AdaptedProgram adaptProgram(const std::vector<StageText>& stages, const AdaptOpt
     AdaptedProgram program;
     program.lines = LineTable(longest);
     for (StageAdapter& adapter : adapters) {
-        program.stages.push_back({adapter.stage(), adapter.finish(program.lines)});
+        program.stages.push_back(
+            {adapter.stage(), adapter.finish(program.lines), adapter.version()});
         program.notes.insert(program.notes.end(), adapter.notes().begin(), adapter.notes().end());
     }
     return program;

@@ -59,10 +59,16 @@ struct AdaptOptions {
     bool fileNumbers = true;
 };
 
+struct AdaptedStage {
+    Stage stage = Stage::Vertex;
+    std::string text;
+    long version = 0; ///< of the language; reading the compiler's log needs it
+};
+
 struct AdaptedProgram {
-    std::vector<StageText> stages;  ///< in the order given
-    LineTable lines;                ///< what line numbers in the driver's messages stand for
-    std::vector<std::string> notes; ///< what was changed, for a developer: "geometry: ..."
+    std::vector<AdaptedStage> stages; ///< in the order given
+    LineTable lines;                  ///< what line numbers in the driver's messages stand for
+    std::vector<std::string> notes;   ///< what was changed, for a developer: "geometry: ..."
 };
 
 /// Begins the names that the backend adds to a text. In a core context `gl_Vertex` becomes the

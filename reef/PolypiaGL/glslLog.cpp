@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -18,6 +19,7 @@ struct Message {
     long line = -1;          ///< packed; negative for a message without a line
     std::string_view severity;
     std::string_view text;
+    bool isOfPreprocessor = false; ///< Mesa tells
 };
 
 bool takeSign(std::string_view& rest, std::string_view sign) {
@@ -31,7 +33,7 @@ void skipBlanks(std::string_view& rest) {
 }
 
 std::optional<long> takeNumber(std::string_view& rest) {
-    long value = 0;
+    std::int32_t value = 0; // drivers count in no more
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
     if (error != std::errc() || value < 0) return {};
     rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
@@ -40,9 +42,7 @@ std::optional<long> takeNumber(std::string_view& rest) {
 
 /// A severity word of any case at the head of `rest`, in lower case; empty if there is none.
 std::string_view takeSeverity(std::string_view& rest) {
-    constexpr std::array<std::pair<std::string_view, std::string_view>, 11> words{{
-        {"preprocessor error", "error"},
-        {"preprocessor warning", "warning"},
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 9> words{{
         {"fatal error", "fatal error"},
         {"internal error", "internal error"},
         {"error", "error"},
@@ -86,6 +86,7 @@ std::optional<Message> parseMesa(std::string_view rest) {
     rest.remove_prefix(close + 1);
     if (!takeSign(rest, ":")) return {};
     skipBlanks(rest);
+    message.isOfPreprocessor = takeSign(rest, "preprocessor ");
     message.severity = takeSeverity(rest);
     if (message.severity.empty() || !takeSign(rest, ":")) return {};
     message.line = *line;
@@ -106,7 +107,10 @@ std::optional<Message> parseNvidia(std::string_view whole) {
 
     std::string_view rest = whole.substr(colon + 3);
     skipBlanks(rest);
-    Message message{whole.substr(0, open), *line, takeSeverity(rest), {}};
+    Message message;
+    message.source = whole.substr(0, open);
+    message.line = *line;
+    message.severity = takeSeverity(rest);
     if (message.severity.empty()) return {};
     if (!takeSign(rest, ":") && !takeSign(rest, " ")) return {};
     message.text = rest;
@@ -163,8 +167,23 @@ std::string write(const std::string& place, const Message& message) {
     return place + " : " + std::string(message.severity) + ": " + std::string(text);
 }
 
-std::string mapLine(std::string_view line, const LineTable& lines, std::string_view stages) {
+/// What all lines of a log have in common.
+struct Origin {
+    const LineTable& lines;
+    std::string_view stages; ///< of a link, else empty
+    long version;
+};
+
+/// Below version 330 `#line N` numbers the next line N+1; Mesa's preprocessor gives it N whatever
+/// the version (its compiler does not).
+long preprocessorLag(const Message& message, long version) {
+    return message.isOfPreprocessor && version < 330 ? 1 : 0;
+}
+
+std::string mapLine(std::string_view line, const Origin& origin) {
+    const auto& [lines, stages, version] = origin;
     auto message = parseMesa(line);
+    if (message) message->line += preprocessorLag(*message, version);
     if (!message) message = parseNvidia(line);
     if (!message) message = parseGlslang(line);
     if (message) return write(placeOf(*message, lines), *message);
@@ -173,7 +192,7 @@ std::string mapLine(std::string_view line, const LineTable& lines, std::string_v
     return std::string(line);
 }
 
-std::string mapLog(std::string_view log, const LineTable& lines, std::string_view stages) {
+std::string mapLog(std::string_view log, const Origin& origin) {
     log = trim(log.substr(0, log.find('\0')));
     if (log.empty()) return {};
     std::string mapped = "\n";
@@ -181,7 +200,7 @@ std::string mapLog(std::string_view log, const LineTable& lines, std::string_vie
         const std::size_t end = std::min(log.find('\n'), log.size());
         std::string_view line = log.substr(0, end);
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-        mapped += mapLine(line, lines, stages) + "\n";
+        mapped += mapLine(line, origin) + "\n";
         if (end == log.size()) return mapped;
         log.remove_prefix(end + 1);
     }
@@ -189,12 +208,13 @@ std::string mapLog(std::string_view log, const LineTable& lines, std::string_vie
 
 } // namespace
 
-std::string mapCompilerLog(std::string_view log, const LineTable& lines) {
-    return mapLog(log, lines, {});
+std::string mapCompilerLog(std::string_view log, const LineTable& lines, long version) {
+    return mapLog(log, {lines, {}, version});
 }
 
 std::string mapLinkerLog(std::string_view log, const LineTable& lines, std::string_view stages) {
-    return mapLog(log, lines, stages);
+    constexpr long latest = 460; // linkers preprocess nothing
+    return mapLog(log, {lines, stages, latest});
 }
 
 } // namespace Mirk::GL

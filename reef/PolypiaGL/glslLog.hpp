@@ -15,8 +15,9 @@ class LineTable;
 /// Understands the forms of Mesa, NVIDIA and glslang; other lines, messages of the linker among
 /// them, pass as they are. The result begins and ends with a line feed, so that every message
 /// begins a line wherever the log is pasted. Blank lines at both ends are dropped; an empty log
-/// stays empty.
-POLYPIAGL_EXPORT std::string mapCompilerLog(std::string_view log, const LineTable& lines);
+/// stays empty. `version`: of the language that the stage was compiled as.
+POLYPIAGL_EXPORT std::string mapCompilerLog(std::string_view log, const LineTable& lines,
+                                            long version);
 
 /// The same for the log of a link: messages without a line begin with `stages`, as "vertex and
 /// fragment stage : error: text".

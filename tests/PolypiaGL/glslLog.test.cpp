@@ -30,7 +30,7 @@ std::string nameOf(const testing::TestParamInfo<LogCase>& info) {
 class glslLog : public testing::TestWithParam<LogCase> {};
 
 TEST_P(glslLog, LineHasTheOneForm) {
-    EXPECT_EQ(mapCompilerLog(GetParam().line, table()), "\n" + GetParam().expected + "\n");
+    EXPECT_EQ(mapCompilerLog(GetParam().line, table(), 330), "\n" + GetParam().expected + "\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -85,6 +85,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LogCase{"Negative", "0:-1(5): error: a", "0:-1(5): error: a"},
                     LogCase{"Overflow", "0:99999999999999999999(5): error: a",
                             "0:99999999999999999999(5): error: a"},
+                    LogCase{"LargerThanALine", "0:2147483648(5): preprocessor error: a",
+                            "0:2147483648(5): preprocessor error: a"},
                     LogCase{"NoSeverity", "0(12) : hint: a", "0(12) : hint: a"},
                     LogCase{"LongerWord", "0(12) : errors: a", "0(12) : errors: a"},
                     LogCase{"UnclosedColumn", "0:12(5: error: a", "0:12(5: error: a"},
@@ -94,25 +96,33 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 TEST(glslLogWhole, BeginsAndEndsWithALineFeedSoThatEveryMessageBeginsALine) {
-    EXPECT_EQ(mapCompilerLog("0:1(1): error: a\n0:2(1): error: b\n", table()),
+    EXPECT_EQ(mapCompilerLog("0:1(1): error: a\n0:2(1): error: b\n", table(), 330),
               "\n0(1) : error: a\n0(2) : error: b\n");
-    EXPECT_EQ(mapCompilerLog("0:1(1): error: a", table()), "\n0(1) : error: a\n");
+    EXPECT_EQ(mapCompilerLog("0:1(1): error: a", table(), 330), "\n0(1) : error: a\n");
 }
 
 TEST(glslLogWhole, IsEmptyWithoutAMessage) {
-    EXPECT_EQ(mapCompilerLog("", table()), "");
-    EXPECT_EQ(mapCompilerLog(" \r\n\n", table()), "");
-    EXPECT_EQ(mapCompilerLog(std::string_view("\0abc", 4), table()), "");
+    EXPECT_EQ(mapCompilerLog("", table(), 330), "");
+    EXPECT_EQ(mapCompilerLog(" \r\n\n", table(), 330), "");
+    EXPECT_EQ(mapCompilerLog(std::string_view("\0abc", 4), table(), 330), "");
 }
 
 TEST(glslLogWhole, KeepsBlankLinesBetweenMessagesAndDropsCarriageReturns) {
-    EXPECT_EQ(mapCompilerLog("\r\n0:1(1): error: a\r\n\r\nVertex info\r\n", table()),
+    EXPECT_EQ(mapCompilerLog("\r\n0:1(1): error: a\r\n\r\nVertex info\r\n", table(), 330),
               "\n0(1) : error: a\n\nVertex info\n");
 }
 
 TEST(glslLogWhole, EndsAtANul) {
-    EXPECT_EQ(mapCompilerLog(std::string_view("0:1(1): error: a\n\0rest", 22), table()),
+    EXPECT_EQ(mapCompilerLog(std::string_view("0:1(1): error: a\n\0rest", 22), table(), 330),
               "\n0(1) : error: a\n");
+}
+
+TEST(glslLogWhole, MesasPreprocessorCountsLowBelowVersion330) {
+    const std::string_view log = "0:12(5): preprocessor error: a\n0:12(5): error: b\n";
+    EXPECT_EQ(mapCompilerLog(log, table(), 330), "\n0(12) : error: a\n0(12) : error: b\n");
+    EXPECT_EQ(mapCompilerLog(log, table(), 150), "\n0(13) : error: a\n0(12) : error: b\n");
+    EXPECT_EQ(mapCompilerLog("0:1000042(2): preprocessor error: a", table(), 150),
+              "\nblock.glsl(43) : error: a\n");
 }
 
 TEST(glslLogWhole, LinkMessagesNameTheStages) {
