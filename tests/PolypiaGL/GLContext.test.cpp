@@ -492,9 +492,7 @@ TEST_F(EglContextDeathTest, SurfacelessWithoutADriverHasItsReason) {
 TEST_F(EglContextDeathTest, RefusedVersionIsNamedForEachTry) {
     if (!testing::internal::InDeathTestChild()) {
         std::string reason;
-        EglContext::Options options;
-        options.device = "surfaceless";
-        const auto context = tryContext(options, reason);
+        const auto context = tryContext({}, reason);
         if (!context) POLYPIA_NO_CONTEXT(reason);
         if (context->renderer().find("llvmpipe") == std::string::npos)
             GTEST_SKIP() << "only Mesa takes its version from the environment";
@@ -502,6 +500,37 @@ TEST_F(EglContextDeathTest, RefusedVersionIsNamedForEachTry) {
     EXPECT_EXIT(printReasons("MESA_GL_VERSION_OVERRIDE", "3.3", {}), testing::ExitedWithCode(0),
                 "surfaceless: OpenGL 4.5 compatibility refused, EGL_BAD_MATCH .0x3009.\n"
                 "  surfaceless: OpenGL 4.5 core refused, EGL_BAD_MATCH .0x3009.\n");
+}
+
+TEST_F(EglContextDeathTest, DeviceThatCannotBeUsedSaysWhatToCheck) {
+    std::string reason;
+    if (!testing::internal::InDeathTestChild() && !tryContext({}, reason))
+        POLYPIA_NO_CONTEXT(reason);
+    EglContext::Options options;
+    options.device = "0";
+    options.library = FAKE_EGL_LIBRARY;
+    EXPECT_EXIT(printReasons("FAKE_EGL", "no access", options), testing::ExitedWithCode(0),
+                "device 0 .*: initialise failed, EGL_BAD_PARAMETER .0x300c.; check access to its "
+                "device nodes$");
+}
+
+TEST_F(EglContextDeathTest, SurfaceOfOnePixelServesWhereNoneIsNotAllowed) {
+    std::string reason;
+    if (!testing::internal::InDeathTestChild() && !tryContext({}, reason))
+        POLYPIA_NO_CONTEXT(reason);
+    EglContext::Options options;
+    options.library = FAKE_EGL_LIBRARY;
+    EXPECT_EXIT(
+        {
+            setenv("FAKE_EGL", "needs surface", 1);
+            const auto context = EglContext::create(options);
+            const auto shared = context->createShared();
+            const GLContext::Scope scope(*shared);
+            std::fprintf(stderr, "%s with %zu errors", context->description().c_str(),
+                         GL::drainErrors("createShared").size());
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "OpenGL 4.[56] [a-z]+ with 0 errors");
 }
 
 TEST_F(EglContextDeathTest, ChoiceThatIsNoneSaysWhatIsExpected) {
