@@ -1,0 +1,190 @@
+#pragma once
+// The backend's work behind RenderBasin, and the classes that offer it; stands on GLContext.
+
+#include <Polypia/RenderBasin.hpp>
+#include <Polypia/RenderTentacles.hpp>
+#include <PolypiaGL/GLContext.hpp>
+#include <PolypiaGL/export.hpp>
+
+#include <array>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Mirk {
+
+namespace GL {
+class Machine;
+struct StageSource;
+} // namespace GL
+
+/// Makes the tentacles of one context. What it makes shares its state and may outlive it, but not
+/// the context. All operations on the context's thread with the context current.
+///
+/// Link parameters: "GeometryMaxVertices" (int), the greatest number of vertices that an invocation
+/// of a geometry stage without a layout of its own emits; 64 by default.
+class POLYPIAGL_EXPORT GLFactory {
+public:
+    using Matrix = std::array<double, 16>; ///< column by column, the vector on the right
+
+    explicit GLFactory(GLContext& context);
+    ~GLFactory();
+    GLFactory(const GLFactory&) = delete;
+    GLFactory& operator=(const GLFactory&) = delete;
+
+    GLContext& context() const;
+    /// Whether each tentacle asks OpenGL for errors after its work and throws; on at first.
+    void setErrorChecks(bool enabled);
+    /// The matrices for programs that use the fixed-function names; depth from -1 to 1.
+    void setMatrices(const Matrix& projection, const Matrix& modelView);
+    /// The view that "zelk_CurrentViewID" tells to programs.
+    void setCurrentView(unsigned view);
+
+    // The operations of RenderBasin.
+    RenderBasin::TexturePtr createTexture(const RenderBasin::ChunkPtr& data, int dimensions,
+                                          int rowTexels, int textureUnit,
+                                          const RenderBasin::TextureStorageFormat& format,
+                                          const RenderBasin::TexturePtr& previous);
+    RenderBasin::TexturePtr createTargetTexture(int width, int height, int textureUnit,
+                                                const RenderBasin::TextureStorageFormat& format);
+    RenderBasin::TexturePtr createBufferTexture(const RenderBasin::ChunkPtr& data, int textureUnit);
+    RenderBasin::StorageBufferPtr createStorageBuffer(const void* data, std::size_t bytes,
+                                                      StorageFlags flags) const;
+    RenderBasin::StorageBufferPtr createStorageBuffer(Keel::Intercube& holder,
+                                                      const RenderBasin::ChunkFactory& factory,
+                                                      StorageFlags flags) const;
+    RenderBasin::StorageBufferPtr createStorageBuffer(Keel::Intercube& holder, std::size_t bytes,
+                                                      StorageFlags flags) const;
+    UniformBufferPtr createUniformBuffer(std::size_t bytes) const;
+    RenderBasin::VertexAttributePtr createAttribute(const RenderBasin::ChunkPtr& data, int number,
+                                                    const std::string& name);
+    std::string platformDefines() const;
+    RenderBasin::ProgramPtr createProgram(const std::vector<GL::StageSource>& stages,
+                                          RenderNamespace::GeometryInputType input,
+                                          RenderNamespace::GeometryOutputType output,
+                                          const RenderBasin::LinkParameters& parameters);
+    RenderBasin::ProgramPtr createProgram(const std::vector<std::string>& vertexCode,
+                                          const std::string& vertexName, int vertexLine,
+                                          RenderNamespace::GeometryInputType input,
+                                          const std::vector<std::string>& geometryCode,
+                                          RenderNamespace::GeometryOutputType output,
+                                          const std::string& geometryName, int geometryLine,
+                                          const std::vector<std::string>& fragmentCode,
+                                          const std::string& fragmentName, int fragmentLine,
+                                          const RenderBasin::LinkParameters& parameters);
+    RenderBasin::ProgramPtr createComputeProgram(const std::vector<std::string>& code,
+                                                 const std::string& name, int line,
+                                                 const RenderBasin::LinkParameters& parameters);
+    RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive, int vertices);
+    RenderBasin::TimerPtr createTimer() const;
+    RenderBasin::RenderParameterPtr createRenderParameter(const std::string& name,
+                                                          const RenderBasin::UpdaterPtr& updater,
+                                                          const std::type_info& element,
+                                                          int components);
+    RenderBasin::DispatcherPtr createDispatcher(unsigned x, unsigned y, unsigned z);
+
+private:
+    std::shared_ptr<GL::Machine> _machine;
+};
+
+/// Implements RenderBasin by a GLFactory, whatever class the basin is a base of: the bare basin
+/// and a whole render context have the same code in them.
+template<class Base>
+class BasinOnGL : public Base {
+public:
+    template<class... Arguments>
+    explicit BasinOnGL(GLContext& context, Arguments&&... arguments)
+        : Base(std::forward<Arguments>(arguments)...), _factory(context) {}
+
+    GLFactory& factory() const { return _factory; }
+
+    // The forms for texts without a vector would be hidden.
+    using RenderBasin::createProgram;
+
+    RenderBasin::TexturePtr createTexture(const RenderBasin::ChunkPtr& data, int, int dimensions,
+                                          int rowTexels, int textureUnit,
+                                          const RenderBasin::TextureStorageFormat& format, int,
+                                          bool hasPrevious,
+                                          const RenderBasin::TexturePtr& previous) override {
+        return _factory.createTexture(data, dimensions, rowTexels, textureUnit, format,
+                                      hasPrevious ? previous : RenderBasin::TexturePtr());
+    }
+    RenderBasin::TexturePtr
+    createTargetTexture(int width, int height, int textureUnit,
+                        const RenderBasin::TextureStorageFormat& format) override {
+        return _factory.createTargetTexture(width, height, textureUnit, format);
+    }
+    RenderBasin::TexturePtr createBufferTexture(const RenderBasin::ChunkPtr& data,
+                                                int textureUnit) override {
+        return _factory.createBufferTexture(data, textureUnit);
+    }
+    RenderBasin::StorageBufferPtr createStorageBuffer(const void* data, std::size_t bytes,
+                                                      StorageFlags flags) const override {
+        return _factory.createStorageBuffer(data, bytes, flags);
+    }
+    UniformBufferPtr createUniformBuffer(std::size_t bytes) const override {
+        return _factory.createUniformBuffer(bytes);
+    }
+    RenderBasin::StorageBufferPtr createStorageBuffer(Keel::Intercube& holder,
+                                                      const RenderBasin::ChunkFactory& source,
+                                                      StorageFlags flags) const override {
+        return _factory.createStorageBuffer(holder, source, flags);
+    }
+    RenderBasin::StorageBufferPtr createStorageBuffer(Keel::Intercube& holder, std::size_t bytes,
+                                                      StorageFlags flags) const override {
+        return _factory.createStorageBuffer(holder, bytes, flags);
+    }
+    RenderBasin::VertexAttributePtr createCoordinates(const RenderBasin::ChunkPtr& data,
+                                                      const std::string& name) override {
+        return _factory.createAttribute(data, RenderNamespace::Coordinates, name);
+    }
+    RenderBasin::VertexAttributePtr createAttribute(const RenderBasin::ChunkPtr& data, int number,
+                                                    const std::string& name) override {
+        return _factory.createAttribute(data, number, name);
+    }
+    std::string getShaderPlatformDefines() override { return _factory.platformDefines(); }
+    RenderBasin::ProgramPtr createProgram(
+        const std::vector<std::string>& vertexCode, const std::string& vertexName, int vertexLine,
+        RenderNamespace::GeometryInputType input, const std::vector<std::string>& geometryCode,
+        RenderNamespace::GeometryOutputType output, const std::string& geometryName,
+        int geometryLine, const std::vector<std::string>& fragmentCode,
+        const std::string& fragmentName, int fragmentLine,
+        const RenderBasin::LinkParameters& parameters, const RenderBasin::ProgramPtr&) override {
+        return _factory.createProgram(vertexCode, vertexName, vertexLine, input, geometryCode,
+                                      output, geometryName, geometryLine, fragmentCode,
+                                      fragmentName, fragmentLine, parameters);
+    }
+    RenderBasin::ProgramPtr createComputeProgram(const std::vector<std::string>& code,
+                                                 const std::string& name, int line,
+                                                 const RenderBasin::LinkParameters& parameters,
+                                                 const RenderBasin::ProgramPtr&) override {
+        return _factory.createComputeProgram(code, name, line, parameters);
+    }
+    RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive,
+                                          int vertices) override {
+        return _factory.createPainter(primitive, vertices);
+    }
+    RenderBasin::TimerPtr createTimer() const override { return _factory.createTimer(); }
+    RenderBasin::RenderParameterPtr createRenderParameter(const std::string& name,
+                                                          const RenderBasin::UpdaterPtr& updater,
+                                                          const std::type_info& element,
+                                                          int components) override {
+        return _factory.createRenderParameter(name, updater, element, components);
+    }
+    RenderBasin::DispatcherPtr createDispatcher(unsigned x, unsigned y, unsigned z) override {
+        return _factory.createDispatcher(x, y, z);
+    }
+
+private:
+    mutable GLFactory _factory;
+};
+
+/// The bare basin: makes GPU state, with no views and no scene.
+class POLYPIAGL_EXPORT GLRenderBasin final : public BasinOnGL<RenderBasin> {
+public:
+    GLRenderBasin(GLContext& context, const Keel::WeakPtr<Seagrass>& seagrass);
+    ~GLRenderBasin() override;
+};
+
+} // namespace Mirk

@@ -1,0 +1,160 @@
+#include <PolypiaGL/GLFramebuffer.hpp>
+
+#include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/glErrors.hpp>
+#include <PolypiaGL/glHeaders.hpp>
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace Mirk {
+
+namespace {
+
+constexpr unsigned colorFormat = GL_RGBA8;
+constexpr unsigned depthFormat = GL_DEPTH24_STENCIL8;
+
+/// The greatest width and height that the driver draws.
+std::array<int, 2> greatestSize(const GLLimits& limits) {
+    return {std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]),
+            std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1])};
+}
+
+void checkSize(const GLLimits& limits, int width, int height) {
+    const auto [widest, highest] = greatestSize(limits);
+    if (width >= 1 && height >= 1 && width <= widest && height <= highest) return;
+    throw GLRenderException(GL_INVALID_VALUE,
+                            "a picture of " + std::to_string(width) + " x " +
+                                std::to_string(height) +
+                                " pixels is not possible, expected 1 x 1 to " +
+                                std::to_string(widest) + " x " + std::to_string(highest),
+                            "GLFramebuffer::GLFramebuffer", __FILE__, __LINE__);
+}
+
+GL::RenderbufferId renderbuffer(unsigned format, int width, int height, int samples) {
+    GL::RenderbufferId id = GL::createRenderbuffer();
+    // 0 samples means one of the plain kind.
+    glNamedRenderbufferStorageMultisample(id.number(), samples > 1 ? samples : 0, format, width,
+                                          height);
+    return id;
+}
+
+GL::FramebufferId framebuffer(const GL::RenderbufferId& color, const GL::RenderbufferId& depth) {
+    GL::FramebufferId id = GL::createFramebuffer();
+    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
+                                   color.number());
+    glNamedFramebufferRenderbuffer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
+                                   depth.number());
+    const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
+    const auto errors = GL::drainErrors("glNamedRenderbufferStorageMultisample");
+    if (status == GL_FRAMEBUFFER_COMPLETE && errors.empty()) return id;
+    const bool failed = !errors.empty();
+    throw GLRenderException(failed ? static_cast<int>(errors[0].code)
+                                   : GL_INVALID_FRAMEBUFFER_OPERATION,
+                            failed ? errors[0].text() : "the driver refuses the framebuffer",
+                            "GLFramebuffer::GLFramebuffer", __FILE__, __LINE__);
+}
+
+} // namespace
+
+/// Reads rectangles of a framebuffer, in the coordinates of the whole picture.
+class FramebufferPixels : public PixelBuffer {
+public:
+    explicit FramebufferPixels(const GLFramebuffer& framebuffer)
+        : PixelBuffer({0, 0, framebuffer.width(), framebuffer.height()}),
+          _framebuffer(framebuffer) {}
+
+    int readPixelColors(int x, int y, float (*colors)[4], unsigned long long width,
+                        unsigned long long height, unsigned int stride) const override {
+        return read(x, y, &colors[0][0], 4, GL_RGBA, width, height, stride);
+    }
+    int readPixelDepth(int x, int y, float* depths, unsigned long long width,
+                       unsigned long long height, unsigned int stride) const override {
+        return read(x, y, depths, 1, GL_DEPTH_COMPONENT, width, height, stride);
+    }
+
+private:
+    int read(int x, int y, float* target, long long components, unsigned format,
+             unsigned long long width, unsigned long long height, unsigned stride) const {
+        const auto clip = [](long long from, unsigned long long length, long long size) {
+            const auto wanted =
+                static_cast<long long>(std::min<unsigned long long>(length, 0x7FFFFFFFU));
+            const long long to = std::min(from + wanted, size);
+            return std::array<long long, 2>{std::max<long long>(from, 0), to};
+        };
+        const auto [left, right] = clip(x, width, Width);
+        const auto [bottom, top] = clip(y, height, Height);
+        if (right <= left || top <= bottom) return 0;
+        const long long row =
+            stride != 0 ? static_cast<long long>(stride) : static_cast<long long>(width);
+        float* const first = target + ((bottom - y) * row + (left - x)) * components;
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, _framebuffer.resolved());
+        glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        glPixelStorei(GL_PACK_ROW_LENGTH, static_cast<GLint>(row));
+        glReadPixels(static_cast<GLint>(left), static_cast<GLint>(bottom),
+                     static_cast<GLsizei>(right - left), static_cast<GLsizei>(top - bottom), format,
+                     GL_FLOAT, first);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+        _framebuffer.bind();
+        return static_cast<int>((right - left) * (top - bottom));
+    }
+
+    const GLFramebuffer& _framebuffer;
+};
+
+GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
+    : _context(context),
+      _width(width),
+      _height(height),
+      _samples(std::clamp(samples, 1, std::max(1, context.limits().maxSamples))) {
+    checkSize(context.limits(), width, height);
+    _color = renderbuffer(colorFormat, width, height, _samples);
+    _depth = renderbuffer(depthFormat, width, height, _samples);
+    _framebuffer = framebuffer(_color, _depth);
+    if (_samples == 1) return;
+    _resolvedColor = renderbuffer(colorFormat, width, height, 1);
+    _resolvedDepth = renderbuffer(depthFormat, width, height, 1);
+    _resolved = framebuffer(_resolvedColor, _resolvedDepth);
+}
+
+GLFramebuffer::~GLFramebuffer() = default;
+
+void GLFramebuffer::bind() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer.number());
+    glViewport(0, 0, _width, _height);
+}
+
+void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
+    const float farPlane = 1.0F;
+    glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
+    glClearNamedFramebufferfv(_framebuffer.number(), GL_DEPTH, 0, &farPlane);
+}
+
+unsigned GLFramebuffer::resolved() const {
+    if (_samples == 1) return _framebuffer.number();
+    glBlitNamedFramebuffer(_framebuffer.number(), _resolved.number(), 0, 0, _width, _height, 0, 0,
+                           _width, _height, GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT, GL_NEAREST);
+    return _resolved.number();
+}
+
+void GLFramebuffer::readColors(std::span<std::uint8_t> pixels) const {
+    const std::size_t needed =
+        static_cast<std::size_t>(_width) * static_cast<std::size_t>(_height) * 4;
+    if (pixels.size() < needed) {
+        throw GLRenderException(GL_INVALID_VALUE,
+                                "expected room for " + std::to_string(needed) + " bytes, got " +
+                                    std::to_string(pixels.size()),
+                                "GLFramebuffer::readColors", __FILE__, __LINE__);
+    }
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, resolved());
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, _width, _height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+    bind();
+}
+
+Keel::StrongPtr<PixelBuffer> GLFramebuffer::pixelBuffer() const {
+    return Keel::StrongPtr<PixelBuffer>(new FramebufferPixels(*this));
+}
+
+} // namespace Mirk

@@ -1,0 +1,59 @@
+#pragma once
+// Pictures without a window, and their read-back; stands on GLContext.
+
+#include <Polypia/PixelBuffer.hpp>
+#include <PolypiaGL/GLContext.hpp>
+#include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/export.hpp>
+
+#include <keel/StrongPtr.hpp>
+#include <rookery/Coordinates.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace Mirk {
+
+/// A picture of 8 bits for each of red, green, blue and alpha, with depth, to be drawn into. Needs
+/// its context current.
+class POLYPIAGL_EXPORT GLFramebuffer {
+public:
+    /// Size in pixels. `samples`: of each pixel, 1 for none; held within what the driver has.
+    /// Throws a GLRenderException that names the limit if the size is not from 1 to that.
+    GLFramebuffer(GLContext& context, int width, int height, int samples);
+    ~GLFramebuffer();
+
+    int width() const { return _width; }
+    int height() const { return _height; }
+    int samples() const { return _samples; }
+
+    /// Draws go here from now on, to the whole picture.
+    void bind() const;
+    /// Fills the picture, and the depth with the far plane.
+    void clear(const Skua::rgba_float_t& color) const;
+    /// Copies the picture: red, green, blue and alpha of each pixel, row 0 at the bottom, without
+    /// gaps. `pixels` has room for width * height * 4 bytes.
+    void readColors(std::span<std::uint8_t> pixels) const;
+    /// Read-back of rectangles, for the life of this object.
+    Keel::StrongPtr<PixelBuffer> pixelBuffer() const;
+
+private:
+    friend class FramebufferPixels;
+
+    /// The framebuffer with one sample for each pixel, brought up to date.
+    unsigned resolved() const;
+
+    GLContext& _context;
+    int _width;
+    int _height;
+    int _samples;
+    GL::RenderbufferId _color;
+    GL::RenderbufferId _depth;
+    GL::FramebufferId _framebuffer;
+    GL::RenderbufferId _resolvedColor;
+    GL::RenderbufferId _resolvedDepth;
+    GL::FramebufferId _resolved;
+};
+
+} // namespace Mirk

@@ -1,0 +1,150 @@
+#pragma once
+// Buffers of vertices, uniforms and storage; internal to the backend, stands on Machine.
+
+#include <Polypia/RenderTentacles.hpp>
+#include <PolypiaGL/elementFormat.hpp>
+#include <PolypiaGL/glMachine.hpp>
+
+#include <functional>
+#include <string>
+
+namespace Mirk::GL {
+
+/// A buffer object with the operations of MapMemory, for tentacles to forward to. The object is
+/// made at the first need.
+class BufferMemory {
+public:
+    explicit BufferMemory(MachinePtr machine) : _machine(std::move(machine)) {}
+
+    std::size_t bytes() const { return _bytes; }
+    bool resize(std::size_t bytes);
+    bool upload(const void* data, std::size_t bytes);
+    bool write(std::size_t offset, const void* data, std::size_t bytes);
+    bool read(std::size_t offset, void* data, std::size_t bytes) const;
+    void* map();
+    bool unmap();
+    std::uint64_t native() const { return _id.number(); }
+    /// Fills the whole buffer with zeros.
+    void clear();
+
+    unsigned number() const { return _id.number(); }
+    const MachinePtr& machine() const { return _machine; }
+
+private:
+    bool covers(std::size_t offset, std::size_t bytes) const;
+
+    MachinePtr _machine;
+    BufferId _id;
+    std::size_t _bytes = 0;
+};
+
+class GLUniformBuffer : public UniformBuffer {
+public:
+    GLUniformBuffer(const MachinePtr& machine, std::size_t bytes);
+
+    std::size_t bytes() const override { return _memory.bytes(); }
+    bool resize(std::size_t bytes) override { return _memory.resize(bytes); }
+    bool upload(const void* data, std::size_t bytes) override {
+        return _memory.upload(data, bytes);
+    }
+    bool write(std::size_t offset, const void* data, std::size_t bytes) override {
+        return _memory.write(offset, data, bytes);
+    }
+    bool read(std::size_t offset, void* data, std::size_t bytes) const override {
+        return _memory.read(offset, data, bytes);
+    }
+    void* map() override { return _memory.map(); }
+    bool unmap() override { return _memory.unmap(); }
+    std::uint64_t native() const override { return _memory.native(); }
+    std::size_t memsize() const override { return _memory.bytes(); }
+
+    /// Binds the whole buffer; an empty one unbinds.
+    void bind(unsigned bindingPoint) const;
+
+private:
+    BufferMemory _memory;
+};
+
+/// A storage buffer. Data of the caller are copied at once, those of a function when the buffer is
+/// activated for the first time.
+///
+/// At key 8192 of a polyp it is bound in pieces, as Polyp::prepareWave has worked out; otherwise
+/// whole.
+class GLStorageBuffer : public RenderBasin::StorageBufferTentacle {
+public:
+    GLStorageBuffer(const MachinePtr& machine, StorageFlags flags);
+
+    bool activate(const Polyp& polyp) override;
+    bool deactivate(const Polyp& polyp) override;
+    std::size_t memsize() const override;
+    std::size_t NumberOfElements() const override { return _elements; }
+    StorageFlags storageFlags() const override { return _flags; }
+    bool bindToProgram(const RenderBasin::ProgramPtr& program, const char* blockName,
+                       Seagrass* seagrass) override;
+
+    std::size_t bytes() const override;
+    bool resize(std::size_t bytes) override { return _memory.resize(bytes); }
+    bool upload(const void* data, std::size_t bytes) override;
+    bool write(std::size_t offset, const void* data, std::size_t bytes) override;
+    bool read(std::size_t offset, void* data, std::size_t bytes) const override;
+    void* map() override;
+    bool unmap() override { return _memory.unmap(); }
+    std::uint64_t native() const override { return _memory.native(); }
+
+    /// The data, to be uploaded at need.
+    void setSource(const RenderBasin::ChunkPtr& chunk) { _source = chunk; }
+    void setZero(std::size_t bytes);
+    /// Binds what the current pass of the polyp needs.
+    void bind(unsigned bindingPoint, const Polyp& polyp);
+
+private:
+    void uploadSource() const;
+    bool isBoundInChunks(const Polyp& polyp) const;
+
+    mutable BufferMemory _memory;
+    StorageFlags _flags;
+    mutable RenderBasin::ChunkPtr _source;
+    std::size_t _elements = 0;
+};
+
+/// Data of vertices, or the indices that tell their order. The chunk is kept until the first
+/// activation, which uploads it.
+class GLVertexAttribute : public RenderBasin::VertexAttribute {
+public:
+    /// The element format must be known; doubles are narrowed to float.
+    GLVertexAttribute(const MachinePtr& machine, const RenderBasin::ChunkPtr& data, int number,
+                      std::string name);
+
+    bool activate(const Polyp& polyp) override;
+    bool deactivate(const Polyp& polyp) override;
+    std::size_t memsize() const override { return bytes(); }
+    std::size_t NumberOfElements() const override { return _isIndices ? 0 : _elements; }
+    RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive) const override;
+    std::size_t bytes() const override;
+
+    /// Elements whatever they are, indices included.
+    std::size_t elements() const { return _elements; }
+    unsigned type() const { return _format.isDouble() ? unsigned{GL_FLOAT} : _format.type; }
+    const BufferMemory& memory() const { return _memory; }
+
+private:
+    int location(const Polyp& polyp) const;
+    void uploadSource();
+    void setLayout(unsigned location) const;
+    std::size_t elementBytes() const;
+
+    BufferMemory _memory;
+    RenderBasin::ChunkPtr _source;
+    ElementFormat _format;
+    std::size_t _elements;
+    std::string _name;
+    int _number;
+    bool _isIndices;
+    int _location = -1; // while active
+};
+
+/// The generic attribute of an attribute number of the library, to be bound ahead of linking: the
+/// one that the fixed-function name aliases.
+int genericAttribute(int number);
+
+} // namespace Mirk::GL

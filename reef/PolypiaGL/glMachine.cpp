@@ -1,0 +1,46 @@
+#include <PolypiaGL/glMachine.hpp>
+
+#include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/glErrors.hpp>
+
+#include <keel/VerboseStream.hpp>
+
+namespace Mirk::GL {
+
+namespace {
+
+// A quarter of a million vertices keeps a driver on the CPU at a few dozen megabytes, and costs
+// less than a tenth of its time.
+constexpr std::size_t softwareQueue = 250000;
+
+} // namespace
+
+Machine::Machine(GLContext& theContext) : context(theContext), vertexArray(createVertexArray()) {
+    if (context.isSoftware()) queuedVertices = softwareQueue;
+}
+
+Machine::~Machine() = default;
+
+unsigned Machine::useProgram(unsigned program) {
+    const unsigned previous = _program;
+    if (program != previous) glUseProgram(program);
+    _program = program;
+    return previous;
+}
+
+void Machine::check(const char* call) const {
+    if (!checksErrors) return;
+    const auto errors = drainErrors(call);
+    if (errors.empty()) return;
+    throw GLRenderException(static_cast<int>(errors.front().code), errors.front().text(), call,
+                            "PolypiaGL", 0);
+}
+
+void Machine::report(const char* call) const noexcept {
+    if (!checksErrors) return;
+    for (const Error& error : drainErrors(call)) {
+        Keel::VerboseStream("GL").print("%s", error.text().c_str());
+    }
+}
+
+} // namespace Mirk::GL

@@ -1,0 +1,573 @@
+#include <PolypiaGL/glProgram.hpp>
+
+#include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/fixedMatrices.hpp>
+#include <PolypiaGL/glBuffers.hpp>
+#include <PolypiaGL/glTexture.hpp>
+#include <PolypiaGL/glslLog.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+namespace Mirk::GL {
+
+namespace {
+
+using Variant = RenderNamespace::ProgramVariables::Variant;
+using FloatPoint = Skua::Coordinates<Skua::Cartesian3D, float>::point;
+
+constexpr const char* linkFunction = "RenderBasin::createProgram";
+
+unsigned shaderType(Stage stage) {
+    switch (stage) {
+    case Stage::Vertex:
+        return GL_VERTEX_SHADER;
+    case Stage::Geometry:
+        return GL_GEOMETRY_SHADER;
+    case Stage::Fragment:
+        return GL_FRAGMENT_SHADER;
+    case Stage::Compute:
+        return GL_COMPUTE_SHADER;
+    }
+    return 0;
+}
+
+std::string shaderLog(unsigned shader) {
+    GLint length = 0;
+    glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
+    std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
+    glGetShaderInfoLog(shader, static_cast<GLsizei>(log.size()), nullptr, log.data());
+    log.resize(std::strlen(log.c_str()));
+    return log;
+}
+
+std::string programLog(unsigned program) {
+    GLint length = 0;
+    glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
+    std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
+    glGetProgramInfoLog(program, static_cast<GLsizei>(log.size()), nullptr, log.data());
+    log.resize(std::strlen(log.c_str()));
+    return log;
+}
+
+/// "vertex and fragment stage"
+std::string stageNames(const std::vector<StageSource>& stages) {
+    std::string names;
+    for (std::size_t i = 0; i < stages.size(); ++i) {
+        if (i > 0) names += i + 1 == stages.size() ? " and " : ", ";
+        names += stageName(stages[i].stage);
+    }
+    return names + " stage";
+}
+
+/// An active resource of the program: its name without "[0]", type, array size and location.
+struct Resource {
+    std::string name;
+    unsigned type;
+    int size;
+    int location;
+};
+
+std::vector<Resource> resources(unsigned program, unsigned interface) {
+    GLint number = 0;
+    GLint longest = 1;
+    glGetProgramInterfaceiv(program, interface, GL_ACTIVE_RESOURCES, &number);
+    glGetProgramInterfaceiv(program, interface, GL_MAX_NAME_LENGTH, &longest);
+    std::vector<Resource> found;
+    std::string name(static_cast<std::size_t>(std::max(longest, 1)), '\0');
+    constexpr std::array<GLenum, 3> wanted{GL_TYPE, GL_ARRAY_SIZE, GL_LOCATION};
+    for (GLuint index = 0; index < static_cast<GLuint>(number); ++index) {
+        std::array<GLint, 3> values{};
+        glGetProgramResourceiv(program, interface, index, 3, wanted.data(), 3, nullptr,
+                               values.data());
+        GLsizei length = 0;
+        glGetProgramResourceName(program, interface, index, longest, &length, name.data());
+        std::string text(name, 0, static_cast<std::size_t>(length));
+        if (text.ends_with("[0]")) text.resize(text.size() - 3);
+        found.push_back({text, static_cast<unsigned>(values[0]), values[1], values[2]});
+    }
+    return found;
+}
+
+/// The components of a value as doubles, the form from which all uniforms can be set.
+struct Components {
+    std::vector<double> values;
+    int perElement = 1;
+};
+
+template<class T>
+void append(std::vector<double>& values, const T& value) {
+    if constexpr (std::is_arithmetic_v<T>) {
+        values.push_back(static_cast<double>(value));
+    } else {
+        // Points, arrays and matrices hold nothing but their components, one after the other.
+        using Component = std::remove_cvref_t<decltype(*value.data())>;
+        for (std::size_t i = 0; i < sizeof(T) / sizeof(Component); ++i) {
+            values.push_back(static_cast<double>(value.data()[i]));
+        }
+    }
+}
+
+Components components(const Variant& value) {
+    return std::visit(
+        []<class T>(const T& content) {
+            Components result;
+            if constexpr (std::is_same_v<T, std::vector<FloatPoint>> ||
+                          std::is_same_v<T, std::vector<Skua::FixedArray<float, 3>>>) {
+                for (const auto& element : content) append(result.values, element);
+                result.perElement = 3;
+            } else {
+                append(result.values, content);
+                result.perElement = static_cast<int>(result.values.size());
+            }
+            return result;
+        },
+        value);
+}
+
+/// The value relative to the origin if it is a point. Only single points are: those in arrays are
+/// relative to something already.
+Variant relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& value) {
+    if (const auto* const point = std::get_if<Skua::PhysicalSpace::point>(&value)) {
+        return *point - origin;
+    }
+    if (const auto* const point = std::get_if<FloatPoint>(&value)) {
+        // Rounded last, after the subtraction in double precision.
+        return FloatPoint{static_cast<float>(static_cast<double>(point->x) - origin.x),
+                          static_cast<float>(static_cast<double>(point->y) - origin.y),
+                          static_cast<float>(static_cast<double>(point->z) - origin.z)};
+    }
+    return value;
+}
+
+/// Shape of a uniform type.
+struct Shape {
+    enum Base { Float, Int, Unsigned, Double } base;
+    int components; ///< of a vector
+    int columns;    ///< of a square matrix, 0 for none
+};
+
+Shape shapeOf(unsigned type) {
+    switch (type) {
+    case GL_FLOAT:
+        return {Shape::Float, 1, 0};
+    case GL_FLOAT_VEC2:
+        return {Shape::Float, 2, 0};
+    case GL_FLOAT_VEC3:
+        return {Shape::Float, 3, 0};
+    case GL_FLOAT_VEC4:
+        return {Shape::Float, 4, 0};
+    case GL_DOUBLE:
+        return {Shape::Double, 1, 0};
+    case GL_DOUBLE_VEC2:
+        return {Shape::Double, 2, 0};
+    case GL_DOUBLE_VEC3:
+        return {Shape::Double, 3, 0};
+    case GL_DOUBLE_VEC4:
+        return {Shape::Double, 4, 0};
+    case GL_UNSIGNED_INT:
+        return {Shape::Unsigned, 1, 0};
+    case GL_UNSIGNED_INT_VEC2:
+        return {Shape::Unsigned, 2, 0};
+    case GL_UNSIGNED_INT_VEC3:
+        return {Shape::Unsigned, 3, 0};
+    case GL_UNSIGNED_INT_VEC4:
+        return {Shape::Unsigned, 4, 0};
+    case GL_INT_VEC2:
+    case GL_BOOL_VEC2:
+        return {Shape::Int, 2, 0};
+    case GL_INT_VEC3:
+    case GL_BOOL_VEC3:
+        return {Shape::Int, 3, 0};
+    case GL_INT_VEC4:
+    case GL_BOOL_VEC4:
+        return {Shape::Int, 4, 0};
+    case GL_FLOAT_MAT2:
+        return {Shape::Float, 4, 2};
+    case GL_FLOAT_MAT3:
+        return {Shape::Float, 9, 3};
+    case GL_FLOAT_MAT4:
+        return {Shape::Float, 16, 4};
+    default: // int, bool, samplers and images
+        return {Shape::Int, 1, 0};
+    }
+}
+
+template<class T>
+std::vector<T> converted(const std::vector<double>& values) {
+    std::vector<T> result(values.size());
+    std::transform(values.begin(), values.end(), result.begin(), [](double value) {
+        if constexpr (std::is_floating_point_v<T>) {
+            return static_cast<T>(value);
+        } else {
+            // Out of range the conversion would be undefined.
+            constexpr auto lowest = static_cast<double>(std::numeric_limits<T>::lowest());
+            constexpr auto highest = static_cast<double>(std::numeric_limits<T>::max());
+            return static_cast<T>(value >= lowest ? std::min(value, highest) : lowest);
+        }
+    });
+    return result;
+}
+
+/// The elements cut or filled up to the number of components of the uniform: what is missing is 0,
+/// and 1 in the fourth place.
+std::vector<double> fitted(const Components& given, int wanted, int elements) {
+    const int available = static_cast<int>(given.values.size()) / std::max(given.perElement, 1);
+    std::vector<double> result;
+    for (int e = 0; e < std::min(elements, available); ++e) {
+        for (int c = 0; c < wanted; ++c) {
+            const bool has = c < given.perElement;
+            const auto index = static_cast<std::size_t>(e * given.perElement + c);
+            result.push_back(has ? given.values[index] : wanted == 4 && c == 3 ? 1.0 : 0.0);
+        }
+    }
+    return result;
+}
+
+void setFloats(unsigned program, int location, int count, int components, const float* values) {
+    switch (components) {
+    case 1:
+        return glProgramUniform1fv(program, location, count, values);
+    case 2:
+        return glProgramUniform2fv(program, location, count, values);
+    case 3:
+        return glProgramUniform3fv(program, location, count, values);
+    default:
+        return glProgramUniform4fv(program, location, count, values);
+    }
+}
+
+void setDoubles(unsigned program, int location, int count, int components, const double* values) {
+    switch (components) {
+    case 1:
+        return glProgramUniform1dv(program, location, count, values);
+    case 2:
+        return glProgramUniform2dv(program, location, count, values);
+    case 3:
+        return glProgramUniform3dv(program, location, count, values);
+    default:
+        return glProgramUniform4dv(program, location, count, values);
+    }
+}
+
+void setInts(unsigned program, int location, int count, int components, const int* values) {
+    switch (components) {
+    case 1:
+        return glProgramUniform1iv(program, location, count, values);
+    case 2:
+        return glProgramUniform2iv(program, location, count, values);
+    case 3:
+        return glProgramUniform3iv(program, location, count, values);
+    default:
+        return glProgramUniform4iv(program, location, count, values);
+    }
+}
+
+void setUnsigneds(unsigned program, int location, int count, int components,
+                  const unsigned* values) {
+    switch (components) {
+    case 1:
+        return glProgramUniform1uiv(program, location, count, values);
+    case 2:
+        return glProgramUniform2uiv(program, location, count, values);
+    case 3:
+        return glProgramUniform3uiv(program, location, count, values);
+    default:
+        return glProgramUniform4uiv(program, location, count, values);
+    }
+}
+
+void setMatrices(unsigned program, int location, int count, int columns, const float* values) {
+    switch (columns) {
+    case 2:
+        return glProgramUniformMatrix2fv(program, location, count, GL_FALSE, values);
+    case 3:
+        return glProgramUniformMatrix3fv(program, location, count, GL_FALSE, values);
+    default:
+        return glProgramUniformMatrix4fv(program, location, count, GL_FALSE, values);
+    }
+}
+
+int maximumVertices(const ProgramParameters& parameters) {
+    const auto found = parameters.find("GeometryMaxVertices");
+    if (found == parameters.end()) return AdaptOptions().maxVertices;
+    const int* const number = std::get_if<int>(&found->second);
+    return number != nullptr ? *number : AdaptOptions().maxVertices;
+}
+
+} // namespace
+
+GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
+                     RenderNamespace::GeometryInputType input,
+                     RenderNamespace::GeometryOutputType output,
+                     const ProgramParameters& parameters, const std::string& platformDefines)
+    : _machine(std::move(machine)) {
+    AdaptOptions options;
+    options.profile = _machine->context.profile();
+    options.extensions = _machine->context.extensions();
+    options.platformDefines = platformDefines;
+    options.geometryInput = static_cast<GeometryInput>(input);
+    options.geometryOutput = static_cast<GeometryOutput>(output);
+    options.maxVertices = maximumVertices(parameters);
+    std::vector<StageText> texts;
+    for (const StageSource& source : stages) texts.push_back({source.stage, source.code});
+    const AdaptedProgram adapted = adaptProgram(texts, options);
+    link(stages, adapted);
+    readInterface();
+    _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
+    _writesClipDistances = std::any_of(adapted.stages.begin(), adapted.stages.end(), [](auto& s) {
+        return s.text.find("gl_ClipDistance") != std::string::npos;
+    });
+}
+
+ShaderId GLProgram::compile(const AdaptedStage& stage, const StageSource& source,
+                            const LineTable& lines) const {
+    ShaderId shader = createShader(shaderType(stage.stage));
+    const char* const text = stage.text.c_str();
+    const auto length = static_cast<GLint>(stage.text.size());
+    glShaderSource(shader.number(), 1, &text, &length);
+    glCompileShader(shader.number());
+    GLint compiled = GL_FALSE;
+    glGetShaderiv(shader.number(), GL_COMPILE_STATUS, &compiled);
+    if (compiled == GL_TRUE) return shader;
+    GLRenderException exception(0, std::string(stageName(stage.stage)) + " stage does not compile",
+                                linkFunction, source.name.c_str(),
+                                static_cast<unsigned>(std::max(source.line, 0)));
+    exception.shaderLog = mapCompilerLog(shaderLog(shader.number()), lines, stage.version);
+    if (exception.shaderLog.empty()) exception.shaderLog = "\nthe driver gave no message\n";
+    exception.shaderCode = source.code;
+    throw exception;
+}
+
+void GLProgram::link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted) {
+    std::vector<ShaderId> shaders;
+    for (std::size_t i = 0; i < stages.size(); ++i) {
+        shaders.push_back(compile(adapted.stages[i], stages[i], adapted.lines));
+    }
+    _id = createProgram();
+    for (const ShaderId& shader : shaders) glAttachShader(_id.number(), shader.number());
+    for (int n = 0; n <= RenderNamespace::FourthTextureCoordinates; ++n) {
+        glBindAttribLocation(
+            _id.number(), static_cast<GLuint>(genericAttribute(n)),
+            RenderBasin::AttributeNames(static_cast<RenderNamespace::VertexAttributeTypes>(n)));
+    }
+    glLinkProgram(_id.number());
+    for (const ShaderId& shader : shaders) glDetachShader(_id.number(), shader.number());
+    GLint linked = GL_FALSE;
+    glGetProgramiv(_id.number(), GL_LINK_STATUS, &linked);
+    if (linked == GL_TRUE) return;
+    const std::string names = stageNames(stages);
+    GLRenderException exception(0, names + " do not link", linkFunction, stages[0].name.c_str(), 0);
+    exception.shaderLog = mapLinkerLog(programLog(_id.number()), adapted.lines, names);
+    if (exception.shaderLog.empty()) exception.shaderLog = "\nthe driver gave no message\n";
+    std::string code;
+    for (const StageSource& source : stages) code += source.code;
+    exception.shaderCode = code;
+    throw exception;
+}
+
+void GLProgram::readInterface() {
+    for (const Resource& uniform : resources(_id.number(), GL_UNIFORM)) {
+        _uniforms[uniform.name] = {uniform.location, uniform.type, uniform.size};
+        const bool own = uniform.name.starts_with(ownNamePrefix);
+        if (own || uniform.name.starts_with("gl_")) _usesMatrices = true;
+    }
+    for (const Resource& input : resources(_id.number(), GL_PROGRAM_INPUT)) {
+        _attributes[input.name] = input.location;
+    }
+    GLint input = 0;
+    // An error for a program without geometry stage, which is then dropped.
+    glGetProgramiv(_id.number(), GL_GEOMETRY_INPUT_TYPE, &input);
+    if (glGetError() == GL_NO_ERROR) {
+        _takesLines = input == GL_LINES || input == GL_LINES_ADJACENCY;
+    }
+}
+
+bool GLProgram::activate(const Polyp&) {
+    _previous = _machine->useProgram(_id.number());
+    _machine->check("Program::activate");
+    return true;
+}
+
+bool GLProgram::deactivate(const Polyp&) {
+    setClipDistances(false);
+    _machine->useProgram(_previous);
+    _machine->report("Program::deactivate");
+    return true;
+}
+
+std::size_t GLProgram::memsize() const {
+    std::size_t bytes = 0;
+    for (const auto& [name, texture] : SamplerBindings) {
+        if (texture) bytes += texture->memsize();
+    }
+    return bytes;
+}
+
+void GLProgram::prepare(const Polyp& polyp) {
+    _machine->useProgram(_id.number());
+    setInteger("zelk_CurrentViewID", static_cast<int>(_machine->currentView));
+    if (_usesMatrices && _sentMatrices != _machine->matrixStamp) sendMatrices();
+    sendChanges();
+    bindBlocks(polyp);
+    bindSamplers(polyp);
+    setClipDistances(true);
+    _machine->check("Program::prepare");
+}
+
+void GLProgram::setClipDistances(bool enabled) const {
+    if (!_writesClipDistances) return;
+    for (const GLenum distance : {GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1}) {
+        if (enabled) {
+            glEnable(distance);
+        } else {
+            glDisable(distance);
+        }
+    }
+}
+
+void GLProgram::sendChanges() {
+    const auto sendIfChanged = [&](const std::string& name, const Variant& value) {
+        const auto found = _sent.find(name);
+        if (found != _sent.end() && found->second == value) return;
+        send(name, relativeTo(_worldOrigin, value));
+        _sent[name] = value;
+    };
+    // The first map wins over the others.
+    forEachKind([&](const auto& values) {
+        for (const auto& [name, value] : values) {
+            if (find(name) == end()) sendIfChanged(name, value);
+        }
+    });
+    for (const auto& [name, value] : *this) sendIfChanged(name, value);
+}
+
+void GLProgram::setProgramVariable(const std::string& name,
+                                   const ProgramVariables::value_type& variable,
+                                   const RenderBasin::FloatedOrigin& origin) const {
+    _worldOrigin = origin.worldOrigin;
+    send(name, relativeTo(origin.worldOrigin, variable.second));
+    _sent[name] = variable.second;
+}
+
+void GLProgram::send(const std::string& name, const Variant& value) const {
+    const auto found = _uniforms.find(name);
+    if (found == _uniforms.end() || found->second.location < 0) return;
+    const Uniform& uniform = found->second;
+    const Shape shape = shapeOf(uniform.type);
+    const std::vector<double> values = fitted(components(value), shape.components, uniform.size);
+    const int count = static_cast<int>(values.size()) / shape.components;
+    if (count == 0) return;
+    const unsigned program = _id.number();
+    if (shape.columns != 0) {
+        setMatrices(program, uniform.location, count, shape.columns,
+                    converted<float>(values).data());
+    } else if (shape.base == Shape::Float) {
+        setFloats(program, uniform.location, count, shape.components,
+                  converted<float>(values).data());
+    } else if (shape.base == Shape::Double) {
+        setDoubles(program, uniform.location, count, shape.components, values.data());
+    } else if (shape.base == Shape::Unsigned) {
+        setUnsigneds(program, uniform.location, count, shape.components,
+                     converted<unsigned>(values).data());
+    } else {
+        setInts(program, uniform.location, count, shape.components, converted<int>(values).data());
+    }
+}
+
+void GLProgram::setInteger(const char* name, int value) {
+    const auto found = _uniforms.find(name);
+    if (found == _uniforms.end()) return;
+    if (found->second.type == GL_UNSIGNED_INT) {
+        glProgramUniform1ui(_id.number(), found->second.location, static_cast<GLuint>(value));
+    } else {
+        glProgramUniform1i(_id.number(), found->second.location, value);
+    }
+}
+
+bool GLProgram::hasUniform(const char* name) const {
+    return _uniforms.find(name) != _uniforms.end();
+}
+
+int GLProgram::uniformLocation(const char* name) const {
+    const auto found = _uniforms.find(name);
+    return found != _uniforms.end() ? found->second.location : -1;
+}
+
+int GLProgram::attributeLocation(const std::string& name) const {
+    const auto found = _attributes.find(name);
+    return found != _attributes.end() ? found->second : -1;
+}
+
+bool GLProgram::bindUniformBlock(const char* blockName, const UniformBufferPtr& buffer) {
+    const GLuint index = glGetUniformBlockIndex(_id.number(), blockName);
+    if (index == GL_INVALID_INDEX) return false;
+    glUniformBlockBinding(_id.number(), index, index);
+    _uniformBlocks[index] = buffer;
+    return true;
+}
+
+bool GLProgram::bindStorageBlock(const char* blockName,
+                                 const Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>& buffer) {
+    const GLuint index =
+        glGetProgramResourceIndex(_id.number(), GL_SHADER_STORAGE_BLOCK, blockName);
+    if (index == GL_INVALID_INDEX) return false;
+    glShaderStorageBlockBinding(_id.number(), index, index);
+    _storageBlocks[index] = buffer;
+    return true;
+}
+
+void GLProgram::bindBlocks(const Polyp& polyp) {
+    for (const auto& [point, buffer] : _uniformBlocks) {
+        const Keel::StrongPtr<GLUniformBuffer, Polyp::Tentacle> own(buffer);
+        if (own) own->bind(point);
+    }
+    for (const auto& [point, buffer] : _storageBlocks) {
+        const Keel::StrongPtr<GLStorageBuffer, Polyp::Tentacle> own(buffer);
+        if (own) own->bind(point, polyp);
+    }
+}
+
+void GLProgram::bindSamplers(const Polyp& polyp) {
+    for (const auto& [name, texture] : SamplerBindings) {
+        if (!texture || !texture->activate(polyp)) continue;
+        setInteger(name.c_str(), texture->getTextureUnit());
+    }
+    const auto [first, last] = polyp.get_range(Polyp::TextureKey, Polyp::TextureKey);
+    for (auto entry = first; entry != last; ++entry) {
+        const Keel::StrongPtr<GLTexture, Polyp::Tentacle> texture(entry->second);
+        if (texture) setInteger(texture->samplerName.c_str(), texture->getTextureUnit());
+    }
+}
+
+void GLProgram::sendMatrices() {
+    _sentMatrices = _machine->matrixStamp;
+    if (_machine->context.profile() == Profile::Compatibility) {
+        glMatrixMode(GL_PROJECTION);
+        glLoadMatrixd(_machine->projection.data());
+        glMatrixMode(GL_MODELVIEW);
+        glLoadMatrixd(_machine->modelView.data());
+        return;
+    }
+    for (const auto& [name, values] : fixedMatrices(_machine->projection, _machine->modelView)) {
+        const auto found = _uniforms.find(std::string(ownNamePrefix) + name);
+        if (found == _uniforms.end()) continue;
+        setMatrices(_id.number(), found->second.location, 1, values.size() == 9 ? 3 : 4,
+                    converted<float>(values).data());
+    }
+}
+
+Keel::StrongPtr<GLProgram, Polyp::Tentacle> currentProgram(const Polyp& polyp,
+                                                           const Machine& machine) {
+    const auto [first, last] = polyp.get_programs();
+    for (auto entry = first; entry != last; ++entry) {
+        const Keel::StrongPtr<GLProgram, Polyp::Tentacle> program(entry->second);
+        if (program && program->nativeHandle() == machine.currentProgram()) return program;
+    }
+    return {};
+}
+
+} // namespace Mirk::GL

@@ -1,0 +1,93 @@
+#pragma once
+// Shader programs; internal to the backend, stands on the adaptation of GLSL and on Machine.
+
+#include <Polypia/RenderTentacles.hpp>
+#include <PolypiaGL/glMachine.hpp>
+#include <PolypiaGL/glslAdapt.hpp>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Mirk::GL {
+
+class GLStorageBuffer;
+class GLUniformBuffer;
+
+/// One stage as it was composed.
+struct StageSource {
+    Stage stage;
+    std::string code;
+    std::string name; ///< file for messages
+    int line;         ///< of the first line of the code in that file
+};
+
+class GLProgram : public RenderBasin::Program {
+public:
+    /// Compiles and links. Throws a GLRenderException with log and code.
+    GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
+              RenderNamespace::GeometryInputType input, RenderNamespace::GeometryOutputType output,
+              const ProgramParameters& parameters, const std::string& platformDefines);
+
+    bool activate(const Polyp& polyp) override;
+    bool deactivate(const Polyp& polyp) override;
+    /// Of the textures that it samples.
+    std::size_t memsize() const override;
+
+    void prepare(const Polyp& polyp) override;
+    void setProgramVariable(const std::string& name, const ProgramVariables::value_type& variable,
+                            const RenderBasin::FloatedOrigin& origin) const override;
+    bool hasUniform(const char* name) const override;
+    int uniformLocation(const char* name) const override;
+    bool bindUniformBlock(const char* blockName, const UniformBufferPtr& buffer) override;
+    std::uint64_t nativeHandle() const override { return _id.number(); }
+
+    bool bindStorageBlock(const char* blockName,
+                          const Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>& buffer);
+    bool isCompute() const { return _isCompute; }
+    /// Whether its geometry stage takes lines.
+    bool takesLines() const { return _takesLines; }
+    int attributeLocation(const std::string& name) const;
+    /// Sets an integer or sampler if the program declares it.
+    void setInteger(const char* name, int value);
+
+private:
+    struct Uniform {
+        int location;
+        unsigned type;
+        int size;
+    };
+
+    ShaderId compile(const AdaptedStage& stage, const StageSource& source,
+                     const LineTable& lines) const;
+    void link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted);
+    void readInterface();
+    void sendChanges();
+    void send(const std::string& name, const ProgramVariables::Variant& value) const;
+    void sendMatrices();
+    void bindBlocks(const Polyp& polyp);
+    void bindSamplers(const Polyp& polyp);
+    void setClipDistances(bool enabled) const;
+
+    MachinePtr _machine;
+    ProgramId _id;
+    std::map<std::string, Uniform, std::less<>> _uniforms;
+    std::map<std::string, int, std::less<>> _attributes;
+    std::map<unsigned, UniformBufferPtr> _uniformBlocks;
+    std::map<unsigned, Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>> _storageBlocks;
+    // What the GPU has, to send only what has changed.
+    mutable std::map<std::string, ProgramVariables::Variant> _sent;
+    mutable Skua::PhysicalSpace::vector _worldOrigin;
+    std::uint64_t _sentMatrices = 0;
+    unsigned _previous = 0;
+    bool _isCompute = false;
+    bool _takesLines = false;
+    bool _writesClipDistances = false;
+    bool _usesMatrices = false;
+};
+
+/// The program of the polyp that the machine has in use; empty if it has none of these.
+Keel::StrongPtr<GLProgram, Polyp::Tentacle> currentProgram(const Polyp& polyp,
+                                                           const Machine& machine);
+
+} // namespace Mirk::GL
