@@ -1,0 +1,15 @@
+#pragma once
+// Names of the readers, for headers that only pass them on.
+
+namespace Mirk {
+
+class InputFile;
+struct PointCloud;
+struct Polylines;
+struct ReadOptions;
+class Reader;
+class ReaderError;
+class ReaderRegistry;
+struct TriangleMesh;
+
+} // namespace Mirk

@@ -1,0 +1,71 @@
+#include <Readers/meshBuilder.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace Mirk {
+
+Dataset meshOrCloud(MeshVectors&& mesh) {
+    PointCloud cloud;
+    cloud.points = makeChunk(std::move(mesh.points));
+    if (!mesh.normals.empty()) cloud.normals = makeChunk(std::move(mesh.normals));
+    if (!mesh.colors.empty()) cloud.colors = makeChunk(std::move(mesh.colors));
+    if (mesh.triangles.empty()) return cloud;
+    return TriangleMesh{std::move(cloud), makeChunk(std::move(mesh.triangles))};
+}
+
+void addFan(std::vector<std::uint32_t>& triangles, const std::vector<std::uint32_t>& corners) {
+    for (std::size_t i = 2; i < corners.size(); ++i)
+        triangles.insert(triangles.end(), {corners[0], corners[i - 1], corners[i]});
+}
+
+unsigned char byteOfFraction(double fraction) {
+    return byteOfNumber(fraction * 255);
+}
+
+unsigned char byteOfNumber(double number) {
+    return static_cast<unsigned char>(std::lround(std::clamp(number, 0.0, 255.0)));
+}
+
+std::vector<Color> colorsOfNumbers(const std::vector<std::array<float, 4>>& numbers) {
+    const bool bytes = std::any_of(numbers.begin(), numbers.end(), [](const auto& color) {
+        return *std::max_element(color.begin(), color.end()) > 1;
+    });
+    const auto toByte = bytes ? byteOfNumber : byteOfFraction;
+    std::vector<Color> colors;
+    colors.reserve(numbers.size());
+    for (const auto& [red, green, blue, alpha] : numbers) {
+        const unsigned char opacity = alpha < 0 ? 255 : toByte(alpha);
+        colors.push_back({toByte(red), toByte(green), toByte(blue), opacity});
+    }
+    return colors;
+}
+
+bool isFinite(const Point& point) {
+    return std::isfinite(point.x) && std::isfinite(point.y) && std::isfinite(point.z);
+}
+
+std::string textOf(const Point& point) {
+    char text[100];
+    std::snprintf(text, sizeof text, "(%g, %g, %g)", point.x, point.y, point.z);
+    return text;
+}
+
+std::string wrongIndex(long long got, long long first, long long last) {
+    return "expected an index from " + std::to_string(first) + " to " + std::to_string(last) +
+           ", got " + std::to_string(got);
+}
+
+std::string tooMany(std::size_t count, const std::string& what, std::size_t bytes,
+                    std::size_t most) {
+    return "expected " + std::to_string(count) + " " + what + ", but the " + std::to_string(bytes) +
+           " bytes that follow hold at most " + std::to_string(most);
+}
+
+std::string beyondIndices(std::size_t count) {
+    return "expected at most " + std::to_string(mostPoints) + " points, got " +
+           std::to_string(count);
+}
+
+} // namespace Mirk
