@@ -9,13 +9,16 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 namespace Mirk {
 namespace {
 
 constexpr std::uint64_t doneMark = 0x656e6f64; // in front of the blocks, written last
-constexpr rlim_t secondsOfComputing = 60;
+// A file of 32 MB takes a third of a second and less than 100 MB.
+constexpr rlim_t secondsOfComputing = 10;
+constexpr rlim_t bytesOfMemory = rlim_t{1} << 30;
 
 std::size_t roundedUp(std::size_t bytes) {
     return (bytes + 7) / 8 * 8;
@@ -31,13 +34,26 @@ void writeAll(int descriptor, const char* data, std::size_t bytes) {
     }
 }
 
+// A damaged number in a file can ask for any amount of either.
+void limitResources() {
+    const rlimit noCore{0, 0}, computing{secondsOfComputing, secondsOfComputing};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    ::setrlimit(RLIMIT_CPU, &computing);
+    // The address space counts, of which the parent may have taken much.
+    char text[32] = {};
+    const int statistics = ::open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    if (statistics < 0 || ::read(statistics, text, sizeof text - 1) <= 0) return;
+    const auto pages = static_cast<rlim_t>(std::strtoull(text, nullptr, 10));
+    const rlim_t most = pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) + bytesOfMemory;
+    const rlimit memory{most, most};
+    ::setrlimit(RLIMIT_AS, &memory);
+}
+
 // Leaves by _exit: whatever the parent has set up to happen at its own end must not happen twice.
 [[noreturn]] void runChild(int descriptor, const std::function<void(IsolatedOutput&)>& work) {
     if (const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC); nowhere >= 0)
         ::dup2(nowhere, STDERR_FILENO);
-    const rlimit noCore{0, 0}, computing{secondsOfComputing, secondsOfComputing};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-    ::setrlimit(RLIMIT_CPU, &computing);
+    limitResources();
     std::uint64_t mark = 0;
     writeAll(descriptor, reinterpret_cast<const char*>(&mark), sizeof mark);
     try {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 
 #include <csignal>
@@ -58,7 +59,19 @@ TEST(IsolatedWork, CannotComputeForEver) {
         output.append(&limit, sizeof limit);
     });
     ASSERT_TRUE(work.isDone());
-    EXPECT_EQ(reinterpret_cast<const rlimit*>(work.next().data())->rlim_max, 60u);
+    EXPECT_EQ(reinterpret_cast<const rlimit*>(work.next().data())->rlim_max, 10u);
+}
+
+TEST(IsolatedWork, CannotTakeAnyAmountOfMemory) {
+    IsolatedWork work([](IsolatedOutput& output) {
+        const std::size_t bytes = std::size_t{2} << 30;
+        void* const memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                                  MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        const char refused = memory == MAP_FAILED;
+        output.append(&refused, 1);
+    });
+    ASSERT_TRUE(work.isDone());
+    EXPECT_EQ(work.next()[0], 1);
 }
 
 TEST(IsolatedWork, LeavesMemoryAndStandardErrorAlone) {
