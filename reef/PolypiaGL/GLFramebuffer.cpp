@@ -123,12 +123,18 @@ GLFramebuffer::~GLFramebuffer() = default;
 void GLFramebuffer::bind() const {
     glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer.number());
     glViewport(0, 0, _width, _height);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
 }
 
 void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
     const float farPlane = 1.0F;
     glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
     glClearNamedFramebufferfv(_framebuffer.number(), GL_DEPTH, 0, &farPlane);
+}
+
+void GLFramebuffer::finish() const {
+    glFinish();
 }
 
 unsigned GLFramebuffer::resolved() const {

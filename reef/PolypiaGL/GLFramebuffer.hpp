@@ -28,10 +28,12 @@ public:
     int height() const { return _height; }
     int samples() const { return _samples; }
 
-    /// Draws go here from now on, to the whole picture.
+    /// Draws go here from now on, to the whole picture, the nearest or last on top.
     void bind() const;
     /// Fills the picture, and the depth with the far plane.
     void clear(const Skua::rgba_float_t& color) const;
+    /// Waits until all that was drawn is in the picture.
+    void finish() const;
     /// Copies the picture: red, green, blue and alpha of each pixel, row 0 at the bottom, without
     /// gaps. `pixels` has room for width * height * 4 bytes.
     void readColors(std::span<std::uint8_t> pixels) const;

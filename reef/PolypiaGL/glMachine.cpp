@@ -17,6 +17,8 @@ constexpr std::size_t softwareQueue = 250000;
 
 Machine::Machine(GLContext& theContext) : context(theContext), vertexArray(createVertexArray()) {
     if (context.isSoftware()) queuedVertices = softwareQueue;
+    // The greatest index starts a new strip.
+    glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
 }
 
 Machine::~Machine() = default;

@@ -1,0 +1,13 @@
+#version 330
+// Lines over the earth: position relative to the origin of the scene in metres, level 0 to 255 as
+// a fraction.
+in vec3 Coordinates;
+in float Level;
+uniform mat4 ModelViewProjection;
+flat out float level;
+
+void main()
+{
+    gl_Position = ModelViewProjection * vec4(Coordinates, 1.0);
+    level = Level * 255.0;
+}
