@@ -123,7 +123,7 @@ Command parseCommandLine(int argc, const char* const* argv) {
     render->add_option("--camera-view-angle", viewAngle,
                        "Height of the picture in degrees, 0.001 to 170 (30)");
     render->add_option("--background-color", background, "#RRGGBB[AA], or R,G,B[,A] from 0 to 1");
-    render->add_option("--line-width", lineWidth, "In pixels, 0.1 to 100 (1)");
+    render->add_option("--line-width", lineWidth, "In pixels, 0.1 to 100 (1.2)");
     render->add_option("--point-size", pointSize, "In pixels, 1 to 100 (3)");
     render->add_option("--samples", samples,
                        "Samples of each pixel against jagged edges, 1 to 64 (4)");

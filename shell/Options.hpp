@@ -20,7 +20,7 @@ struct RenderOptions {
     int samples = 4;
     CameraWishes camera;
     Skua::rgba_float_t background{0.018F, 0.026F, 0.043F, 1.0F};
-    double lineWidthPixels = 1.0;
+    double lineWidthPixels = 1.2;
     double pointSizePixels = 3.0;
     std::string device;
     bool groundingLine = false;

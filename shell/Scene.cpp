@@ -83,8 +83,9 @@ std::string colored(std::string_view source, const Mirk::PointCloud& data) {
 
 class LinesPart : public ScenePart {
 public:
-    LinesPart(Mirk::Polylines&& lines, double widthPixels)
-        : _lines(std::move(lines)), _widthPixels(widthPixels) {}
+    /// `smooth`: the picture has several samples for each pixel.
+    LinesPart(Mirk::Polylines&& lines, double widthPixels, bool smooth)
+        : _lines(std::move(lines)), _widthPixels(widthPixels), _smooth(smooth) {}
 
     Skua::BoundingBox bounds() const override { return boundsOf(_lines.points); }
     void shift(const point& worldOrigin) override { shiftPoints(_lines.points, worldOrigin); }
@@ -105,7 +106,9 @@ public:
 
 private:
     RenderBasin::ProgramPtr createProgram(RenderBasin& basin) const {
-        if (_widthPixels == 1.0) {
+        // Drivers draw plain lines of one pixel only, and with several samples they break them into
+        // dots where pieces are shorter than a pixel.
+        if (_widthPixels == 1.0 && !_smooth) {
             return basin.createProgram(text(glsl::line_vert), text(glsl::line_frag),
                                        "line.vert.glsl", "line.frag.glsl", 1, 1, {}, {});
         }
@@ -155,6 +158,7 @@ private:
 
     Mirk::Polylines _lines;
     double _widthPixels;
+    bool _smooth;
 };
 
 /// The ellipsoid of the earth, a little below the lines on it, to hide those on the far side.
@@ -288,7 +292,8 @@ void Scene::add(Mirk::Dataset&& data) {
     if (auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
         if (!_hasEarth) addPart(std::make_unique<GlobePart>());
         _hasEarth = true;
-        addPart(std::make_unique<LinesPart>(std::move(*lines), _options.lineWidthPixels));
+        addPart(std::make_unique<LinesPart>(std::move(*lines), _options.lineWidthPixels,
+                                            _options.samples > 1));
     } else if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
         addPart(std::make_unique<MeshPart>(std::move(*mesh)));
     } else {
