@@ -14,7 +14,11 @@ file(RENAME ${folder}/prefix ${folder}/moved)
 step(${CMAKE_COMMAND} -S ${consumer} -B ${folder}/build -G ${generator}
   -D CMAKE_CXX_COMPILER=${compiler} -D CMAKE_PREFIX_PATH=${folder}/moved)
 step(${CMAKE_COMMAND} --build ${folder}/build)
-step(${folder}/build/consumer ${folder}/build/picture.png)
+execute_process(COMMAND ${folder}/build/consumer ${folder}/build/picture.png
+  OUTPUT_VARIABLE answer COMMAND_ERROR_IS_FATAL ANY)
+if(NOT answer STREQUAL "the pixel in the middle is 255 128 0\n")
+  message(FATAL_ERROR "expected an orange triangle in the middle, got ${answer}")
+endif()
 if(NOT EXISTS ${folder}/build/picture.png)
   message(FATAL_ERROR "the consumer has written no picture")
 endif()

@@ -1,0 +1,10 @@
+#pragma once
+// All of PolypiaGL.
+
+#include <PolypiaGL/ContextError.hpp>
+#include <PolypiaGL/EglContext.hpp>
+#include <PolypiaGL/GLContext.hpp>
+#include <PolypiaGL/GLFactory.hpp>
+#include <PolypiaGL/GLFramebuffer.hpp>
+#include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/fwd.hpp>
