@@ -203,7 +203,8 @@ bool Polyp::insertTentacle(int key, const TentaclePtr& tentacle) {
 }
 
 bool Polyp::eraseTentacle(const TentaclePtr& tentacle) {
-    if (!tentacle) return false;
+    // A dead pointer is not empty: it still tells its entry.
+    if (tentacle.controlBlock() == nullptr) return false;
     const auto found = std::find_if(tentacles.begin(), tentacles.end(),
                                     [&](const auto& entry) { return entry.second == tentacle; });
     if (found == tentacles.end()) return false;

@@ -720,6 +720,18 @@ TEST_F(Polyp, ErasesNeitherStrangersNorEmptyPointers) {
     EXPECT_FALSE(polyp->empty());
 }
 
+TEST_F(Polyp, ErasesDeadEntriesByTheirBlock) {
+    TentaclePtr dead;
+    {
+        RecordingTentacle mortal(log, "dead", 0);
+        dead = TentaclePtr(mortal);
+        polyp->insertTentacle(0, dead);
+    }
+    ASSERT_FALSE(dead);
+    EXPECT_TRUE(polyp->eraseTentacle(dead));
+    EXPECT_TRUE(polyp->empty());
+}
+
 TEST_F(Polyp, ClearDropsTheTentaclesAndNothingElse) {
     static_assert(noexcept(std::declval<Mirk::Polyp&>().clear()));
     addElements(2048, 1000);
