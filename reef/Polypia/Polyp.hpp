@@ -14,6 +14,7 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Mirk {
 
@@ -146,9 +147,16 @@ public:
     mutable std::array<unsigned, 3> backendIntegers{0, 1, 1};
 
 private:
+    int wavePasses(Activity_t mask) const;
+    void orderWave();
+    void discardWaveOrder() noexcept;
     std::uint32_t greatestChunk(std::uint32_t vertices, std::size_t& widestBytes) const;
 
     std::forward_list<CompletionTask> completionTasks;
+    // All entries in their order, then the end, from prepareWave() until the next change; else
+    // empty. The number tells a wave that goes on whether the order is still the one it knows.
+    std::vector<Iterator> waveOrder;
+    std::uint64_t waveOrderChanges = 1;
 };
 
 /// One piece of GPU state. Made and destroyed on the render thread, with the context current.

@@ -338,6 +338,112 @@ TEST_F(Polyp, WaveFromTheEndIsNone) {
     EXPECT_THAT(log->calls, IsEmpty());
 }
 
+TEST_F(Polyp, WaveFollowsEveryChangeAfterItWasPrepared) {
+    const RecordingPtr a = add(0, "a");
+    add(2, "c");
+    polyp->prepareWave();
+    polyp->wave(All);
+    EXPECT_EQ(calls(), "activate a, activate c, deactivate c, deactivate a");
+    add(1, "b");
+    polyp->wave(All);
+    EXPECT_EQ(calls(),
+              "activate a, activate b, activate c, deactivate c, deactivate b, deactivate a");
+    polyp->prepareWave();
+    polyp->eraseTentacle(a);
+    polyp->wave(All);
+    EXPECT_EQ(calls(), "activate b, activate c, deactivate c, deactivate b");
+    polyp->prepareWave();
+    polyp->clear();
+    EXPECT_EQ(polyp->wave(All), 0);
+}
+
+TEST_F(Polyp, PreparedWaveFollowsWhatATentacleChangesInIt) {
+    const char* const changes[] = {"erase", "insert", "prepare", "erase and prepare"};
+    for (const std::string change : changes) {
+        polyp->clear();
+        TentaclePtr self(new ActingTentacle(log, "self", [&] {
+            if (change.starts_with("erase")) polyp->eraseTentacle(self);
+            if (change == "insert") add(5, "new");
+            if (change.ends_with("prepare")) polyp->prepareWave();
+        }));
+        add(0, "a");
+        polyp->insertTentacle(1, self);
+        add(2, "b");
+        add(3, "c");
+        polyp->prepareWave();
+        EXPECT_EQ(polyp->wave(All), change == "insert" ? 5 : 4) << change;
+        const std::string added = change == "insert" ? ", activate new, deactivate new" : "";
+        EXPECT_EQ(calls(), "activate a, activate self, activate b, activate c" + added +
+                               ", deactivate c, deactivate b, deactivate self, deactivate a")
+            << change;
+    }
+}
+
+/// A wave of many tentacles in which one does not do as expected, against what comes of it by the
+/// rules. All lengths around the multiples of 16 are there, as waves go by groups of 16.
+TEST_F(Polyp, WaveOfAnyLengthUndoesExactlyWhatItDid) {
+    const auto call = [](const char* operation, int number) {
+        return std::string(operation) + " Tentacle " + std::to_string(number);
+    };
+    for (const int size : {1, 2, 15, 16, 17, 31, 32, 33, 50}) {
+        polyp->clear();
+        for (int i = 0; i < size; ++i) add(i, std::to_string(i));
+        for (const bool prepared : {false, true}) {
+            if (prepared) polyp->prepareWave();
+            // One beyond the last, at which nothing goes wrong.
+            for (int odd = 0; odd <= size; ++odd) {
+                std::vector<std::string> expected;
+                for (int i = 0; i < std::min(odd + 1, size); ++i) {
+                    expected.push_back(call("activate", i));
+                }
+                for (int i = odd - 1; i >= 0; --i) expected.push_back(call("deactivate", i));
+                log->failing = {call("activate", odd)};
+                EXPECT_EQ(polyp->wave(All), odd);
+                EXPECT_EQ(log->take(), expected) << size << " false at " << odd;
+                log->failing = {};
+                if (odd == size) continue;
+                log->throwing = {call("activate", odd)};
+                EXPECT_THROW(polyp->wave(All), RenderException);
+                EXPECT_EQ(log->take(), expected) << size << " throw at " << odd;
+                expected.clear();
+                for (int i = 0; i < size; ++i) expected.push_back(call("activate", i));
+                for (int i = size - 1; i >= 0; --i) expected.push_back(call("deactivate", i));
+                log->throwing = {call("deactivate", odd), call("deactivate", odd / 2)};
+                try {
+                    polyp->wave(All);
+                    ADD_FAILURE() << "no exception";
+                } catch (const RenderException& thrown) {
+                    EXPECT_EQ(std::string(thrown.function.c_str()), call("deactivate", odd / 2))
+                        << "the last one is what leaves the wave";
+                }
+                EXPECT_EQ(log->take(), expected) << size << " throw from deactivate at " << odd;
+                log->throwing = {};
+            }
+        }
+    }
+}
+
+TEST_F(Polyp, WaveLetsGoOfEachTentacleOnceItIsDeactivated) {
+    TentaclePtr self(new ActingTentacle(log, "self", [&] {
+        polyp->eraseTentacle(self);
+        self = {};
+    }));
+    class Observer : public RecordingTentacle {
+    public:
+        explicit Observer(const CallLogPtr& callLog) : RecordingTentacle(callLog, "outer", -1) {}
+        bool deactivate(const Mirk::Polyp&) override {
+            alive = log->live["Tentacle"];
+            return true;
+        }
+        int alive = 0;
+    };
+    const StrongPtr<Observer, Tentacle> outer(new Observer(log));
+    polyp->insert(outer);
+    polyp->insertTentacle(0, self);
+    EXPECT_EQ(polyp->wave(All), 2);
+    EXPECT_EQ(outer->alive, 1);
+}
+
 TEST_F(Polyp, WaveKeepsNoReference) {
     const RecordingPtr a = add(0, "a");
     const int held = a.controlBlock()->strong();
