@@ -2,6 +2,7 @@
 // pointers. What is left out: all work of the tentacles themselves.
 
 #include "../sideBySide.hpp"
+#include "CountingTentacle.hpp"
 
 #include <Polypia/Polyp.hpp>
 
@@ -16,23 +17,6 @@ using Mirk::Polyp;
 using TentaclePtr = Polyp::TentaclePtr;
 
 constexpr int Waves = 1000;
-
-/// Does next to nothing, but what it does is seen.
-class Counter : public Polyp::Tentacle {
-public:
-    Counter(int key, int& active) : Tentacle(key, ~0UL), _active(active) {}
-    bool activate(const Polyp&) override {
-        ++_active;
-        return true;
-    }
-    bool deactivate(const Polyp&) override {
-        --_active;
-        return true;
-    }
-
-private:
-    int& _active;
-};
 
 int plainLoop(const Polyp& polyp, const std::vector<TentaclePtr>& tentacles) {
     for (const TentaclePtr& entry : tentacles) {
@@ -53,7 +37,7 @@ void Polyp_wave(benchmark::State& state) {
     const Keel::StrongPtr<Polyp> polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
     std::vector<TentaclePtr> tentacles;
     for (int i = 0; i < size; ++i) {
-        tentacles.emplace_back(new Counter(i, active));
+        tentacles.emplace_back(new CountingTentacle(i, active));
         polyp->insertTentacle(i, tentacles.back());
     }
     polyp->prepareWave();
