@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string>
 
 namespace Mirk {
@@ -89,23 +90,21 @@ private:
         const long long row =
             stride != 0 ? static_cast<long long>(stride) : static_cast<long long>(width);
         float* const first = target + ((bottom - y) * row + (left - x)) * components;
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, _framebuffer.resolved());
-        glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        glPixelStorei(GL_PACK_ROW_LENGTH, static_cast<GLint>(row));
-        glReadPixels(static_cast<GLint>(left), static_cast<GLint>(bottom),
-                     static_cast<GLsizei>(right - left), static_cast<GLsizei>(top - bottom), format,
-                     GL_FLOAT, first);
-        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-        _framebuffer.bind();
-        return static_cast<int>((right - left) * (top - bottom));
+        const ViewportGeometry rectangle{static_cast<int>(left), static_cast<int>(bottom),
+                                         static_cast<int>(right - left),
+                                         static_cast<int>(top - bottom)};
+        // Rows so far apart are no more than one.
+        const bool isOneRow = row > std::numeric_limits<int>::max();
+        _framebuffer.read(rectangle, isOneRow ? rectangle.Width : static_cast<int>(row), format,
+                          GL_FLOAT, first);
+        return rectangle.Width * rectangle.Height;
     }
 
     const GLFramebuffer& _framebuffer;
 };
 
 GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
-    : _context(context),
-      _width(width),
+    : _width(width),
       _height(height),
       _samples(std::clamp(samples, 1, std::max(1, context.limits().maxSamples))) {
     checkSize(context.limits(), width, height);
@@ -113,6 +112,7 @@ GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samp
     _depth = renderbuffer(depthFormat, width, height, _samples);
     _framebuffer = framebuffer(_color, _depth);
     if (_samples == 1) return;
+    glGetNamedRenderbufferParameteriv(_color.number(), GL_RENDERBUFFER_SAMPLES, &_samples);
     _resolvedColor = renderbuffer(colorFormat, width, height, 1);
     _resolvedDepth = renderbuffer(depthFormat, width, height, 1);
     _resolved = framebuffer(_resolvedColor, _resolvedDepth);
@@ -153,10 +153,19 @@ void GLFramebuffer::readColors(std::span<std::uint8_t> pixels) const {
                                     std::to_string(pixels.size()),
                                 "GLFramebuffer::readColors", __FILE__, __LINE__);
     }
+    read({0, 0, _width, _height}, _width, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+}
+
+void GLFramebuffer::read(const ViewportGeometry& rectangle, int rowPixels, unsigned format,
+                         unsigned type, void* target) const {
+    GLint caller = 0;
+    glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &caller);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, resolved());
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, _width, _height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-    bind();
+    glPixelStorei(GL_PACK_ROW_LENGTH, rowPixels);
+    glReadPixels(rectangle.X, rectangle.Y, rectangle.Width, rectangle.Height, format, type, target);
+    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(caller));
 }
 
 Keel::StrongPtr<PixelBuffer> GLFramebuffer::pixelBuffer() const {

@@ -19,7 +19,8 @@ namespace Mirk {
 /// its context current.
 class POLYPIAGL_EXPORT GLFramebuffer {
 public:
-    /// Size in pixels. `samples`: of each pixel, 1 for none; held within what the driver has.
+    /// Size in pixels. `samples`: of each pixel, 1 for none; samples() tells what the driver makes
+    /// of it.
     /// Throws a GLRenderException that names the limit if the size is not from 1 to that.
     GLFramebuffer(GLContext& context, int width, int height, int samples);
     ~GLFramebuffer();
@@ -45,8 +46,11 @@ private:
 
     /// The framebuffer with one sample for each pixel, brought up to date.
     unsigned resolved() const;
+    /// Reads a rectangle within the picture, with rows `rowPixels` apart; format and type in
+    /// OpenGL's numbers. Leaves the framebuffers that are bound.
+    void read(const ViewportGeometry& rectangle, int rowPixels, unsigned format, unsigned type,
+              void* target) const;
 
-    GLContext& _context;
     int _width;
     int _height;
     int _samples;

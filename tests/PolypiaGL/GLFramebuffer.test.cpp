@@ -1,0 +1,168 @@
+#include <PolypiaGL/GLFramebuffer.hpp>
+
+#include "glBasin.hpp"
+
+using namespace Mirk;
+using namespace Mirk::GLTest;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class GLFramebufferTest : public BasinTest {
+protected:
+    std::string refusal(int width, int height) const {
+        try {
+            GLFramebuffer(*context, width, height, 1);
+        } catch (const RenderException& exception) {
+            return exception.str();
+        }
+        return "no exception";
+    }
+    /// A picture of 4 x 3 whose pixel (x, y) has red x / 4 and green y / 4, and depth y / 4.
+    std::unique_ptr<GLFramebuffer> ramp() const {
+        auto frame = std::make_unique<GLFramebuffer>(*context, 4, 3, 1);
+        frame->bind();
+        glEnable(GL_SCISSOR_TEST);
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < 4; ++x) {
+                glScissor(x, y, 1, 1);
+                glClearColor(static_cast<float>(x) / 4.0F, static_cast<float>(y) / 4.0F, 0, 1);
+                glClearDepth(y / 4.0);
+                glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+            }
+        }
+        glDisable(GL_SCISSOR_TEST);
+        return frame;
+    }
+};
+
+TEST_F(GLFramebufferTest, ImpossibleSizesAreAnExceptionThatNamesTheLimit) {
+    const GLLimits& limits = context->limits();
+    const int widest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]);
+    const int highest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1]);
+    const std::string expected =
+        "expected 1 x 1 to " + std::to_string(widest) + " x " + std::to_string(highest);
+    for (const auto& [width, height] :
+         {std::pair{0, 5}, {5, 0}, {-1, 5}, {widest + 1, 5}, {5, highest + 1}}) {
+        const std::string message = refusal(width, height);
+        EXPECT_THAT(message, HasSubstr(std::to_string(width) + " x " + std::to_string(height) +
+                                       " pixels is not possible"));
+        EXPECT_THAT(message, HasSubstr(expected));
+    }
+}
+
+TEST_F(GLFramebufferTest, OnePixelIsAPicture) {
+    const GLFramebuffer frame(*context, 1, 1, 1);
+    frame.clear({0.2F, 0.4F, 0.6F, 0.8F});
+    std::array<std::uint8_t, 4> pixel{};
+    frame.readColors(pixel);
+    EXPECT_THAT(pixel, ElementsAre(51, 102, 153, 204));
+    std::array<std::uint8_t, 3> tooShort{};
+    EXPECT_THROW(frame.readColors(tooShort), RenderException);
+}
+
+TEST_F(GLFramebufferTest, RowsComeFromTheBottom) {
+    std::array<std::uint8_t, 48> bytes{};
+    ramp()->readColors(bytes);
+    EXPECT_EQ(bytes[0], 0);
+    EXPECT_EQ(bytes[4 * 3], 191); // red of (3, 0)
+    EXPECT_EQ(bytes[16 + 1], 64); // green of (0, 1)
+    EXPECT_EQ(bytes[32 + 1], 128);
+}
+
+TEST_F(GLFramebufferTest, ReadingLeavesTheBindings) {
+    const GLFramebuffer multiple(*context, 4, 4, 4);
+    picture->bind();
+    const auto before = currentState();
+    std::array<std::uint8_t, 64> bytes{};
+    multiple.readColors(bytes);
+    EXPECT_EQ(changesSince(before), "");
+    float depth = 0;
+    EXPECT_EQ(multiple.pixelBuffer()->readPixelDepth(0, 0, &depth, 1, 1, 0), 1);
+    EXPECT_EQ(changesSince(before), "");
+    std::array<GLint, 4> viewport{};
+    glGetIntegerv(GL_VIEWPORT, viewport.data());
+    EXPECT_THAT(viewport, ElementsAre(0, 0, size, size));
+}
+
+TEST_F(GLFramebufferTest, SamplesAreResolved) {
+    if (context->limits().maxSamples < 4) GTEST_SKIP() << "no 4 samples for each pixel";
+    picture = std::make_unique<GLFramebuffer>(*context, size, size, 4);
+    EXPECT_EQ(picture->samples(), 4);
+    picture->bind();
+    clear();
+    polyp->insert(program(passVertex, colorFragment));
+    insertDrawn(coordinates({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}}), RenderNamespace::Triangles);
+    waveKeepingState();
+    EXPECT_EQ(pixel(8, 8), white);
+    EXPECT_EQ(pixel(56, 56), black);
+    // The border goes through the pixels on the diagonal: some of the samples are drawn.
+    const int border = pixel(20, 43)[0];
+    EXPECT_GT(border, 0);
+    EXPECT_LT(border, 255);
+    float depth = -1;
+    EXPECT_EQ(picture->pixelBuffer()->readPixelDepth(56, 56, &depth, 1, 1, 0), 1);
+    EXPECT_EQ(depth, 1.0F);
+}
+
+TEST_F(GLFramebufferTest, SamplesAreHeldWithinWhatTheDriverHas) {
+    EXPECT_EQ(GLFramebuffer(*context, 4, 4, -3).samples(), 1);
+    EXPECT_EQ(GLFramebuffer(*context, 4, 4, 1000).samples(), context->limits().maxSamples);
+    const GLFramebuffer odd(*context, 4, 4, 3);
+    odd.bind();
+    GLint actual = 0;
+    glGetIntegerv(GL_SAMPLES, &actual);
+    EXPECT_EQ(odd.samples(), actual);
+}
+
+TEST_F(GLFramebufferTest, ReadsRectanglesOfColors) {
+    const auto frame = ramp();
+    const auto buffer = frame->pixelBuffer();
+    EXPECT_EQ(static_cast<const ViewportGeometry&>(*buffer), (ViewportGeometry{0, 0, 4, 3}));
+    float colors[6][4];
+    for (auto& color : colors) std::fill(color, color + 4, -1.0F);
+    EXPECT_EQ(buffer->readPixelColors(1, 1, colors, 2, 2, 3), 4);
+    const auto expectPixel = [&](int i, int x, int y) {
+        // Half a step of 8 bits, and the rounding of a float below 1.
+        constexpr float bound = 0.5F / 255.0F + 0x1p-24F;
+        EXPECT_NEAR(colors[i][0], static_cast<float>(x) / 4.0F, bound);
+        EXPECT_NEAR(colors[i][1], static_cast<float>(y) / 4.0F, bound);
+        EXPECT_EQ(colors[i][3], 1.0F);
+    };
+    expectPixel(0, 1, 1);
+    expectPixel(1, 2, 1);
+    expectPixel(3, 1, 2);
+    expectPixel(4, 2, 2);
+    for (const int gap : {2, 5}) EXPECT_THAT(colors[gap], Each(-1.0F));
+}
+
+TEST_F(GLFramebufferTest, ClipsRectanglesAtTheBorder) {
+    const auto frame = ramp();
+    const auto buffer = frame->pixelBuffer();
+    std::array<float, 36> depths{};
+    depths.fill(-1);
+    // 6 x 6 from (-1, -1): all 12 pixels, beginning in column 1 of row 1.
+    EXPECT_EQ(buffer->readPixelDepth(-1, -1, depths.data(), 6, 6, 0), 12);
+    for (int y = 0; y < 6; ++y) {
+        for (int x = 0; x < 6; ++x) {
+            const bool inside = x >= 1 && x <= 4 && y >= 1 && y <= 3;
+            const float expected = inside ? static_cast<float>(y - 1) / 4.0F : -1.0F;
+            // Half a step of 24 bits.
+            EXPECT_NEAR(depths[static_cast<std::size_t>(6 * y + x)], expected, 0x1p-24);
+        }
+    }
+    EXPECT_EQ(buffer->readPixelDepth(4, 0, depths.data(), 2, 2, 0), 0);
+    EXPECT_EQ(buffer->readPixelDepth(0, 3, depths.data(), 2, 2, 0), 0);
+    EXPECT_EQ(buffer->readPixelDepth(-5, 0, depths.data(), 5, 2, 0), 0);
+    EXPECT_EQ(buffer->readPixelDepth(0, 0, depths.data(), 0, 2, 0), 0);
+    EXPECT_EQ(buffer->readPixelDepth(0x7FFFFFFF, 0, depths.data(), 9, 9, 0), 0);
+    // One row of a rectangle that is wider than any array.
+    depths.fill(-1);
+    EXPECT_EQ(buffer->readPixelDepth(2, 1, depths.data(), 1ULL << 40, 1, 0), 2);
+    EXPECT_NEAR(depths[1], 0.25F, 0x1p-24);
+    EXPECT_EQ(depths[2], -1.0F);
+}
+
+} // namespace
