@@ -10,6 +10,8 @@ namespace {
 using Variant = RenderNamespace::ProgramVariables::Variant;
 using FloatPoint = Skua::Coordinates<Skua::Cartesian3D, float>::point;
 
+constexpr const char* blendFunctionName = "glBlendFunc";
+
 template<class T>
 Variant variantOf(const T* data, int components) {
     const auto array = [data]<std::size_t N>(Skua::FixedArray<T, N> values) {
@@ -51,7 +53,8 @@ unsigned blendFactor(int number) {
 
 } // namespace
 
-bool isParameterType(const std::type_info& element, int components) {
+bool isParameterType(const std::string& name, const std::type_info& element, int components) {
+    if (name == blendFunctionName) return element == typeid(int) && components == 2;
     if (element == typeid(FloatPoint)) return components >= 1;
     const bool known =
         element == typeid(int) || element == typeid(float) || element == typeid(double);
@@ -65,7 +68,7 @@ GLParameter::GLParameter(MachinePtr machine, std::string name,
       _name(std::move(name)),
       _element(&element),
       _components(components),
-      _isBlendFunction(_name == "glBlendFunc") {
+      _isBlendFunction(_name == blendFunctionName) {
     updater = source;
 }
 
@@ -78,31 +81,38 @@ bool GLParameter::setValue(const void* data, const std::type_info& element, int 
 
 bool GLParameter::activate(const Polyp& polyp) {
     if (!_hasValue) return true;
-    if (_isBlendFunction) {
-        activateBlending();
-    } else {
+    if (!_isBlendFunction) {
         storeInPrograms(polyp, _name, _value);
+        return true;
     }
-    _machine->check("RenderParameter::activate");
+    activateBlending();
+    _machine->check("RenderParameter::activate", [&] { restoreBlending(); });
     return true;
 }
 
 void GLParameter::activateBlending() {
-    const auto* const factors = std::get_if<Skua::FixedArray<int, 2>>(&_value);
-    if (factors == nullptr) return;
     constexpr std::array<GLenum, 4> state{GL_BLEND_SRC_RGB, GL_BLEND_DST_RGB, GL_BLEND_SRC_ALPHA,
                                           GL_BLEND_DST_ALPHA};
-    _blended = glIsEnabled(GL_BLEND) == GL_TRUE;
-    for (std::size_t i = 0; i < state.size(); ++i) glGetIntegerv(state[i], &_factors[i]);
+    Blending caller{glIsEnabled(GL_BLEND) == GL_TRUE, {}};
+    for (std::size_t i = 0; i < state.size(); ++i) glGetIntegerv(state[i], &caller.factors[i]);
+    _callers.push_back(caller);
+    const auto& factors = std::get<Skua::FixedArray<int, 2>>(_value);
     glEnable(GL_BLEND);
-    glBlendFunc(blendFactor((*factors)[0]), blendFactor((*factors)[1]));
+    glBlendFunc(blendFactor(factors[0]), blendFactor(factors[1]));
+}
+
+void GLParameter::restoreBlending() {
+    const auto [isEnabled, factors] = _callers.back();
+    _callers.pop_back();
+    if (!isEnabled) glDisable(GL_BLEND);
+    glBlendFuncSeparate(static_cast<GLenum>(factors[0]), static_cast<GLenum>(factors[1]),
+                        static_cast<GLenum>(factors[2]), static_cast<GLenum>(factors[3]));
 }
 
 bool GLParameter::deactivate(const Polyp&) {
-    if (!_isBlendFunction || !_hasValue) return true;
-    if (!_blended) glDisable(GL_BLEND);
-    glBlendFuncSeparate(static_cast<GLenum>(_factors[0]), static_cast<GLenum>(_factors[1]),
-                        static_cast<GLenum>(_factors[2]), static_cast<GLenum>(_factors[3]));
+    // Without a value when the wave came by, nothing was set.
+    if (_callers.empty()) return true;
+    restoreBlending();
     _machine->report("RenderParameter::deactivate");
     return true;
 }

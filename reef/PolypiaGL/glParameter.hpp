@@ -7,11 +7,12 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 namespace Mirk::GL {
 
-/// Whether a parameter of this element type and number of components can be made.
-bool isParameterType(const std::type_info& element, int components);
+/// Whether a parameter of this name, element type and number of components can be made.
+bool isParameterType(const std::string& name, const std::type_info& element, int components);
 
 /// Keeps the last value, and stores it in each program of the polyp that declares the uniform. The
 /// name "glBlendFunc" stands for the blend function: two ints, switched on for the rest of the
@@ -29,7 +30,14 @@ public:
 private:
     using Variant = RenderNamespace::ProgramVariables::Variant;
 
+    /// What to go back to.
+    struct Blending {
+        bool isEnabled;
+        std::array<int, 4> factors; ///< source and target of the colours, then of alpha
+    };
+
     void activateBlending();
+    void restoreBlending();
 
     MachinePtr _machine;
     std::string _name;
@@ -38,9 +46,7 @@ private:
     Variant _value;
     bool _isBlendFunction;
     bool _hasValue = false;
-    // The state to go back to.
-    bool _blended = false;
-    std::array<int, 4> _factors{};
+    std::vector<Blending> _callers; // one for each time that blending is active
 };
 
 } // namespace Mirk::GL
