@@ -5,6 +5,7 @@
 #include <rookery/PhysicalSpace.hpp>
 
 #include <array>
+#include <vector>
 
 namespace Mirk::GL {
 
@@ -32,37 +33,33 @@ Entry entry(unsigned type) {
             &make<T>};
 }
 
+/// The four entries of a component: alone, and 2 to 4 of them.
+template<class T>
+std::array<Entry, 4> entries(unsigned type) {
+    return {entry<T, T>(type), entry<Skua::FixedArray<T, 2>, T>(type),
+            entry<Skua::FixedArray<T, 3>, T>(type), entry<Skua::FixedArray<T, 4>, T>(type)};
+}
+
 // Plain arrays stand ahead of points and colours, so that they are what a layout gives back.
-const std::array<Entry, 26>& table() {
-    static const std::array<Entry, 26> entries{
-        entry<unsigned char, unsigned char>(GL_UNSIGNED_BYTE),
-        entry<Skua::FixedArray<unsigned char, 2>, unsigned char>(GL_UNSIGNED_BYTE),
-        entry<Skua::FixedArray<unsigned char, 3>, unsigned char>(GL_UNSIGNED_BYTE),
-        entry<Skua::FixedArray<unsigned char, 4>, unsigned char>(GL_UNSIGNED_BYTE),
-        entry<unsigned short, unsigned short>(GL_UNSIGNED_SHORT),
-        entry<Skua::FixedArray<unsigned short, 2>, unsigned short>(GL_UNSIGNED_SHORT),
-        entry<Skua::FixedArray<unsigned short, 3>, unsigned short>(GL_UNSIGNED_SHORT),
-        entry<Skua::FixedArray<unsigned short, 4>, unsigned short>(GL_UNSIGNED_SHORT),
-        entry<int, int>(GL_INT),
-        entry<Skua::FixedArray<int, 2>, int>(GL_INT),
-        entry<Skua::FixedArray<int, 3>, int>(GL_INT),
-        entry<Skua::FixedArray<int, 4>, int>(GL_INT),
-        entry<unsigned int, unsigned int>(GL_UNSIGNED_INT),
-        entry<Skua::FixedArray<unsigned int, 2>, unsigned int>(GL_UNSIGNED_INT),
-        entry<Skua::FixedArray<unsigned int, 3>, unsigned int>(GL_UNSIGNED_INT),
-        entry<Skua::FixedArray<unsigned int, 4>, unsigned int>(GL_UNSIGNED_INT),
-        entry<float, float>(GL_FLOAT),
-        entry<Skua::FixedArray<float, 2>, float>(GL_FLOAT),
-        entry<Skua::FixedArray<float, 3>, float>(GL_FLOAT),
-        entry<Skua::FixedArray<float, 4>, float>(GL_FLOAT),
-        entry<Skua::Coordinates<Skua::Cartesian3D, float>::point, float>(GL_FLOAT),
-        entry<Skua::rgba_float_t, float>(GL_FLOAT),
-        entry<double, double>(GL_DOUBLE),
-        entry<Skua::FixedArray<double, 3>, double>(GL_DOUBLE),
-        entry<Skua::FixedArray<double, 4>, double>(GL_DOUBLE),
-        entry<Skua::PhysicalSpace::point, double>(GL_DOUBLE),
-    };
-    return entries;
+const std::vector<Entry>& table() {
+    static const std::vector<Entry> all = [] {
+        std::vector<Entry> made;
+        for (const auto& family :
+             {entries<signed char>(GL_BYTE), entries<unsigned char>(GL_UNSIGNED_BYTE),
+              entries<short>(GL_SHORT), entries<unsigned short>(GL_UNSIGNED_SHORT),
+              entries<int>(GL_INT), entries<unsigned int>(GL_UNSIGNED_INT),
+              entries<float>(GL_FLOAT), entries<double>(GL_DOUBLE)}) {
+            made.insert(made.end(), family.begin(), family.end());
+        }
+        using FloatSpace = Skua::Coordinates<Skua::Cartesian3D, float>;
+        made.push_back(entry<FloatSpace::point, float>(GL_FLOAT));
+        made.push_back(entry<FloatSpace::vector, float>(GL_FLOAT));
+        made.push_back(entry<Skua::rgba_float_t, float>(GL_FLOAT));
+        made.push_back(entry<Skua::PhysicalSpace::point, double>(GL_DOUBLE));
+        made.push_back(entry<Skua::PhysicalSpace::vector, double>(GL_DOUBLE));
+        return made;
+    }();
+    return all;
 }
 
 } // namespace

@@ -14,12 +14,11 @@ namespace Mirk::GL {
 /// Layout of one element of a chunk.
 struct ElementFormat {
     unsigned type;     ///< GL_FLOAT and so on
-    int components;    ///< 1 to 4, or 9 and 16 never
+    int components;    ///< 1 to 4
     std::size_t bytes; ///< of one component
 
     bool isDouble() const { return type == GL_DOUBLE; }
     bool isFloatingPoint() const { return type == GL_FLOAT || type == GL_DOUBLE; }
-    bool isSigned() const { return type == GL_INT; }
 };
 
 /// The layout of an element type; empty for one that OpenGL does not know.

@@ -1,7 +1,11 @@
 #include <PolypiaGL/glTexture.hpp>
 
+#include <PolypiaGL/GLRenderException.hpp>
+
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <string_view>
 
 namespace Mirk::GL {
@@ -23,7 +27,7 @@ struct FormatRow {
 constexpr std::array<FormatRow, 19> formatTable{{
     {BitPrecision::Unspecified, false, false, {GL_R8, GL_RG8, GL_RGB8, GL_RGBA8}},
     {BitPrecision::Integer4, false, false, {GL_R8, GL_RG8, GL_RGB4, GL_RGBA4}},
-    {BitPrecision::Integer5, false, false, {GL_R8, GL_RG8, GL_RGB5, GL_RGB5_A1}},
+    {BitPrecision::Integer5, false, false, {GL_R8, GL_RG8, GL_RGB5, GL_RGBA8}},
     {BitPrecision::Integer8, false, false, {GL_R8, GL_RG8, GL_RGB8, GL_RGBA8}},
     {BitPrecision::Integer12, false, false, {GL_R16, GL_RG16, GL_RGB12, GL_RGBA12}},
     {BitPrecision::Integer16, false, false, {GL_R16, GL_RG16, GL_RGB16, GL_RGBA16}},
@@ -66,6 +70,14 @@ bool isFloat(BitPrecision precision) {
            precision == BitPrecision::Float32Alternative;
 }
 
+/// The least precision that holds what both hold.
+BitPrecision wider(BitPrecision a, BitPrecision b) {
+    if (a == BitPrecision::Unspecified || b == BitPrecision::Unspecified) return std::max(a, b);
+    if (isFloat(a) == isFloat(b)) return std::max(a, b);
+    // The 11 binary places of 16 bits hold integers of 8 bits.
+    return std::min(a, b) <= BitPrecision::Integer8 ? std::max(a, b) : BitPrecision::Float32;
+}
+
 int channelsOf(const Format& format, int dataChannels) {
     if (format.hasAlpha()) return 4;
     switch (format.colorMode()) {
@@ -87,6 +99,31 @@ unsigned dataFormatOf(int channels, bool isInteger) {
     constexpr std::array<unsigned, 4> integer{GL_RED_INTEGER, GL_RG_INTEGER, GL_RGB_INTEGER,
                                               GL_RGBA_INTEGER};
     return (isInteger ? integer : plain)[static_cast<std::size_t>(channels - 1)];
+}
+
+/// Channels of data in one of OpenGL's formats; 0 for a format that is not known here.
+int channelsOfData(unsigned dataFormat) {
+    switch (dataFormat) {
+    case GL_RED:
+    case GL_RED_INTEGER:
+    case GL_DEPTH_COMPONENT:
+        return 1;
+    case GL_RG:
+    case GL_RG_INTEGER:
+        return 2;
+    case GL_RGB:
+    case GL_BGR:
+    case GL_RGB_INTEGER:
+    case GL_BGR_INTEGER:
+        return 3;
+    case GL_RGBA:
+    case GL_BGRA:
+    case GL_RGBA_INTEGER:
+    case GL_BGRA_INTEGER:
+        return 4;
+    default:
+        return 0;
+    }
 }
 
 /// Internal format of a buffer texture; 0 if there is none.
@@ -113,7 +150,7 @@ struct NamedNumber {
     unsigned number;
 };
 
-constexpr std::array<NamedNumber, 11> parameterKeys{{
+constexpr std::array<NamedNumber, 17> parameterKeys{{
     {"GL_TEXTURE_MAG_FILTER", GL_TEXTURE_MAG_FILTER},
     {"GL_TEXTURE_MIN_FILTER", GL_TEXTURE_MIN_FILTER},
     {"GL_TEXTURE_WRAP_S", GL_TEXTURE_WRAP_S},
@@ -125,9 +162,15 @@ constexpr std::array<NamedNumber, 11> parameterKeys{{
     {"GL_TEXTURE_COMPARE_FUNC", GL_TEXTURE_COMPARE_FUNC},
     {"GL_TEXTURE_LOD_BIAS", GL_TEXTURE_LOD_BIAS},
     {"GL_TEXTURE_BORDER_COLOR", GL_TEXTURE_BORDER_COLOR},
+    {"GL_TEXTURE_MIN_LOD", GL_TEXTURE_MIN_LOD},
+    {"GL_TEXTURE_MAX_LOD", GL_TEXTURE_MAX_LOD},
+    {"GL_TEXTURE_SWIZZLE_R", GL_TEXTURE_SWIZZLE_R},
+    {"GL_TEXTURE_SWIZZLE_G", GL_TEXTURE_SWIZZLE_G},
+    {"GL_TEXTURE_SWIZZLE_B", GL_TEXTURE_SWIZZLE_B},
+    {"GL_TEXTURE_SWIZZLE_A", GL_TEXTURE_SWIZZLE_A},
 }};
 
-constexpr std::array<NamedNumber, 14> parameterValues{{
+constexpr std::array<NamedNumber, 21> parameterValues{{
     {"GL_NEAREST", GL_NEAREST},
     {"GL_LINEAR", GL_LINEAR},
     {"GL_NEAREST_MIPMAP_NEAREST", GL_NEAREST_MIPMAP_NEAREST},
@@ -142,7 +185,26 @@ constexpr std::array<NamedNumber, 14> parameterValues{{
     {"GL_COMPARE_REF_TO_TEXTURE", GL_COMPARE_REF_TO_TEXTURE},
     {"GL_LEQUAL", GL_LEQUAL},
     {"GL_GEQUAL", GL_GEQUAL},
+    {"GL_MIRROR_CLAMP_TO_EDGE", GL_MIRROR_CLAMP_TO_EDGE},
+    {"GL_RED", GL_RED},
+    {"GL_GREEN", GL_GREEN},
+    {"GL_BLUE", GL_BLUE},
+    {"GL_ALPHA", GL_ALPHA},
+    {"GL_ZERO", GL_ZERO},
+    {"GL_ONE", GL_ONE},
 }};
+
+/// What asks for the texture of a target that is bound to a unit.
+unsigned bindingOf(unsigned target) {
+    switch (target) {
+    case GL_TEXTURE_1D:
+        return GL_TEXTURE_BINDING_1D;
+    case GL_TEXTURE_2D:
+        return GL_TEXTURE_BINDING_2D;
+    default:
+        return GL_TEXTURE_BINDING_BUFFER;
+    }
+}
 
 template<class Table>
 std::optional<unsigned> numberOf(const Table& table, std::string_view name) {
@@ -152,12 +214,22 @@ std::optional<unsigned> numberOf(const Table& table, std::string_view name) {
     return {};
 }
 
+/// Empty for none and for more than OpenGL counts.
+std::optional<int> numberOfTexels(const RenderBasin::ChunkPtr& data) {
+    if (!data || data->numberOfElements() == 0) return {};
+    if (data->numberOfElements() > std::size_t{std::numeric_limits<int>::max()}) return {};
+    return static_cast<int>(data->numberOfElements());
+}
+
 } // namespace
 
 std::optional<TextureFormat> textureFormat(const Format& format, int dataChannels) {
     if (format.hasNativeFormat())
         return TextureFormat{format.nativeInternalFormat(), format.isInteger()};
-    const BitPrecision asked = format.colorPrecision();
+    // OpenGL has one precision for all channels.
+    const BitPrecision asked = format.hasAlpha()
+                                   ? wider(format.colorPrecision(), format.alphaPrecision())
+                                   : format.colorPrecision();
     // 32 bits of an integer are stored as such only, never as a fraction.
     const bool isInteger = format.isInteger() || asked == BitPrecision::Integer32;
     if (isInteger && isFloat(asked)) return {};
@@ -173,25 +245,50 @@ std::optional<TextureFormat> textureFormat(const Format& format, int dataChannel
     return {};
 }
 
-GLTexture::GLTexture(MachinePtr machine, int textureUnit)
-    : _machine(machine), _unit(textureUnit), _buffer(std::move(machine)) {}
+GLTexture::GLTexture(MachinePtr machine) : _machine(machine), _buffer(std::move(machine)) {}
 
-void GLTexture::fill(const Shape& shape, const RenderBasin::ChunkPtr& data) {
+void GLTexture::checkLimits(const Shape& shape, int textureUnit) const {
+    constexpr const char* function = "RenderBasin::createTexture";
+    const GLLimits& limits = _machine->context.limits();
+    const int greatest =
+        shape.target == GL_TEXTURE_BUFFER ? limits.maxTextureBufferTexels : limits.maxTextureSize;
+    if (shape.width > greatest || shape.height > greatest) {
+        throw GLRenderException(
+            GL_INVALID_VALUE,
+            "a texture of " + std::to_string(shape.width) + " x " + std::to_string(shape.height) +
+                " texels is not possible, expected at most " + std::to_string(greatest),
+            function, __FILE__, __LINE__);
+    }
+    if (textureUnit < 0 || textureUnit >= limits.maxTextureUnits) {
+        throw GLRenderException(GL_INVALID_VALUE,
+                                "texture unit " + std::to_string(textureUnit) +
+                                    " is not possible, expected 0 to " +
+                                    std::to_string(limits.maxTextureUnits - 1),
+                                function, __FILE__, __LINE__);
+    }
+}
+
+void GLTexture::fill(const Shape& shape, int textureUnit, const RenderBasin::ChunkPtr& data) {
+    checkLimits(shape, textureUnit);
     const bool fits = _id && _shape.target == shape.target && _shape.width == shape.width &&
                       _shape.height == shape.height &&
                       _shape.format.internal == shape.format.internal;
+    _unit = textureUnit;
     _shape = shape;
     _source = data;
-    if (fits) return;
-    _id = createTexture(shape.target);
-    if (shape.target == GL_TEXTURE_BUFFER) return;
-    if (shape.target == GL_TEXTURE_1D) {
-        glTextureStorage1D(_id.number(), 1, shape.format.internal, shape.width);
+    if (!fits) allocate();
+}
+
+void GLTexture::allocate() {
+    _id = createTexture(_shape.target);
+    if (_shape.target == GL_TEXTURE_BUFFER) return;
+    if (_shape.target == GL_TEXTURE_1D) {
+        glTextureStorage1D(_id.number(), 1, _shape.format.internal, _shape.width);
     } else {
-        glTextureStorage2D(_id.number(), 1, shape.format.internal, shape.width, shape.height);
+        glTextureStorage2D(_id.number(), 1, _shape.format.internal, _shape.width, _shape.height);
     }
     // Filtering of integers makes a texture incomplete.
-    const GLint filter = shape.format.isInteger ? GL_NEAREST : GL_LINEAR;
+    const GLint filter = _shape.format.isInteger ? GL_NEAREST : GL_LINEAR;
     glTextureParameteri(_id.number(), GL_TEXTURE_MIN_FILTER, filter);
     glTextureParameteri(_id.number(), GL_TEXTURE_MAG_FILTER, filter);
     glTextureParameteri(_id.number(), GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -210,7 +307,7 @@ void GLTexture::uploadSource() const {
         uploadTexels(*source);
         return;
     }
-    _buffer.upload(source->data(), source->bytes());
+    _buffer.require(source->data(), source->bytes());
     glTextureBuffer(_id.number(), _shape.format.internal, _buffer.number());
 }
 
@@ -225,15 +322,26 @@ void GLTexture::uploadTexels(const Keel::ChunkBase& data) const {
     }
 }
 
-bool GLTexture::activate(const Polyp&) {
+bool GLTexture::activate(const Polyp& polyp) {
     uploadSource();
-    glBindTextureUnit(static_cast<GLuint>(_unit), _id.number());
-    _machine->check("TextureTentacle::activate");
+    const auto unit = static_cast<unsigned>(_unit);
+    GLint texture = 0;
+    glGetIntegeri_v(bindingOf(_shape.target), unit, &texture);
+    _callers.push_back({unit, _shape.target, static_cast<unsigned>(texture)});
+    glBindTextureUnit(unit, _id.number());
+    _machine->check("TextureTentacle::activate", [&] { deactivate(polyp); });
     return true;
 }
 
 bool GLTexture::deactivate(const Polyp&) {
-    glBindTextureUnit(static_cast<GLuint>(_unit), 0);
+    const Caller caller = _callers.back();
+    _callers.pop_back();
+    // Nothing, bound to a unit by its number, would unbind textures of all dimensions.
+    GLint activeUnit = GL_TEXTURE0;
+    glGetIntegerv(GL_ACTIVE_TEXTURE, &activeUnit);
+    glActiveTexture(GL_TEXTURE0 + caller.unit);
+    glBindTexture(caller.target, caller.texture);
+    glActiveTexture(static_cast<GLenum>(activeUnit));
     return true;
 }
 
@@ -243,9 +351,15 @@ std::size_t GLTexture::memsize() const {
 }
 
 int GLTexture::getSamplerType() const {
-    const bool isSigned = _shape.element.isSigned();
+    // The format decides, and native ones are known to the driver only.
+    GLint component = _shape.element.type == GL_INT ? GL_INT : GL_UNSIGNED_INT;
+    if (_shape.target != GL_TEXTURE_BUFFER) {
+        glGetTextureLevelParameteriv(_id.number(), 0, GL_TEXTURE_RED_TYPE, &component);
+    }
     const auto choose = [&](unsigned plain, unsigned integer, unsigned natural) {
-        const unsigned chosen = !_shape.format.isInteger ? plain : isSigned ? integer : natural;
+        const unsigned chosen = !_shape.format.isInteger ? plain
+                                : component == GL_INT    ? integer
+                                                         : natural;
         return static_cast<int>(chosen);
     };
     switch (_shape.target) {
@@ -261,11 +375,13 @@ int GLTexture::getSamplerType() const {
 bool GLTexture::setParameter(const std::string& key, const std::type_info& type, const void* value,
                              int number) {
     const std::optional<unsigned> parameter = numberOf(parameterKeys, key);
-    if (!parameter || value == nullptr || number < 1 || _shape.target == GL_TEXTURE_BUFFER) {
+    const int wanted = parameter == unsigned{GL_TEXTURE_BORDER_COLOR} ? 4 : 1;
+    if (!parameter || value == nullptr || number != wanted || _shape.target == GL_TEXTURE_BUFFER) {
         return false;
     }
+    _machine->report("ahead of glTextureParameter");
     if (*parameter == GL_TEXTURE_BORDER_COLOR) {
-        if (type != typeid(float) || number != 4) return false;
+        if (type != typeid(float)) return false;
         glTextureParameterfv(_id.number(), *parameter, static_cast<const float*>(value));
     } else if (type == typeid(const char*)) {
         const char* const name = *static_cast<const char* const*>(value);
@@ -302,33 +418,35 @@ RenderBasin::ChunkPtr GLTexture::readBack() const {
 
 std::optional<GLTexture::Shape> textureShape(const RenderBasin::ChunkPtr& data, int dimensions,
                                              int rowTexels, const Format& format) {
-    if (!data || data->numberOfElements() == 0) return {};
+    const std::optional<int> number = numberOfTexels(data);
+    if (!number) return {};
     const std::optional<ElementFormat> element = elementFormat(data->elementType());
     if (!element || element->isDouble()) return {};
     const std::optional<TextureFormat> internal = textureFormat(format, element->components);
-    if (!internal) return {};
-    const auto number = static_cast<int>(data->numberOfElements());
+    if (!internal || (internal->isInteger && element->isFloatingPoint())) return {};
     const unsigned dataFormat = format.hasNativeFormat()
                                     ? format.nativeDataFormat()
                                     : dataFormatOf(element->components, internal->isInteger);
-    if (dimensions == 1)
-        return GLTexture::Shape{GL_TEXTURE_1D, number, 1, *internal, dataFormat, *element};
+    // OpenGL reads as much as the format of the data says.
+    if (channelsOfData(dataFormat) != element->components) return {};
+    if (dimensions == 1) {
+        return GLTexture::Shape{GL_TEXTURE_1D, *number, 1, *internal, dataFormat, *element};
+    }
     if (dimensions != 2) return {};
-    const int width = rowTexels > 0 ? rowTexels : static_cast<int>(std::lround(std::sqrt(number)));
-    if (number % width != 0 || (rowTexels == 0 && width * width != number)) return {};
-    return GLTexture::Shape{GL_TEXTURE_2D, width, number / width, *internal, dataFormat, *element};
+    const int width = rowTexels > 0 ? rowTexels : static_cast<int>(std::lround(std::sqrt(*number)));
+    if (*number % width != 0 || (rowTexels <= 0 && width * width != *number)) return {};
+    return GLTexture::Shape{GL_TEXTURE_2D, width, *number / width, *internal, dataFormat, *element};
 }
 
 std::optional<GLTexture::Shape> bufferTextureShape(const RenderBasin::ChunkPtr& data) {
-    if (!data || data->numberOfElements() == 0) return {};
+    const std::optional<int> number = numberOfTexels(data);
+    if (!number) return {};
     const std::optional<ElementFormat> element = elementFormat(data->elementType());
     if (!element) return {};
     const unsigned internal = bufferFormatOf(*element);
     if (internal == 0) return {};
     const bool isInteger = element->type == GL_INT || element->type == GL_UNSIGNED_INT;
-    return GLTexture::Shape{
-        GL_TEXTURE_BUFFER, static_cast<int>(data->numberOfElements()), 1, {internal, isInteger}, 0,
-        *element};
+    return GLTexture::Shape{GL_TEXTURE_BUFFER, *number, 1, {internal, isInteger}, 0, *element};
 }
 
 std::optional<GLTexture::Shape> targetTextureShape(int width, int height, const Format& format) {
@@ -336,14 +454,17 @@ std::optional<GLTexture::Shape> targetTextureShape(int width, int height, const 
     if (width < 1 || height < 1) return {};
     const std::optional<TextureFormat> internal = textureFormat(format, unspecifiedChannels);
     if (!internal) return {};
-    const int channels =
-        format.hasNativeFormat() ? unspecifiedChannels : channelsOf(format, unspecifiedChannels);
+    const unsigned dataFormat =
+        format.hasNativeFormat()
+            ? format.nativeDataFormat()
+            : dataFormatOf(channelsOf(format, unspecifiedChannels), internal->isInteger);
+    const int channels = channelsOfData(dataFormat);
+    if (channels == 0) return {};
     const unsigned type = !internal->isInteger         ? GL_FLOAT
                           : format.hasNegativeValues() ? GL_INT
                                                        : GL_UNSIGNED_INT;
-    return GLTexture::Shape{
-        GL_TEXTURE_2D,      width, height, *internal, dataFormatOf(channels, internal->isInteger),
-        {type, channels, 4}};
+    return GLTexture::Shape{GL_TEXTURE_2D, width,      height,
+                            *internal,     dataFormat, {type, channels, 4}};
 }
 
 } // namespace Mirk::GL

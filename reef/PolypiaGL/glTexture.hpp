@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Mirk::GL {
 
@@ -24,7 +25,7 @@ std::optional<TextureFormat> textureFormat(const RenderBasin::TextureStorageForm
                                            int dataChannels);
 
 /// A texture of one or two dimensions, or over a buffer. Its data are uploaded when it is activated
-/// for the first time.
+/// for the first time. What was bound to its unit comes back when it is deactivated.
 class GLTexture : public RenderBasin::TextureTentacle {
 public:
     /// `target`: GL_TEXTURE_1D, GL_TEXTURE_2D or GL_TEXTURE_BUFFER. Sizes in texels.
@@ -37,35 +38,43 @@ public:
         ElementFormat element;
     };
 
-    GLTexture(MachinePtr machine, int textureUnit);
+    explicit GLTexture(MachinePtr machine);
 
     /// Makes the texture anew, or refills it if it has this shape already. An empty chunk leaves
-    /// the texels undefined.
-    void fill(const Shape& shape, const RenderBasin::ChunkPtr& data);
+    /// the texels undefined. Throws if the shape or the unit is beyond the driver's limits.
+    void fill(const Shape& shape, int textureUnit, const RenderBasin::ChunkPtr& data);
 
     bool activate(const Polyp& polyp) override;
     bool deactivate(const Polyp& polyp) override;
     std::size_t memsize() const override;
-    std::size_t NumberOfElements() const override { return 0; }
     int getTextureUnit() const override { return _unit; }
     int getSamplerType() const override;
     bool setParameter(const std::string& key, const std::type_info& type, const void* value,
                       int number) override;
     RenderBasin::ChunkPtr readBack() const override;
 
-    unsigned number() const { return _id.number(); }
+    const MachinePtr& machine() const { return _machine; }
 
 private:
+    void checkLimits(const Shape& shape, int textureUnit) const;
+    void allocate();
     void uploadSource() const;
     void uploadTexels(const Keel::ChunkBase& data) const;
     std::size_t texels() const;
 
     MachinePtr _machine;
-    int _unit;
+    int _unit = 0;
     Shape _shape{};
     TextureId _id;
     mutable BufferMemory _buffer; // of a buffer texture
     mutable RenderBasin::ChunkPtr _source;
+    /// A unit as it was found; one for each time that the texture is active.
+    struct Caller {
+        unsigned unit;
+        unsigned target;
+        unsigned texture;
+    };
+    std::vector<Caller> _callers;
 };
 
 /// Shape of a texture from the rows of a chunk; empty if it cannot be one.
