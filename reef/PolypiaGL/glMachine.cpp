@@ -23,11 +23,9 @@ Machine::Machine(GLContext& theContext) : context(theContext), vertexArray(creat
 
 Machine::~Machine() = default;
 
-unsigned Machine::useProgram(unsigned program) {
-    const unsigned previous = _program;
-    if (program != previous) glUseProgram(program);
+void Machine::useProgram(unsigned program) {
+    glUseProgram(program);
     _program = program;
-    return previous;
 }
 
 void Machine::check(const char* call) const {

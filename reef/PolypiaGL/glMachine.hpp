@@ -9,9 +9,11 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <vector>
 
 namespace Mirk::GL {
+
+class GLVertexAttribute;
 
 /// The shared state of a basin and its tentacles, which hold it strongly: it dies with the last of
 /// them. Render thread only.
@@ -25,19 +27,32 @@ public:
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    /// The program that glUseProgram has set last; returns the one before.
-    unsigned useProgram(unsigned program);
+    void useProgram(unsigned program);
+    /// The program that useProgram() has set last.
     unsigned currentProgram() const { return _program; }
 
     /// Throws for the first error that OpenGL has kept, if checks are on; names what was done.
     void check(const char* call) const;
+    /// The same for an activate(): the wave does not deactivate what has thrown, so that it has to
+    /// undo by itself what it has done.
+    template<class Undo>
+    void check(const char* call, const Undo& undo) const {
+        try {
+            check(call);
+        } catch (...) {
+            undo();
+            throw;
+        }
+    }
     /// The same for places that must not throw: prints.
     void report(const char* call) const noexcept;
 
     static constexpr Matrix identity() { return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; }
 
     GLContext& context;
-    VertexArrayId vertexArray;
+    VertexArrayId vertexArray; ///< empty but while something is drawn
+    /// Those that are active, in the order of activation.
+    std::vector<const GLVertexAttribute*> attributes;
     Matrix projection = identity();
     Matrix modelView = identity();
     /// Raised when one of the matrices changes, so that programs send them again.

@@ -5,6 +5,7 @@
 #include <PolypiaGL/glBuffers.hpp>
 #include <PolypiaGL/glTexture.hpp>
 #include <PolypiaGL/glslLog.hpp>
+#include <PolypiaGL/glslScan.hpp>
 
 #include <algorithm>
 #include <array>
@@ -96,6 +97,7 @@ std::vector<Resource> resources(unsigned program, unsigned interface) {
 struct Components {
     std::vector<double> values;
     int perElement = 1;
+    int columns = 0; ///< of a square matrix, 0 for none
 };
 
 template<class T>
@@ -122,6 +124,9 @@ Components components(const Variant& value) {
             } else {
                 append(result.values, content);
                 result.perElement = static_cast<int>(result.values.size());
+                if constexpr (requires { T::columns(); }) {
+                    result.columns = static_cast<int>(T::columns());
+                }
             }
             return result;
         },
@@ -146,7 +151,7 @@ Variant relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& val
 /// Shape of a uniform type.
 struct Shape {
     enum Base { Float, Int, Unsigned, Double } base;
-    int components; ///< of a vector
+    int components; ///< of a vector or matrix; 0 for what can't be set
     int columns;    ///< of a square matrix, 0 for none
 };
 
@@ -191,6 +196,22 @@ Shape shapeOf(unsigned type) {
         return {Shape::Float, 9, 3};
     case GL_FLOAT_MAT4:
         return {Shape::Float, 16, 4};
+    case GL_FLOAT_MAT2x3:
+    case GL_FLOAT_MAT2x4:
+    case GL_FLOAT_MAT3x2:
+    case GL_FLOAT_MAT3x4:
+    case GL_FLOAT_MAT4x2:
+    case GL_FLOAT_MAT4x3:
+    case GL_DOUBLE_MAT2:
+    case GL_DOUBLE_MAT3:
+    case GL_DOUBLE_MAT4:
+    case GL_DOUBLE_MAT2x3:
+    case GL_DOUBLE_MAT2x4:
+    case GL_DOUBLE_MAT3x2:
+    case GL_DOUBLE_MAT3x4:
+    case GL_DOUBLE_MAT4x2:
+    case GL_DOUBLE_MAT4x3:
+        return {Shape::Float, 0, 0};
     default: // int, bool, samplers and images
         return {Shape::Int, 1, 0};
     }
@@ -212,16 +233,34 @@ std::vector<T> converted(const std::vector<double>& values) {
     return result;
 }
 
+/// The upper left part of a matrix, filled up as the unit matrix is.
+std::vector<double> resized(const std::vector<double>& matrix, int columns, int wanted) {
+    std::vector<double> result;
+    for (int column = 0; column < wanted; ++column) {
+        for (int row = 0; row < wanted; ++row) {
+            const bool has = column < columns && row < columns;
+            const auto index = static_cast<std::size_t>(column * columns + row);
+            result.push_back(has ? matrix[index] : row == column ? 1.0 : 0.0);
+        }
+    }
+    return result;
+}
+
 /// The elements cut or filled up to the number of components of the uniform: what is missing is 0,
-/// and 1 in the fourth place.
-std::vector<double> fitted(const Components& given, int wanted, int elements) {
+/// and 1 in the fourth place of a vector.
+std::vector<double> fitted(const Components& given, const Shape& shape, int elements) {
+    if (given.columns != 0 && shape.columns != 0) {
+        return resized(given.values, given.columns, shape.columns);
+    }
+    const int wanted = shape.components;
+    const bool isVector4 = wanted == 4 && shape.columns == 0;
     const int available = static_cast<int>(given.values.size()) / std::max(given.perElement, 1);
     std::vector<double> result;
     for (int e = 0; e < std::min(elements, available); ++e) {
         for (int c = 0; c < wanted; ++c) {
             const bool has = c < given.perElement;
             const auto index = static_cast<std::size_t>(e * given.perElement + c);
-            result.push_back(has ? given.values[index] : wanted == 4 && c == 3 ? 1.0 : 0.0);
+            result.push_back(has ? given.values[index] : isVector4 && c == 3 ? 1.0 : 0.0);
         }
     }
     return result;
@@ -291,6 +330,16 @@ void setMatrices(unsigned program, int location, int count, int columns, const f
     }
 }
 
+void setClipDistances(const std::array<bool, 2>& enabled) {
+    for (unsigned i = 0; i < enabled.size(); ++i) {
+        if (enabled[i]) {
+            glEnable(GL_CLIP_DISTANCE0 + i);
+        } else {
+            glDisable(GL_CLIP_DISTANCE0 + i);
+        }
+    }
+}
+
 int maximumVertices(const ProgramParameters& parameters) {
     const auto found = parameters.find("GeometryMaxVertices");
     if (found == parameters.end()) return AdaptOptions().maxVertices;
@@ -316,10 +365,13 @@ GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
     for (const StageSource& source : stages) texts.push_back({source.stage, source.code});
     const AdaptedProgram adapted = adaptProgram(texts, options);
     link(stages, adapted);
-    readInterface();
+    readInterface(std::any_of(stages.begin(), stages.end(), [](const StageSource& source) {
+        return source.stage == Stage::Geometry;
+    }));
     _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
-    _writesClipDistances = std::any_of(adapted.stages.begin(), adapted.stages.end(), [](auto& s) {
-        return s.text.find("gl_ClipDistance") != std::string::npos;
+    _writesClipDistances = std::any_of(stages.begin(), stages.end(), [](const StageSource& source) {
+        return source.stage != Stage::Fragment &&
+               GlslScan(source.code).blank.find("gl_ClipDistance") != std::string::npos;
     });
 }
 
@@ -369,7 +421,7 @@ void GLProgram::link(const std::vector<StageSource>& stages, const AdaptedProgra
     throw exception;
 }
 
-void GLProgram::readInterface() {
+void GLProgram::readInterface(bool hasGeometryStage) {
     for (const Resource& uniform : resources(_id.number(), GL_UNIFORM)) {
         _uniforms[uniform.name] = {uniform.location, uniform.type, uniform.size};
         const bool own = uniform.name.starts_with(ownNamePrefix);
@@ -378,23 +430,29 @@ void GLProgram::readInterface() {
     for (const Resource& input : resources(_id.number(), GL_PROGRAM_INPUT)) {
         _attributes[input.name] = input.location;
     }
+    if (!hasGeometryStage) return;
     GLint input = 0;
-    // An error for a program without geometry stage, which is then dropped.
     glGetProgramiv(_id.number(), GL_GEOMETRY_INPUT_TYPE, &input);
-    if (glGetError() == GL_NO_ERROR) {
-        _takesLines = input == GL_LINES || input == GL_LINES_ADJACENCY;
-    }
+    _takesLines = input == GL_LINES || input == GL_LINES_ADJACENCY;
 }
 
-bool GLProgram::activate(const Polyp&) {
-    _previous = _machine->useProgram(_id.number());
-    _machine->check("Program::activate");
+bool GLProgram::activate(const Polyp& polyp) {
+    GLint program = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    _callers.push_back(
+        {static_cast<unsigned>(program),
+         {glIsEnabled(GL_CLIP_DISTANCE0) == GL_TRUE, glIsEnabled(GL_CLIP_DISTANCE1) == GL_TRUE}});
+    _machine->useProgram(_id.number());
+    _machine->check("Program::activate", [&] { deactivate(polyp); });
     return true;
 }
 
-bool GLProgram::deactivate(const Polyp&) {
-    setClipDistances(false);
-    _machine->useProgram(_previous);
+bool GLProgram::deactivate(const Polyp& polyp) {
+    releaseSamplers(polyp);
+    const CallerState& caller = _callers.back();
+    setClipDistances(caller.clipDistances);
+    _machine->useProgram(caller.program);
+    _callers.pop_back();
     _machine->report("Program::deactivate");
     return true;
 }
@@ -410,23 +468,13 @@ std::size_t GLProgram::memsize() const {
 void GLProgram::prepare(const Polyp& polyp) {
     _machine->useProgram(_id.number());
     setInteger("zelk_CurrentViewID", static_cast<int>(_machine->currentView));
-    if (_usesMatrices && _sentMatrices != _machine->matrixStamp) sendMatrices();
+    if (_usesMatrices) sendMatrices();
     sendChanges();
     bindBlocks(polyp);
     bindSamplers(polyp);
-    setClipDistances(true);
+    // Enabled for a program that does not write them they would clip at random.
+    setClipDistances({_writesClipDistances, _writesClipDistances});
     _machine->check("Program::prepare");
-}
-
-void GLProgram::setClipDistances(bool enabled) const {
-    if (!_writesClipDistances) return;
-    for (const GLenum distance : {GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1}) {
-        if (enabled) {
-            glEnable(distance);
-        } else {
-            glDisable(distance);
-        }
-    }
 }
 
 void GLProgram::sendChanges() {
@@ -454,11 +502,12 @@ void GLProgram::setProgramVariable(const std::string& name,
 }
 
 void GLProgram::send(const std::string& name, const Variant& value) const {
-    const auto found = _uniforms.find(name);
-    if (found == _uniforms.end() || found->second.location < 0) return;
-    const Uniform& uniform = found->second;
+    const Uniform* const found = findUniform(name);
+    if (found == nullptr || found->location < 0) return;
+    const Uniform& uniform = *found;
     const Shape shape = shapeOf(uniform.type);
-    const std::vector<double> values = fitted(components(value), shape.components, uniform.size);
+    if (shape.components == 0) return;
+    const std::vector<double> values = fitted(components(value), shape, uniform.size);
     const int count = static_cast<int>(values.size()) / shape.components;
     if (count == 0) return;
     const unsigned program = _id.number();
@@ -479,25 +528,31 @@ void GLProgram::send(const std::string& name, const Variant& value) const {
 }
 
 void GLProgram::setInteger(const char* name, int value) {
-    const auto found = _uniforms.find(name);
-    if (found == _uniforms.end()) return;
-    if (found->second.type == GL_UNSIGNED_INT) {
-        glProgramUniform1ui(_id.number(), found->second.location, static_cast<GLuint>(value));
+    const Uniform* const uniform = findUniform(name);
+    if (uniform == nullptr) return;
+    if (uniform->type == GL_UNSIGNED_INT) {
+        glProgramUniform1ui(_id.number(), uniform->location, static_cast<GLuint>(value));
     } else {
-        glProgramUniform1i(_id.number(), found->second.location, value);
+        glProgramUniform1i(_id.number(), uniform->location, value);
     }
 }
 
+const GLProgram::Uniform* GLProgram::findUniform(std::string_view name) const {
+    if (name.ends_with("[0]")) name.remove_suffix(3);
+    const auto found = _uniforms.find(name);
+    return found != _uniforms.end() ? &found->second : nullptr;
+}
+
 bool GLProgram::hasUniform(const char* name) const {
-    return _uniforms.find(name) != _uniforms.end();
+    return findUniform(name) != nullptr;
 }
 
 int GLProgram::uniformLocation(const char* name) const {
-    const auto found = _uniforms.find(name);
-    return found != _uniforms.end() ? found->second.location : -1;
+    const Uniform* const uniform = findUniform(name);
+    return uniform != nullptr ? uniform->location : -1;
 }
 
-int GLProgram::attributeLocation(const std::string& name) const {
+int GLProgram::attributeLocation(std::string_view name) const {
     const auto found = _attributes.find(name);
     return found != _attributes.end() ? found->second : -1;
 }
@@ -532,26 +587,40 @@ void GLProgram::bindBlocks(const Polyp& polyp) {
 }
 
 void GLProgram::bindSamplers(const Polyp& polyp) {
+    releaseSamplers(polyp);
     for (const auto& [name, texture] : SamplerBindings) {
         if (!texture || !texture->activate(polyp)) continue;
+        _sampled.push_back(texture);
         setInteger(name.c_str(), texture->getTextureUnit());
     }
-    const auto [first, last] = polyp.get_range(Polyp::TextureKey, Polyp::TextureKey);
+    const auto [first, last] = polyp.get_range(Polyp::TextureKey, Polyp::ComputeKey - 1);
     for (auto entry = first; entry != last; ++entry) {
         const Keel::StrongPtr<GLTexture, Polyp::Tentacle> texture(entry->second);
         if (texture) setInteger(texture->samplerName.c_str(), texture->getTextureUnit());
     }
 }
 
+void GLProgram::releaseSamplers(const Polyp& polyp) {
+    for (auto texture = _sampled.rbegin(); texture != _sampled.rend(); ++texture) {
+        (*texture)->deactivate(polyp);
+    }
+    _sampled.clear();
+}
+
 void GLProgram::sendMatrices() {
-    _sentMatrices = _machine->matrixStamp;
     if (_machine->context.profile() == Profile::Compatibility) {
+        // These belong to the context, where anybody may have set others since.
+        GLint mode = GL_MODELVIEW;
+        glGetIntegerv(GL_MATRIX_MODE, &mode);
         glMatrixMode(GL_PROJECTION);
         glLoadMatrixd(_machine->projection.data());
         glMatrixMode(GL_MODELVIEW);
         glLoadMatrixd(_machine->modelView.data());
+        glMatrixMode(static_cast<GLenum>(mode));
         return;
     }
+    if (_sentMatrices == _machine->matrixStamp) return;
+    _sentMatrices = _machine->matrixStamp;
     for (const auto& [name, values] : fixedMatrices(_machine->projection, _machine->modelView)) {
         const auto found = _uniforms.find(std::string(ownNamePrefix) + name);
         if (found == _uniforms.end()) continue;

@@ -5,8 +5,10 @@
 #include <PolypiaGL/glMachine.hpp>
 #include <PolypiaGL/glslAdapt.hpp>
 
+#include <array>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Mirk::GL {
@@ -45,9 +47,14 @@ public:
     bool bindStorageBlock(const char* blockName,
                           const Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>& buffer);
     bool isCompute() const { return _isCompute; }
+    /// Whether a vertex input of this name takes part, built-in ones included.
+    bool hasAttribute(std::string_view name) const {
+        return _attributes.find(name) != _attributes.end();
+    }
     /// Whether its geometry stage takes lines.
     bool takesLines() const { return _takesLines; }
-    int attributeLocation(const std::string& name) const;
+    /// -1 for none, and for built-in ones.
+    int attributeLocation(std::string_view name) const;
     /// Sets an integer or sampler if the program declares it.
     void setInteger(const char* name, int value);
 
@@ -57,17 +64,23 @@ private:
         unsigned type;
         int size;
     };
+    /// What to go back to.
+    struct CallerState {
+        unsigned program;
+        std::array<bool, 2> clipDistances;
+    };
 
     ShaderId compile(const AdaptedStage& stage, const StageSource& source,
                      const LineTable& lines) const;
     void link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted);
-    void readInterface();
+    void readInterface(bool hasGeometryStage);
+    const Uniform* findUniform(std::string_view name) const;
     void sendChanges();
     void send(const std::string& name, const ProgramVariables::Variant& value) const;
     void sendMatrices();
     void bindBlocks(const Polyp& polyp);
     void bindSamplers(const Polyp& polyp);
-    void setClipDistances(bool enabled) const;
+    void releaseSamplers(const Polyp& polyp);
 
     MachinePtr _machine;
     ProgramId _id;
@@ -79,7 +92,8 @@ private:
     mutable std::map<std::string, ProgramVariables::Variant> _sent;
     mutable Skua::PhysicalSpace::vector _worldOrigin;
     std::uint64_t _sentMatrices = 0;
-    unsigned _previous = 0;
+    std::vector<CallerState> _callers;        // one for each time that it is active
+    std::vector<Polyp::TentaclePtr> _sampled; // bound by the last prepare()
     bool _isCompute = false;
     bool _takesLines = false;
     bool _writesClipDistances = false;
