@@ -1,5 +1,6 @@
 #include <PolypiaGL/GLFactory.hpp>
 
+#include <PolypiaGL/GLFlag.hpp>
 #include <PolypiaGL/glBuffers.hpp>
 #include <PolypiaGL/glMachine.hpp>
 #include <PolypiaGL/glPainter.hpp>
@@ -47,8 +48,9 @@ std::string joined(const std::vector<std::string>& pieces) {
 }
 
 RenderBasin::TexturePtr filled(const Keel::StrongPtr<GLTexture, Polyp::Tentacle>& texture,
-                               const GLTexture::Shape& shape, const RenderBasin::ChunkPtr& data) {
-    texture->fill(shape, data);
+                               const GLTexture::Shape& shape, int textureUnit,
+                               const RenderBasin::ChunkPtr& data) {
+    texture->fill(shape, textureUnit, data);
     return texture;
 }
 
@@ -76,6 +78,19 @@ void GLFactory::setCurrentView(unsigned view) {
     _machine->currentView = view;
 }
 
+void GLFactory::setQueuedVertices(std::size_t vertices) {
+    _machine->queuedVertices = vertices;
+}
+
+GLFactory::FlagPtr GLFactory::createFlag(const std::string& capability, bool enabled) const {
+    const auto number = GLFlag::capability(capability);
+    return number ? FlagPtr(new GLFlag(*number, enabled)) : FlagPtr();
+}
+
+GLFactory::FlagPtr GLFactory::createPolygonOffset(float factor, float units) const {
+    return FlagPtr(new GLPolygonOffset(factor, units));
+}
+
 RenderBasin::TexturePtr GLFactory::createTexture(const RenderBasin::ChunkPtr& data, int dimensions,
                                                  int rowTexels, int textureUnit,
                                                  const RenderBasin::TextureStorageFormat& format,
@@ -83,8 +98,8 @@ RenderBasin::TexturePtr GLFactory::createTexture(const RenderBasin::ChunkPtr& da
     const auto shape = GL::textureShape(data, dimensions, rowTexels, format);
     if (!shape) return {};
     const Keel::StrongPtr<GLTexture, Polyp::Tentacle> reused(previous);
-    if (reused && reused->getTextureUnit() == textureUnit) return filled(reused, *shape, data);
-    return filled(Keel::make<GLTexture>(_machine, textureUnit), *shape, data);
+    if (reused && reused->machine() == _machine) return filled(reused, *shape, textureUnit, data);
+    return filled(Keel::make<GLTexture>(_machine), *shape, textureUnit, data);
 }
 
 RenderBasin::TexturePtr
@@ -92,20 +107,20 @@ GLFactory::createTargetTexture(int width, int height, int textureUnit,
                                const RenderBasin::TextureStorageFormat& format) {
     const auto shape = GL::targetTextureShape(width, height, format);
     if (!shape) return {};
-    return filled(Keel::make<GLTexture>(_machine, textureUnit), *shape, {});
+    return filled(Keel::make<GLTexture>(_machine), *shape, textureUnit, {});
 }
 
 RenderBasin::TexturePtr GLFactory::createBufferTexture(const RenderBasin::ChunkPtr& data,
                                                        int textureUnit) {
     const auto shape = GL::bufferTextureShape(data);
-    if (!shape || shape->width > context().limits().maxTextureBufferTexels) return {};
-    return filled(Keel::make<GLTexture>(_machine, textureUnit), *shape, data);
+    if (!shape) return {};
+    return filled(Keel::make<GLTexture>(_machine), *shape, textureUnit, data);
 }
 
 RenderBasin::StorageBufferPtr GLFactory::createStorageBuffer(const void* data, std::size_t bytes,
                                                              StorageFlags flags) const {
     const auto buffer = Keel::make<GLStorageBuffer>(_machine, flags);
-    if (!buffer->upload(data, bytes)) return {};
+    buffer->setData(data, bytes);
     return buffer;
 }
 
@@ -201,7 +216,7 @@ RenderBasin::TimerPtr GLFactory::createTimer() const {
 RenderBasin::RenderParameterPtr
 GLFactory::createRenderParameter(const std::string& name, const RenderBasin::UpdaterPtr& updater,
                                  const std::type_info& element, int components) {
-    if (!GL::isParameterType(element, components)) return {};
+    if (!GL::isParameterType(name, element, components)) return {};
     return RenderBasin::RenderParameterPtr(
         new GL::GLParameter(_machine, name, updater, element, components));
 }

@@ -27,6 +27,7 @@ struct StageSource;
 class POLYPIAGL_EXPORT GLFactory {
 public:
     using Matrix = std::array<double, 16>; ///< column by column, the vector on the right
+    using FlagPtr = Keel::StrongPtr<RenderBasin::RenderFlag, Polyp::Tentacle>;
 
     explicit GLFactory(GLContext& context);
     ~GLFactory();
@@ -40,6 +41,15 @@ public:
     void setMatrices(const Matrix& projection, const Matrix& modelView);
     /// The view that "zelk_CurrentViewID" tells to programs.
     void setCurrentView(unsigned view);
+    /// Vertices that may wait in the driver's queue, 0 for any number: longer draws are cut into
+    /// parts that are waited for. 0 at first, but for drivers on the CPU, which need memory for
+    /// each vertex that waits.
+    void setQueuedVertices(std::size_t vertices);
+    /// A tentacle that enables or disables a capability of OpenGL such as "GL_DEPTH_TEST" for the
+    /// wave. Empty for an unknown name.
+    FlagPtr createFlag(const std::string& capability, bool enabled) const;
+    /// A tentacle that moves the depth of triangles for the wave; see GLPolygonOffset.
+    FlagPtr createPolygonOffset(float factor, float units) const;
 
     // The operations of RenderBasin.
     RenderBasin::TexturePtr createTexture(const RenderBasin::ChunkPtr& data, int dimensions,

@@ -1,5 +1,6 @@
 #include <PolypiaGL/glBuffers.hpp>
 
+#include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/glPainter.hpp>
 #include <PolypiaGL/glProgram.hpp>
 
@@ -12,6 +13,11 @@ namespace {
 
 constexpr const char* indicesName = "Indices";
 
+bool isIndexType(unsigned type) {
+    return type == GL_UNSIGNED_BYTE || type == GL_UNSIGNED_SHORT || type == GL_INT ||
+           type == GL_UNSIGNED_INT;
+}
+
 template<class To, class From>
 void narrow(const From* source, std::size_t number, To* target) {
     for (std::size_t i = 0; i < number; ++i) target[i] = static_cast<To>(source[i]);
@@ -23,7 +29,15 @@ bool BufferMemory::resize(std::size_t bytes) {
     return upload(nullptr, bytes);
 }
 
+void BufferMemory::require(const void* data, std::size_t bytes) {
+    if (upload(data, bytes)) return;
+    throw GLRenderException(GL_OUT_OF_MEMORY,
+                            "no memory for a buffer of " + std::to_string(bytes) + " bytes",
+                            "glNamedBufferData", __FILE__, __LINE__);
+}
+
 bool BufferMemory::upload(const void* data, std::size_t bytes) {
+    _isMapped = false; // new data end a mapping
     if (bytes == 0) {
         _id.reset();
         _bytes = 0;
@@ -46,7 +60,7 @@ bool BufferMemory::covers(std::size_t offset, std::size_t bytes) const {
 }
 
 bool BufferMemory::write(std::size_t offset, const void* data, std::size_t bytes) {
-    if (!covers(offset, bytes)) return false;
+    if (_isMapped || !covers(offset, bytes)) return false;
     if (bytes == 0) return true;
     glNamedBufferSubData(_id.number(), static_cast<GLintptr>(offset),
                          static_cast<GLsizeiptr>(bytes), data);
@@ -54,7 +68,7 @@ bool BufferMemory::write(std::size_t offset, const void* data, std::size_t bytes
 }
 
 bool BufferMemory::read(std::size_t offset, void* data, std::size_t bytes) const {
-    if (!covers(offset, bytes)) return false;
+    if (_isMapped || !covers(offset, bytes)) return false;
     if (bytes == 0) return true;
     glGetNamedBufferSubData(_id.number(), static_cast<GLintptr>(offset),
                             static_cast<GLsizeiptr>(bytes), data);
@@ -62,20 +76,28 @@ bool BufferMemory::read(std::size_t offset, void* data, std::size_t bytes) const
 }
 
 void* BufferMemory::map() {
-    return _id ? glMapNamedBuffer(_id.number(), GL_READ_WRITE) : nullptr;
+    if (!_id || _isMapped) return nullptr;
+    void* const memory = glMapNamedBuffer(_id.number(), GL_READ_WRITE);
+    _isMapped = memory != nullptr;
+    return memory;
 }
 
 bool BufferMemory::unmap() {
-    return _id && glUnmapNamedBuffer(_id.number()) == GL_TRUE;
+    if (!_isMapped) return false;
+    _isMapped = false;
+    return glUnmapNamedBuffer(_id.number()) == GL_TRUE;
 }
 
 void BufferMemory::clear() {
-    const std::uint32_t zero = 0;
-    if (_id) glClearNamedBufferData(_id.number(), GL_R32UI, GL_RED_INTEGER, GL_UNSIGNED_INT, &zero);
+    // Byte by byte, as any number of them is allowed.
+    const unsigned char zero = 0;
+    if (_id) {
+        glClearNamedBufferData(_id.number(), GL_R8UI, GL_RED_INTEGER, GL_UNSIGNED_BYTE, &zero);
+    }
 }
 
 GLUniformBuffer::GLUniformBuffer(const MachinePtr& machine, std::size_t size) : _memory(machine) {
-    _memory.resize(size);
+    _memory.require(nullptr, size);
 }
 
 void GLUniformBuffer::bind(unsigned bindingPoint) const {
@@ -87,8 +109,10 @@ GLStorageBuffer::GLStorageBuffer(const MachinePtr& machine, StorageFlags flags)
     const GLLimits& limits = machine->context.limits();
     chunkDivisors[0] = static_cast<std::uint32_t>(limits.storageOffsetAlignment);
     chunkDivisorCount = 1;
+    // Room for the vertices behind a piece, of which nobody knows the size yet.
+    constexpr std::int64_t reserve = 4096;
     chunkLimit = static_cast<std::uint32_t>(std::min<std::int64_t>(
-        limits.maxStorageBlockBytes, std::numeric_limits<std::uint32_t>::max()));
+        limits.maxStorageBlockBytes - reserve, std::numeric_limits<std::uint32_t>::max()));
 }
 
 std::size_t GLStorageBuffer::bytes() const {
@@ -100,14 +124,14 @@ std::size_t GLStorageBuffer::memsize() const {
 }
 
 void GLStorageBuffer::setZero(std::size_t size) {
-    _memory.resize(size);
+    _memory.require(nullptr, size);
     _memory.clear();
 }
 
 void GLStorageBuffer::uploadSource() const {
     if (!_source) return;
-    const RenderBasin::ChunkPtr source = std::move(_source);
-    _memory.upload(source->data(), source->bytes());
+    _memory.require(_source->data(), _source->bytes());
+    _source = {};
 }
 
 bool GLStorageBuffer::upload(const void* data, std::size_t size) {
@@ -163,9 +187,10 @@ void GLStorageBuffer::bind(unsigned bindingPoint, const Polyp& polyp) {
     }
     const std::size_t vertices =
         polyp.NumberOfElements(Polyp::VertexAttributeKey, Polyp::VertexAttributeKey);
+    if (vertices == 0) return;
     const std::size_t vertexBytes = _memory.bytes() / vertices;
     const std::size_t offset = std::size_t{polyp.currentChunk} * polyp.chunkElements * vertexBytes;
-    const std::size_t wanted = std::size_t{polyp.chunkElements} * vertexBytes;
+    const std::size_t wanted = (std::size_t{polyp.chunkElements} + pieceOverlap) * vertexBytes;
     if (offset >= _memory.bytes()) return; // the last pass may be empty
     glBindBufferRange(GL_SHADER_STORAGE_BUFFER, bindingPoint, _memory.number(),
                       static_cast<GLintptr>(offset),
@@ -202,14 +227,22 @@ GLVertexAttribute::GLVertexAttribute(const MachinePtr& machine, const RenderBasi
       _elements(data->numberOfElements()),
       _name(std::move(name)),
       _number(number),
-      _isIndices(_name == indicesName) {
+      _isIndices(_name == indicesName && isIndexType(_format.type)) {
     if (_format.type == GL_INT) setHintsFromName('i');
     if (_format.type == GL_UNSIGNED_INT) setHintsFromName('I');
 }
 
+bool GLVertexAttribute::isNarrowed() const {
+    return _format.isDouble() && (hints & 0xFU) != DoublePrecision;
+}
+
 std::size_t GLVertexAttribute::elementBytes() const {
-    const std::size_t component = _format.isDouble() ? sizeof(float) : _format.bytes;
+    const std::size_t component = isNarrowed() ? sizeof(float) : _format.bytes;
     return component * static_cast<std::size_t>(_format.components);
+}
+
+std::size_t GLVertexAttribute::numberOfComponents() const {
+    return _elements * static_cast<std::size_t>(_format.components);
 }
 
 std::size_t GLVertexAttribute::bytes() const {
@@ -219,73 +252,57 @@ std::size_t GLVertexAttribute::bytes() const {
 RenderBasin::PainterPtr
 GLVertexAttribute::createPainter(RenderNamespace::Primitive primitive) const {
     const Keel::StrongPtr<GLVertexAttribute, Polyp::Tentacle> self(*this);
-    if (_isIndices)
+    if (_isIndices) {
         return RenderBasin::PainterPtr(new GLPainter(_memory.machine(), primitive, self));
+    }
     return RenderBasin::PainterPtr(
         new GLPainter(_memory.machine(), primitive, static_cast<int>(_elements)));
 }
 
 void GLVertexAttribute::uploadSource() {
     if (!_source) return;
-    const RenderBasin::ChunkPtr source = std::move(_source);
-    if (!_format.isDouble()) {
-        _memory.upload(source->data(), source->bytes());
-        return;
+    if (!isNarrowed()) {
+        _memory.require(_source->data(), _source->bytes());
+    } else {
+        _memory.require(nullptr, bytes());
+        // Written in place, so that the narrow copy exists only once.
+        if (auto* const target = static_cast<float*>(_memory.map())) {
+            narrow(static_cast<const double*>(_source->data()), numberOfComponents(), target);
+            _memory.unmap();
+        }
     }
-    _memory.resize(bytes());
-    if (bytes() == 0) return;
-    // Written in place, so that the narrow copy exists only once.
-    auto* const target = static_cast<float*>(_memory.map());
-    if (target == nullptr) return;
-    narrow(static_cast<const double*>(source->data()),
-           _elements * static_cast<std::size_t>(_format.components), target);
-    _memory.unmap();
+    _source = {};
 }
 
-int GLVertexAttribute::location(const Polyp& polyp) const {
-    const auto [first, last] = polyp.get_programs();
-    for (auto entry = first; entry != last; ++entry) {
-        const Keel::StrongPtr<GLProgram, Polyp::Tentacle> program(entry->second);
-        if (!program) continue;
-        const int found = program->attributeLocation(_name);
-        if (found >= 0) return found;
-    }
-    return genericAttribute(_number);
-}
-
-void GLVertexAttribute::setLayout(unsigned where) const {
-    const unsigned array = _memory.machine()->vertexArray.number();
+void GLVertexAttribute::setLayout(unsigned array, unsigned location) const {
     const int components = _format.components;
     const unsigned kind = hints & 0xFU;
-    if (kind == SignedInteger || kind == UnsignedInteger) {
-        glVertexArrayAttribIFormat(array, where, components, type(), 0);
+    if (kind == DoublePrecision && _format.isDouble()) {
+        glVertexArrayAttribLFormat(array, location, components, type(), 0);
+    } else if (!_format.isFloatingPoint() && (kind == SignedInteger || kind == UnsignedInteger)) {
+        glVertexArrayAttribIFormat(array, location, components, type(), 0);
     } else {
-        // Bytes and shorts stand for 0 to 1.
-        const GLboolean normalised = _format.isFloatingPoint() ? GL_FALSE : GL_TRUE;
-        glVertexArrayAttribFormat(array, where, components, type(), normalised, 0);
+        // Bytes and shorts stand for 0 to 1, integers for themselves.
+        const GLboolean normalised = _format.bytes < sizeof(int) ? GL_TRUE : GL_FALSE;
+        glVertexArrayAttribFormat(array, location, components, type(), normalised, 0);
     }
-    glVertexArrayAttribBinding(array, where, where);
-    glVertexArrayVertexBuffer(array, where, _memory.number(), 0,
+    glVertexArrayAttribBinding(array, location, location);
+    glVertexArrayVertexBuffer(array, location, _memory.number(), 0,
                               static_cast<GLsizei>(elementBytes()));
-    glEnableVertexArrayAttrib(array, where);
+    glEnableVertexArrayAttrib(array, location);
 }
 
 bool GLVertexAttribute::activate(const Polyp& polyp) {
     uploadSource();
-    if (!_isIndices && _memory.number() != 0) {
-        _location = location(polyp);
-        if (_location >= 0) setLayout(static_cast<unsigned>(_location));
-    }
-    _memory.machine()->check("VertexAttribute::activate");
+    auto& active = _memory.machine()->attributes;
+    if (!_isIndices && _memory.number() != 0) active.push_back(this);
+    _memory.machine()->check("VertexAttribute::activate", [&] { deactivate(polyp); });
     return true;
 }
 
 bool GLVertexAttribute::deactivate(const Polyp&) {
-    if (_location >= 0) {
-        glDisableVertexArrayAttrib(_memory.machine()->vertexArray.number(),
-                                   static_cast<unsigned>(_location));
-    }
-    _location = -1;
+    auto& active = _memory.machine()->attributes;
+    if (!active.empty() && active.back() == this) active.pop_back();
     return true;
 }
 

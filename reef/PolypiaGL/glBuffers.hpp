@@ -19,6 +19,8 @@ public:
     std::size_t bytes() const { return _bytes; }
     bool resize(std::size_t bytes);
     bool upload(const void* data, std::size_t bytes);
+    /// The same, with an exception if the driver has no memory for it.
+    void require(const void* data, std::size_t bytes);
     bool write(std::size_t offset, const void* data, std::size_t bytes);
     bool read(std::size_t offset, void* data, std::size_t bytes) const;
     void* map();
@@ -36,6 +38,7 @@ private:
     MachinePtr _machine;
     BufferId _id;
     std::size_t _bytes = 0;
+    bool _isMapped = false;
 };
 
 class GLUniformBuffer : public UniformBuffer {
@@ -68,8 +71,8 @@ private:
 /// A storage buffer. Data of the caller are copied at once, those of a function when the buffer is
 /// activated for the first time.
 ///
-/// At key 8192 of a polyp it is bound in pieces, as Polyp::prepareWave has worked out; otherwise
-/// whole.
+/// At key 8192 of a polyp it is bound in pieces, as Polyp::prepareWave has worked out, each with
+/// the data of the few vertices behind it that its last figure needs; otherwise whole.
 class GLStorageBuffer : public RenderBasin::StorageBufferTentacle {
 public:
     GLStorageBuffer(const MachinePtr& machine, StorageFlags flags);
@@ -77,7 +80,6 @@ public:
     bool activate(const Polyp& polyp) override;
     bool deactivate(const Polyp& polyp) override;
     std::size_t memsize() const override;
-    std::size_t NumberOfElements() const override { return _elements; }
     StorageFlags storageFlags() const override { return _flags; }
     bool bindToProgram(const RenderBasin::ProgramPtr& program, const char* blockName,
                        Seagrass* seagrass) override;
@@ -91,6 +93,7 @@ public:
     bool unmap() override { return _memory.unmap(); }
     std::uint64_t native() const override { return _memory.native(); }
 
+    void setData(const void* data, std::size_t bytes) { _memory.require(data, bytes); }
     /// The data, to be uploaded at need.
     void setSource(const RenderBasin::ChunkPtr& chunk) { _source = chunk; }
     void setZero(std::size_t bytes);
@@ -104,14 +107,14 @@ private:
     mutable BufferMemory _memory;
     StorageFlags _flags;
     mutable RenderBasin::ChunkPtr _source;
-    std::size_t _elements = 0;
 };
 
 /// Data of vertices, or the indices that tell their order. The chunk is kept until the first
-/// activation, which uploads it.
+/// activation, which uploads it. What its data feed is worked out for each draw.
 class GLVertexAttribute : public RenderBasin::VertexAttribute {
 public:
-    /// The element format must be known; doubles are narrowed to float.
+    /// The element format must be known; doubles are narrowed to float, unless the hints say by
+    /// the first activation that the shader takes doubles.
     GLVertexAttribute(const MachinePtr& machine, const RenderBasin::ChunkPtr& data, int number,
                       std::string name);
 
@@ -122,15 +125,21 @@ public:
     RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive) const override;
     std::size_t bytes() const override;
 
-    /// Elements whatever they are, indices included.
-    std::size_t elements() const { return _elements; }
-    unsigned type() const { return _format.isDouble() ? unsigned{GL_FLOAT} : _format.type; }
+    const std::string& name() const { return _name; }
+    int number() const { return _number; }
+    /// All components of all elements, which is how many indices there are.
+    std::size_t numberOfComponents() const;
+    int components() const { return _format.components; }
+    /// Of the components on the GPU: GL_FLOAT and so on.
+    unsigned type() const { return isNarrowed() ? unsigned{GL_FLOAT} : _format.type; }
     const BufferMemory& memory() const { return _memory; }
+    /// Brings the data to the GPU, if they are not there yet.
+    void uploadSource();
+    /// Has a vertex array feed this location from the data.
+    void setLayout(unsigned vertexArray, unsigned location) const;
 
 private:
-    int location(const Polyp& polyp) const;
-    void uploadSource();
-    void setLayout(unsigned location) const;
+    bool isNarrowed() const;
     std::size_t elementBytes() const;
 
     BufferMemory _memory;
@@ -140,8 +149,11 @@ private:
     std::string _name;
     int _number;
     bool _isIndices;
-    int _location = -1; // while active
 };
+
+/// The vertices behind a piece that its last figure may need: one of a strip of lines, two of a
+/// list or strip of triangles, and one more where the piece itself ends within a figure.
+inline constexpr std::size_t pieceOverlap = 3;
 
 /// The generic attribute of an attribute number of the library, to be bound ahead of linking: the
 /// one that the fixed-function name aliases.

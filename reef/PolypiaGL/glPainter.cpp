@@ -1,16 +1,20 @@
 #include <PolypiaGL/glPainter.hpp>
 
+#include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/glProgram.hpp>
+#include <PolypiaGL/glVertexLayout.hpp>
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
+#include <string>
 
 namespace Mirk::GL {
 
 namespace {
 
-/// How a long draw is cut: parts have a multiple of `step` vertices, of which the last `overlap`
-/// begin the next part. A step of 0 means that it can't be cut.
+/// Where a draw may be cut: after a multiple of `step` vertices, `overlap` more of which the part
+/// in front of the cut needs. A step of 0 means that it can't be cut.
 struct Cutting {
     std::int64_t step;
     std::int64_t overlap;
@@ -26,10 +30,53 @@ Cutting cuttingOf(unsigned mode) {
         return {1, 1};
     case GL_TRIANGLES:
         return {3, 0};
+    case GL_TRIANGLE_STRIP: // every other triangle has its corners turned round
+        return {2, 2};
     default:
         return {0, 0};
     }
 }
+
+std::int64_t indexBytes(unsigned type) {
+    switch (type) {
+    case GL_UNSIGNED_BYTE:
+        return 1;
+    case GL_UNSIGNED_SHORT:
+        return 2;
+    default:
+        return 4;
+    }
+}
+
+/// Has the vertex array of the machine, which is bound, take the indices.
+class IndexLayout {
+public:
+    IndexLayout(const Machine& machine, const GLVertexAttribute& indices)
+        : _array(machine.vertexArray.number()),
+          _callersRestart(glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) == GL_TRUE) {
+        glVertexArrayElementBuffer(_array, indices.memory().number());
+        // With fewer bits the greatest index is one that meshes use.
+        setRestart(indexBytes(indices.type()) == 4);
+    }
+    ~IndexLayout() {
+        setRestart(_callersRestart);
+        glVertexArrayElementBuffer(_array, 0);
+    }
+    IndexLayout(const IndexLayout&) = delete;
+    IndexLayout& operator=(const IndexLayout&) = delete;
+
+private:
+    static void setRestart(bool enabled) {
+        if (enabled) {
+            glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
+        } else {
+            glDisable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
+        }
+    }
+
+    unsigned _array;
+    bool _callersRestart;
+};
 
 } // namespace
 
@@ -42,35 +89,63 @@ GLPainter::GLPainter(MachinePtr machine, RenderNamespace::Primitive primitive, I
 bool GLPainter::draw(const Polyp& polyp) {
     const Keel::StrongPtr<GLProgram, Polyp::Tentacle> program = currentProgram(polyp, *_machine);
     if (program && program->isCompute()) return true;
-    const Range wanted = range(polyp);
+    const unsigned glMode = mode(program.get());
+    const bool inPieces = isInPieces(polyp);
+    const Range wanted = inPieces ? rangeInPiece(polyp, range(polyp), glMode) : range(polyp);
     if (wanted.count <= 0) return true;
-    if (program) program->setInteger("zelk_FirstVertexOfChunk", static_cast<int>(wanted.first));
-    glBindVertexArray(_machine->vertexArray.number());
-    if (_indices) {
-        glVertexArrayElementBuffer(_machine->vertexArray.number(), _indices->memory().number());
+    if (program) {
+        const std::uint32_t firstOfPiece = inPieces ? polyp.currentChunk * polyp.chunkElements : 0;
+        program->setInteger("zelk_FirstVertexOfChunk", static_cast<int>(firstOfPiece));
     }
-    drawInParts(mode(program.get()), wanted);
-    if (_indices) glVertexArrayElementBuffer(_machine->vertexArray.number(), 0);
-    glBindVertexArray(0);
+    if (_indices) _indices->uploadSource();
+    {
+        const VertexLayout layout(*_machine, program.get());
+        std::optional<IndexLayout> indexLayout;
+        if (_indices) indexLayout.emplace(*_machine, *_indices);
+        drawInParts(glMode, wanted);
+    }
     _machine->check("Painter::draw");
     return true;
 }
 
+bool GLPainter::isInPieces(const Polyp& polyp) const {
+    // Indices tell vertices of all pieces.
+    return polyp.chunkElements != 0 && !_indices;
+}
+
 GLPainter::Range GLPainter::range(const Polyp& polyp) const {
     const auto all = static_cast<std::int64_t>(
-        _indices ? _indices->elements()
+        _indices ? _indices->numberOfComponents()
         : _vertices != 0
             ? static_cast<std::size_t>(_vertices)
             : polyp.NumberOfElements(Polyp::VertexAttributeKey, Polyp::ChunkedDataKey - 1));
-    std::int64_t from = std::max<std::int64_t>(first, 0);
-    std::int64_t to = count < 0 ? all : std::min(all, from + count);
-    // Indices tell vertices of all pieces, so that only plain vertices can be drawn in pieces.
-    if (polyp.chunkElements != 0 && !_indices) {
-        const std::int64_t piece = polyp.chunkElements;
-        from = std::max(from, piece * polyp.currentChunk);
-        to = std::min(to, piece * (std::int64_t{polyp.currentChunk} + 1));
-    }
+    const std::int64_t from = std::max<std::int64_t>(first, 0);
+    const std::int64_t to = count < 0 ? all : std::min(all, from + count);
     return {from, to - from};
+}
+
+GLPainter::Range GLPainter::rangeInPiece(const Polyp& polyp, Range all, unsigned glMode) const {
+    const std::int64_t piece = polyp.chunkElements;
+    const std::int64_t begin = piece * polyp.currentChunk;
+    const std::int64_t end = all.first + all.count;
+    const Cutting cutting = cuttingOf(glMode);
+    if (cutting.step == 0) {
+        const bool isInOne = all.count <= 0 || all.first / piece == (end - 1) / piece;
+        if (isInOne) return all.first / piece == polyp.currentChunk ? all : Range{0, 0};
+        throw GLRenderException(GL_INVALID_OPERATION,
+                                "a loop or fan of " + std::to_string(all.count) +
+                                    " vertices can't be drawn in pieces of " +
+                                    std::to_string(piece),
+                                "Painter::draw", __FILE__, __LINE__);
+    }
+    // The first vertex from here on with which a figure begins.
+    const auto figure = [&](std::int64_t vertex) {
+        const std::int64_t passed =
+            std::clamp(vertex, all.first, std::max(all.first, end)) - all.first;
+        return all.first + (passed + cutting.step - 1) / cutting.step * cutting.step;
+    };
+    const std::int64_t from = figure(begin);
+    return {from, std::min(end, figure(begin + piece) + cutting.overlap) - from};
 }
 
 unsigned GLPainter::mode(const GLProgram* program) const {
@@ -87,11 +162,14 @@ unsigned GLPainter::mode(const GLProgram* program) const {
 void GLPainter::drawInParts(unsigned glMode, Range range) const {
     const Cutting cutting = cuttingOf(glMode);
     const auto queue = static_cast<std::int64_t>(_machine->queuedVertices);
-    if (queue == 0 || cutting.step == 0 || range.count <= queue) {
+    // Where indices begin a strip of triangles anew, nobody knows which of them are turned round.
+    const bool isWhole = cutting.step == 0 || (_indices && glMode == GL_TRIANGLE_STRIP);
+    if (queue == 0 || isWhole || range.count <= queue) {
         drawRange(glMode, range);
         return;
     }
-    const std::int64_t part = queue / cutting.step * cutting.step;
+    const std::int64_t part =
+        std::max(queue / cutting.step * cutting.step, cutting.step + cutting.overlap);
     for (std::int64_t done = 0; done < range.count; done += part - cutting.overlap) {
         drawRange(glMode, {range.first + done, std::min(part, range.count - done)});
         glFinish();
@@ -104,11 +182,8 @@ void GLPainter::drawRange(unsigned glMode, Range range) const {
         return;
     }
     const unsigned type = _indices->type();
-    const std::int64_t indexBytes = type == GL_UNSIGNED_BYTE    ? 1
-                                    : type == GL_UNSIGNED_SHORT ? 2
-                                                                : 4;
     // An offset that travels as a pointer, as OpenGL wants it.
-    const auto* const offset = reinterpret_cast<const void*>(range.first * indexBytes);
+    const auto* const offset = reinterpret_cast<const void*>(range.first * indexBytes(type));
     glDrawElements(glMode, static_cast<GLsizei>(range.count),
                    type == GL_INT ? unsigned{GL_UNSIGNED_INT} : type, offset);
 }

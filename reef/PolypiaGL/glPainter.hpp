@@ -10,8 +10,11 @@
 namespace Mirk::GL {
 
 /// Draws all vertices of the polyp or a range of them, or those that an array of indices tells, in
-/// the pieces that Polyp::prepareWave has worked out. A shader that reads data bound in pieces
-/// subtracts the int uniform "zelk_FirstVertexOfChunk" from gl_VertexID.
+/// the pieces that Polyp::prepareWave has worked out: each pass draws the figures that begin in its
+/// piece. A shader that reads data bound in pieces subtracts the int uniform
+/// "zelk_FirstVertexOfChunk" from gl_VertexID. Loops and fans can't be drawn in pieces.
+///
+/// An index with all of 32 bits set ends a strip, loop or fan and begins the next.
 class GLPainter : public RenderBasin::RangedPainter {
 public:
     using IndicesPtr = Keel::StrongPtr<GLVertexAttribute, Polyp::Tentacle>;
@@ -31,6 +34,8 @@ private:
     };
 
     Range range(const Polyp& polyp) const;
+    Range rangeInPiece(const Polyp& polyp, Range all, unsigned mode) const;
+    bool isInPieces(const Polyp& polyp) const;
     unsigned mode(const class GLProgram* program) const;
     void drawInParts(unsigned mode, Range range) const;
     void drawRange(unsigned mode, Range range) const;
