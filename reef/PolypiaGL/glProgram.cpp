@@ -330,14 +330,47 @@ void setMatrices(unsigned program, int location, int count, int columns, const f
     }
 }
 
-void setClipDistances(const std::array<bool, 2>& enabled) {
-    for (unsigned i = 0; i < enabled.size(); ++i) {
+/// State that a program needs by what its text names. The last one has no constant beyond the
+/// compatibility profile, in which alone it can be switched: in the other it is always on.
+constexpr std::array<GLenum, 4> switchNames{GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1,
+                                            GL_PROGRAM_POINT_SIZE, 0x8861 /* GL_POINT_SPRITE */};
+static_assert(switchNames.size() == GLProgram::Switches().size());
+
+bool exists(GLenum name, Profile profile) {
+    return name != switchNames.back() || profile == Profile::Compatibility;
+}
+
+void setSwitches(const GLProgram::Switches& enabled, Profile profile) {
+    for (std::size_t i = 0; i < switchNames.size(); ++i) {
+        if (!exists(switchNames[i], profile)) continue;
         if (enabled[i]) {
-            glEnable(GL_CLIP_DISTANCE0 + i);
+            glEnable(switchNames[i]);
         } else {
-            glDisable(GL_CLIP_DISTANCE0 + i);
+            glDisable(switchNames[i]);
         }
     }
+}
+
+GLProgram::Switches currentSwitches(Profile profile) {
+    GLProgram::Switches enabled{};
+    for (std::size_t i = 0; i < switchNames.size(); ++i) {
+        enabled[i] = exists(switchNames[i], profile) && glIsEnabled(switchNames[i]) == GL_TRUE;
+    }
+    return enabled;
+}
+
+/// What the stages need. Fragment stages read clip distances and do not write them.
+GLProgram::Switches neededSwitches(const std::vector<StageSource>& stages) {
+    GLProgram::Switches needed{};
+    for (const StageSource& source : stages) {
+        const std::string text = GlslScan(source.code).blank;
+        const auto names = [&](const char* name) { return text.find(name) != std::string::npos; };
+        const bool isFragment = source.stage == Stage::Fragment;
+        if (!isFragment && names("gl_ClipDistance")) needed[0] = needed[1] = true;
+        if (!isFragment && names("gl_PointSize")) needed[2] = true;
+        if (isFragment && names("gl_PointCoord")) needed[3] = true;
+    }
+    return needed;
 }
 
 int maximumVertices(const ProgramParameters& parameters) {
@@ -369,10 +402,7 @@ GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
         return source.stage == Stage::Geometry;
     }));
     _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
-    _writesClipDistances = std::any_of(stages.begin(), stages.end(), [](const StageSource& source) {
-        return source.stage != Stage::Fragment &&
-               GlslScan(source.code).blank.find("gl_ClipDistance") != std::string::npos;
-    });
+    _switches = neededSwitches(stages);
 }
 
 ShaderId GLProgram::compile(const AdaptedStage& stage, const StageSource& source,
@@ -440,8 +470,7 @@ bool GLProgram::activate(const Polyp& polyp) {
     GLint program = 0;
     glGetIntegerv(GL_CURRENT_PROGRAM, &program);
     _callers.push_back(
-        {static_cast<unsigned>(program),
-         {glIsEnabled(GL_CLIP_DISTANCE0) == GL_TRUE, glIsEnabled(GL_CLIP_DISTANCE1) == GL_TRUE}});
+        {static_cast<unsigned>(program), currentSwitches(_machine->context.profile())});
     _machine->useProgram(_id.number());
     _machine->check("Program::activate", [&] { deactivate(polyp); });
     return true;
@@ -450,7 +479,7 @@ bool GLProgram::activate(const Polyp& polyp) {
 bool GLProgram::deactivate(const Polyp& polyp) {
     releaseSamplers(polyp);
     const CallerState& caller = _callers.back();
-    setClipDistances(caller.clipDistances);
+    setSwitches(caller.switches, _machine->context.profile());
     _machine->useProgram(caller.program);
     _callers.pop_back();
     _machine->report("Program::deactivate");
@@ -472,8 +501,8 @@ void GLProgram::prepare(const Polyp& polyp) {
     sendChanges();
     bindBlocks(polyp);
     bindSamplers(polyp);
-    // Enabled for a program that does not write them they would clip at random.
-    setClipDistances({_writesClipDistances, _writesClipDistances});
+    // Enabled for a program that does not write them clip distances would clip at random.
+    setSwitches(_switches, _machine->context.profile());
     _machine->check("Program::prepare");
 }
 

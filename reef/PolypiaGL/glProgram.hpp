@@ -58,6 +58,9 @@ public:
     /// Sets an integer or sampler if the program declares it.
     void setInteger(const char* name, int value);
 
+    /// Clip distances 0 and 1, point size by program, point sprites.
+    using Switches = std::array<bool, 4>;
+
 private:
     struct Uniform {
         int location;
@@ -67,7 +70,7 @@ private:
     /// What to go back to.
     struct CallerState {
         unsigned program;
-        std::array<bool, 2> clipDistances;
+        Switches switches;
     };
 
     ShaderId compile(const AdaptedStage& stage, const StageSource& source,
@@ -96,7 +99,7 @@ private:
     std::vector<Polyp::TentaclePtr> _sampled; // bound by the last prepare()
     bool _isCompute = false;
     bool _takesLines = false;
-    bool _writesClipDistances = false;
+    Switches _switches{};
     bool _usesMatrices = false;
 };
 
