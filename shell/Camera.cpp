@@ -1,9 +1,12 @@
 #include <Camera.hpp>
 
+#include <UsageError.hpp>
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
-#include <stdexcept>
+#include <vector>
 
 namespace Shell {
 
@@ -13,15 +16,129 @@ double radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
 }
 
-void checkDirections(const Camera& camera) {
-    const double distance = norm(camera.focalPoint - camera.position);
-    if (!(distance > 0.0) || !std::isfinite(distance)) {
-        throw std::invalid_argument("camera position and focal point must be different points");
+/// Of the data, or of a picture of nothing but a point.
+double sizeOf(const Skua::BoundingBall& ball) {
+    return ball.radius > 0.0 ? ball.radius : 1.0;
+}
+
+double along(const vector& direction, const point& p) {
+    return dot(direction, p - point());
+}
+
+/// Of unit vectors: their cross product is shorter than what rounding leaves of an angle.
+bool isParallel(const vector& a, const vector& b) {
+    return !(norm(cross(a, b)) > 1e-9);
+}
+
+/// A view up for a direction that is parallel to the usual one, as that over a pole of the earth.
+vector otherViewUp(const vector& direction) {
+    const vector x{1.0, 0.0, 0.0};
+    const vector y{0.0, 1.0, 0.0};
+    return isParallel(direction, y) ? x : y;
+}
+
+/// Where the camera has to stand so that all data are in the frame.
+///
+/// A point p at `depth` before the camera and `aside` from its axis is at the edge of the frame if
+/// slope * aside = depth. So those with the largest slope * dot(side, p) - dot(forward, p) leave it
+/// first, on either side.
+class Fit {
+public:
+    Fit(const Camera& camera, const Sight& sight, const Frame& frame)
+        : _sight(sight), _forward(camera.forward()), _axes{camera.right(), camera.up()} {
+        const double halfHeight = std::tan(radians(camera.viewAngleDegrees) / 2.0);
+        _slopes = {1.0 / (halfHeight * frame.aspect * frame.widthPart),
+                   1.0 / (halfHeight * frame.heightPart)};
+        const vector backward = -_forward;
+        _clearance = 0.05 * sizeOf(sight.ball);
+        _least = sight.reaches({&backward, 1})[0] + _clearance;
     }
-    const double side = norm(cross(camera.focalPoint - camera.position, camera.viewUp));
-    if (!(side > 1e-9 * distance * norm(camera.viewUp))) {
-        throw std::invalid_argument("the view up must not be parallel to the direction of view");
+
+    /// As near as the data allow, if the axis of view may be moved aside.
+    point freePosition() const {
+        const Extent across = extent(0, _slopes[0]);
+        const Extent height = extent(1, _slopes[1]);
+        const double distance = std::max({across.distance(), height.distance(), _least});
+        return at(centred(0, across, distance), centred(1, height, distance), distance);
     }
+
+    /// As near as the data allow, in front of the focal point.
+    point positionBefore(const point& focalPoint) const {
+        const double ahead = along(_forward, focalPoint);
+        const double across = along(_axes[0], focalPoint);
+        const double height = along(_axes[1], focalPoint);
+        const double distance =
+            std::max({extent(0, _slopes[0]).distanceFrom(across),
+                      extent(1, _slopes[1]).distanceFrom(height), _least, _clearance - ahead});
+        return at(across, height, distance);
+    }
+
+private:
+    /// How the data spread to the two sides of an axis, for one slope.
+    struct Extent {
+        double slope, most, least;
+
+        /// Of the axis of view that is equally far from both.
+        double middle() const { return (most - least) / (2.0 * slope); }
+        /// Of the camera with that axis, behind the plane through zero.
+        double distance() const { return (most + least) / 2.0; }
+        double distanceFrom(double aside) const {
+            return std::max(most - slope * aside, least + slope * aside);
+        }
+    };
+
+    Extent extent(std::size_t axis, double slope) const {
+        const std::array<vector, 2> directions{_axes[axis] * slope - _forward,
+                                               _axes[axis] * -slope - _forward};
+        const std::vector<double> reaches = _sight.reaches(directions);
+        return {slope, reaches[0], reaches[1]};
+    }
+
+    /// The place of the axis of view at which a camera of that distance sees the data with equal
+    /// margins: the slope is looked for that would bring it just there.
+    double centred(std::size_t axis, Extent extent, double distance) const {
+        constexpr int mostSteps = 4;
+        for (int step = 0; step < mostSteps && extent.distance() > 0.0; ++step) {
+            const double factor = distance / extent.distance();
+            if (factor < 1.001) break;
+            extent = this->extent(axis, extent.slope * factor);
+        }
+        return extent.middle();
+    }
+
+    point at(double across, double height, double distance) const {
+        return point() + _axes[0] * across + _axes[1] * height - _forward * distance;
+    }
+
+    const Sight& _sight;
+    vector _forward;
+    std::array<vector, 2> _axes; ///< right and up
+    std::array<double, 2> _slopes;
+    double _clearance; ///< before the nearest point of the data
+    double _least;     ///< distance that keeps it
+};
+
+void checkPlaces(const Camera& camera, const Skua::BoundingBall& ball) {
+    if (camera.position == camera.focalPoint) {
+        throw UsageError("--camera-position: expected another point than the focal point");
+    }
+    // The programs compute with floats, in which more than this has no place beside the data.
+    constexpr double farthest = 1e12;
+    const double size = sizeOf(ball);
+    if (!(distance(camera.position, ball.centre) <= farthest * size) ||
+        !(distance(camera.focalPoint, ball.centre) <= farthest * size)) {
+        throw UsageError("--camera-position, --camera-focal-point: expected points less than 1e12 "
+                         "times the size of the data away from them");
+    }
+}
+
+/// The view up of the wishes or else one that serves.
+vector viewUpOf(const CameraWishes& wishes, const Sight& sight, const vector& direction) {
+    const vector forward = normalised(direction);
+    const vector viewUp = normalised(wishes.viewUp.value_or(sight.viewUp));
+    if (!isParallel(forward, viewUp)) return viewUp;
+    if (!wishes.viewUp) return otherViewUp(forward);
+    throw UsageError("--camera-view-up: expected a direction across the view, got one along it");
 }
 
 } // namespace
@@ -38,43 +155,43 @@ vector Camera::up() const {
     return cross(right(), forward());
 }
 
-Camera placeCamera(const CameraWishes& wishes, const Skua::BoundingBall& data,
-                   const vector& direction, const vector& viewUp, double aspect) {
+Camera placeCamera(const CameraWishes& wishes, const Sight& sight, const Frame& frame) {
     Camera camera{};
     camera.viewAngleDegrees = wishes.viewAngleDegrees;
-    camera.viewUp = wishes.viewUp.value_or(viewUp);
-    camera.focalPoint = wishes.focalPoint.value_or(data.centre);
-    const double halfHeight = radians(wishes.viewAngleDegrees) / 2.0;
-    const double halfWidth = std::atan(std::tan(halfHeight) * aspect);
-    constexpr double margin = 1.03;
-    const double radius = data.radius > 0.0 ? data.radius : 1.0;
-    const double distance = margin * radius / std::sin(std::min(halfHeight, halfWidth));
-    camera.position =
-        wishes.position.value_or(camera.focalPoint + normalised(direction) * -distance);
-    checkDirections(camera);
+    camera.focalPoint = wishes.focalPoint.value_or(sight.ball.centre);
+    camera.position = wishes.position.value_or(camera.focalPoint - normalised(sight.direction));
+    checkPlaces(camera, sight.ball);
+    camera.viewUp = viewUpOf(wishes, sight, camera.focalPoint - camera.position);
+    if (wishes.position) return camera;
+
+    const Fit fit(camera, sight, frame);
+    const vector forward = camera.forward();
+    if (wishes.focalPoint) {
+        camera.position = fit.positionBefore(camera.focalPoint);
+        return camera;
+    }
+    camera.position = fit.freePosition();
+    const double depth = along(forward, sight.ball.centre) - along(forward, camera.position);
+    camera.focalPoint = camera.position + forward * depth;
     return camera;
 }
 
-Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& data, double aspect,
-                            const point& worldOrigin) {
+Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect) {
     const vector f = camera.forward();
-    const vector r = camera.right();
-    const vector u = camera.up();
-    // The camera relative to the origin: the only place where large numbers meet.
-    const vector eye = camera.position - worldOrigin;
-    const double depth = dot(data.centre - camera.position, f);
-    const double radius = data.radius > 0.0 ? data.radius : 1.0;
-    const double far = std::max(depth + radius, radius) * 1.001;
-    const double near = std::max(depth - radius, far * 1e-4) * 0.999;
+    const double depth = dot(ball.centre - camera.position, f);
+    const double size = sizeOf(ball);
+    // A little more than the ball, as points lie on it.
+    const double far = std::max(depth, 0.0) + 1.001 * size;
+    const double near = std::max(depth - 1.001 * size, far * 1e-4);
     const double focal = 1.0 / std::tan(radians(camera.viewAngleDegrees) / 2.0);
 
     // Rows of projection times rotation, each with its translation.
     const auto row = [&](const vector& axis, double scale) {
         return Skua::FixedArray<double, 4>{axis.x * scale, axis.y * scale, axis.z * scale,
-                                           -dot(axis, eye) * scale};
+                                           -along(axis, camera.position) * scale};
     };
-    const auto x = row(r, focal / aspect);
-    const auto y = row(u, focal);
+    const auto x = row(camera.right(), focal / aspect);
+    const auto y = row(camera.up(), focal);
     const auto w = row(f, 1.0);
     const double zScale = (far + near) / (far - near);
     const double zOffset = -2.0 * far * near / (far - near);

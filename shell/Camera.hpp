@@ -5,7 +5,10 @@
 #include <rookery/Matrix.hpp>
 #include <rookery/PhysicalSpace.hpp>
 
+#include <functional>
 #include <optional>
+#include <span>
+#include <vector>
 
 namespace Shell {
 
@@ -14,7 +17,7 @@ using Skua::PhysicalSpace::vector;
 /// Column-major, the vector on the right.
 using Matrix4 = Skua::Quadratic<4, double>;
 
-/// A camera with perspective, in world coordinates.
+/// A camera with perspective.
 struct Camera {
     point position;
     point focalPoint;
@@ -35,16 +38,32 @@ struct CameraWishes {
     double viewAngleDegrees = 30.0;
 };
 
-/// The camera by the wishes of the user, or else such that the ball fills a picture of this aspect
-/// (width / height), seen along `direction` (from the camera to the data). Throws
-/// std::invalid_argument if it looks nowhere: position and focal point are equal, or the view up
-/// is parallel to the view.
-Camera placeCamera(const CameraWishes& wishes, const Skua::BoundingBall& data,
-                   const vector& direction, const vector& viewUp, double aspect);
+/// What a camera is to see.
+struct Sight {
+    /// For each direction the largest dot product with a point of the data.
+    using Reaches = std::function<std::vector<double>(std::span<const vector> directions)>;
 
-/// Projection times model view, for coordinates relative to `worldOrigin`; eye space looks along
-/// -z, depth goes from -1 to 1. Near and far planes enclose the ball as far as it lies in front.
-Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& data, double aspect,
-                            const point& worldOrigin);
+    Skua::BoundingBall ball; ///< around the data; a radius of 0 is a single point
+    Reaches reaches;
+    vector direction; ///< in which the data look best, from the camera to them
+    vector viewUp;    ///< with that
+};
+
+/// The picture that is to be filled.
+struct Frame {
+    double aspect = 1.0; ///< width / height
+    /// Parts of width and height that the data may take up.
+    double widthPart = 1.0, heightPart = 1.0;
+};
+
+/// The camera by the wishes of the user. What they leave open is chosen such that the data fill
+/// the frame: touching two opposite edges of it if the focal point is free, else one edge. Throws
+/// UsageError if it looks nowhere (position and focal point are equal, or the view up is parallel
+/// to the view), or if the data are out of sight for their distance.
+Camera placeCamera(const CameraWishes& wishes, const Sight& sight, const Frame& frame);
+
+/// Projection times model view; eye space looks along -z, depth goes from -1 to 1. Near and far
+/// planes enclose the ball as far as it lies in front of the camera.
+Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect);
 
 } // namespace Shell

@@ -1,5 +1,7 @@
 #include <Options.hpp>
 
+#include <UsageError.hpp>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -7,91 +9,102 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <limits>
-#include <string_view>
 #include <system_error>
 
 namespace Shell {
 
 namespace {
 
-/// Numbers parted by commas; throws UsageError unless there are between `least` and `most`.
-std::vector<double> numbers(const std::string& option, const std::string& text, std::size_t least,
-                            std::size_t most, const std::string& expected) {
-    const auto refuse = [&] {
+/// The value of an option, with the words for one that won't do.
+struct Value {
+    [[noreturn]] void refuse() const {
         throw UsageError(option + ": expected " + expected + ", got '" + text + "'");
-    };
-    std::vector<double> values;
-    const char* next = text.data();
-    const char* const end = next + text.size();
+    }
+
+    std::string option;
+    std::string text;
+    std::string expected;
+};
+
+/// Numbers parted by commas, as many as wanted.
+std::vector<double> numbers(const Value& value, std::size_t least, std::size_t most) {
+    std::vector<double> result;
+    const char* next = value.text.data();
+    const char* const end = next + value.text.size();
     for (;;) {
-        double value = 0;
-        const auto [stop, error] = std::from_chars(next, end, value);
-        if (error != std::errc() || !std::isfinite(value)) refuse();
-        values.push_back(value);
+        double number = 0;
+        const auto [stop, error] = std::from_chars(next, end, number);
+        if (error != std::errc() || !std::isfinite(number)) value.refuse();
+        result.push_back(number);
         if (stop == end) break;
-        if (*stop != ',') refuse();
+        if (*stop != ',') value.refuse();
         next = stop + 1;
     }
-    if (values.size() < least || values.size() > most) refuse();
-    return values;
+    if (result.size() < least || result.size() > most) value.refuse();
+    return result;
 }
 
-double number(const std::string& option, const std::string& text, double least, double most,
-              const std::string& expected) {
-    const double value = numbers(option, text, 1, 1, expected)[0];
-    if (value < least || value > most) {
-        throw UsageError(option + ": expected " + expected + ", got '" + text + "'");
-    }
-    return value;
+double number(const Value& value, double least, double most) {
+    const double result = numbers(value, 1, 1)[0];
+    if (result < least || result > most) value.refuse();
+    return result;
 }
 
-int wholeNumber(const std::string& option, double value, const std::string& expected) {
-    if (value < 1 || value > std::numeric_limits<int>::max() || value != std::floor(value)) {
-        throw UsageError(option + ": expected " + expected);
-    }
-    return static_cast<int>(value);
+int wholeNumber(const Value& value, double number, int most) {
+    if (!(number >= 1 && number <= most) || number != std::floor(number)) value.refuse();
+    return static_cast<int>(number);
 }
 
-Skua::PhysicalSpace::point pointOf(const std::string& option, const std::string& text) {
-    const auto v = numbers(option, text, 3, 3, "three numbers X,Y,Z");
-    return {v[0], v[1], v[2]};
-}
-
-Skua::PhysicalSpace::vector vectorOf(const std::string& option, const std::string& text) {
-    const auto v = numbers(option, text, 3, 3, "three numbers X,Y,Z that are not all 0");
-    if (v[0] == 0 && v[1] == 0 && v[2] == 0) {
-        throw UsageError(option + ": expected three numbers X,Y,Z that are not all 0, got '" +
-                         text + "'");
+point pointOf(const std::string& option, const std::string& text) {
+    // Squares of what lies between two such points are numbers still.
+    constexpr double farthest = 1e100;
+    const Value value{option, text, "three numbers X,Y,Z from -1e100 to 1e100"};
+    const auto v = numbers(value, 3, 3);
+    for (const double coordinate : v) {
+        if (std::abs(coordinate) > farthest) value.refuse();
     }
     return {v[0], v[1], v[2]};
+}
+
+vector vectorOf(const std::string& option, const std::string& text) {
+    const Value value{option, text, "three numbers X,Y,Z that are not all 0"};
+    const auto v = numbers(value, 3, 3);
+    // Made as long as the largest is, whose square can be too large or too small a number.
+    const double largest = std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
+    if (largest == 0) value.refuse();
+    return {v[0] / largest, v[1] / largest, v[2] / largest};
 }
 
 /// "#RRGGBB", "#RRGGBBAA", or three or four numbers from 0 to 1.
 Skua::rgba_float_t colorOf(const std::string& option, const std::string& text) {
-    const std::string expected = "#RRGGBB, #RRGGBBAA, or three or four numbers R,G,B,A from 0 to 1";
-    const auto refuse = [&] {
-        throw UsageError(option + ": expected " + expected + ", got '" + text + "'");
-    };
+    const Value value{option, text,
+                      "#RRGGBB, #RRGGBBAA, or three or four numbers R,G,B,A from 0 to 1"};
     Skua::rgba_float_t color{0, 0, 0, 1};
     if (text.starts_with('#')) {
-        if (text.size() != 7 && text.size() != 9) refuse();
+        if (text.size() != 7 && text.size() != 9) value.refuse();
         for (std::size_t i = 0; 2 * i + 1 < text.size(); ++i) {
-            unsigned value = 0;
+            unsigned byte = 0;
             const char* const first = text.data() + 1 + 2 * i;
-            const auto [stop, error] = std::from_chars(first, first + 2, value, 16);
-            if (error != std::errc() || stop != first + 2) refuse();
-            color[i] = static_cast<float>(value) / 255.0F;
+            const auto [stop, error] = std::from_chars(first, first + 2, byte, 16);
+            if (error != std::errc() || stop != first + 2) value.refuse();
+            color[i] = static_cast<float>(byte) / 255.0F;
         }
         return color;
     }
-    const auto values = numbers(option, text, 3, 4, expected);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        if (values[i] < 0 || values[i] > 1) refuse();
-        color[i] = static_cast<float>(values[i]);
+    const auto components = numbers(value, 3, 4);
+    for (std::size_t i = 0; i < components.size(); ++i) {
+        if (components[i] < 0 || components[i] > 1) value.refuse();
+        color[i] = static_cast<float>(components[i]);
     }
     return color;
+}
+
+std::string deviceOf(const std::string& option, const std::string& text) {
+    const bool isNumber =
+        !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == text.npos;
+    if (isNumber || text == "surfaceless" || text == "default") return text;
+    Value{option, text, "a device number, 'surfaceless' or 'default'"}.refuse();
 }
 
 std::string firstLine(const std::string& text) {
@@ -108,27 +121,52 @@ Command parseCommandLine(int argc, const char* const* argv) {
 
     Command command;
     RenderOptions& options = command.options;
-    std::string resolution, position, focalPoint, viewUp, viewAngle, background, lineWidth,
-        pointSize, samples;
     render
         ->add_option("FILE", options.files,
-                     "Coastlines, rivers and borders (GSHHG netCDF), meshes (OFF, OBJ, PLY, STL; "
-                     "gzip too)")
+                     "Coastlines, rivers and borders (GSHHG netCDF), meshes and clouds of points "
+                     "(OFF, OBJ, PLY, STL; gzip too)")
         ->required();
     render->add_option("-o,--output", options.output, "The picture to write")->required();
-    render->add_option("--resolution", resolution, "Size in pixels W,H (1024,768)");
-    render->add_option("--camera-position", position, "Where the camera stands: X,Y,Z");
-    render->add_option("--camera-focal-point", focalPoint, "What it looks at: X,Y,Z");
-    render->add_option("--camera-view-up", viewUp, "What is up in the picture: X,Y,Z");
-    render->add_option("--camera-view-angle", viewAngle,
-                       "Height of the picture in degrees, 0.001 to 170 (30)");
-    render->add_option("--background-color", background, "#RRGGBB[AA], or R,G,B[,A] from 0 to 1");
-    render->add_option("--line-width", lineWidth, "In pixels, 0.1 to 100 (1.2)");
-    render->add_option("--point-size", pointSize, "In pixels, 1 to 100 (3)");
-    render->add_option("--samples", samples,
-                       "Samples of each pixel against jagged edges, 1 to 64 (4)");
-    render->add_option("--device", options.device,
-                       "Graphics device: a number, \"surfaceless\" or \"default\" (the best)");
+
+    // Each is taken as text, so that all words about wrong ones are ours.
+    const auto add = [render](const std::string& name, const std::string& help, auto take) {
+        render->add_option_function<std::string>(
+            name, [name, take](const std::string& text) { take(name, text); }, help);
+    };
+    using Text = const std::string&;
+    add("--resolution", "Size in pixels W,H (1024,768)", [&](Text name, Text text) {
+        const Value value{name, text, "a size in pixels W,H of at least 1,1"};
+        const auto size = numbers(value, 2, 2);
+        constexpr int most = std::numeric_limits<int>::max();
+        options.widthPixels = wholeNumber(value, size[0], most);
+        options.heightPixels = wholeNumber(value, size[1], most);
+    });
+    add("--camera-position", "Where the camera stands: X,Y,Z",
+        [&](Text name, Text text) { options.camera.position = pointOf(name, text); });
+    add("--camera-focal-point", "What it looks at: X,Y,Z",
+        [&](Text name, Text text) { options.camera.focalPoint = pointOf(name, text); });
+    add("--camera-view-up", "What is up in the picture: X,Y,Z",
+        [&](Text name, Text text) { options.camera.viewUp = vectorOf(name, text); });
+    add("--camera-view-angle", "Height of the picture in degrees, 0.001 to 170 (30)",
+        [&](Text name, Text text) {
+            options.camera.viewAngleDegrees =
+                number({name, text, "degrees from 0.001 to 170"}, 0.001, 170);
+        });
+    add("--background-color", "#RRGGBB[AA], or R,G,B[,A] from 0 to 1",
+        [&](Text name, Text text) { options.background = colorOf(name, text); });
+    add("--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text name, Text text) {
+        options.lineWidthPixels = number({name, text, "pixels from 0.1 to 100"}, 0.1, 100);
+    });
+    add("--point-size", "In pixels, 1 to 100 (3)", [&](Text name, Text text) {
+        options.pointSizePixels = number({name, text, "pixels from 1 to 100"}, 1, 100);
+    });
+    add("--samples", "Samples of each pixel against jagged edges, 1 to 64 (4)",
+        [&](Text name, Text text) {
+            const Value value{name, text, "a whole number from 1 to 64"};
+            options.samples = wholeNumber(value, number(value, 1, 64), 64);
+        });
+    add("--device", "Graphics device: a number, \"surfaceless\" or \"default\" (the best)",
+        [&](Text name, Text text) { options.device = deviceOf(name, text); });
     render->add_flag("--grounding-line", options.groundingLine,
                      "Draws Antarctica's grounding line too");
     render->add_flag("-v,--verbose", options.verbose, "Tells what is done and how long it takes");
@@ -143,38 +181,8 @@ Command parseCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         throw UsageError(firstLine(error.what()) + "; see polypia render --help");
     }
-
+    if (options.output.empty()) throw UsageError("--output: expected the name of a file, got ''");
     command.render = true;
-    if (!resolution.empty()) {
-        const std::string expected = "a size in pixels W,H of at least 1,1";
-        const auto size = numbers("--resolution", resolution, 2, 2, expected);
-        options.widthPixels =
-            wholeNumber("--resolution", size[0], expected + ", got '" + resolution + "'");
-        options.heightPixels =
-            wholeNumber("--resolution", size[1], expected + ", got '" + resolution + "'");
-    }
-    if (!position.empty()) options.camera.position = pointOf("--camera-position", position);
-    if (!focalPoint.empty()) {
-        options.camera.focalPoint = pointOf("--camera-focal-point", focalPoint);
-    }
-    if (!viewUp.empty()) options.camera.viewUp = vectorOf("--camera-view-up", viewUp);
-    if (!viewAngle.empty()) {
-        options.camera.viewAngleDegrees =
-            number("--camera-view-angle", viewAngle, 0.001, 170, "degrees from 0.001 to 170");
-    }
-    if (!background.empty()) options.background = colorOf("--background-color", background);
-    if (!lineWidth.empty()) {
-        options.lineWidthPixels =
-            number("--line-width", lineWidth, 0.1, 100, "pixels from 0.1 to 100");
-    }
-    if (!pointSize.empty()) {
-        options.pointSizePixels = number("--point-size", pointSize, 1, 100, "pixels from 1 to 100");
-    }
-    if (!samples.empty()) {
-        options.samples =
-            wholeNumber("--samples", number("--samples", samples, 1, 64, "a number from 1 to 64"),
-                        "a number from 1 to 64");
-    }
     return command;
 }
 

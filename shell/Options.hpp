@@ -5,7 +5,6 @@
 
 #include <rookery/Coordinates.hpp>
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,12 +24,6 @@ struct RenderOptions {
     std::string device;
     bool groundingLine = false;
     bool verbose = false;
-};
-
-/// A command line that cannot be carried out: one line with what is wrong and what would be right.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// What a command line comes to: something to render, or a text that was asked for.

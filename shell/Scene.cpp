@@ -14,8 +14,10 @@
 #include <keel/Chunk.hpp>
 #include <rookery/Geodesy.hpp>
 
+#include <algorithm>
 #include <cmath>
-#include <numbers>
+#include <cstdio>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -49,7 +51,7 @@ std::string text(std::string_view source) {
 /// The text with a define behind its first line, which has the version.
 std::string withDefine(std::string_view source, const std::string& name) {
     const std::size_t version = source.find('\n') + 1;
-    return text(source.substr(0, version)) + "#define " + name + " 1\n" +
+    return text(source.substr(0, version)) + "#define " + name + "\n" +
            text(source.substr(version));
 }
 
@@ -60,10 +62,27 @@ Skua::BoundingBox boundsOf(const Mirk::ChunkPtr<point>& points) {
     return box;
 }
 
-void shiftPoints(const Mirk::ChunkPtr<point>& points, const point& worldOrigin) {
-    const vector offset{worldOrigin.x, worldOrigin.y, worldOrigin.z};
-    if (offset == vector()) return;
-    for (point& p : points->elements()) p -= offset;
+void pointsToScene(const Mirk::ChunkPtr<point>& points, const SceneSpace& space) {
+    if (space.worldOrigin == point() && space.worldUnit == 1.0) return;
+    for (point& p : points->elements()) p = space.toScene(p);
+}
+
+void reachPoints(const Mirk::ChunkPtr<point>& points, std::span<const vector> directions,
+                 std::span<double> reaches) {
+    for (const point& p : points->elements()) {
+        for (std::size_t i = 0; i < directions.size(); ++i) {
+            reaches[i] = std::max(reaches[i], dot(directions[i], p - point()));
+        }
+    }
+}
+
+/// A power of two near the radius of data whose squares and products of sizes floats don't hold.
+double worldUnitOf(double radius) {
+    // Data of common sizes are spared the pass.
+    if (radius <= 0.0 || (radius > 1e-3 && radius < 1e9)) return 1.0;
+    int exponent = 0;
+    std::frexp(radius, &exponent);
+    return std::ldexp(1.0, exponent);
 }
 
 void insertPainter(Polyp& polyp, const RenderBasin::PainterPtr& painter) {
@@ -87,8 +106,11 @@ public:
     LinesPart(Mirk::Polylines&& lines, double widthPixels, bool smooth)
         : _lines(std::move(lines)), _widthPixels(widthPixels), _smooth(smooth) {}
 
-    Skua::BoundingBox bounds() const override { return boundsOf(_lines.points); }
-    void shift(const point& worldOrigin) override { shiftPoints(_lines.points, worldOrigin); }
+    // The globe that is drawn with lines encloses them.
+    Skua::BoundingBox bounds() const override { return {}; }
+    void reach(std::span<const vector>, std::span<double>) const override {}
+    void toScene(const SceneSpace& space) override { pointsToScene(_lines.points, space); }
+    double marginPixels() const override { return _widthPixels / 2.0; }
 
     RenderBasin::ProgramPtr fill(Polyp& polyp, RenderBasin& basin) override {
         const RenderBasin::ProgramPtr program = createProgram(basin);
@@ -112,8 +134,13 @@ private:
             return basin.createProgram(text(glsl::line_vert), text(glsl::line_frag),
                                        "line.vert.glsl", "line.frag.glsl", 1, 1, {}, {});
         }
+        // Where two rectangles meet at an angle they leave a notch as deep as half the width.
+        constexpr double widestWithoutNotches = 2.0;
+        const std::string ends = _widthPixels > widestWithoutNotches
+                                     ? withDefine(glsl::line_geom, "ROUND_ENDS")
+                                     : text(glsl::line_geom);
         return basin.createGeometryProgram(
-            text(glsl::line_vert), RenderNamespace::LinesInput, text(glsl::line_geom),
+            text(glsl::line_vert), RenderNamespace::LinesInput, ends,
             RenderNamespace::TriangleStripOutput, withDefine(glsl::line_frag, "WIDE_LINES"),
             "line.vert.glsl", "line.geom.glsl", "line.frag.glsl", {}, {});
     }
@@ -171,7 +198,18 @@ public:
         box.updateBall();
         return box;
     }
-    void shift(const point& worldOrigin) override { _worldOrigin = worldOrigin; }
+    void toScene(const SceneSpace& space) override { _space = space; }
+    void reach(std::span<const vector> directions, std::span<double> reaches) const override {
+        const vector centre = _space.toScene(point()) - point();
+        const double a = Skua::WGS84::semiMajorAxisMetres / _space.worldUnit;
+        const double b = Skua::WGS84::semiMinorAxisMetres / _space.worldUnit;
+        for (std::size_t i = 0; i < directions.size(); ++i) {
+            const vector& d = directions[i];
+            // The support function of an ellipsoid.
+            const double ofCentred = norm(vector{a * d.x, a * d.y, b * d.z});
+            reaches[i] = std::max(reaches[i], dot(d, centre) + ofCentred);
+        }
+    }
 
     RenderBasin::ProgramPtr fill(Polyp& polyp, RenderBasin& basin) override {
         const auto program =
@@ -182,15 +220,13 @@ public:
         const auto indices = basin.createAttribute(triangles(), indicesAttribute, "Indices");
         polyp.insert(indices);
         insertPainter(polyp, indices->createPainter(RenderNamespace::Triangles));
-        const auto inverse2 = [](double radius) {
-            return static_cast<float>(1e12 / (radius * radius));
-        };
-        const float equator = inverse2(Skua::WGS84::semiMajorAxisMetres);
-        (*program)["InverseRadii2"] = Skua::FixedArray<float, 3>{
-            equator, equator, inverse2(Skua::WGS84::semiMinorAxisMetres)};
-        (*program)["EarthCentre"] = Skua::FixedArray<float, 3>{static_cast<float>(-_worldOrigin.x),
-                                                               static_cast<float>(-_worldOrigin.y),
-                                                               static_cast<float>(-_worldOrigin.z)};
+        const double axisRatio =
+            Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
+        (*program)["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
+        const point centre = _space.toScene(point());
+        (*program)["EarthCentre"] =
+            Skua::FixedArray<float, 3>{static_cast<float>(centre.x), static_cast<float>(centre.y),
+                                       static_cast<float>(centre.z)};
         return program;
     }
 
@@ -208,8 +244,7 @@ private:
             for (std::uint32_t column = 0; column <= meridians; ++column) {
                 const double longitude = 360.0 * column / meridians - 180.0;
                 const point p = Skua::toEarthCentred({longitude, latitude, 0.0});
-                points.push_back({p.x * scale - _worldOrigin.x, p.y * scale - _worldOrigin.y,
-                                  p.z * scale - _worldOrigin.z});
+                points.push_back(_space.toScene({p.x * scale, p.y * scale, p.z * scale}));
             }
         }
         return chunk(std::move(points));
@@ -227,7 +262,7 @@ private:
         return chunk(std::move(indices));
     }
 
-    point _worldOrigin;
+    SceneSpace _space;
 };
 
 class MeshPart : public ScenePart {
@@ -235,7 +270,10 @@ public:
     explicit MeshPart(Mirk::TriangleMesh&& mesh) : _mesh(std::move(mesh)) {}
 
     Skua::BoundingBox bounds() const override { return boundsOf(_mesh.points); }
-    void shift(const point& worldOrigin) override { shiftPoints(_mesh.points, worldOrigin); }
+    void toScene(const SceneSpace& space) override { pointsToScene(_mesh.points, space); }
+    void reach(std::span<const vector> directions, std::span<double> reaches) const override {
+        reachPoints(_mesh.points, directions, reaches);
+    }
 
     RenderBasin::ProgramPtr fill(Polyp& polyp, RenderBasin& basin) override {
         const auto program =
@@ -261,7 +299,10 @@ public:
         : _cloud(std::move(cloud)), _sizePixels(sizePixels) {}
 
     Skua::BoundingBox bounds() const override { return boundsOf(_cloud.points); }
-    void shift(const point& worldOrigin) override { shiftPoints(_cloud.points, worldOrigin); }
+    void toScene(const SceneSpace& space) override { pointsToScene(_cloud.points, space); }
+    void reach(std::span<const vector> directions, std::span<double> reaches) const override {
+        reachPoints(_cloud.points, directions, reaches);
+    }
 
     RenderBasin::ProgramPtr fill(Polyp& polyp, RenderBasin& basin) override {
         const auto program =
@@ -276,61 +317,97 @@ public:
         _cloud = {};
         return program;
     }
+    double marginPixels() const override { return _sizePixels / 2.0; }
 
 private:
     Mirk::PointCloud _cloud;
     double _sizePixels;
 };
 
+/// Throws std::runtime_error if squares of the coordinates are beyond what a number can be.
+Skua::BoundingBox boundsIn(const std::string& file, const ScenePart& part) {
+    const Skua::BoundingBox box = part.bounds();
+    constexpr double farthest = 1e100;
+    for (std::size_t axis = 0; axis < 3 && !box.empty(); ++axis) {
+        for (const double coordinate : {box.min[axis], box.max[axis]}) {
+            if (std::abs(coordinate) <= farthest) continue;
+            char number[32];
+            std::snprintf(number, sizeof number, "%g", coordinate);
+            throw std::runtime_error(file + ": expected coordinates from -1e100 to 1e100, got " +
+                                     number);
+        }
+    }
+    return box;
+}
+
 } // namespace
 
 ScenePart::~ScenePart() = default;
 
-Scene::Scene(const RenderOptions& options) : _options(options) {}
-
-void Scene::add(Mirk::Dataset&& data) {
-    if (auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
-        if (!_hasEarth) addPart(std::make_unique<GlobePart>());
-        _hasEarth = true;
-        addPart(std::make_unique<LinesPart>(std::move(*lines), _options.lineWidthPixels,
-                                            _options.samples > 1));
-    } else if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
-        addPart(std::make_unique<MeshPart>(std::move(*mesh)));
-    } else {
-        addPart(std::make_unique<PointsPart>(std::move(std::get<Mirk::PointCloud>(data)),
-                                             _options.pointSizePixels));
-    }
+double ScenePart::marginPixels() const {
+    return 0.0;
 }
 
-void Scene::addPart(std::unique_ptr<ScenePart> part) {
+Scene::Scene(const RenderOptions& options) : _options(options) {}
+
+void Scene::add(const std::string& file, Mirk::Dataset&& data) {
+    std::unique_ptr<ScenePart> part;
+    if (auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
+        if (!_hasEarth) _parts.push_back(std::make_unique<GlobePart>());
+        _hasEarth = true;
+        part = std::make_unique<LinesPart>(std::move(*lines), _options.lineWidthPixels,
+                                           _options.samples > 1);
+    } else if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
+        part = std::make_unique<MeshPart>(std::move(*mesh));
+    } else {
+        part = std::make_unique<PointsPart>(std::move(std::get<Mirk::PointCloud>(data)),
+                                            _options.pointSizePixels);
+    }
+    _box.merge(boundsIn(file, *part));
     _parts.push_back(std::move(part));
 }
 
 void Scene::complete() {
-    Skua::BoundingBox box;
-    for (const auto& part : _parts) box.merge(part->bounds());
-    box.updateBall();
-    _ball = box;
-    if (_ball.emptyBall()) {
-        _ball.centre = point();
-        _ball.radius = 1.0;
+    // The globe is round: the ball around the corners of its box would be larger.
+    const double a = Skua::WGS84::semiMajorAxisMetres;
+    Skua::BoundingBall ball = _hasEarth ? Skua::BoundingBall(point(), a) : Skua::BoundingBall();
+    _box.updateBall();
+    ball.expandBall(_box);
+    _space.worldOrigin = ball.centre;
+    _space.worldUnit = worldUnitOf(ball.radius);
+    for (const auto& part : _parts) part->toScene(_space);
+    _ball = Skua::BoundingBall(point(), std::max(ball.radius, 0.0) / _space.worldUnit);
+}
+
+Sight Scene::sight() const {
+    Sight sight;
+    sight.ball = _ball;
+    sight.reaches = [this](std::span<const vector> directions) { return reaches(directions); };
+    if (_hasEarth) {
+        constexpr double longitude = 12.0;
+        constexpr double latitude = 28.0;
+        sight.direction = point() - Skua::toEarthCentred({longitude, latitude, 0.0});
+        sight.viewUp = {0.0, 0.0, 1.0};
+    } else {
+        sight.direction = {-0.35, -0.30, -1.0};
+        sight.viewUp = {0.0, 1.0, 0.0};
     }
-    // A globe fills its sphere, which is smaller than the ball around the corners of its box.
-    if (_hasEarth && _ball.centre == point()) _ball.radius = Skua::WGS84::semiMajorAxisMetres;
-    _worldOrigin = _ball.centre;
-    for (const auto& part : _parts) part->shift(_worldOrigin);
+    return sight;
 }
 
-vector Scene::defaultDirection() const {
-    if (!_hasEarth) return {-0.35, -0.30, -1.0};
-    constexpr double longitude = 12.0;
-    constexpr double latitude = 28.0;
-    const point above = Skua::toEarthCentred({longitude, latitude, 0.0});
-    return {-above.x, -above.y, -above.z};
+std::vector<double> Scene::reaches(std::span<const vector> directions) const {
+    std::vector<double> result;
+    for (const vector& direction : directions) {
+        result.push_back(dot(direction, _ball.centre - point()));
+    }
+    for (const auto& part : _parts) part->reach(directions, result);
+    return result;
 }
 
-vector Scene::defaultViewUp() const {
-    return _hasEarth ? vector{0.0, 0.0, 1.0} : vector{0.0, 1.0, 0.0};
+double Scene::marginPixels() const {
+    double margin = 0.0;
+    for (const auto& part : _parts) margin = std::max(margin, part->marginPixels());
+    return margin;
 }
 
 void Scene::create(RenderBasin& basin) {
@@ -349,6 +426,7 @@ void Scene::setView(const SceneView& view) {
         (*program)["EyePosition"] = view.eyePosition;
         (*program)["LightDirection"] = view.lightDirection;
         (*program)["ViewportPixels"] = view.viewportPixels;
+        (*program)["Samples"] = view.samples;
     }
 }
 

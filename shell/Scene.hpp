@@ -10,18 +10,32 @@
 #include <rookery/BoundingBox.hpp>
 
 #include <memory>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace Shell {
 
 using PolypPtr = Keel::StrongPtr<Mirk::Polyp, Keel::Cacheable>;
 
+/// Coordinates amid the data and of a size that floats can hold with all that is computed from
+/// them: (world - worldOrigin) / worldUnit.
+struct SceneSpace {
+    point worldOrigin;
+    double worldUnit = 1.0; ///< a power of two, which changes no digit
+
+    point toScene(const point& world) const {
+        return point() + (world - worldOrigin) * (1.0 / worldUnit);
+    }
+};
+
 /// How a scene is seen: what all programs get.
 struct SceneView {
     Skua::Quadratic<4, float> modelViewProjection;
-    Skua::FixedArray<float, 3> eyePosition;    ///< relative to the origin of the scene
+    Skua::FixedArray<float, 3> eyePosition;    ///< in scene space
     Skua::FixedArray<float, 3> lightDirection; ///< towards the light
     Skua::FixedArray<float, 2> viewportPixels;
+    int samples; ///< of each pixel
 };
 
 /// A part of a scene that becomes one polyp.
@@ -30,9 +44,14 @@ public:
     virtual ~ScenePart();
     /// Fills the polyp and returns its program. Data may be given up by this.
     virtual Mirk::RenderBasin::ProgramPtr fill(Mirk::Polyp& polyp, Mirk::RenderBasin& basin) = 0;
+    /// Of the coordinates as they are: of the world at first, then of the scene.
     virtual Skua::BoundingBox bounds() const = 0;
-    /// Makes the coordinates relative to this origin, in double precision.
-    virtual void shift(const point& worldOrigin) = 0;
+    /// Turns coordinates of the world into those of the scene, in double precision.
+    virtual void toScene(const SceneSpace& space) = 0;
+    /// Raises each of the reaches to the largest dot product of its direction with a point.
+    virtual void reach(std::span<const vector> directions, std::span<double> reaches) const = 0;
+    /// How far beyond its coordinates it is drawn.
+    virtual double marginPixels() const;
 };
 
 /// The data of files, and the globe if they are on the earth.
@@ -40,19 +59,19 @@ class Scene {
 public:
     explicit Scene(const RenderOptions& options);
 
-    void add(Mirk::Dataset&& data);
-    /// To be called when all data are there: makes coordinates relative to an origin amid them, so
-    /// that floats can hold them.
+    /// Throws std::runtime_error if the numbers are too large to be drawn.
+    void add(const std::string& file, Mirk::Dataset&& data);
+    /// To be called when all data are there: chooses the space of the scene and turns all
+    /// coordinates into it.
     void complete();
 
-    const Skua::BoundingBall& ball() const { return _ball; }
-    const point& worldOrigin() const { return _worldOrigin; }
-    bool hasEarth() const { return _hasEarth; }
-    /// Direction of the view and view up for which the data look best.
-    vector defaultDirection() const;
-    vector defaultViewUp() const;
+    const SceneSpace& space() const { return _space; }
+    /// What a camera is to see, in scene space; for as long as the parts are there.
+    Sight sight() const;
+    /// How far beyond its coordinates something is drawn, in pixels.
+    double marginPixels() const;
 
-    /// Makes the polyps; with the context current.
+    /// Makes the polyps of the parts, which are given up; with the context current.
     void create(Mirk::RenderBasin& basin);
     void setView(const SceneView& view);
     /// Brings all data to the GPU without drawing.
@@ -62,14 +81,15 @@ public:
     void release();
 
 private:
-    void addPart(std::unique_ptr<ScenePart> part);
+    std::vector<double> reaches(std::span<const vector> directions) const;
 
     const RenderOptions& _options;
     std::vector<std::unique_ptr<ScenePart>> _parts;
     std::vector<PolypPtr> _polyps;
     std::vector<Mirk::RenderBasin::ProgramPtr> _programs;
-    Skua::BoundingBall _ball;
-    point _worldOrigin;
+    Skua::BoundingBox _box;   ///< of the files, in the world
+    Skua::BoundingBall _ball; ///< in scene space
+    SceneSpace _space;
     bool _hasEarth = false;
 };
 

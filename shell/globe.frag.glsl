@@ -1,5 +1,5 @@
 #version 330
-// The sea, lit from above the eye's left, with the graticule of 15 degrees.
+// The sea, lit from above the eye's left shoulder, with the graticule of 15 degrees.
 in vec3 normal;
 in vec3 toEye;
 in vec3 fromCentre;
@@ -8,12 +8,21 @@ out vec4 color;
 
 const float degree = 0.017453292519943295;
 
-// Coverage of a pixel by a thin line wherever `angle` is a multiple of the step.
-float graticule(float angle, float width)
+// Coverage of a pixel by a thin line wherever `angle` is a multiple of the step; `pixel` is what
+// the angle changes from a pixel to the next.
+float graticule(float angle, float pixel)
 {
     float step = 15.0 * degree;
     float distance = abs(fract(angle / step + 0.5) - 0.5) * step;
-    return 1.0 - smoothstep(0.0, 1.5 * width, distance);
+    return 1.0 - smoothstep(0.0, 1.5 * pixel, distance);
+}
+
+// What the longitude changes from a pixel to the next. Its own derivative would jump at 180 degrees.
+float longitudePixel(vec2 fromAxis)
+{
+    vec2 across = vec2(-fromAxis.y, fromAxis.x);
+    float change = abs(dot(across, dFdx(fromAxis))) + abs(dot(across, dFdy(fromAxis)));
+    return change / max(dot(fromAxis, fromAxis), 1e-30);
 }
 
 void main()
@@ -27,12 +36,8 @@ void main()
 
     float latitude = asin(clamp(n.z, -1.0, 1.0));
     float longitude = atan(fromCentre.y, fromCentre.x);
-    // The derivative of the angle itself would jump at 180 degrees.
-    float longitudeWidth = length(vec2(dFdx(fromCentre.x), dFdx(fromCentre.y)) +
-                                  vec2(dFdy(fromCentre.x), dFdy(fromCentre.y))) /
-                           max(length(fromCentre.xy), 1.0);
     float lines = max(graticule(latitude, fwidth(latitude)),
-                      graticule(longitude, longitudeWidth) * step(abs(latitude), 80.0 * degree));
+                      graticule(longitude, longitudePixel(fromCentre.xy)) * step(abs(latitude), 80.0 * degree));
     vec3 shown = mix(sea * lit, sky, 0.55 * rim);
     color = vec4(mix(shown, sky, 0.16 * lines), 1.0);
 }

@@ -1,10 +1,10 @@
 #version 330
-// A grid on the ellipsoid; position relative to the origin of the scene in metres.
+// A grid on the ellipsoid; position in scene space.
 in vec3 Coordinates;
 uniform mat4 ModelViewProjection;
-uniform vec3 EarthCentre;    // relative to the origin of the scene
-uniform vec3 InverseRadii2;  // 1 / a^2 of each axis
-uniform vec3 EyePosition;    // relative to the origin of the scene
+uniform vec3 EarthCentre;  // in scene space
+uniform float AxisRatio2;  // square of the equatorial radius over the polar one
+uniform vec3 EyePosition;  // in scene space
 out vec3 normal;
 out vec3 toEye;
 out vec3 fromCentre;
@@ -13,6 +13,6 @@ void main()
 {
     gl_Position = ModelViewProjection * vec4(Coordinates, 1.0);
     fromCentre = Coordinates - EarthCentre;
-    normal = normalize(fromCentre * InverseRadii2);
+    normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
     toEye = EyePosition - Coordinates;
 }

@@ -1,6 +1,5 @@
 #version 330
-// Lines over the earth: position relative to the origin of the scene in metres, level 0 to 255 as
-// a fraction.
+// Lines over the earth: position in scene space, level 0 to 255 as a fraction.
 in vec3 Coordinates;
 in float Level;
 uniform mat4 ModelViewProjection;

@@ -1,5 +1,5 @@
 #version 330
-// A triangle mesh; position relative to the origin of the scene, colour 0 to 1.
+// A triangle mesh; position in scene space, colour 0 to 1.
 in vec3 Coordinates;
 #ifdef HAVE_COLORS
 in vec4 Colors;

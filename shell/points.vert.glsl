@@ -1,5 +1,5 @@
 #version 330
-// A cloud of points; position relative to the origin of the scene, colour 0 to 1.
+// A cloud of points; position in scene space, colour 0 to 1.
 in vec3 Coordinates;
 #ifdef HAVE_COLORS
 in vec4 Colors;

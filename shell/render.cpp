@@ -10,9 +10,13 @@
 #include <Readers/ReaderRegistry.hpp>
 #include <Writers/PngWriter.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <future>
 #include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace Shell {
 
@@ -36,22 +40,71 @@ Skua::FixedArray<float, 3> toFloats(const vector& v) {
     return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
-SceneView viewOf(const Scene& scene, const RenderOptions& options) {
-    const double aspect = static_cast<double>(options.widthPixels) / options.heightPixels;
-    const Camera camera = placeCamera(options.camera, scene.ball(), scene.defaultDirection(),
-                                      scene.defaultViewUp(), aspect);
-    const Matrix4 matrix = modelViewProjection(camera, scene.ball(), aspect, scene.worldOrigin());
+CameraWishes inScene(CameraWishes wishes, const SceneSpace& space) {
+    if (wishes.position) wishes.position = space.toScene(*wishes.position);
+    if (wishes.focalPoint) wishes.focalPoint = space.toScene(*wishes.focalPoint);
+    return wishes;
+}
+
+/// What is left of a width or height when both edges have a margin of 1.5 % and some pixels.
+double partWithin(int sizePixels, double marginPixels) {
+    return std::max(0.97 - 2.0 * marginPixels / sizePixels, 0.1);
+}
+
+SceneView viewOf(const Scene& scene, const RenderOptions& options, int samples) {
+    const Sight sight = scene.sight();
+    Frame frame;
+    frame.aspect = static_cast<double>(options.widthPixels) / options.heightPixels;
+    frame.widthPart = partWithin(options.widthPixels, scene.marginPixels());
+    frame.heightPart = partWithin(options.heightPixels, scene.marginPixels());
+    const Camera camera = placeCamera(inScene(options.camera, scene.space()), sight, frame);
+    const Matrix4 matrix = modelViewProjection(camera, sight.ball, frame.aspect);
     SceneView view;
     for (std::size_t i = 0; i < matrix.size(); ++i) {
         view.modelViewProjection[i] = static_cast<float>(matrix[i]);
     }
-    view.eyePosition = toFloats(camera.position - scene.worldOrigin());
+    view.eyePosition = toFloats(camera.position - point());
     // From above the left shoulder.
     view.lightDirection =
         toFloats(normalised(camera.up() * 0.6 - camera.right() * 0.5 - camera.forward()));
     view.viewportPixels = {static_cast<float>(options.widthPixels),
                            static_cast<float>(options.heightPixels)};
+    view.samples = samples;
     return view;
+}
+
+/// Before anything is drawn, and in the words of the option.
+void checkSize(const Mirk::GLContext& context, const RenderOptions& options) {
+    const Mirk::GLLimits& limits = context.limits();
+    const int widest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]);
+    const int highest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1]);
+    if (options.widthPixels <= widest && options.heightPixels <= highest) return;
+    throw std::runtime_error("--resolution: expected at most " + std::to_string(widest) + "," +
+                             std::to_string(highest) + " (" + context.description() + "), got " +
+                             std::to_string(options.widthPixels) + "," +
+                             std::to_string(options.heightPixels));
+}
+
+bool isOpaque(const Skua::rgba_float_t& color) {
+    return color.alpha() >= 1.0F;
+}
+
+/// Pixels at an edge are a mix of the samples of both sides, which is right for colours that are
+/// weighted by alpha.
+Skua::rgba_float_t premultiplied(const Skua::rgba_float_t& color) {
+    const float alpha = color.alpha();
+    return {color[0] * alpha, color[1] * alpha, color[2] * alpha, alpha};
+}
+
+void unpremultiply(std::vector<std::uint8_t>& pixels) {
+    for (std::size_t i = 0; i < pixels.size(); i += 4) {
+        const int alpha = pixels[i + 3];
+        if (alpha == 0 || alpha == 255) continue;
+        for (std::size_t c = i; c < i + 3; ++c) {
+            pixels[c] =
+                static_cast<std::uint8_t>(std::min(255, (pixels[c] * 255 + alpha / 2) / alpha));
+        }
+    }
 }
 
 /// Draws the scene and takes the picture as rows of RGBA from the bottom.
@@ -61,19 +114,21 @@ std::vector<std::uint8_t> picture(Scene& scene, Mirk::GLContext& context,
     Mirk::GLRenderBasin basin(context, seagrass);
     const Mirk::GLFramebuffer framebuffer(context, options.widthPixels, options.heightPixels,
                                           options.samples);
+    const SceneView view = viewOf(scene, options, framebuffer.samples());
     scene.create(basin);
-    scene.setView(viewOf(scene, options));
+    scene.setView(view);
     clock.begin("upload");
     scene.upload();
     clock.begin("draw");
     framebuffer.bind();
-    framebuffer.clear(options.background);
+    framebuffer.clear(premultiplied(options.background));
     scene.draw();
     framebuffer.finish();
     clock.begin("read back");
     std::vector<std::uint8_t> pixels(static_cast<std::size_t>(options.widthPixels) *
                                      static_cast<std::size_t>(options.heightPixels) * 4);
     framebuffer.readColors(pixels);
+    if (!isOpaque(options.background)) unpremultiply(pixels);
     scene.release();
     return pixels;
 }
@@ -90,11 +145,12 @@ void render(const RenderOptions& options) {
     Mirk::EglContext::Options contextOptions;
     contextOptions.device = options.device;
     const std::unique_ptr<Mirk::EglContext> context = Mirk::EglContext::create(contextOptions);
+    checkSize(*context, options);
     std::vector<Mirk::Dataset> data = reading.get();
 
     clock.begin("convert");
     Scene scene(options);
-    for (Mirk::Dataset& set : data) scene.add(std::move(set));
+    for (std::size_t i = 0; i < data.size(); ++i) scene.add(options.files[i], std::move(data[i]));
     data.clear();
     scene.complete();
 
@@ -103,10 +159,10 @@ void render(const RenderOptions& options) {
     const std::vector<std::uint8_t> pixels = picture(scene, *context, options, clock);
 
     clock.begin("encode");
-    const bool opaque = options.background.alpha() >= 1.0F;
     writer.write({pixels.data(), static_cast<std::size_t>(options.widthPixels),
                   static_cast<std::size_t>(options.heightPixels),
-                  opaque ? Mirk::PngWriter::PixelFormat::rgbx : Mirk::PngWriter::PixelFormat::rgba,
+                  isOpaque(options.background) ? Mirk::PngWriter::PixelFormat::rgbx
+                                               : Mirk::PngWriter::PixelFormat::rgba,
                   Mirk::PngWriter::RowOrder::bottomFirst});
     clock.end();
     if (options.verbose) {
