@@ -24,14 +24,17 @@ struct Name {
     const char* plain;
 };
 
-__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...) {
-    char buffer[1024];
-    va_list arguments;
-    va_start(arguments, pattern);
-    std::vsnprintf(buffer, sizeof buffer, pattern, arguments);
-    va_end(arguments);
-    return buffer;
-}
+/// A line that is made without memory from the heap, as diagnostics must not throw.
+struct Line {
+    __attribute__((format(printf, 2, 3))) explicit Line(const char* pattern, ...) noexcept {
+        va_list arguments;
+        va_start(arguments, pattern);
+        std::vsnprintf(text, sizeof text, pattern, arguments);
+        va_end(arguments);
+    }
+    operator const char*() const noexcept { return text; }
+    char text[1024];
+};
 
 } // namespace
 
@@ -45,32 +48,32 @@ void SpeakPtr::InvalidWeakPtr(const std::type_info& pointer, const std::type_inf
                               const std::type_info& root, const std::type_info& object, int strong,
                               int weak, const void* block, const void* address,
                               long long id) noexcept {
-    say(format("%s to %s (root %s, object %s): weak count %d with strong count %d while releasing,"
-               " block %p, object %p, id %lld",
-               Name(pointer).str(), Name(view).str(), Name(root).str(), Name(object).str(), weak,
-               strong, block, address, id));
+    say(Line("%s to %s (root %s, object %s): weak count %d with strong count %d while releasing,"
+             " block %p, object %p, id %lld",
+             Name(pointer).str(), Name(view).str(), Name(root).str(), Name(object).str(), weak,
+             strong, block, address, id));
 }
 
 void SpeakPtr::SelfConstruction(const std::type_info& pointer, const void* self,
                                 const void* block) noexcept {
-    say(format("%s at %p is constructed from itself, block %p", Name(pointer).str(), self, block));
+    say(Line("%s at %p is constructed from itself, block %p", Name(pointer).str(), self, block));
 }
 
 void SpeakPtr::WarningUnctionChange(int strong, int weak, const std::type_info& object) noexcept {
-    say(format("%s got new references while its last one went: strong count %d, weak count %d",
-               Name(object).str(), strong, weak));
+    say(Line("%s got new references while its last one went: strong count %d, weak count %d",
+             Name(object).str(), strong, weak));
 }
 
 void SpeakPtr::printRS(const char* action, const char* detail, const std::type_info& object,
                        bool alive) noexcept {
-    say(format("%s %s: %s, %s", action, detail, Name(object).str(), alive ? "alive" : "dead"));
+    say(Line("%s %s: %s, %s", action, detail, Name(object).str(), alive ? "alive" : "dead"));
 }
 
 void SpeakPtr::printRS(const char* action, const char* detail, const std::type_info& pointer,
                        int strong, int weak, const std::type_info& object, const void* block,
                        const void* address) noexcept {
-    say(format("%s %s: %s to %s, strong count %d, weak count %d, block %p, object %p", action,
-               detail, Name(pointer).str(), Name(object).str(), strong, weak, block, address));
+    say(Line("%s %s: %s to %s, strong count %d, weak count %d, block %p, object %p", action, detail,
+             Name(pointer).str(), Name(object).str(), strong, weak, block, address));
 }
 
 void SpeakPtr::setListener(const std::function<void(const std::string&)>& listener) {
@@ -78,10 +81,12 @@ void SpeakPtr::setListener(const std::function<void(const std::string&)>& listen
     _listener = listener;
 }
 
-void SpeakPtr::say(const std::string& line) noexcept {
+void SpeakPtr::say(const char* line) noexcept try {
     const std::lock_guard lock(_mutex);
-    std::fprintf(stderr, "Keel: %s\n", line.c_str());
+    std::fprintf(stderr, "Keel: %s\n", line);
     if (_listener) _listener(line);
+} catch (...) {
+    // Pointers are released in destructors: nothing may come out of here.
 }
 
 void stopAtDeadPointer(const std::type_info& pointee, const void* block, int strong) noexcept {

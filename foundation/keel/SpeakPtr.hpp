@@ -34,12 +34,12 @@ public:
                  const void* address) noexcept;
 
     /// A second listener for all lines, for a log window or a test; empty for none. It is called
-    /// under the speaker's lock and must not throw.
+    /// under the speaker's lock, so that it must not come back here; what it throws is swallowed.
     void setListener(const std::function<void(const std::string& line)>& listener);
 
 private:
     SpeakPtr() = default;
-    void say(const std::string& line) noexcept;
+    void say(const char* line) noexcept;
 
     std::mutex _mutex;
     std::function<void(const std::string&)> _listener;
