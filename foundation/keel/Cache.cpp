@@ -78,13 +78,10 @@ void Cache::resize(CacheEntry& entry, std::size_t bytes) {
 
 void Cache::setCreator(CacheEntry& entry, const WeakPtr<Creature>& creator) {
     const bool given = creator.controlBlock() != nullptr;
-    {
-        const std::lock_guard lock(_mutex);
-        entry.creator = creator;
-        // An evicted object that somebody takes up again counts again.
-        if (entry.queue != nullptr || given) requeue(entry);
-    }
-    if (given) makeRoomFor(entry);
+    const std::lock_guard lock(_mutex);
+    entry.creator = creator;
+    // An evicted object that somebody takes up again counts again.
+    if (entry.queue != nullptr || given) requeue(entry);
 }
 
 void Cache::pin(CacheEntry& entry, bool pinned) {

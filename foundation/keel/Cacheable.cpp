@@ -56,6 +56,7 @@ void Cacheable::setCreator(const WeakPtr<Creature>& creator) {
     {
         const std::lock_guard lock(_mutex);
         _creator = creator;
+        if (CacheEntry* const entry = _entry.load()) _cache->setCreator(*entry, creator);
     }
     // Ahead of the first strong pointer the object is still being made: it is enrolled then.
     if (controlBlock().firstReferenceState() == ControlBlock::Taken) enrol();
@@ -83,19 +84,24 @@ void Cacheable::reportMemsize(std::size_t bytes) {
     if (CacheEntry* const entry = _entry.load()) _cache->resize(*entry, bytes);
 }
 
+/// Enrols the object, unless it is already, and makes room for it. Nothing for an object of nobody.
 void Cacheable::enrol() {
-    const WeakPtr<Creature> current = creator();
-    if (CacheEntry* const entry = _entry.load()) {
-        _cache->setCreator(*entry, current);
-        return;
-    }
-    const StrongPtr<Creature> owner(current);
+    const StrongPtr<Creature> owner(creator());
     if (!owner) return;
-    const StrongPtr<Cache, CacheBase> cache(owner->cache());
-    if (!cache) return;
-    _cache = cache;
-    _entry.store(cache->enrol(*this, current, memsize(), DomainType(), CreatorType()));
-    cache->makeRoomFor(*_entry.load());
+    if (_entry.load() == nullptr) {
+        const StrongPtr<Cache, CacheBase> cache(owner->cache());
+        if (!cache) return;
+        // Asked ahead of the lock, as these are operations of derived classes.
+        const std::size_t bytes = memsize();
+        const std::type_info& domain = DomainType();
+        const std::type_info& creatorType = CreatorType();
+        const std::lock_guard lock(_mutex);
+        if (_entry.load() == nullptr) {
+            _cache = cache;
+            _entry.store(cache->enrol(*this, _creator, bytes, domain, creatorType));
+        }
+    }
+    _cache->makeRoomFor(*_entry.load());
 }
 
 MutableCacheable::MutableCacheable(const WeakPtr<Creature>& creator) : Cacheable(creator) {}

@@ -66,7 +66,7 @@ protected:
 private:
     void enrol();
 
-    mutable std::mutex _mutex; // guards _name and _creator
+    mutable std::mutex _mutex; // guards _name, _creator and enrolment; ahead of the cache's own
     std::string _name;
     WeakPtr<Creature> _creator;
     StrongPtr<Cache, CacheBase> _cache; // set once, before _entry

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <deque>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +27,7 @@ public:
     }
     std::size_t computeMemsize() const override { return bytes; }
     std::size_t bytes;
+    StrongPtr<Keel::Creature> part;
 };
 
 class BlockMaker : public Keel::AlzheimerCreator<Block> {
@@ -64,7 +66,7 @@ protected:
         for (const auto& maker : all) text += maker->hasData() ? '1' : '0';
         return text;
     }
-    StrongPtr<Cache> cache = Keel::make<Cache>(300, "test");
+    StrongPtr<Cache> cache = Keel::make<Cache>(300u, "test");
 };
 
 TEST_F(CacheTest, FourthOfThreeEvictsOnlyTheOldestNotYetUsed) {
@@ -75,6 +77,24 @@ TEST_F(CacheTest, FourthOfThreeEvictsOnlyTheOldestNotYetUsed) {
     EXPECT_EQ(held(all), "1011");
     EXPECT_EQ(cache->memsize(false), 300u);
     EXPECT_EQ(cache->size(), 3u);
+}
+
+TEST_F(CacheTest, MarkingAsUsedMovesAnObjectToTheRecentEnd) {
+    auto all = makers(3, 100);
+    std::vector<StrongPtr<Block, Cacheable>> blocks;
+    for (const auto& maker : all) blocks.push_back(maker->getPolyp());
+    blocks[0]->markAsUsed();
+    struct Names : Keel::CacheQueue::Iterator {
+        bool apply(const WeakPtr<Cacheable>* object) override {
+            seen.push_back(*object);
+            return true;
+        }
+        std::vector<WeakPtr<Cacheable>> seen;
+    } walk;
+    cache->iterate(walk);
+    EXPECT_THAT(walk.seen, testing::ElementsAre(blocks[0], blocks[2], blocks[1]));
+    all.push_back(makers(1, 100)[0]);
+    EXPECT_EQ(held(all), "1011");
 }
 
 TEST_F(CacheTest, EvictsNeverMoreThanNeeded) {
@@ -114,7 +134,7 @@ TEST_F(CacheTest, ShrinkingGivesRoomBack) {
 }
 
 TEST_F(CacheTest, MutableObjectReportsTheLastRecordedSize) {
-    const auto maker = Keel::make<BlockMaker>(cache, 100);
+    const auto maker = Keel::make<BlockMaker>(cache, 100u);
     const auto block = maker->create();
     block->bytes = 70;
     EXPECT_EQ(block->memsize(), 100u);
@@ -229,7 +249,7 @@ TEST_F(CacheTest, DeferredConstructorRunsOnceAtTheFirstPointerAheadOfEnrolment) 
         int runs = 0;
         std::size_t bytes = 0;
     };
-    const auto owner = Keel::make<BlockMaker>(cache, 1);
+    const auto owner = Keel::make<BlockMaker>(cache, 1u);
     Late* const raw = new Late(WeakPtr<Keel::Creature>(owner));
     EXPECT_EQ(raw->runs, 0);
     const StrongPtr<Cacheable> first(raw);
@@ -238,6 +258,22 @@ TEST_F(CacheTest, DeferredConstructorRunsOnceAtTheFirstPointerAheadOfEnrolment) 
     EXPECT_EQ(cache->memsize(false), 77u);
     EXPECT_EQ(first->DomainType(), typeid(Late));
     EXPECT_EQ(first->CreatorType(), typeid(BlockMaker));
+}
+
+TEST_F(CacheTest, ObjectWhoseDeferredConstructorThrowsIsDestroyedAndNotEnrolled) {
+    class Failing : public Cacheable {
+    public:
+        Failing(const WeakPtr<Keel::Creature>& creator, bool& flag)
+            : Cacheable(creator), destroyed(flag) {}
+        ~Failing() override { destroyed = true; }
+        void DeferredConstructor() override { throw std::runtime_error("no"); }
+        bool& destroyed;
+    };
+    const auto owner = Keel::make<BlockMaker>(cache, 1u);
+    bool destroyed = false;
+    EXPECT_THROW(StrongPtr<Cacheable>(new Failing(*owner, destroyed)), std::runtime_error);
+    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(cache->size(), 0u);
 }
 
 TEST_F(CacheTest, ListTellsObjectsAndBytes) {
@@ -262,7 +298,7 @@ TEST_F(CacheTest, EvictionOrderEqualsThatOfAPlainListUnderRandomUse) {
             std::size_t index = random() % std::max<std::size_t>(1, all.size());
             if (fresh) {
                 index = all.size();
-                all.push_back(Keel::make<BlockMaker>(cache, 1));
+                all.push_back(Keel::make<BlockMaker>(cache, 1u));
             }
             std::erase(byUse, index);
             all[index]->releasePolyp();
@@ -289,7 +325,7 @@ TEST_F(CacheTest, ThreadsCreateUseResizeAndDropAtOnceWithinTheBudget) {
         threads.emplace_back([this, seed] {
             std::mt19937 random(seed);
             std::vector<StrongPtr<BlockMaker>> mine;
-            for (int i = 0; i < 20; ++i) mine.push_back(Keel::make<BlockMaker>(cache, 20));
+            for (int i = 0; i < 20; ++i) mine.push_back(Keel::make<BlockMaker>(cache, 20u));
             for (int step = 0; step < 2000; ++step) {
                 const auto& maker = mine[random() % mine.size()];
                 const StrongPtr<Block, Cacheable> block = maker->getPolyp();
@@ -306,6 +342,27 @@ TEST_F(CacheTest, ThreadsCreateUseResizeAndDropAtOnceWithinTheBudget) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(cache->memsize(false), 0u);
     EXPECT_EQ(cache->size(), 0u);
+}
+
+TEST_F(CacheTest, ThreadsThatGiveOneObjectToCreatorsEnrolItOnce) {
+    const auto one = Keel::make<BlockMaker>(cache, 1u);
+    const auto other = Keel::make<BlockMaker>(cache, 1u);
+    for (int round = 0; round < 200; ++round) {
+        StrongPtr<Block, Cacheable> block(new Block({}, 10));
+        std::vector<std::thread> threads;
+        for (const auto& maker : {one, other}) {
+            threads.emplace_back([block, maker] { block->setCreator(*maker); });
+        }
+        threads.emplace_back([this] { cache->purge(); });
+        threads.emplace_back([moved = std::move(block)]() mutable {
+            moved->setCreator({});
+            moved = {};
+        });
+        for (std::thread& thread : threads) thread.join();
+        threads.clear();
+        ASSERT_EQ(cache->size(), 0u);
+        ASSERT_EQ(cache->memsize(false), 0u);
+    }
 }
 
 class CacheQueueTest : public testing::Test {
