@@ -3,6 +3,7 @@
 
 #include <keel/Creature.hpp>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
@@ -81,8 +82,9 @@ public:
         for (;;) {
             Bucket& same = _buckets[0];
             while (!same.empty()) {
-                const Record record = same.back();
+                const Record record = same.front();
                 if (isUpToDate(record)) return record.entry;
+                std::pop_heap(same.begin(), same.end(), isYounger);
                 same.pop_back();
                 replace(record);
             }
@@ -110,15 +112,17 @@ private:
     static bool isUpToDate(const Record& record) {
         return isLive(record) && record.time >= timeOf(record);
     }
+    static bool isYounger(const Record& a, const Record& b) { return a.time > b.time; }
     static std::uint64_t timeOf(const Record& record) {
         return record.entry->lastUse.load(std::memory_order_relaxed);
     }
 
     void place(const Record& record) {
-        // An entry that comes back after others were found to be older may not lie before them.
-        const std::uint64_t time = std::max(record.time, _oldestTime);
-        const auto bucket = static_cast<std::size_t>(std::bit_width(time ^ _oldestTime));
-        _buckets[bucket].push_back({time, record.entry, record.stamp});
+        Bucket& bucket = _buckets[bucketOf(std::max(record.time, _oldestTime))];
+        bucket.push_back(record);
+        // An entry that comes back after younger ones were found to be the oldest lies among those
+        // of the oldest time: they are a heap, so that it still goes ahead of them.
+        if (&bucket == &_buckets[0]) std::push_heap(bucket.begin(), bucket.end(), isYounger);
     }
     void replace(const Record& record) {
         if (isLive(record)) {
@@ -153,6 +157,7 @@ private:
         for (Bucket& bucket : _buckets) {
             std::erase_if(bucket, [](const Record& record) { return !isLive(record); });
         }
+        std::make_heap(_buckets[0].begin(), _buckets[0].end(), isYounger);
         _void = 0;
     }
 

@@ -175,6 +175,22 @@ TEST_F(CacheTest, PinnedObjectsAreNotEvictedUntilUnpinned) {
     EXPECT_EQ(held(all), "001");
 }
 
+TEST_F(CacheTest, UnpinnedObjectsComeBackAtTheirAge) {
+    const auto all = makers(3, 100);
+    const auto first = all[0]->getPolyp();
+    const auto second = all[1]->getPolyp();
+    all[2]->getPolyp();
+    first->pin(true);
+    second->pin(true);
+    auto more = makers(1, 100);
+    EXPECT_EQ(held(all), "110");
+    first->pin(false);
+    second->pin(false);
+    more.push_back(makers(1, 100)[0]);
+    EXPECT_EQ(held(all), "010");
+    EXPECT_EQ(held(more), "11");
+}
+
 TEST_F(CacheTest, EvictingAReleasedObjectLeavesTheNewOneOfItsCreator) {
     const auto all = makers(1, 100);
     const auto released = all[0]->releasePolyp();
