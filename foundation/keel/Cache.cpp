@@ -4,9 +4,21 @@
 #include <keel/VerboseStream.hpp>
 #include <keel/cacheEntry.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <limits>
+#include <utility>
 
 namespace Keel {
+
+namespace {
+
+std::string bytesText(unsigned long long bytes) {
+    constexpr unsigned long long most = std::numeric_limits<long long>::max();
+    return VerboseStream::MemString(static_cast<long long>(std::min(bytes, most)));
+}
+
+} // namespace
 
 /// What the lock of a cache guards.
 struct Cache::Books {
@@ -22,6 +34,29 @@ struct Cache::Victim {
     WeakPtr<Cacheable> object;
     WeakPtr<Creature> creator;
 };
+
+/// While it exists, the current thread makes room in a cache.
+class Cache::MakingRoom {
+public:
+    explicit MakingRoom(const Cache& cache)
+        : _cache(&cache), _outer(std::exchange(_innermost, this)) {}
+    ~MakingRoom() { _innermost = _outer; }
+    MakingRoom(const MakingRoom&) = delete;
+    MakingRoom& operator=(const MakingRoom&) = delete;
+
+    static bool isUnderWay(const Cache& cache) {
+        const MakingRoom* scope = _innermost;
+        while (scope != nullptr && scope->_cache != &cache) scope = scope->_outer;
+        return scope != nullptr;
+    }
+
+private:
+    static thread_local const MakingRoom* _innermost;
+    const Cache* const _cache;
+    const MakingRoom* const _outer;
+};
+
+thread_local const Cache::MakingRoom* Cache::MakingRoom::_innermost = nullptr;
 
 CacheBase::CacheBase(const std::string& name) : _name(name) {}
 
@@ -55,6 +90,7 @@ CacheEntry* Cache::enrol(const Cacheable& object, const WeakPtr<Creature>& creat
     entry.creator = creator;
     entry.bytes = bytes;
     entry.pinned = false;
+    entry.refused = false;
     entry.family = &map->byCreator[creatorType];
     markAsUsed(entry);
     enqueue(entry);
@@ -80,14 +116,16 @@ void Cache::setCreator(CacheEntry& entry, const WeakPtr<Creature>& creator) {
     const bool given = creator.controlBlock() != nullptr;
     const std::lock_guard lock(_mutex);
     entry.creator = creator;
+    entry.refused = false;
     // An evicted object that somebody takes up again counts again.
     if (entry.queue != nullptr || given) requeue(entry);
 }
 
 void Cache::pin(CacheEntry& entry, bool pinned) {
     const std::lock_guard lock(_mutex);
-    if (entry.pinned == pinned) return;
+    if (entry.pinned == pinned && (pinned || !entry.refused)) return;
     entry.pinned = pinned;
+    if (!pinned) entry.refused = false;
     if (entry.queue != nullptr) requeue(entry);
 }
 
@@ -99,9 +137,9 @@ bool Cache::isEnrolled(const CacheEntry& entry) const {
 /// The caller holds the lock, as for the next two.
 void Cache::enqueue(CacheEntry& entry) {
     const bool givenUp = entry.creator.controlBlock() == nullptr;
-    const CacheMultiQueue::Kind kind = givenUp        ? CacheMultiQueue::GivenUp
-                                       : entry.pinned ? CacheMultiQueue::Pinned
-                                                      : CacheMultiQueue::Evictable;
+    const CacheMultiQueue::Kind kind = givenUp                         ? CacheMultiQueue::GivenUp
+                                       : entry.pinned || entry.refused ? CacheMultiQueue::Pinned
+                                                                       : CacheMultiQueue::Evictable;
     entry.family->queues[kind]->insert(entry);
     _books->cost += entry.bytes;
     ++_books->enrolled;
@@ -121,6 +159,8 @@ void Cache::requeue(CacheEntry& entry) {
 void Cache::makeRoomFor(CacheEntry& entry) {
     // The object is being worked on: it is the youngest.
     markAsUsed(entry);
+    // An object that a creator makes while it forgets another: room is made until there is enough.
+    if (MakingRoom::isUnderWay(*this)) return;
     makeRoom(typeid(void), typeid(void), 0, &entry);
 }
 
@@ -131,29 +171,34 @@ void Cache::adjust(const std::type_info& domain, const std::type_info& creator,
 
 void Cache::makeRoom(const std::type_info& domain, const std::type_info& creator,
                      unsigned long long addition, CacheEntry* spared) {
-    for (;;) {
-        const std::vector<Victim> victims = pickVictims(domain, creator, addition, spared);
-        if (victims.empty()) return;
-        forget(victims);
+    const MakingRoom scope(*this);
+    // No more than there are: a creator may have a new object as soon as it has forgotten one.
+    for (std::size_t left = size(); left > 0; --left) {
+        // One at a time, as it may take others with it.
+        const std::optional<Victim> victim = pickVictim(domain, creator, addition, spared);
+        if (!victim) return;
+        forget(*victim);
     }
 }
 
-std::vector<Cache::Victim> Cache::pickVictims(const std::type_info& domain,
-                                              const std::type_info& creator,
-                                              unsigned long long addition, CacheEntry* spared) {
-    std::vector<Victim> victims;
+/// Takes the oldest object that may go out of its queue, unless the cost is low enough.
+std::optional<Cache::Victim> Cache::pickVictim(const std::type_info& domain,
+                                               const std::type_info& creator,
+                                               unsigned long long addition,
+                                               const CacheEntry* spared) {
     const std::lock_guard lock(_mutex);
     const unsigned long long maximum = maxCost.load();
     const unsigned long long limit = maximum > addition ? maximum - addition : 0;
-    if (_books->cost <= limit) return victims;
-    const Families all = families(domain, creator);
-    while (_books->cost > limit) {
-        CacheEntry* const victim = oldest(all, spared);
-        if (victim == nullptr) break;
-        dequeue(*victim);
-        victims.push_back({victim, victim->object, victim->creator});
-    }
-    return victims;
+    if (_books->cost <= limit) return std::nullopt;
+    CacheEntry* const oldestEntry = oldest(families(domain, creator), spared);
+    if (oldestEntry == nullptr) return std::nullopt;
+    return takeOut(*oldestEntry);
+}
+
+/// The caller holds the lock.
+Cache::Victim Cache::takeOut(CacheEntry& entry) {
+    dequeue(entry);
+    return {&entry, entry.object, entry.creator};
 }
 
 /// The caller holds the lock.
@@ -175,37 +220,45 @@ CacheEntry* Cache::oldest(const Families& families, const CacheEntry* spared) {
     return found;
 }
 
-/// Has the creators give up the victims; returns how many did. Called without lock.
-std::size_t Cache::forget(const std::vector<Victim>& victims) {
-    std::size_t forgotten = 0;
-    for (const Victim& victim : victims) {
-        const StrongPtr<Creature> creator(victim.creator);
-        if (!creator) continue;
-        if (creator->forget()) {
-            ++forgotten;
-            continue;
-        }
-        // The owner keeps it: it counts again, and is not asked again.
-        const std::lock_guard lock(_mutex);
-        CacheEntry& entry = *victim.entry;
-        if (!(entry.object == victim.object) || entry.queue != nullptr) continue;
-        entry.pinned = true;
-        enqueue(entry);
-    }
-    return forgotten;
+/// Has the creator of the victim give it up, and returns whether it did. Called without lock.
+bool Cache::forget(const Victim& victim) {
+    const StrongPtr<Creature> creator(victim.creator);
+    if (!creator) return false;
+    if (creator->forget()) return true;
+    const std::lock_guard lock(_mutex);
+    CacheEntry& entry = *victim.entry;
+    const bool isStillOut = entry.object == victim.object && entry.queue == nullptr;
+    if (!isStillOut) return false;
+    // The owner keeps it: it counts again, and is left alone from now on.
+    entry.refused = true;
+    enqueue(entry);
+    return false;
 }
 
 std::size_t Cache::purge() {
+    const std::vector<Victim> victims = takeAllOut();
+    return static_cast<std::size_t>(std::count_if(
+        victims.begin(), victims.end(), [this](const Victim& victim) { return forget(victim); }));
+}
+
+/// All that may go, those included whose owners have refused before.
+std::vector<Cache::Victim> Cache::takeAllOut() {
     std::vector<Victim> victims;
-    {
-        const std::lock_guard lock(_mutex);
-        const Families all = families(typeid(void), typeid(void));
-        while (CacheEntry* const victim = oldest(all, nullptr)) {
-            dequeue(*victim);
-            victims.push_back({victim, victim->object, victim->creator});
+    const std::lock_guard lock(_mutex);
+    const Families all = families(typeid(void), typeid(void));
+    while (CacheEntry* const entry = oldest(all, nullptr)) victims.push_back(takeOut(*entry));
+    for (const CacheMultiQueue* const family : all) {
+        std::vector<CacheEntry*> kept;
+        while (CacheEntry* const entry = family->queues[CacheMultiQueue::Pinned]->oldest()) {
+            const Victim victim = takeOut(*entry);
+            if (entry->pinned)
+                kept.push_back(entry);
+            else
+                victims.push_back(victim);
         }
+        for (CacheEntry* const entry : kept) enqueue(*entry);
     }
-    return forget(victims);
+    return victims;
 }
 
 /// The queues of a domain and creator type, typeid(void) for all. The caller holds the lock.
@@ -284,8 +337,7 @@ void Cache::list_info() const {
     } printer;
     const std::lock_guard lock(_mutex);
     std::printf("Cache %s: %zu objects, %s of %s\n", name().c_str(), _books->enrolled,
-                VerboseStream::MemString(static_cast<long long>(_books->cost)).c_str(),
-                VerboseStream::MemString(static_cast<long long>(maxCost.load())).c_str());
+                bytesText(_books->cost).c_str(), bytesText(maxCost).c_str());
     _books->byDomain.iterate(printer);
     std::fflush(stdout);
 }

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -33,7 +34,7 @@ struct KEEL_EXPORT CacheMultiQueue {
     enum Kind : std::size_t {
         GivenUp,   ///< nobody's: waiting for their end, still taking room
         Evictable, ///< may be evicted
-        Pinned,    ///< must stay
+        Pinned,    ///< must stay, or its owner has refused to give it up
     };
     std::array<StrongPtr<CacheQueue, Cacheable>, 3> queues;
 
@@ -52,7 +53,8 @@ public:
 ///
 /// What is evicted is no longer counted from that moment, although its memory may be freed later:
 /// waiting for that would evict everything else meanwhile. The object for which room is made is
-/// itself spared. Creators are called without any lock.
+/// itself spared. Creators are called without any lock, and may use the cache in forget(). One that
+/// refuses is not asked again, except by purge(), until its object is unpinned or changes hands.
 class KEEL_EXPORT Cache : public CacheBase {
 public:
     /// The maximum in bytes is meant for the sum of all objects.
@@ -62,10 +64,12 @@ public:
     /// In bytes. A lower value takes effect at the next adjust() or the next growth.
     std::atomic<unsigned long long> maxCost;
 
-    /// Drops every object whose owner allows it, and returns their number.
+    /// Drops every object whose owner allows it, and returns their number. Asks each owner once,
+    /// but for those of pinned objects.
     std::size_t purge();
     /// Evicts the oldest objects of a domain and creator type, typeid(void) for all, until the cost
-    /// and `addition` bytes are within the maximum.
+    /// and `addition` bytes are within the maximum. The cost is that of all objects, whatever the
+    /// types. It stays above where owners refuse or have new objects at once.
     void adjust(const std::type_info& domain, const std::type_info& creator,
                 unsigned long long addition);
     /// Bytes of all enrolled objects. If `recompute`, each is asked for its size, on the thread on
@@ -83,6 +87,7 @@ private:
     friend class Cacheable;
     using Families = std::vector<const CacheMultiQueue*>;
     struct Victim;
+    class MakingRoom;
 
     CacheEntry* enrol(const Cacheable& object, const WeakPtr<Creature>& creator, std::size_t bytes,
                       const std::type_info& domain, const std::type_info& creatorType);
@@ -99,10 +104,12 @@ private:
     void requeue(CacheEntry& entry);
     void makeRoom(const std::type_info& domain, const std::type_info& creator,
                   unsigned long long addition, CacheEntry* spared);
-    std::vector<Victim> pickVictims(const std::type_info& domain, const std::type_info& creator,
-                                    unsigned long long addition, CacheEntry* spared);
+    std::optional<Victim> pickVictim(const std::type_info& domain, const std::type_info& creator,
+                                     unsigned long long addition, const CacheEntry* spared);
     CacheEntry* oldest(const Families& families, const CacheEntry* spared);
-    std::size_t forget(const std::vector<Victim>& victims);
+    Victim takeOut(CacheEntry& entry);
+    std::vector<Victim> takeAllOut();
+    bool forget(const Victim& victim);
     Families families(const std::type_info& domain, const std::type_info& creator) const;
 
     struct Books;

@@ -21,7 +21,8 @@ public:
     // The order of the virtual operations is part of the interface.
 
     /// Gives up the object if the owner allows it. Returns whether something was given up. Called
-    /// by the cache on any thread, without lock.
+    /// by the cache on any thread, without lock. Must not throw, as a failure would reach whoever
+    /// needed the room.
     virtual bool forget() = 0;
     /// The object, or an empty pointer.
     virtual StrongPtr<Cacheable> get() const = 0;
@@ -30,8 +31,10 @@ public:
     const WeakPtr<Cache, CacheBase>& cache() const noexcept { return _cache; }
     /// Gives up the object at the wish of its user.
     void discardCreation();
-    /// True pins the object of this owner, so that the cache leaves it alone; false makes it
-    /// subject to eviction again, which is how objects start.
+    /// True pins the present object of this owner, so that the cache leaves it alone; false makes
+    /// it subject to eviction again, which is how objects start. Counts as a use of the object.
+    /// Called with false at the first strong pointer to the owner, and to be called so by a creator
+    /// that has stored a new object.
     void enableCaching(bool pinned) const;
 
     void firstReference() { enableCaching(false); }

@@ -24,6 +24,8 @@ public:
     WeakPtr<Creature> creator;
     std::size_t bytes = 0;
     bool pinned = false;
+    // The owner did not give it up when it was asked to.
+    bool refused = false;
     // Null while the entry is in no queue.
     CacheQueue* queue = nullptr;
     // The type-wise queues of the object, for the moves between them.

@@ -191,6 +191,19 @@ TEST_F(CacheTest, UnpinnedObjectsComeBackAtTheirAge) {
     EXPECT_EQ(held(more), "11");
 }
 
+TEST_F(CacheTest, EvictsNothingMoreWhenAnObjectTakesOthersWithIt) {
+    const auto all = makers(2, 100);
+    auto part = makers(1, 100)[0];
+    all[0]->getPolyp()->part = part;
+    all[1]->getPolyp();
+    part->getPolyp();
+    part = {};
+    const auto large = makers(1, 200);
+    EXPECT_EQ(held(all), "01");
+    EXPECT_EQ(held(large), "1");
+    EXPECT_EQ(cache->memsize(false), 300u);
+}
+
 TEST_F(CacheTest, EvictingAReleasedObjectLeavesTheNewOneOfItsCreator) {
     const auto all = makers(1, 100);
     const auto released = all[0]->releasePolyp();
@@ -209,6 +222,53 @@ TEST_F(CacheTest, PurgeDropsWhatOwnersAllowAndCountsIt) {
     EXPECT_EQ(held(all), "010");
     EXPECT_EQ(cache->memsize(false), 100u);
     EXPECT_EQ(cache->purge(), 0u);
+}
+
+TEST_F(CacheTest, PurgeAsksAlsoThoseWhoRefusedBeforeButNotThePinned) {
+    const auto all = makers(3, 100);
+    all[0]->willing = false;
+    all[1]->enableCaching(true);
+    EXPECT_EQ(cache->purge(), 1u);
+    EXPECT_EQ(held(all), "110");
+    all[0]->willing = true;
+    EXPECT_EQ(cache->purge(), 1u);
+    EXPECT_EQ(held(all), "010");
+    EXPECT_EQ(all[1]->asked, 0);
+}
+
+/// Has a new object as soon as it has given up the old one.
+class Replacer : public BlockMaker {
+public:
+    using BlockMaker::BlockMaker;
+    bool forget() override {
+        ++asked;
+        create();
+        return true;
+    }
+};
+
+TEST_F(CacheTest, PurgeAsksCreatorsThatMakeNewObjectsOnlyOnce) {
+    const auto one = Keel::make<Replacer>(cache, 100u);
+    const auto other = Keel::make<Replacer>(cache, 100u);
+    one->create();
+    other->create();
+    EXPECT_EQ(cache->purge(), 2u);
+    EXPECT_EQ(one->asked + other->asked, 2);
+    EXPECT_TRUE(one->hasData());
+    EXPECT_EQ(cache->memsize(false), 200u);
+}
+
+TEST_F(CacheTest, EvictionEndsWhereCreatorsMakeNewObjectsAllTheTime) {
+    cache->maxCost = 100;
+    const auto one = Keel::make<Replacer>(cache, 100u);
+    const auto other = Keel::make<Replacer>(cache, 100u);
+    one->create();
+    other->create();
+    EXPECT_GE(one->asked, 1);
+    // Room is made when an object is enrolled and again when its creator stores it.
+    EXPECT_LE(one->asked + other->asked, 4) << "each at most once at a time";
+    EXPECT_TRUE(one->hasData());
+    EXPECT_TRUE(other->hasData());
 }
 
 TEST_F(CacheTest, AdjustMakesRoomForAnAddition) {
@@ -292,6 +352,14 @@ TEST_F(CacheTest, ObjectWhoseDeferredConstructorThrowsIsDestroyedAndNotEnrolled)
     EXPECT_EQ(cache->size(), 0u);
 }
 
+TEST_F(CacheTest, ListTellsAMaximumBeyondAllNumbers) {
+    cache->maxCost = ~0ull;
+    testing::internal::CaptureStdout();
+    cache->list_info();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::HasSubstr("Cache test: 0 objects, 0 B of 8.00 EiB\n"));
+}
+
 TEST_F(CacheTest, ListTellsObjectsAndBytes) {
     cache->maxCost = 4096;
     const auto all = makers(2, 1024);
@@ -352,6 +420,30 @@ TEST_F(CacheTest, ThreadsCreateUseResizeAndDropAtOnceWithinTheBudget) {
                 } else if (random() % 8 == 0) {
                     maker->releasePolyp();
                 }
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(cache->memsize(false), 0u);
+    EXPECT_EQ(cache->size(), 0u);
+}
+
+TEST_F(CacheTest, ThreadsEvictObjectsThatDieAtThatMoment) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([this] {
+            const auto maker = Keel::make<BlockMaker>(cache, 100u);
+            for (int n = 0; n < 1000; ++n) {
+                maker->create();
+                if (n % 2 == 0) maker->releasePolyp();
+            }
+        });
+        threads.emplace_back([this] {
+            for (int n = 0; n < 1000; ++n) {
+                if (n % 2 == 0)
+                    cache->adjust(typeid(void), typeid(void), 250);
+                else
+                    cache->purge();
             }
         });
     }
