@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::uint32_t ValidFlag = 0x8000U;
 constexpr std::uint32_t LastFlag = 0x1000U;
-constexpr std::uint32_t IntegerFlag = 0x2000U;
 
 std::uint32_t bits(BitPrecision precision) {
     return static_cast<std::uint32_t>(precision) & 0xFU;
