@@ -95,14 +95,15 @@ public:
     StrongPtr<T, Cacheable> releasePolyp() override { return disown(take()); }
 
 protected:
-    /// Puts a new object in place of the present one, which is given up.
+    /// Puts an object in place of the present one, which is given up, and makes it this creator's.
     void store(const StrongPtr<T, Cacheable>& object) {
+        if (object) object->setCreator(*this);
         StrongPtr<T, Cacheable> old = object;
         {
             const std::lock_guard lock(_mutex);
             _object.swap(old);
         }
-        disown(std::move(old));
+        if (!(old == object)) disown(std::move(old));
     }
 
 private:

@@ -212,8 +212,6 @@ TextureBasePtr TextureCreator::create() {
 
 void TextureCreator::setTexture(const TextureBasePtr& texture) {
     store(texture);
-    if (!texture) return;
-    texture->setCreator(*this);
     enableCaching(false);
 }
 

@@ -32,7 +32,7 @@ using Forgetter = ToyMaker<Keel::AlzheimerCreator<Toy, Keel::CreatorBase<Toy>>>;
 
 class CreatorTest : public testing::Test {
 protected:
-    StrongPtr<Cache> cache = Keel::make<Cache>(1000, "test");
+    StrongPtr<Cache> cache = Keel::make<Cache>(1000u, "test");
 };
 
 TEST_F(CreatorTest, StartsEmptyAndOlderThanEverything) {
@@ -95,6 +95,45 @@ TEST_F(CreatorTest, ReplacedObjectIsNobodysAnyMore) {
     EXPECT_TRUE(maker->getPolyp() == second);
 }
 
+TEST_F(CreatorTest, ObjectThatIsStoredBelongsToTheCreator) {
+    class Adopter : public Keel::AlzheimerCreator<Toy> {
+    public:
+        using AlzheimerCreator::AlzheimerCreator;
+        using AlzheimerCreator::store;
+        StrongPtr<Toy, Cacheable> create() override { return {}; }
+    };
+    const auto adopter = Keel::make<Adopter>(cache);
+    const auto toy = Keel::make<Toy>();
+    EXPECT_FALSE(toy->isEnrolled());
+    adopter->store(toy);
+    EXPECT_TRUE(toy->creator() == adopter);
+    EXPECT_TRUE(toy->isEnrolled());
+    adopter->store(toy);
+    EXPECT_TRUE(toy->creator() == adopter) << "the same object once more";
+    EXPECT_TRUE(adopter->getPolyp() == toy);
+    adopter->store({});
+    EXPECT_FALSE(toy->creator());
+    EXPECT_FALSE(adopter->hasData());
+}
+
+TEST_F(CreatorTest, ObjectGivenAtConstructionBelongsToTheCreator) {
+    const auto toy = Keel::make<Toy>();
+    const auto maker = Keel::make<Forgetter>(cache, toy);
+    EXPECT_TRUE(maker->getPolyp() == toy);
+    EXPECT_TRUE(toy->creator() == maker);
+    EXPECT_TRUE(toy->isEnrolled());
+}
+
+TEST_F(CreatorTest, FirstStrongPointerToACreatorUnpinsItsObject) {
+    const auto toy = Keel::make<Toy>();
+    auto* const raw = new Forgetter(cache, toy);
+    toy->pin(true);
+    EXPECT_EQ(cache->purge(), 0u);
+    const StrongPtr<Forgetter> maker(raw);
+    const StrongPtr<Forgetter> second = maker;
+    EXPECT_EQ(cache->purge(), 1u);
+}
+
 TEST_F(CreatorTest, DyingCreatorLeavesTheObjectToItsHolders) {
     StrongPtr<Toy, Cacheable> toy;
     {
@@ -121,7 +160,6 @@ public:
     unsigned long long cost() const override { return 7; }
     std::string name() const override { return "substitute"; }
     bool assign(const StrongPtr<Toy, Cacheable>&) override { return true; }
-    const std::type_info& type() const override { return typeid(Keel::CreatorBase<Toy>::Producer); }
 };
 
 TEST_F(CreatorTest, ForwardsProductionToTheInterfaceThatStandsIn) {
