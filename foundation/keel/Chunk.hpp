@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <initializer_list>
 #include <span>
 #include <typeinfo>
 #include <utility>
@@ -91,6 +92,8 @@ class KEEL_EXPORT Chunk : public TypedChunk<T> {
 public:
     explicit Chunk(std::vector<T> content = {})
         : TypedChunk<T>(content.capacity() * sizeof(T)), _elements(std::move(content)) {}
+    /// Without this, a list of one number would be taken for a size.
+    explicit Chunk(std::initializer_list<T> content) : Chunk(std::vector<T>(content)) {}
     explicit Chunk(std::size_t size) : Chunk(std::vector<T>(size)) {}
 
     using TypedChunkBase<T>::elements;

@@ -20,6 +20,14 @@ TEST(ChunkTest, TellsItsElementsWithoutKnowingTheType) {
     EXPECT_EQ(static_cast<std::vector<double>*>(chunk->storingVector())->size(), 3u);
 }
 
+TEST(ChunkTest, IsMadeFromAListAVectorOrASize) {
+    EXPECT_EQ(StrongPtr<Chunk<int>>(new Chunk<int>({5}))->vector(), std::vector<int>{5});
+    EXPECT_EQ(StrongPtr<Chunk<int>>(new Chunk<int>({5, 6}))->vector(), (std::vector<int>{5, 6}));
+    EXPECT_EQ(StrongPtr<Chunk<int>>(new Chunk<int>(2))->vector(), (std::vector<int>{0, 0}));
+    EXPECT_EQ(StrongPtr<Chunk<int>>(new Chunk<int>(std::vector{7}))->vector(), std::vector<int>{7});
+    EXPECT_TRUE(StrongPtr<Chunk<int>>(new Chunk<int>)->vector().empty());
+}
+
 TEST(ChunkTest, TypedViewFailsForAnotherType) {
     const StrongPtr<ChunkBase> chunk(new Chunk<double>(3));
     EXPECT_TRUE(StrongPtr<Keel::TypedChunk<double>>(chunk));
