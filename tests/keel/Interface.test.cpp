@@ -66,6 +66,23 @@ TEST_F(IntercubeTest, SecondInterfaceOfTypeReplacesTheFirst) {
     EXPECT_EQ(cube.findInterface<Caption>()->text, "b");
 }
 
+TEST_F(IntercubeTest, ReplacedInterfaceMayAskTheCubeWhileItDies) {
+    struct Curious : Keel::Interface<Curious> {
+        Curious(const Intercube& owner, bool& flag) : holder(owner), successorSeen(flag) {}
+        ~Curious() override {
+            const auto successor = holder.findInterface<Curious>();
+            successorSeen = successor && successor.get() != this;
+        }
+        const Intercube& holder;
+        bool& successorSeen;
+    };
+    bool seen = false;
+    bool ignored = false;
+    cube.addInterface(Keel::make<Curious>(cube, seen));
+    cube.addInterface(Keel::make<Curious>(cube, ignored));
+    EXPECT_TRUE(seen);
+}
+
 TEST_F(IntercubeTest, EmptyInterfaceIsIgnored) {
     cube.addInterface({});
     cube.addInterface(StrongPtr<InterfaceBase>());
@@ -124,6 +141,21 @@ TEST_F(IntercubeTest, WalkVisitsInOrderAndEndsAtFalse) {
     EXPECT_EQ(visits->order, "12");
     EXPECT_TRUE(cube.iterateInterfaces(visits));
     EXPECT_EQ(visits->order, "12");
+}
+
+TEST_F(IntercubeTest, WalkOverAnObjectThatMayChangeCallsApply) {
+    struct Changer : Keel::Interface<Changer> {
+        bool apply(Intercube& holder,
+                   const StrongPtr<Keel::InterfaceIterationParameter>&) override {
+            holder.addInterface(Keel::make<Caption>("added on the way"));
+            return true;
+        }
+    };
+    cube.addInterface(Keel::make<Changer>());
+    EXPECT_TRUE(static_cast<const Intercube&>(cube).iterateInterfaces({}));
+    EXPECT_FALSE(cube.findInterface<Caption>());
+    EXPECT_TRUE(cube.iterateInterfaces({}));
+    EXPECT_TRUE(cube.findInterface<Caption>());
 }
 
 TEST_F(IntercubeTest, ProvidedInterfaceIsMadeOnceForAllThreads) {

@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 using Keel::ControlBlock;
@@ -145,6 +148,21 @@ TEST_F(StrongPtrTest, FailedConversionTestsFalseAndKeepsTheObjectAlive) {
     owner = {};
     EXPECT_EQ(log.destroyed, 0);
     EXPECT_EQ(StrongPtr<Cat>(dog)->name(), "cat");
+}
+
+TEST_F(StrongPtrTest, FailedConversionIsTheLastToGoAndDestroys) {
+    { const StrongPtr<Dog> dog(StrongPtr<Animal>(new Cat(log))); }
+    EXPECT_EQ(log.order, "FHLD");
+}
+
+TEST_F(StrongPtrTest, FailedConversionOfAWeakPointerKeepsItsBlock) {
+    const StrongPtr<Animal> owner(new Cat(log));
+    const WeakPtr<Animal> weak = owner;
+    EXPECT_TRUE(WeakPtr<Cat>(weak));
+    const WeakPtr<Dog> dog(weak);
+    EXPECT_FALSE(dog);
+    EXPECT_TRUE(dog == owner);
+    EXPECT_EQ(WeakPtr<Cat>(dog)->name(), "cat");
 }
 
 TEST_F(StrongPtrTest, ConvertsFromDerivedToBaseByItselfAndBackOnRequest) {
@@ -368,6 +386,24 @@ TEST_F(StrongPtrTest, ComparesByBlockAcrossKindsAndTypes) {
     EXPECT_EQ(std::hash<StrongPtr<Animal>>{}(animal), std::hash<WeakPtr<Animal>>{}(weak));
 }
 
+TEST_F(StrongPtrTest, ServesAsKeyThatOutlivesTheObject) {
+    std::map<WeakPtr<Animal>, int> ordered;
+    std::unordered_map<WeakPtr<Animal>, int> hashed;
+    WeakPtr<Animal> key;
+    {
+        const StrongPtr<Cat> cat(new Cat(log));
+        const StrongPtr<Animal> other(new Dog(log));
+        key = cat;
+        ordered = {{cat, 1}, {other, 2}};
+        hashed = {{cat, 1}, {other, 2}};
+    }
+    const StrongPtr<Animal> young(new Cat(log));
+    EXPECT_EQ(ordered.at(key), 1);
+    EXPECT_EQ(hashed.at(key), 1);
+    EXPECT_FALSE(ordered.contains(young)) << "no new object takes the place of a dead one";
+    EXPECT_FALSE(hashed.contains(young));
+}
+
 TEST_F(StrongPtrTest, EachPointerObjectHasItsIdentity) {
     const StrongPtr<Animal> a;
     const StrongPtr<Animal> b;
@@ -413,6 +449,29 @@ TEST_F(StrongPtrTest, WeakPointerConvertsThroughVirtualBaseOnlyWhileAlive) {
     const WeakPtr<VirtualBase> base = weak;
     EXPECT_FALSE(base);
     EXPECT_TRUE(base == weak);
+}
+
+TEST_F(StrongPtrTest, ThreadsConvertThroughVirtualBaseWhileOneReleases) {
+    for (int round = 0; round < 100; ++round) {
+        StrongPtr<Diamond> owner(new Diamond);
+        const WeakPtr<Diamond> weak = owner;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([weak] {
+                for (int n = 0; n < 20; ++n) {
+                    const WeakPtr<VirtualBase> base = weak;
+                    EXPECT_TRUE(base == weak);
+                    if (const StrongPtr<VirtualBase> held(base); held) {
+                        EXPECT_EQ(held->value, 7);
+                    }
+                }
+            });
+        }
+        owner = {};
+        for (std::thread& thread : threads) thread.join();
+        EXPECT_FALSE(weak);
+        EXPECT_EQ(weak.controlBlock()->weak(), 1);
+    }
 }
 
 class Incomplete;
