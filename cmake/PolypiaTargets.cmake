@@ -21,6 +21,22 @@ function(_polypia_settings target)
   endif()
 endfunction()
 
+# Compiles each public header alone, with the include paths of a user. The first include of a.cpp
+# is a.hpp, which shows the same: only the headers without a source need it.
+function(_polypia_compile_headers name sources headers)
+  foreach(header IN LISTS headers)
+    string(REGEX REPLACE "hpp$" "cpp" source ${header})
+    if(NOT source IN_LIST sources)
+      set(alone ${CMAKE_CURRENT_BINARY_DIR}/headers/${source})
+      file(CONFIGURE OUTPUT ${alone} CONTENT "#include <${name}/${header}>\n" @ONLY)
+      list(APPEND alones ${alone})
+    endif()
+  endforeach()
+  add_library(${name}_headers OBJECT ${alones})
+  _polypia_settings(${name}_headers)
+  target_link_libraries(${name}_headers PRIVATE ${name})
+endfunction()
+
 # polypia_add_library(NAME SOURCES a.cpp ... HEADERS a.hpp ... [PRIVATE_HEADERS b.hpp ...]
 #                     [PUBLIC targets ...] [PRIVATE targets ...])
 #
@@ -41,12 +57,17 @@ function(polypia_add_library name)
     VISIBILITY_INLINES_HIDDEN ON
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    OUTPUT_NAME $<IF:$<STREQUAL:${name},Polypia>,Polypia,Polypia-${name}>)
+    OUTPUT_NAME $<IF:$<STREQUAL:${name},Polypia>,Polypia,Polypia-${name}>
+    POLYPIA_HEADERS "${arg_HEADERS}")
   target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
   target_include_directories(${name} PUBLIC
     $<BUILD_INTERFACE:${include_dir}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+
+  if(POLYPIA_BUILD_TESTS)
+    _polypia_compile_headers(${name} "${arg_SOURCES}" "${arg_HEADERS}")
+  endif()
 
   install(TARGETS ${name} EXPORT PolypiaTargets)
   install(FILES ${arg_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name})

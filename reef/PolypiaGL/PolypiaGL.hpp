@@ -5,6 +5,10 @@
 #include <PolypiaGL/EglContext.hpp>
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/GLFactory.hpp>
+#include <PolypiaGL/GLFlag.hpp>
 #include <PolypiaGL/GLFramebuffer.hpp>
 #include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/ObjectLedger.hpp>
+#include <PolypiaGL/Profile.hpp>
 #include <PolypiaGL/fwd.hpp>

@@ -7,3 +7,4 @@
 #include <Readers/ReaderError.hpp>
 #include <Readers/ReaderModule.hpp>
 #include <Readers/ReaderRegistry.hpp>
+#include <Readers/fwd.hpp>

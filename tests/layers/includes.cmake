@@ -4,7 +4,8 @@
 #   keel, rookery <- Readers <- Displays, shell
 #
 # The include folders of the build enforce the same for each target; this check also finds an
-# include that came in with an arrow too many in a CMakeLists.txt.
+# include that came in with an arrow too many in a CMakeLists.txt. A source includes its own header
+# first, which shows that the header can stand alone.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -31,6 +32,14 @@ foreach(file IN LISTS files)
     continue()
   endif()
   file(STRINGS ${source}/${file} lines REGEX "^[ \t]*#[ \t]*include")
+  string(REGEX REPLACE "\\.cpp$" ".hpp" header "${file}")
+  if(NOT header STREQUAL file AND EXISTS ${source}/${header})
+    cmake_path(GET header FILENAME own)
+    list(GET lines 0 first)
+    if(NOT first MATCHES "[</]${own}>")
+      string(APPEND violations "  ${file}: expected <${library}/${own}> first, got ${first}\n")
+    endif()
+  endif()
   foreach(line IN LISTS lines)
     if(line MATCHES "include[ \t]*\"")
       string(APPEND violations "  ${file}: expected <library/Header.hpp>, got ${line}\n")

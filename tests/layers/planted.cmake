@@ -31,9 +31,11 @@ expect_finding(reef/Readers/A.cpp "#  include <Polypia/Polyp.hpp>" "Readers must
 expect_finding(reef/Displays/A.cpp "#include <PolypiaGL/Context.hpp>" "Displays must not include")
 expect_finding(reef/Polypia/A.cpp "#include <GL/gl.h>" "the library knows no graphics interface")
 expect_finding(reef/Polypia/A.hpp "#include \"Polyp.hpp\"" "expected <library/Header.hpp>")
+expect_finding(foundation/keel/Clean.cpp "#include <vector>" "expected <keel/Clean.hpp> first")
 expect_finding(reef/Stray/A.hpp "" "expected one of the libraries")
 
 expect_clean(foundation/rookery/A.hpp "#include <keel/export.hpp>")
 expect_clean(reef/PolypiaGL/A.cpp "#include <Polypia/Polyp.hpp>\n#include <EGL/egl.h>")
 expect_clean(reef/Displays/A.cpp "#include <Readers/Coast.hpp>")
+expect_clean(foundation/rookery/A.cpp "#include <keel/export.hpp>")
 expect_clean(shell/main.cpp "#include <Writers/PngWriter.hpp>\n#include <zlib.h>")

@@ -1,0 +1,29 @@
+#pragma once
+// All of libkeel in one include.
+
+#include <keel/Ageable.hpp>
+#include <keel/Cache.hpp>
+#include <keel/CacheQueue.hpp>
+#include <keel/Cacheable.hpp>
+#include <keel/Chunk.hpp>
+#include <keel/ConcurrentPtr.hpp>
+#include <keel/Creator.hpp>
+#include <keel/Creature.hpp>
+#include <keel/DynPtr.hpp>
+#include <keel/Environment.hpp>
+#include <keel/Exception.hpp>
+#include <keel/File.hpp>
+#include <keel/Functor.hpp>
+#include <keel/Interface.hpp>
+#include <keel/LoaderProgress.hpp>
+#include <keel/Profiler.hpp>
+#include <keel/ReferenceBase.hpp>
+#include <keel/SpeakPtr.hpp>
+#include <keel/StrongPtr.hpp>
+#include <keel/ThreadPool.hpp>
+#include <keel/Typename.hpp>
+#include <keel/VerboseStream.hpp>
+#include <keel/WeakPtr.hpp>
+#include <keel/fwd.hpp>
+#include <keel/simplestring.hpp>
+#include <keel/typemap.hpp>
