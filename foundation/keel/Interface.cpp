@@ -25,6 +25,7 @@ Intercube::~Intercube() {
     Table dying;
     const std::lock_guard lock(_mutex);
     dying.swap(_interfaces);
+    _closed = true;
 }
 
 StrongPtr<InterfaceBase> Intercube::findInterface(const std::type_info& type) const {
@@ -39,7 +40,7 @@ void Intercube::addInterface(const StrongPtr<InterfaceBase>& interface) const {
     const std::lock_guard lock(_mutex);
     if (StrongPtr<InterfaceBase>* const present = find(interface->type())) {
         present->swap(replaced);
-    } else {
+    } else if (!_closed) {
         _interfaces.push_back(interface);
     }
 }
@@ -48,7 +49,7 @@ StrongPtr<InterfaceBase> Intercube::addIfMissing(const StrongPtr<InterfaceBase>&
     if (!interface) return interface;
     const std::lock_guard lock(_mutex);
     if (const StrongPtr<InterfaceBase>* const present = find(interface->type())) return *present;
-    _interfaces.push_back(interface);
+    if (!_closed) _interfaces.push_back(interface);
     return interface;
 }
 

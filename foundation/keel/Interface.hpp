@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -42,7 +43,8 @@ public:
 };
 
 /// The side table: at most one interface of each type. Thread-safe. A copy of the holder starts
-/// with an empty table, an assignment leaves the table alone.
+/// with an empty table, an assignment leaves the table alone. From its destructor on the table is
+/// empty and takes no more.
 class KEEL_EXPORT Intercube {
 public:
     Intercube() noexcept;
@@ -80,6 +82,11 @@ private:
 
     mutable std::mutex _mutex;
     mutable Table _interfaces;
+    bool _closed = false;
 };
+
+static_assert(std::is_same_v<RootOf_t<InterfaceBase>, InterfaceBase::ReferenceRoot>);
+static_assert(std::is_same_v<RootOf_t<InterfaceIterationParameter>,
+                             InterfaceIterationParameter::ReferenceRoot>);
 
 } // namespace Keel

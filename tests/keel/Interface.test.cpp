@@ -21,6 +21,8 @@ struct Caption : Keel::Interface<Caption> {
     int* destroyed;
 };
 
+static_assert(std::is_same_v<Keel::RootOf_t<Keel::Interface<Caption>>, Caption::ReferenceRoot>);
+
 struct Visits : Keel::InterfaceIterationParameter {
     std::string order;
 };
@@ -120,6 +122,24 @@ TEST_F(IntercubeTest, DyingInterfaceFindsTheTableEmpty) {
         dying.addInterface(Keel::make<Curious>());
     }
     EXPECT_FALSE(found);
+}
+
+TEST_F(IntercubeTest, DyingCubeTakesNoMoreInterfaces) {
+    struct Stubborn : Keel::Interface<Stubborn> {
+        Stubborn(const Intercube& owner, int& count) : holder(owner), made(count) { ++made; }
+        ~Stubborn() override {
+            EXPECT_FALSE(holder.findInterface<Stubborn>());
+            if (made < 3) holder.addInterface(Keel::make<Stubborn>(holder, made));
+        }
+        const Intercube& holder;
+        int& made;
+    };
+    int made = 0;
+    {
+        const Intercube dying;
+        dying.addInterface(Keel::make<Stubborn>(dying, made));
+    }
+    EXPECT_EQ(made, 3);
 }
 
 TEST_F(IntercubeTest, CopyStartsEmptyAndAssignmentKeepsTheTable) {
