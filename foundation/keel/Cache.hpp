@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -117,5 +118,8 @@ private:
     mutable std::mutex _mutex; // guards _books and the entries
     std::unique_ptr<Books> _books;
 };
+
+static_assert(std::is_same_v<RootOf_t<CacheBase>, CacheBase::ReferenceRoot>);
+static_assert(std::is_same_v<RootOf_t<Cache>, Cache::ReferenceRoot>);
 
 } // namespace Keel

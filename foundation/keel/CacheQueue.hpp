@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace Keel {
@@ -53,5 +54,7 @@ private:
     mutable std::mutex _mutex;
     std::unique_ptr<Content> _content;
 };
+
+static_assert(std::is_same_v<RootOf_t<CacheQueue>, CacheQueue::ReferenceRoot>);
 
 } // namespace Keel

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 
 namespace Keel {
@@ -73,7 +74,8 @@ private:
     std::atomic<CacheEntry*> _entry{nullptr};
 };
 
-/// An object whose cost changes while it lives.
+/// An object whose cost changes while it lives. Any thread may report a size, one at a time for
+/// one object.
 class KEEL_EXPORT MutableCacheable : public Cacheable {
 public:
     explicit MutableCacheable(const WeakPtr<Creature>& creator);
@@ -94,5 +96,8 @@ public:
 private:
     std::atomic<std::size_t> _recordedBytes{0};
 };
+
+static_assert(std::is_same_v<RootOf_t<Cacheable>, Cacheable::ReferenceRoot>);
+static_assert(std::is_same_v<RootOf_t<MutableCacheable>, MutableCacheable::ReferenceRoot>);
 
 } // namespace Keel

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -106,5 +107,7 @@ public:
 private:
     std::vector<T> _elements;
 };
+
+static_assert(std::is_same_v<RootOf_t<ChunkBase>, ChunkBase::ReferenceRoot>);
 
 } // namespace Keel

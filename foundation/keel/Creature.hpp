@@ -6,6 +6,7 @@
 #include <keel/Interface.hpp>
 
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 
 namespace Keel {
@@ -57,5 +58,7 @@ public:
 private:
     Table _creatures;
 };
+
+static_assert(std::is_same_v<RootOf_t<Creature>, Creature::ReferenceRoot>);
 
 } // namespace Keel

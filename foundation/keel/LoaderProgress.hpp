@@ -6,6 +6,7 @@
 
 #include <mutex>
 #include <string>
+#include <type_traits>
 
 namespace Keel {
 
@@ -26,5 +27,7 @@ private:
     double _fraction = 0;
     std::string _text;
 };
+
+static_assert(std::is_same_v<RootOf_t<LoaderProgress>, LoaderProgress::ReferenceRoot>);
 
 } // namespace Keel

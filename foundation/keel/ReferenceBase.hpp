@@ -42,10 +42,7 @@ public:
     Countable* object() const noexcept { return _object.load(); }
     /// Position of the object among all objects of its root class, in order of construction.
     std::uint64_t serial() const noexcept { return _serial; }
-    bool alive() const noexcept {
-        return strongOf(_counts.load(std::memory_order_acquire)) > 0 &&
-               _object.load(std::memory_order_acquire) != nullptr;
-    }
+    bool alive() const noexcept { return strong() > 0 && object() != nullptr; }
 
     /// Takes over the first count of a new object and runs its deferred initialisation; for an
     /// object that is taken already, the same as acquire().
@@ -99,7 +96,8 @@ private:
 class KEEL_EXPORT Countable {
 public:
     /// Called when the last strong reference is about to go, on the thread that lets go. Making
-    /// and keeping a StrongPtr here saves the object; the hook then runs again later.
+    /// and keeping a StrongPtr here saves the object; the hook then runs again later. Must not
+    /// throw, as destructors release.
     virtual void beforeLastRelease();
     virtual ~Countable();
 
@@ -124,7 +122,8 @@ private:
 /// assignment leaves the counts alone.
 ///
 /// If T has `firstReference()`, it is called on the first strong pointer; if it has
-/// `lastReference()`, it is called right before destruction, while virtual calls still work.
+/// `lastReference()`, it is called right before destruction, while virtual calls still work, and
+/// must not throw.
 template<class T>
 class KEEL_EXPORT ReferenceBase : public Countable {
 public:

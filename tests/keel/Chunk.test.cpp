@@ -10,6 +10,10 @@ using Keel::StrongPtr;
 
 namespace {
 
+static_assert(std::is_same_v<Keel::RootOf_t<Chunk<int>>, Chunk<int>::ReferenceRoot>);
+static_assert(std::is_same_v<Keel::RootOf_t<Keel::TypedChunk<int>>, ChunkBase>);
+static_assert(std::is_same_v<Keel::RootOf_t<Keel::TypedChunkBase<int>>, ChunkBase>);
+
 TEST(ChunkTest, TellsItsElementsWithoutKnowingTheType) {
     const StrongPtr<ChunkBase> chunk(new Chunk<double>({1.0, 2.0, 3.0}));
     EXPECT_EQ(chunk->numberOfElements(), 3u);

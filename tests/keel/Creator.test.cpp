@@ -30,6 +30,8 @@ public:
 using Keeper = ToyMaker<Keel::Creator<Toy, Keel::CreatorBase<Toy>>>;
 using Forgetter = ToyMaker<Keel::AlzheimerCreator<Toy, Keel::CreatorBase<Toy>>>;
 
+static_assert(std::is_same_v<Keel::RootOf_t<Keel::CreatorBase<Toy>>, Forgetter::ReferenceRoot>);
+
 class CreatorTest : public testing::Test {
 protected:
     StrongPtr<Cache> cache = Keel::make<Cache>(1000u, "test");
