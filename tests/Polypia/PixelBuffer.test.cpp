@@ -1,5 +1,6 @@
 #include <Polypia/PixelBuffer.hpp>
 
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
 
 #include <keel/StrongPtr.hpp>
@@ -46,12 +47,8 @@ TEST(PixelBuffer, IsACountedGeometry) {
 
 TEST(PixelBuffer, HasItsMembersInOrder) {
     const Frame frame(ViewportGeometry{});
-    const auto address = [](const auto& member) {
-        return reinterpret_cast<std::uintptr_t>(&member);
-    };
-    EXPECT_LT(address(static_cast<const ViewportGeometry&>(frame)), address(frame.DepthMin));
-    EXPECT_LT(address(frame.DepthMin), address(frame.DepthMax));
-    EXPECT_LT(address(frame.DepthMax), address(frame.state));
+    EXPECT_TRUE(standInOrder(static_cast<const ViewportGeometry&>(frame), frame.DepthMin,
+                             frame.DepthMax, frame.state));
     EXPECT_EQ((std::vector{virtualSlot(&Mirk::PixelBuffer::readPixelColors),
                            virtualSlot(&Mirk::PixelBuffer::readPixelDepth)}),
               slotsFrom(3, 2));

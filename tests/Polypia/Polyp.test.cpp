@@ -2,7 +2,10 @@
 
 #include "RecordingBasin.hpp"
 #include "anyRenderContext.hpp"
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
+
+#include "../keel/countedNew.hpp"
 
 #include <Polypia/RenderException.hpp>
 #include <Polypia/RenderTentacles.hpp>
@@ -128,6 +131,12 @@ TEST_F(Polyp, TentacleHasFieldsOfThirtyTwoBits) {
     EXPECT_EQ(one->activityMask, 0xFFFFFFF0U);
 }
 
+TEST_F(Polyp, TentacleHasItsFieldsInOrder) {
+    const PlainTentacle plain(0);
+    EXPECT_TRUE(standInOrder(plain.tentacleKey, plain.activityMask, plain.chunkDivisors,
+                             plain.chunkDivisorCount, plain.chunkLimit));
+}
+
 TEST_F(Polyp, TentacleHasItsVirtualOperationsInOrder) {
     // Ahead of them are those of the base: the hook and two destructors.
     EXPECT_EQ((std::vector{virtualSlot(&Tentacle::updateValue), virtualSlot(&Tentacle::activate),
@@ -168,6 +177,14 @@ TEST_F(Polyp, StartsEmptyAndUncut) {
     EXPECT_FALSE(polyp->creator());
     EXPECT_EQ(polyp->DomainType(), typeid(Mirk::Polyp));
     static_assert(std::is_base_of_v<Keel::MutableCacheable, Mirk::Polyp>);
+}
+
+TEST_F(Polyp, HasItsFieldsInOrder) {
+    EXPECT_TRUE(standInOrder(polyp->chunkElements, polyp->chunkCount, polyp->currentChunk,
+                             polyp->backendIntegers));
+    static_assert(std::is_same_v<decltype(Mirk::Polyp::chunkElements), std::uint32_t>);
+    static_assert(std::is_same_v<decltype(Mirk::Polyp::chunkCount), std::uint32_t>);
+    static_assert(std::is_same_v<decltype(Mirk::Polyp::currentChunk), std::uint32_t>);
 }
 
 TEST_F(Polyp, HasItsVirtualOperationAfterThoseOfCacheable) {
@@ -451,6 +468,16 @@ TEST_F(Polyp, WaveKeepsNoReference) {
     EXPECT_EQ(a.controlBlock()->strong(), held);
 }
 
+TEST_F(Polyp, WaveAllocatesNothing) {
+    for (const int key : {0, 1024, 1024, 20480}) {
+        polyp->insertTentacle(key, TentaclePtr(new PlainTentacle(key)));
+    }
+    polyp->setName("a name that is too long for a string without memory of its own");
+    const long long before = allocationsOfThisThread();
+    EXPECT_EQ(polyp->wave(All), 4);
+    EXPECT_EQ(allocationsOfThisThread(), before);
+}
+
 TEST_F(Polyp, WaveIsOneScopeOfTheProfiler) {
     if (std::getenv("POLYPIA_TRACE") != nullptr) {
         add(0, "a");
@@ -524,6 +551,16 @@ TEST_F(Polyp, NoPassRunsAfterOneThatThrew) {
     EXPECT_EQ(std::count(log->calls.begin(), log->calls.end(), "activate Tentacle painter"), 2);
 }
 
+TEST_F(Polyp, WaveIsOnePassUnlessThereAreBothPiecesAndANumberOfThem) {
+    add(20480, "painter");
+    polyp->chunkElements = 256;
+    EXPECT_EQ(polyp->wave(All), 1);
+    polyp->chunkElements = 0;
+    polyp->chunkCount = 4;
+    EXPECT_EQ(polyp->wave(All), 1);
+    EXPECT_EQ(polyp->currentChunk, 0U) << "nothing was counted";
+}
+
 TEST_F(Polyp, PassThatEndsEarlyDoesNotKeepTheOthersFromRunning) {
     addElements(2048, 1000);
     addElements(8192, 0, 4000)->chunkLimit = 1024;
@@ -582,6 +619,7 @@ INSTANTIATE_TEST_SUITE_P(
         Cut{"OfLessThanAByteForEachVertexAreNone", 1000, {{999, {4}, 1024}}, 0, 99},
         Cut{"OfADivisorOfZeroAreNone", 1000, {{4000, {0}, 1024}}, 0, 99},
         Cut{"OfALimitBelowTheLeastMultipleAreNone", 1000, {{4000, {16}, 15}}, 0, 99},
+        Cut{"CountVerticesIn32Bits", (std::size_t{1} << 32) + 1000, {{4000, {}, 1024}}, 256, 4},
         // 100 - 100 % 12 = 96 bytes of 4 each
         Cut{"RespectDivisors", 1000, {{4000, {6}, 100}}, 24, 42},
         // least common multiple of 4, 6, 10, 15 and 8 is 120: 960 bytes of 8 each

@@ -1,5 +1,6 @@
 #include <Polypia/RenderNamespace.hpp>
 
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
 
 #include <keel/StrongPtr.hpp>
@@ -34,6 +35,14 @@ TEST(RenderNamespace, NumbersOfVertexAttributes) {
     EXPECT_EQ(Names::SecondTextureCoordinates, 5);
     EXPECT_EQ(Names::ThirdTextureCoordinates, 6);
     EXPECT_EQ(Names::FourthTextureCoordinates, 7);
+}
+
+TEST(RenderNamespace, NumbersOfPrimitivesInUse) {
+    EXPECT_EQ(Names::Lines, 1);
+    EXPECT_EQ(Names::LineLoop, 2);
+    EXPECT_EQ(Names::LineStrip, 3);
+    EXPECT_EQ(Names::Polygon, 9);
+    EXPECT_EQ(Names::ConnectedLines, 12);
 }
 
 TEST(RenderNamespace, EnumerationsPassEveryNumberOn) {
@@ -120,13 +129,12 @@ TEST(RenderNamespace, VariablesOfEachKindMakeThemHaveKinds) {
 
 TEST(RenderNamespace, LightHasItsBasesInOrder) {
     static_assert(std::is_base_of_v<Keel::ReferenceBase<Names::LightSource>, Names::LightSource>);
+    static_assert(std::is_abstract_v<Names::LightSource>);
     StrongPtr<Light, Names::LightSource> light(new Light);
-    const auto address = [](const auto& base) { return reinterpret_cast<std::uintptr_t>(&base); };
     const Names::LightSource& source = *light;
-    EXPECT_LT(address(static_cast<const Keel::ReferenceBase<Names::LightSource>&>(source)),
-              address(static_cast<const Names::ProgramVariables&>(source)));
-    EXPECT_LT(address(static_cast<const Names::ProgramVariables&>(source)),
-              address(static_cast<const Keel::Ageable&>(source)));
+    EXPECT_TRUE(standInOrder(static_cast<const Keel::ReferenceBase<Names::LightSource>&>(source),
+                             static_cast<const Names::ProgramVariables&>(source),
+                             static_cast<const Keel::Ageable&>(source)));
     EXPECT_EQ(virtualSlot(&Names::LightSource::getLightFunction), 3U);
     EXPECT_EQ(light->age(), Keel::Ageable::Ooooold);
 }

@@ -2,11 +2,13 @@
 
 #include "RecordingBasin.hpp"
 #include "anyRenderContext.hpp"
+#include "virtualSlot.hpp"
 
 #include <gmock/gmock.h>
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -68,6 +70,19 @@ TEST_F(RenderParameter, GivesTheAnswerOfItsUpdater) {
     EXPECT_EQ(spy->given, made.get());
     spy->answer = false;
     EXPECT_FALSE(made->updateValue(anyRenderContext()));
+}
+
+TEST_F(RenderParameter, UpdaterHasOneOperationAfterTheHookAndTheDestructors) {
+    EXPECT_EQ(virtualSlot(&Basin::Updater::update), 3U);
+    static_assert(std::is_abstract_v<Basin::Updater>);
+}
+
+TEST_F(RenderParameter, ExceptionFromAnUpdaterReachesTheCaller) {
+    polyp->insert(
+        parameter(typeid(int), 1, Basin::createRenderLambda([](Mirk::VRenderContext&) -> int {
+                      throw std::out_of_range("no view");
+                  })));
+    EXPECT_THROW(polyp->updateValues(anyRenderContext()), std::out_of_range);
 }
 
 TEST_F(RenderParameter, UpdaterThatHasDiedLeavesItUpToDate) {

@@ -1,6 +1,7 @@
 #include <Polypia/RenderTentacles.hpp>
 
 #include "RecordingBasin.hpp"
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
 
 #include <Polypia/RenderException.hpp>
@@ -93,6 +94,26 @@ TEST_F(RenderTentacles, StandOnTheClassesOfTheirKeys) {
     static_assert(std::is_base_of_v<Mirk::MapMemory, Basin::Buffer>);
     static_assert(std::is_base_of_v<Basin::Buffer, Basin::StorageBufferTentacle>);
     static_assert(std::is_base_of_v<Mirk::MapMemory, Mirk::UniformBuffer>);
+    // A backend's one mixin of memory serves both kinds of buffers.
+    static_assert(isVirtualBase<Mirk::MapMemory, Basin::Buffer>);
+    static_assert(isVirtualBase<Basin::Buffer, Basin::StorageBufferTentacle>);
+    static_assert(isVirtualBase<Mirk::MapMemory, Mirk::UniformBuffer>);
+    static_assert(!isVirtualBase<Basin::Painter, Basin::RangedPainter>);
+}
+
+TEST_F(RenderTentacles, HaveTheirFieldsInOrder) {
+    const Program made = program();
+    EXPECT_TRUE(standInOrder(static_cast<const Polyp::Tentacle&>(*made),
+                             static_cast<const Mirk::RenderNamespace::ProgramVariables&>(*made),
+                             made->IlluminationUniformNames, made->ProgramSources,
+                             made->ProgramFileTimes, made->SamplerBindings));
+    EXPECT_TRUE(standInOrder(painter->backendInteger1, painter->backendInteger2, painter->first,
+                             painter->count));
+    const RenderBasin::UniformParameter uniform("u", 1);
+    EXPECT_TRUE(
+        standInOrder(uniform.name, uniform.value, uniform.backendWord, uniform.updateFunction));
+    const RecordingTexture texture(log, 0, RenderBasin::Red(RenderBasin::BitPrecision::Integer8));
+    EXPECT_TRUE(standInOrder(texture.samplerName, texture.textureName));
 }
 
 TEST_F(RenderTentacles, HaveTheirOwnVirtualOperationsAfterThoseOfTentacleInOrder) {

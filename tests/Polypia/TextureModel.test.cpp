@@ -1,6 +1,7 @@
 #include <Polypia/TextureModel.hpp>
 
 #include "RecordingBasin.hpp"
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
 
 #include <Polypia/RenderException.hpp>
@@ -230,12 +231,10 @@ TEST_F(TextureModel, TextureHasItsBasesAndOperationsInOrder) {
     using Base = Mirk::TextureBase;
     bool alive = false;
     const TexturePtr made = texture(alive);
-    const auto address = [](const auto& base) { return reinterpret_cast<std::uintptr_t>(&base); };
     const Base& base = *made;
-    EXPECT_LT(address(static_cast<const Keel::Cacheable&>(base)),
-              address(static_cast<const Keel::Ageable&>(base)));
-    EXPECT_LT(address(static_cast<const Keel::Ageable&>(base)),
-              address(static_cast<const Keel::Intercube&>(base)));
+    EXPECT_TRUE(standInOrder(static_cast<const Keel::Cacheable&>(base),
+                             static_cast<const Keel::Ageable&>(base),
+                             static_cast<const Keel::Intercube&>(base), base.activeTexture));
     EXPECT_EQ((std::vector{virtualSlot(&Base::bind), virtualSlot(&Base::nativeHandle)}),
               slotsFrom(7, 2));
     static_assert(std::has_virtual_destructor_v<Base::Generator>);
