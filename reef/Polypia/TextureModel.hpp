@@ -115,7 +115,7 @@ public:
     /// Base of what makes textures.
     class POLYPIA_EXPORT Generator {
     public:
-        virtual ~Generator();
+        virtual ~Generator() = 0;
     };
 
     TextureBase();

@@ -238,6 +238,7 @@ TEST_F(TextureModel, TextureHasItsBasesAndOperationsInOrder) {
     EXPECT_EQ((std::vector{virtualSlot(&Base::bind), virtualSlot(&Base::nativeHandle)}),
               slotsFrom(7, 2));
     static_assert(std::has_virtual_destructor_v<Base::Generator>);
+    static_assert(std::is_abstract_v<Base::Generator>);
 }
 
 TEST_F(TextureModel, TextureStoresItsActiveNumber) {
