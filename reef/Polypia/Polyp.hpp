@@ -143,7 +143,8 @@ public:
     std::uint32_t chunkCount = 0;
     /// The pass that is being run, for tentacles to read while they are activated.
     mutable std::uint32_t currentChunk = 0;
-    /// Owned by the backend; nothing else reads them.
+    /// Owned by the backend, but for the second: in it the context records for how many views the
+    /// polyp was filled, to tell when that number has changed.
     mutable std::array<unsigned, 3> backendIntegers{0, 1, 1};
 
 private:
