@@ -25,12 +25,14 @@ public:
         return ok;
     }
     bool setValue(const void*, const std::type_info&, int) override { return false; }
-    const std::string& parameterName() const override { return _noName; }
+    const std::string& parameterName() const override {
+        static const std::string none;
+        return none;
+    }
 
 private:
     Factory factory;
     Undo undo;
-    const std::string _noName;
 };
 
 } // namespace
