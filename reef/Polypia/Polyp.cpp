@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <numeric>
 #include <vector>

@@ -2,6 +2,8 @@
 
 #include <Polypia/Seagrass.hpp>
 
+#include <mutex>
+
 namespace Mirk {
 
 namespace {

@@ -7,7 +7,6 @@
 #include <keel/File.hpp>
 
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <set>
 #include <string>

@@ -9,6 +9,7 @@
 #include <keel/Interface.hpp>
 #include <keel/ThreadPool.hpp>
 
+#include <mutex>
 #include <string>
 
 namespace Mirk {
