@@ -95,15 +95,21 @@ private:
     }
 
     /// The place of the axis of view at which a camera of that distance sees the data with equal
-    /// margins: the slope is looked for that would bring it just there.
-    double centred(std::size_t axis, Extent extent, double distance) const {
-        constexpr int mostSteps = 4;
-        for (int step = 0; step < mostSteps && extent.distance() > 0.0; ++step) {
-            const double factor = distance / extent.distance();
-            if (factor < 1.001) break;
-            extent = this->extent(axis, extent.slope * factor);
+    /// margins: by the slope that would bring it just there, which is found by secants.
+    double centred(std::size_t axis, Extent before, double distance) const {
+        Extent found = before;
+        double slope = 2.0 * before.slope;
+        constexpr int mostSteps = 8;
+        for (int step = 0; step < mostSteps; ++step) {
+            if (std::abs(distance - found.distance()) < 1e-4 * distance) break;
+            before = found;
+            found = extent(axis, slope);
+            const double change = found.distance() - before.distance();
+            if (change == 0.0) break; // as flat as a line in this direction
+            slope =
+                found.slope + (found.slope - before.slope) / change * (distance - found.distance());
         }
-        return extent.middle();
+        return found.middle();
     }
 
     point at(double across, double height, double distance) const {

@@ -107,8 +107,18 @@ std::string deviceOf(const std::string& option, const std::string& text) {
     Value{option, text, "a device number, 'surfaceless' or 'default'"}.refuse();
 }
 
-std::string firstLine(const std::string& text) {
+/// In our words, or those of CLI11 where they are good.
+std::string words(const CLI::ParseError& error) {
+    const std::string text = error.what();
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch)) {
+        return text.substr(0, text.find(':')) + ": expected one value";
+    }
     return text.substr(0, text.find('\n'));
+}
+
+std::string wrongCommand(int argc, const char* const* argv) {
+    return "expected the command 'render', got " +
+           (argc > 1 ? "'" + std::string(argv[1]) + "'" : std::string("none"));
 }
 
 } // namespace
@@ -179,7 +189,8 @@ Command parseCommandLine(int argc, const char* const* argv) {
         command.text = "polypia " POLYPIA_VERSION "\n";
         return command;
     } catch (const CLI::ParseError& error) {
-        throw UsageError(firstLine(error.what()) + "; see polypia render --help");
+        throw UsageError((render->parsed() ? words(error) : wrongCommand(argc, argv)) +
+                         "; see polypia render --help");
     }
     if (options.output.empty()) throw UsageError("--output: expected the name of a file, got ''");
     command.render = true;
