@@ -46,6 +46,7 @@ bool GLFlag::activate(const Polyp&) {
 }
 
 bool GLFlag::deactivate(const Polyp&) {
+    if (_previous.empty()) return true;
     set(_previous.back());
     _previous.pop_back();
     return true;
@@ -66,6 +67,7 @@ bool GLPolygonOffset::activate(const Polyp& polyp) {
 }
 
 bool GLPolygonOffset::deactivate(const Polyp& polyp) {
+    if (_previous.empty()) return true;
     const auto [factor, units] = _previous.back();
     _previous.pop_back();
     glPolygonOffset(factor, units);

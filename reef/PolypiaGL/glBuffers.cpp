@@ -192,6 +192,17 @@ void GLStorageBuffer::bind(unsigned bindingPoint, const Polyp& polyp) {
     const std::size_t offset = std::size_t{polyp.currentChunk} * polyp.chunkElements * vertexBytes;
     const std::size_t wanted = (std::size_t{polyp.chunkElements} + pieceOverlap) * vertexBytes;
     if (offset >= _memory.bytes()) return; // the last pass may be empty
+    const auto alignment =
+        static_cast<std::size_t>(_memory.machine()->context.limits().storageOffsetAlignment);
+    if (offset % alignment != 0) {
+        // Polyp::prepareWave sees to the widest buffer only.
+        throw GLRenderException(GL_INVALID_VALUE,
+                                "a buffer of " + std::to_string(vertexBytes) +
+                                    " bytes for each vertex can't be bound from byte " +
+                                    std::to_string(offset) + ", expected a multiple of " +
+                                    std::to_string(alignment),
+                                "StorageBufferTentacle::bind", __FILE__, __LINE__);
+    }
     glBindBufferRange(GL_SHADER_STORAGE_BUFFER, bindingPoint, _memory.number(),
                       static_cast<GLintptr>(offset),
                       static_cast<GLsizeiptr>(std::min(wanted, _memory.bytes() - offset)));

@@ -477,6 +477,7 @@ bool GLProgram::activate(const Polyp& polyp) {
 }
 
 bool GLProgram::deactivate(const Polyp& polyp) {
+    if (_callers.empty()) return true;
     releaseSamplers(polyp);
     const CallerState& caller = _callers.back();
     setSwitches(caller.switches, _machine->context.profile());

@@ -334,6 +334,7 @@ bool GLTexture::activate(const Polyp& polyp) {
 }
 
 bool GLTexture::deactivate(const Polyp&) {
+    if (_callers.empty()) return true;
     const Caller caller = _callers.back();
     _callers.pop_back();
     // Nothing, bound to a unit by its number, would unbind textures of all dimensions.

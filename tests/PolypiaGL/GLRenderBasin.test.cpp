@@ -191,6 +191,20 @@ TEST_P(GLRenderBasinTest, RestoresTheStateWhenAnErrorWasLeftBehind) {
     EXPECT_EQ(wave(), 7);
 }
 
+TEST_P(GLRenderBasinTest, DeactivationWithoutActivationChangesNothing) {
+    fillPolyp();
+    polyp->insert(basin->factory().createFlag("GL_DEPTH_TEST", true));
+    polyp->insert(basin->factory().createPolygonOffset(1.0F, 1.0F));
+    setForeignState();
+    const auto before = currentState();
+    for (const int key : {0, 1024, 2048, 16384, 20480}) {
+        polyp->iterate(
+            [&](int, const Polyp::TentaclePtr& tentacle) { return tentacle->deactivate(*polyp); },
+            key, key);
+    }
+    EXPECT_EQ(changesSince(before), "");
+}
+
 TEST_P(GLRenderBasinTest, WavesWithoutErrorChecksToo) {
     basin->factory().setErrorChecks(false);
     fillPolyp();
@@ -313,6 +327,44 @@ TEST_P(GLChunksTest, DrawARangeTheSameInOnePassAndInMany) {
         EXPECT_TRUE(whole.pixels == pieces.pixels) << primitive;
         EXPECT_GT(drawnPixels(), 50);
     }
+}
+
+TEST_P(GLChunksTest, RefuseABufferWhosePiecesBeginWhereTheDriverCannotBind) {
+    const auto alignment = static_cast<unsigned>(context->limits().storageOffsetAlignment);
+    if (alignment <= 4) GTEST_SKIP() << "storage buffers can be bound anywhere";
+    const auto shader = program("#version 430\n"
+                                "in vec3 Coordinates;\n"
+                                "layout(std430) buffer Wide { float wide[]; };\n"
+                                "layout(std430) buffer Narrow { float narrow[]; };\n"
+                                "void main() {\n"
+                                "    gl_Position = vec4(Coordinates, wide[0] + narrow[0] + 1.0);\n"
+                                "}\n",
+                                colorFragment);
+    polyp->insert(shader);
+    constexpr unsigned vertices = 30;
+    const std::vector<char> data(std::size_t{vertices} * alignment);
+    const auto insertBuffer = [&](const char* block, unsigned vertexBytes) {
+        const auto buffer = basin->createStorageBuffer(
+            data.data(), std::size_t{vertices} * vertexBytes, StorageFlags::None);
+        buffer->bindToProgram(shader, block, nullptr);
+        buffer->chunkLimit = 3 * alignment;
+        polyp->insertTentacle(Polyp::ChunkedDataKey, buffer);
+    };
+    insertBuffer("Wide", alignment);
+    insertBuffer("Narrow", 4);
+    insertDrawn(coordinates(zigzag(vertices)), RenderNamespace::Points);
+    polyp->prepareWave();
+    EXPECT_EQ(polyp->chunkElements, 3U);
+    const auto before = currentState();
+    try {
+        wave();
+        FAIL() << "no exception";
+    } catch (const RenderException& exception) {
+        EXPECT_THAT(exception.str(), HasSubstr("a buffer of 4 bytes for each vertex can't be bound "
+                                               "from byte 12, expected a multiple of " +
+                                               std::to_string(alignment)));
+    }
+    EXPECT_EQ(changesSince(before), "");
 }
 
 TEST_P(GLChunksTest, RefuseAFigureThatNeedsItsFirstVertexInEachPass) {
