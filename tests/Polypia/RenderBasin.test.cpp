@@ -1,6 +1,7 @@
 #include <Polypia/RenderBasin.hpp>
 
 #include "RecordingBasin.hpp"
+#include "memberOrder.hpp"
 #include "virtualSlot.hpp"
 
 #include <Polypia/RenderException.hpp>
@@ -49,6 +50,13 @@ TEST_F(RenderBasin, IsAbstractWithTheNamesOfTheNamespace) {
     static_assert(std::is_empty_v<Mirk::RenderNamespace>);
     static_assert(std::is_same_v<decltype(Basin::numberOfLightSources), std::int32_t>);
     EXPECT_EQ(basin.numberOfLightSources, 0);
+}
+
+TEST_F(RenderBasin, HasItsFieldsInOrder) {
+    struct Fields : RecordingBasin {
+        bool areInOrder() const { return standInOrder(seagrass, numberOfLightSources); }
+    };
+    EXPECT_TRUE(Fields().areInOrder());
 }
 
 TEST_F(RenderBasin, HasItsVirtualOperationsInOrder) {

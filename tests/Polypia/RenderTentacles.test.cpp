@@ -290,6 +290,41 @@ TEST_F(RenderTentacles, TypeLetterSetsTheLowFourBitsOfTheHints) {
     }
 }
 
+/// A grid that needs no data: its vertices follow from their numbers.
+class GridAttribute : public RenderBasin::VertexAttribute {
+public:
+    explicit GridAttribute(RenderBasin::PainterPtr gridPainter)
+        : VertexAttribute(RenderBasin::Coordinates), _painter(std::move(gridPainter)) {}
+
+    bool activate(const Polyp& polyp) override {
+        const RenderBasin::ProgramPtr program(polyp.getProgram(~0UL));
+        if (program) (*program)["gridDims"] = Skua::FixedArray<int, 3>{2, 3, 4};
+        return true;
+    }
+    bool deactivate(const Polyp&) override { return true; }
+    std::size_t NumberOfElements() const override { return 24; }
+    RenderBasin::PainterPtr createPainter(RenderBasin::Primitive) const override {
+        return _painter;
+    }
+    std::size_t bytes() const override { return 0; }
+
+private:
+    const RenderBasin::PainterPtr _painter;
+};
+
+TEST_F(RenderTentacles, AttributeMayBeAFunctionOfTheNumberOfTheVertex) {
+    const StrongPtr<GridAttribute, Polyp::Tentacle> grid(new GridAttribute(painter));
+    polyp->insert(grid);
+    EXPECT_EQ(polyp->wave(~0U), 1) << "without program it is active all the same";
+    const Program made = program();
+    polyp->insert(made);
+    polyp->insert(grid->createPainter(RenderBasin::Points));
+    EXPECT_EQ(polyp->wave(~0U), 3);
+    EXPECT_EQ(made->at("gridDims").index(), 7U);
+    ASSERT_EQ(painter->drawn.size(), 1U);
+    EXPECT_EQ(painter->drawn[0].vertices, 24U);
+}
+
 // ---------------------------------------------------------------------------- Painter
 
 TEST_F(RenderTentacles, PainterStartsAtZero) {
