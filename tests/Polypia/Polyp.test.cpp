@@ -664,7 +664,7 @@ TEST_F(Polyp, PreparingReportsTheSizeToTheCache) {
             return made;
         }
     };
-    const auto cache = Keel::make<Keel::Cache>(1000000, "test");
+    const auto cache = Keel::make<Keel::Cache>(1000000ULL, "test");
     const auto maker = Keel::make<Maker>(cache);
     const auto enrolled = maker->create();
     EXPECT_EQ(cache->memsize(false), 0U);

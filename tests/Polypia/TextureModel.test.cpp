@@ -267,7 +267,7 @@ TEST_F(TextureModel, CreatorWithoutCacheHoldsItsTexture) {
 
 TEST_F(TextureModel, CreatorReleasesItsTexture) {
     bool alive = false;
-    const auto cache = Keel::make<Keel::Cache>(1000, "test");
+    const auto cache = Keel::make<Keel::Cache>(1000ULL, "test");
     const StrongPtr<TextureCreator> creator(new TextureCreator(cache));
     creator->setTexture(texture(alive));
     EXPECT_EQ(cache->memsize(false), 100U);
@@ -290,7 +290,7 @@ TEST_F(TextureModel, CreatorReleasesATextureThatOthersHoldFromItselfOnly) {
 
 TEST_F(TextureModel, CreatorTakesTheSameTextureAgain) {
     bool alive = false;
-    const auto cache = Keel::make<Keel::Cache>(1000, "test");
+    const auto cache = Keel::make<Keel::Cache>(1000ULL, "test");
     const StrongPtr<TextureCreator> creator(new TextureCreator(cache));
     const TexturePtr held = texture(alive);
     creator->setTexture(held);
@@ -302,7 +302,7 @@ TEST_F(TextureModel, CreatorTakesTheSameTextureAgain) {
 
 TEST_F(TextureModel, CreatorForgetsWhenTheCacheIsFull) {
     bool first = false, second = false;
-    const auto cache = Keel::make<Keel::Cache>(150, "test");
+    const auto cache = Keel::make<Keel::Cache>(150ULL, "test");
     const StrongPtr<TextureCreator> one(new TextureCreator(cache)), two(new TextureCreator(cache));
     one->setTexture(texture(first));
     two->setTexture(texture(second));
