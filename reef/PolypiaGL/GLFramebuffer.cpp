@@ -41,12 +41,12 @@ GL::RenderbufferId renderbuffer(unsigned format, int width, int height, int samp
     return id;
 }
 
-GL::FramebufferId framebuffer(const GL::RenderbufferId& color, const GL::RenderbufferId& depth) {
+/// Either buffer may be number 0, for none.
+GL::FramebufferId framebuffer(unsigned color, unsigned depth) {
     GL::FramebufferId id = GL::createFramebuffer();
-    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
-                                   color.number());
+    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, color);
     glNamedFramebufferRenderbuffer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
-                                   depth.number());
+                                   depth);
     const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
     const auto errors = GL::drainErrors("glNamedRenderbufferStorageMultisample");
     if (status == GL_FRAMEBUFFER_COMPLETE && errors.empty()) return id;
@@ -110,12 +110,11 @@ GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samp
     checkSize(context.limits(), width, height);
     _color = renderbuffer(colorFormat, width, height, _samples);
     _depth = renderbuffer(depthFormat, width, height, _samples);
-    _framebuffer = framebuffer(_color, _depth);
+    _framebuffer = framebuffer(_color.number(), _depth.number());
     if (_samples == 1) return;
     glGetNamedRenderbufferParameteriv(_color.number(), GL_RENDERBUFFER_SAMPLES, &_samples);
-    _resolvedColor = renderbuffer(colorFormat, width, height, 1);
-    _resolvedDepth = renderbuffer(depthFormat, width, height, 1);
-    _resolved = framebuffer(_resolvedColor, _resolvedDepth);
+    _resolvedColors.buffer = renderbuffer(colorFormat, width, height, 1);
+    _resolvedColors.framebuffer = framebuffer(_resolvedColors.buffer.number(), 0);
 }
 
 GLFramebuffer::~GLFramebuffer() = default;
@@ -137,11 +136,25 @@ void GLFramebuffer::finish() const {
     glFinish();
 }
 
-unsigned GLFramebuffer::resolved() const {
+void GLFramebuffer::resolve(const Resolved& target, unsigned buffers) const {
+    glBlitNamedFramebuffer(_framebuffer.number(), target.framebuffer.number(), 0, 0, _width,
+                           _height, 0, 0, _width, _height, buffers, GL_NEAREST);
+}
+
+unsigned GLFramebuffer::resolvedColors() const {
     if (_samples == 1) return _framebuffer.number();
-    glBlitNamedFramebuffer(_framebuffer.number(), _resolved.number(), 0, 0, _width, _height, 0, 0,
-                           _width, _height, GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT, GL_NEAREST);
-    return _resolved.number();
+    resolve(_resolvedColors, GL_COLOR_BUFFER_BIT);
+    return _resolvedColors.framebuffer.number();
+}
+
+unsigned GLFramebuffer::resolvedDepths() const {
+    if (_samples == 1) return _framebuffer.number();
+    if (!_resolvedDepths.framebuffer) {
+        _resolvedDepths.buffer = renderbuffer(depthFormat, _width, _height, 1);
+        _resolvedDepths.framebuffer = framebuffer(0, _resolvedDepths.buffer.number());
+    }
+    resolve(_resolvedDepths, GL_DEPTH_BUFFER_BIT);
+    return _resolvedDepths.framebuffer.number();
 }
 
 void GLFramebuffer::readColors(std::span<std::uint8_t> pixels) const {
@@ -160,7 +173,8 @@ void GLFramebuffer::read(const ViewportGeometry& rectangle, int rowPixels, unsig
                          unsigned type, void* target) const {
     GLint caller = 0;
     glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &caller);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, resolved());
+    glBindFramebuffer(GL_READ_FRAMEBUFFER,
+                      format == GL_DEPTH_COMPONENT ? resolvedDepths() : resolvedColors());
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glPixelStorei(GL_PACK_ROW_LENGTH, rowPixels);
     glReadPixels(rectangle.X, rectangle.Y, rectangle.Width, rectangle.Height, format, type, target);

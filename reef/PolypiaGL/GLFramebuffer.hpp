@@ -44,8 +44,16 @@ public:
 private:
     friend class FramebufferPixels;
 
+    /// What the read-back takes: one sample for each pixel, of the colours or of the depths.
+    struct Resolved {
+        GL::RenderbufferId buffer;
+        GL::FramebufferId framebuffer;
+    };
+
     /// The framebuffer with one sample for each pixel, brought up to date.
-    unsigned resolved() const;
+    unsigned resolvedColors() const;
+    unsigned resolvedDepths() const;
+    void resolve(const Resolved& target, unsigned buffers) const;
     /// Reads a rectangle within the picture, with rows `rowPixels` apart; format and type in
     /// OpenGL's numbers. Leaves the framebuffers that are bound.
     void read(const ViewportGeometry& rectangle, int rowPixels, unsigned format, unsigned type,
@@ -57,9 +65,8 @@ private:
     GL::RenderbufferId _color;
     GL::RenderbufferId _depth;
     GL::FramebufferId _framebuffer;
-    GL::RenderbufferId _resolvedColor;
-    GL::RenderbufferId _resolvedDepth;
-    GL::FramebufferId _resolved;
+    Resolved _resolvedColors;         // empty if there is one sample anyway
+    mutable Resolved _resolvedDepths; // made when first read: most pictures go without
 };
 
 } // namespace Mirk
