@@ -2,6 +2,7 @@
 
 #include <globe.frag.glsl.hpp>
 #include <globe.vert.glsl.hpp>
+#include <horizon.hpp>
 #include <line.frag.glsl.hpp>
 #include <line.geom.glsl.hpp>
 #include <line.vert.glsl.hpp>
@@ -233,8 +234,6 @@ public:
 private:
     static constexpr std::uint32_t meridians = 360;
     static constexpr std::uint32_t parallels = 180;
-    // Deep enough below the chords of the coarsest lines.
-    static constexpr double scale = 0.999;
 
     Keel::StrongPtr<Keel::ChunkBase> grid() const {
         std::vector<point> points;
@@ -244,7 +243,8 @@ private:
             for (std::uint32_t column = 0; column <= meridians; ++column) {
                 const double longitude = 360.0 * column / meridians - 180.0;
                 const point p = Skua::toEarthCentred({longitude, latitude, 0.0});
-                points.push_back(_space.toScene({p.x * scale, p.y * scale, p.z * scale}));
+                points.push_back(
+                    _space.toScene({p.x * globeScale, p.y * globeScale, p.z * globeScale}));
             }
         }
         return chunk(std::move(points));
@@ -427,6 +427,7 @@ void Scene::setView(const SceneView& view) {
         (*program)["LightDirection"] = view.lightDirection;
         (*program)["ViewportPixels"] = view.viewportPixels;
         (*program)["Samples"] = view.samples;
+        (*program)["HiddenSide"] = view.hiddenSide;
     }
 }
 

@@ -35,7 +35,8 @@ struct SceneView {
     Skua::FixedArray<float, 3> eyePosition;    ///< in scene space
     Skua::FixedArray<float, 3> lightDirection; ///< towards the light
     Skua::FixedArray<float, 2> viewportPixels;
-    int samples; ///< of each pixel
+    int samples;                           ///< of each pixel
+    Skua::FixedArray<float, 4> hiddenSide; ///< of the earth, see horizon.hpp
 };
 
 /// A part of a scene that becomes one polyp.

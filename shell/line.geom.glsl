@@ -17,6 +17,7 @@ layout(triangle_strip, max_vertices = 4) out;
 uniform vec2 ViewportPixels;
 uniform float LineWidth;
 flat in float level[];
+flat in float nearSide[]; // negative on the far side of the earth
 flat out float lineLevel;
 
 const float nearest = 1e-6; // in front of the eye, in clip space
@@ -36,6 +37,7 @@ void emitPair(vec4 end, vec2 outwards, vec2 side)
 
 void main()
 {
+    if (nearSide[0] < 0.0 && nearSide[1] < 0.0) return;
     vec4 a = gl_in[0].gl_Position;
     vec4 b = gl_in[1].gl_Position;
     if (a.w < nearest && b.w < nearest) return;

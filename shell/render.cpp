@@ -2,6 +2,7 @@
 
 #include <Scene.hpp>
 #include <StageClock.hpp>
+#include <horizon.hpp>
 
 #include <Polypia/Seagrass.hpp>
 #include <PolypiaGL/EglContext.hpp>
@@ -11,9 +12,11 @@
 #include <Writers/PngWriter.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <future>
 #include <memory>
+#include <numbers>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -51,6 +54,12 @@ double partWithin(int sizePixels, double marginPixels) {
     return std::max(0.97 - 2.0 * marginPixels / sizePixels, 0.1);
 }
 
+/// Of what is drawn beyond its coordinates, and a pixel more, as seen from the eye.
+double marginRadians(const Camera& camera, double marginPixels, int heightPixels) {
+    const double halfAngle = camera.viewAngleDegrees * std::numbers::pi / 360.0;
+    return (marginPixels + 1.0) * 2.0 * std::tan(halfAngle) / heightPixels;
+}
+
 SceneView viewOf(const Scene& scene, const RenderOptions& options, int samples) {
     const Sight sight = scene.sight();
     Frame frame;
@@ -70,6 +79,13 @@ SceneView viewOf(const Scene& scene, const RenderOptions& options, int samples) 
     view.viewportPixels = {static_cast<float>(options.widthPixels),
                            static_cast<float>(options.heightPixels)};
     view.samples = samples;
+    const SceneSpace& space = scene.space();
+    const auto hidden = hiddenSide(
+        camera.position, marginRadians(camera, scene.marginPixels(), options.heightPixels),
+        space.toScene(point()), space.worldUnit);
+    for (std::size_t i = 0; i < hidden.size(); ++i) {
+        view.hiddenSide[i] = static_cast<float>(hidden[i]);
+    }
     return view;
 }
 
@@ -107,13 +123,13 @@ void unpremultiply(std::vector<std::uint8_t>& pixels) {
     }
 }
 
-/// Draws the scene and takes the picture as rows of RGBA from the bottom.
+/// Draws the scene into the cleared framebuffer and takes the picture as rows of RGBA from the
+/// bottom.
 std::vector<std::uint8_t> picture(Scene& scene, Mirk::GLContext& context,
+                                  const Mirk::GLFramebuffer& framebuffer,
                                   const RenderOptions& options, StageClock& clock) {
     const auto seagrass = Keel::make<Mirk::Seagrass>(unlimited, "polypia render");
     Mirk::GLRenderBasin basin(context, seagrass);
-    const Mirk::GLFramebuffer framebuffer(context, options.widthPixels, options.heightPixels,
-                                          options.samples);
     const SceneView view = viewOf(scene, options, framebuffer.samples());
     scene.create(basin);
     scene.setView(view);
@@ -121,7 +137,6 @@ std::vector<std::uint8_t> picture(Scene& scene, Mirk::GLContext& context,
     scene.upload();
     clock.begin("draw");
     framebuffer.bind();
-    framebuffer.clear(premultiplied(options.background));
     scene.draw();
     framebuffer.finish();
     clock.begin("read back");
@@ -139,13 +154,18 @@ void render(const RenderOptions& options) {
     StageClock clock;
     const Mirk::PngWriter writer(options.output);
     clock.begin("read");
-    // The driver takes its time to start, as the disk does.
+    // The driver takes its time to start and to make a large framebuffer, as the disk does.
     std::future<std::vector<Mirk::Dataset>> reading =
         std::async(std::launch::async, [&options] { return read(options); });
     Mirk::EglContext::Options contextOptions;
     contextOptions.device = options.device;
     const std::unique_ptr<Mirk::EglContext> context = Mirk::EglContext::create(contextOptions);
     checkSize(*context, options);
+    const Mirk::GLContext::Scope current(*context);
+    const Mirk::GLFramebuffer framebuffer(*context, options.widthPixels, options.heightPixels,
+                                          options.samples);
+    framebuffer.clear(premultiplied(options.background));
+    framebuffer.finish();
     std::vector<Mirk::Dataset> data = reading.get();
 
     clock.begin("convert");
@@ -155,8 +175,7 @@ void render(const RenderOptions& options) {
     scene.complete();
 
     clock.begin("context");
-    const Mirk::GLContext::Scope current(*context);
-    const std::vector<std::uint8_t> pixels = picture(scene, *context, options, clock);
+    const std::vector<std::uint8_t> pixels = picture(scene, *context, framebuffer, options, clock);
 
     clock.begin("encode");
     writer.write({pixels.data(), static_cast<std::size_t>(options.widthPixels),
