@@ -128,7 +128,8 @@ inline void attribute(GLuint array, GLuint where, GLuint buffer, GLint component
     glEnableVertexArrayAttrib(array, where);
 }
 
-// --- Camera: looks from far enough off at a ball round the origin, as polypia does ---------------
+// --- Camera: where polypia puts it for the same data, so that both draw the same picture
+// ----------
 
 using Vector = std::array<double, 3>;
 
@@ -148,27 +149,32 @@ struct View {
     std::array<float, 3> eye, light;
 };
 
-inline View view(const Vector& direction, const Vector& viewUp, double radius, double aspect) {
-    const double halfHeight = 15.0 * std::numbers::pi / 180.0;
-    const double distance = 1.03 * radius / std::sin(halfHeight);
-    const Vector f = normalised(direction), r = normalised(cross(f, viewUp)), u = cross(r, f);
-    const double farPlane = (distance + radius) * 1.001, nearPlane = (distance - radius) * 0.999;
-    const double focal = 1.0 / std::tan(halfHeight);
+/// For data in a ball of that radius round the origin.
+inline View view(const Vector& eye, const Vector& focalPoint, const Vector& viewUp, double radius,
+                 double aspect) {
+    const Vector f =
+        normalised({focalPoint[0] - eye[0], focalPoint[1] - eye[1], focalPoint[2] - eye[2]});
+    const Vector r = normalised(cross(f, viewUp)), u = cross(r, f);
+    const double depth = -dot(f, eye);
+    const double farPlane = depth + 1.001 * radius, nearPlane = depth - 1.001 * radius;
+    const double focal = 1.0 / std::tan(15.0 * std::numbers::pi / 180.0);
     const double zScale = (farPlane + nearPlane) / (farPlane - nearPlane);
     const double zOffset = -2.0 * farPlane * nearPlane / (farPlane - nearPlane);
     View view{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        view.matrix[4 * i] = static_cast<float>(r[i] * focal / aspect);
-        view.matrix[4 * i + 1] = static_cast<float>(u[i] * focal);
-        view.matrix[4 * i + 2] = static_cast<float>(f[i] * zScale);
-        view.matrix[4 * i + 3] = static_cast<float>(f[i]);
-        view.eye[i] = static_cast<float>(-f[i] * distance);
+    const std::array<Vector, 4> axes{r, u, f, f};
+    const std::array<double, 4> scales{focal / aspect, focal, zScale, 1.0};
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t i = 0; i < 3; ++i)
+            view.matrix[4 * i + row] = static_cast<float>(axes[row][i] * scales[row]);
+        view.matrix[12 + row] =
+            static_cast<float>(-dot(axes[row], eye) * scales[row] + (row == 2 ? zOffset : 0.0));
     }
-    view.matrix[14] = static_cast<float>(distance * zScale + zOffset);
-    view.matrix[15] = static_cast<float>(distance);
     const Vector light = normalised({u[0] * 0.6 - r[0] * 0.5 - f[0], u[1] * 0.6 - r[1] * 0.5 - f[1],
                                      u[2] * 0.6 - r[2] * 0.5 - f[2]});
-    for (std::size_t i = 0; i < 3; ++i) view.light[i] = static_cast<float>(light[i]);
+    for (std::size_t i = 0; i < 3; ++i) {
+        view.eye[i] = static_cast<float>(eye[i]);
+        view.light[i] = static_cast<float>(light[i]);
+    }
     return view;
 }
 

@@ -168,8 +168,9 @@ Bare::Program globeProgram() {
     program.add(GL_VERTEX_SHADER, glsl::globe_vert);
     program.add(GL_FRAGMENT_SHADER, glsl::globe_frag);
     program.link();
-    const auto a = static_cast<float>(1e12 / (equator * equator));
-    program.set("InverseRadii2", {a, a, static_cast<float>(1e12 / (pole * pole))});
+    program.use();
+    glUniform1f(program.uniform("AxisRatio2"),
+                static_cast<float>((equator / pole) * (equator / pole)));
     program.set("EarthCentre", {0, 0, 0});
     return program;
 }
@@ -190,6 +191,17 @@ Bare::Program lineProgram() {
     return program;
 }
 
+// The shaders leave out what lies beyond the horizon, here four degrees beyond it.
+void hideFarSide(const Bare::Program& program, const Bare::Vector& eye) {
+    const Bare::Vector scaled{eye[0] / equator, eye[1] / equator, eye[2] / pole};
+    const double distance = std::sqrt(Bare::dot(scaled, scaled));
+    const double limit = std::cos(std::acos(1.0 / distance) + 4.0 * std::numbers::pi / 180.0);
+    program.use();
+    glUniform4f(program.uniform("HiddenSide"), static_cast<float>(scaled[0] / distance / equator),
+                static_cast<float>(scaled[1] / distance / equator),
+                static_cast<float>(scaled[2] / distance / pole), static_cast<float>(-limit));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -205,9 +217,10 @@ int main(int argc, char** argv) {
     Bare::makeContext();
     const Bare::Program ofGlobe = globeProgram(), ofLines = lineProgram();
     const Bare::Picture picture(picturePixels, picturePixels);
-    const auto above = earthCentred(12.0, 28.0);
-    const Bare::View view =
-        Bare::view({-above[0], -above[1], -above[2]}, {0.0, 0.0, 1.0}, equator, 1.0);
+    const Bare::Vector eye{21947149.6, 4665010.7, 11845331.3}, focalPoint{2025.1, 430.5, -3920.0};
+    const Bare::View view = Bare::view(eye, focalPoint, {0.0, 0.0, 1.0}, equator, 1.0);
+    hideFarSide(ofGlobe, eye);
+    hideFarSide(ofLines, eye);
     Bare::setView(ofGlobe, view);
     Bare::setView(ofLines, view);
 

@@ -87,7 +87,8 @@ int main(int argc, char** argv) {
     program.link();
     const Bare::Picture picture(widthPixels, heightPixels);
     const double aspect = static_cast<double>(widthPixels) / heightPixels;
-    Bare::setView(program, Bare::view({-0.35, -0.30, -1.0}, {0.0, 1.0, 0.0}, radius, aspect));
+    Bare::setView(program, Bare::view({1902.28, 1633.87, 5188.04}, {71.03, 64.22, -44.13},
+                                      {0.0, 1.0, 0.0}, radius, aspect));
 
     stages.begin("upload");
     GLuint array = 0;

@@ -44,7 +44,7 @@ void append(std::string& bytes, const T& value) {
     bytes.append(raw, sizeof raw);
 }
 
-// A torus of 500 x 500 squares with waves on it, of three kilometres and far from the origin, as
+// A torus of 500 x 500 squares with waves on it, three kilometres wide and far from the origin, as
 // survey coordinates are: 250,000 points in double precision and 500,000 triangles, little end
 // first. The same formula gives the same file each time.
 std::string torus() {
