@@ -7,7 +7,7 @@
 namespace Mirk {
 
 std::optional<unsigned> GLFlag::capability(std::string_view name) {
-    constexpr std::array<std::pair<std::string_view, unsigned>, 12> known{{
+    constexpr std::array<std::pair<std::string_view, unsigned>, 11> known{{
         {"GL_BLEND", GL_BLEND},
         {"GL_CULL_FACE", GL_CULL_FACE},
         {"GL_DEPTH_CLAMP", GL_DEPTH_CLAMP},
@@ -16,7 +16,6 @@ std::optional<unsigned> GLFlag::capability(std::string_view name) {
         {"GL_MULTISAMPLE", GL_MULTISAMPLE},
         {"GL_POLYGON_OFFSET_FILL", GL_POLYGON_OFFSET_FILL},
         {"GL_POLYGON_OFFSET_LINE", GL_POLYGON_OFFSET_LINE},
-        {"GL_PROGRAM_POINT_SIZE", GL_PROGRAM_POINT_SIZE},
         {"GL_SAMPLE_ALPHA_TO_COVERAGE", GL_SAMPLE_ALPHA_TO_COVERAGE},
         {"GL_SCISSOR_TEST", GL_SCISSOR_TEST},
         {"GL_STENCIL_TEST", GL_STENCIL_TEST},

@@ -277,9 +277,15 @@ void GLVertexAttribute::uploadSource() {
     } else {
         _memory.require(nullptr, bytes());
         // Written in place, so that the narrow copy exists only once.
-        if (auto* const target = static_cast<float*>(_memory.map())) {
+        auto* const target = static_cast<float*>(_memory.map());
+        if (target != nullptr) {
             narrow(static_cast<const double*>(_source->data()), numberOfComponents(), target);
-            _memory.unmap();
+        }
+        if (bytes() != 0 && !_memory.unmap()) {
+            throw GLRenderException(GL_OUT_OF_MEMORY,
+                                    "the driver gives no access to a buffer of " +
+                                        std::to_string(bytes()) + " bytes",
+                                    "VertexAttribute::activate", __FILE__, __LINE__);
         }
     }
     _source = {};

@@ -85,7 +85,7 @@ public:
                        Seagrass* seagrass) override;
 
     std::size_t bytes() const override;
-    bool resize(std::size_t bytes) override { return _memory.resize(bytes); }
+    bool resize(std::size_t bytes) override { return upload(nullptr, bytes); }
     bool upload(const void* data, std::size_t bytes) override;
     bool write(std::size_t offset, const void* data, std::size_t bytes) override;
     bool read(std::size_t offset, void* data, std::size_t bytes) const override;

@@ -21,6 +21,7 @@ using Variant = RenderNamespace::ProgramVariables::Variant;
 using FloatPoint = Skua::Coordinates<Skua::Cartesian3D, float>::point;
 
 constexpr const char* linkFunction = "RenderBasin::createProgram";
+constexpr const char* viewName = "zelk_CurrentViewID";
 
 unsigned shaderType(Stage stage) {
     switch (stage) {
@@ -497,7 +498,7 @@ std::size_t GLProgram::memsize() const {
 
 void GLProgram::prepare(const Polyp& polyp) {
     _machine->useProgram(_id.number());
-    setInteger("zelk_CurrentViewID", static_cast<int>(_machine->currentView));
+    setInteger(viewName, static_cast<int>(_machine->currentView));
     if (_usesMatrices) sendMatrices();
     sendChanges();
     bindBlocks(polyp);
@@ -509,6 +510,7 @@ void GLProgram::prepare(const Polyp& polyp) {
 
 void GLProgram::sendChanges() {
     const auto sendIfChanged = [&](const std::string& name, const Variant& value) {
+        if (name == viewName) return; // the view that is being drawn stands above a variable
         const auto found = _sent.find(name);
         if (found != _sent.end() && found->second == value) return;
         send(name, relativeTo(_worldOrigin, value));

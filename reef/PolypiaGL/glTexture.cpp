@@ -280,20 +280,26 @@ void GLTexture::fill(const Shape& shape, int textureUnit, const RenderBasin::Chu
 }
 
 void GLTexture::allocate() {
-    _id = createTexture(_shape.target);
-    if (_shape.target == GL_TEXTURE_BUFFER) return;
+    // Until all is done the tentacle has no texture that a later filling could take for whole.
+    _id.reset();
+    TextureId made = createTexture(_shape.target);
+    if (_shape.target == GL_TEXTURE_BUFFER) {
+        _id = std::move(made);
+        return;
+    }
     if (_shape.target == GL_TEXTURE_1D) {
-        glTextureStorage1D(_id.number(), 1, _shape.format.internal, _shape.width);
+        glTextureStorage1D(made.number(), 1, _shape.format.internal, _shape.width);
     } else {
-        glTextureStorage2D(_id.number(), 1, _shape.format.internal, _shape.width, _shape.height);
+        glTextureStorage2D(made.number(), 1, _shape.format.internal, _shape.width, _shape.height);
     }
     // Filtering of integers makes a texture incomplete.
     const GLint filter = _shape.format.isInteger ? GL_NEAREST : GL_LINEAR;
-    glTextureParameteri(_id.number(), GL_TEXTURE_MIN_FILTER, filter);
-    glTextureParameteri(_id.number(), GL_TEXTURE_MAG_FILTER, filter);
-    glTextureParameteri(_id.number(), GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTextureParameteri(_id.number(), GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glTextureParameteri(made.number(), GL_TEXTURE_MIN_FILTER, filter);
+    glTextureParameteri(made.number(), GL_TEXTURE_MAG_FILTER, filter);
+    glTextureParameteri(made.number(), GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTextureParameteri(made.number(), GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     _machine->check("RenderBasin::createTexture");
+    _id = std::move(made);
 }
 
 std::size_t GLTexture::texels() const {
@@ -302,13 +308,14 @@ std::size_t GLTexture::texels() const {
 
 void GLTexture::uploadSource() const {
     if (!_source) return;
-    const RenderBasin::ChunkPtr source = std::move(_source);
     if (_shape.target != GL_TEXTURE_BUFFER) {
-        uploadTexels(*source);
-        return;
+        uploadTexels(*_source);
+    } else {
+        _buffer.require(_source->data(), _source->bytes());
+        glTextureBuffer(_id.number(), _shape.format.internal, _buffer.number());
     }
-    _buffer.require(source->data(), source->bytes());
-    glTextureBuffer(_id.number(), _shape.format.internal, _buffer.number());
+    // Kept until it has arrived, for a second try.
+    _source = {};
 }
 
 void GLTexture::uploadTexels(const Keel::ChunkBase& data) const {

@@ -60,6 +60,7 @@ inline std::map<std::string, int> currentState() {
     state["blend"] = glIsEnabled(GL_BLEND);
     state["clip distance 0"] = glIsEnabled(GL_CLIP_DISTANCE0);
     state["clip distance 1"] = glIsEnabled(GL_CLIP_DISTANCE1);
+    state["point size by program"] = glIsEnabled(GL_PROGRAM_POINT_SIZE);
     state["depth test"] = glIsEnabled(GL_DEPTH_TEST);
     state["cull face"] = glIsEnabled(GL_CULL_FACE);
     state["polygon offset"] = glIsEnabled(GL_POLYGON_OFFSET_FILL);

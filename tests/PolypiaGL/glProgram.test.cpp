@@ -524,6 +524,37 @@ TEST_P(GLProgramTest, ClipDistancesAreEnabledForProgramsThatWriteThem) {
     EXPECT_EQ(pixel(48, 32), green);
 }
 
+TEST_P(GLProgramTest, PointsHaveTheSizeThatTheProgramWrites) {
+    const std::string sized = "#version 330\n"
+                              "in vec3 Coordinates;\n"
+                              "void main() {\n"
+                              "    gl_Position = vec4(Coordinates, 1.0);\n"
+                              "    gl_PointSize = 8.0;\n"
+                              "}\n";
+    // Left half of the point red, right half blue.
+    const std::string halves = "#version 330\n"
+                               "out vec4 result;\n"
+                               "void main() {\n"
+                               "    result = gl_PointCoord.x < 0.5 ? vec4(1.0, 0.0, 0.0, 1.0)\n"
+                               "                                   : vec4(0.0, 0.0, 1.0, 1.0);\n"
+                               "}\n";
+    polyp->insert(program(sized, halves), 0);
+    insertDrawn(coordinates({{0, 0, 0}}), RenderNamespace::Points);
+    waveKeepingState();
+    EXPECT_EQ(drawnPixels(), 8 * 8);
+    EXPECT_EQ(pixel(30, 32), red);
+    EXPECT_EQ(pixel(33, 32), blue);
+    // Whatever the caller has set, a program that writes no size draws points of one pixel.
+    polyp->clear();
+    polyp->insert(program(passVertex, colorFragment));
+    insertDrawn(coordinates({{0, 0, 0}}), RenderNamespace::Points);
+    glEnable(GL_PROGRAM_POINT_SIZE);
+    clear();
+    waveKeepingState();
+    glDisable(GL_PROGRAM_POINT_SIZE);
+    EXPECT_EQ(drawnPixels(), 1);
+}
+
 TEST_P(GLProgramTest, TwoProgramsDrawTheSameVertices) {
     const auto one = polyp->insert(program(passVertex, colorFragment), 0);
     const auto two = polyp->insert(program(passVertex, colorFragment), 1);
