@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,9 @@ constexpr std::uint64_t doneMark = 0x656e6f64; // in front of the blocks, writte
 // A file of 32 MB takes a third of a second and less than 100 MB.
 constexpr rlim_t secondsOfComputing = 10;
 constexpr rlim_t bytesOfMemory = rlim_t{1} << 30;
+// Other threads may have held a lock of the C library when the child was made, for which it would
+// wait for ever.
+constexpr unsigned secondsInAll = 60;
 
 std::size_t roundedUp(std::size_t bytes) {
     return (bytes + 7) / 8 * 8;
@@ -39,6 +43,12 @@ void limitResources() {
     const rlimit noCore{0, 0}, computing{secondsOfComputing, secondsOfComputing};
     ::setrlimit(RLIMIT_CORE, &noCore);
     ::setrlimit(RLIMIT_CPU, &computing);
+    sigset_t alarmOnly;
+    ::sigemptyset(&alarmOnly);
+    ::sigaddset(&alarmOnly, SIGALRM);
+    ::signal(SIGALRM, SIG_DFL);
+    ::sigprocmask(SIG_UNBLOCK, &alarmOnly, nullptr);
+    ::alarm(secondsInAll);
     // The address space counts, of which the parent may have taken much.
     char text[32] = {};
     const int statistics = ::open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
