@@ -21,7 +21,8 @@ private:
 
 /// Runs `work` in a copy of this process and keeps what it appends. The work must not use other
 /// threads, and nothing of what it does to memory is seen here. Standard error leads nowhere, and
-/// the work fails if it computes for more than 10 seconds or takes more than 1 GiB of memory.
+/// the work fails if it computes for more than 10 seconds, lasts for more than 60, or takes more
+/// than 1 GiB of memory.
 class IsolatedWork {
 public:
     explicit IsolatedWork(const std::function<void(IsolatedOutput&)>& work);

@@ -79,9 +79,10 @@ TEST_F(IntercubeTest, ReplacedInterfaceMayAskTheCubeWhileItDies) {
         bool& successorSeen;
     };
     bool seen = false;
-    bool ignored = false;
-    cube.addInterface(Keel::make<Curious>(cube, seen));
-    cube.addInterface(Keel::make<Curious>(cube, ignored));
+    bool ignored = false; // outlives the cube, with which its interface dies
+    const Intercube asked;
+    asked.addInterface(Keel::make<Curious>(asked, seen));
+    asked.addInterface(Keel::make<Curious>(asked, ignored));
     EXPECT_TRUE(seen);
 }
 
