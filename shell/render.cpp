@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <future>
 #include <memory>
 #include <numbers>
 #include <stdexcept>
@@ -154,19 +153,9 @@ void render(const RenderOptions& options) {
     StageClock clock;
     const Mirk::PngWriter writer(options.output);
     clock.begin("read");
-    // The driver takes its time to start and to make a large framebuffer, as the disk does.
-    std::future<std::vector<Mirk::Dataset>> reading =
-        std::async(std::launch::async, [&options] { return read(options); });
-    Mirk::EglContext::Options contextOptions;
-    contextOptions.device = options.device;
-    const std::unique_ptr<Mirk::EglContext> context = Mirk::EglContext::create(contextOptions);
-    checkSize(*context, options);
-    const Mirk::GLContext::Scope current(*context);
-    const Mirk::GLFramebuffer framebuffer(*context, options.widthPixels, options.heightPixels,
-                                          options.samples);
-    framebuffer.clear(premultiplied(options.background));
-    framebuffer.finish();
-    std::vector<Mirk::Dataset> data = reading.get();
+    // Ahead of the driver and its threads: some files are read in a child process, which must not
+    // be made while another thread holds a lock.
+    std::vector<Mirk::Dataset> data = read(options);
 
     clock.begin("convert");
     Scene scene(options);
@@ -175,6 +164,14 @@ void render(const RenderOptions& options) {
     scene.complete();
 
     clock.begin("context");
+    Mirk::EglContext::Options contextOptions;
+    contextOptions.device = options.device;
+    const std::unique_ptr<Mirk::EglContext> context = Mirk::EglContext::create(contextOptions);
+    checkSize(*context, options);
+    const Mirk::GLContext::Scope current(*context);
+    const Mirk::GLFramebuffer framebuffer(*context, options.widthPixels, options.heightPixels,
+                                          options.samples);
+    framebuffer.clear(premultiplied(options.background));
     const std::vector<std::uint8_t> pixels = picture(scene, *context, framebuffer, options, clock);
 
     clock.begin("encode");
