@@ -49,7 +49,7 @@ void checkPermission(const std::string& path, const std::string& checked, int wa
     if (faccessat(AT_FDCWD, checked.c_str(), wanted, AT_EACCESS) != 0) failWithErrno(path, errno);
 }
 
-// --- The format: PNG (Portable Network Graphics) Specification, second edition, ISO/IEC 15948 ---
+// --- The format: Portable Network Graphics (PNG), second edition, ISO/IEC 15948 ---
 
 constexpr std::array<std::uint8_t, 8> signature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 constexpr std::uint8_t filterUp = 2;
