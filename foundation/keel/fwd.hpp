@@ -27,6 +27,7 @@ class MutableCacheable;
 class NamedCreatures;
 class Profiler;
 class SpeakPtr;
+class SpinLock;
 class ThreadPool;
 class VerboseStream;
 class simplestring;

@@ -19,6 +19,7 @@
 #include <keel/Profiler.hpp>
 #include <keel/ReferenceBase.hpp>
 #include <keel/SpeakPtr.hpp>
+#include <keel/SpinLock.hpp>
 #include <keel/StrongPtr.hpp>
 #include <keel/ThreadPool.hpp>
 #include <keel/Typename.hpp>
