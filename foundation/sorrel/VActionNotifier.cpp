@@ -1,0 +1,134 @@
+#include <sorrel/VActionNotifier.hpp>
+
+#include <sorrel/VCreatorBase.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace Mirk {
+
+namespace {
+
+/// Never destroyed, as objects may be announced by static objects.
+struct Shell {
+    std::mutex mutex; // leaf
+    std::vector<Keel::WeakPtr<VActionNotifier>> listeners;
+    std::vector<VObjectPtr> objects;
+};
+
+Shell& theShell() {
+    static Shell& instance = *new Shell;
+    return instance;
+}
+
+std::vector<Keel::StrongPtr<VActionNotifier>> liveListeners() {
+    std::vector<Keel::WeakPtr<VActionNotifier>> listeners;
+    {
+        const std::lock_guard lock(theShell().mutex);
+        listeners = theShell().listeners;
+    }
+    std::vector<Keel::StrongPtr<VActionNotifier>> live;
+    for (const Keel::WeakPtr<VActionNotifier>& listener : listeners) {
+        if (Keel::StrongPtr<VActionNotifier> upgraded{listener}) {
+            live.push_back(std::move(upgraded));
+        }
+    }
+    return live;
+}
+
+/// Detaches every input of any object that is connected to an output of `source`.
+class ConsumerDetacher : public VManagedObjectIterator {
+public:
+    explicit ConsumerDetacher(const VObjectPtr& source) : _source(source) {}
+
+    bool apply(const VManagedObjectPtr& object) override {
+        const VObjectPtr consumer(object);
+        if (!consumer) return true;
+        for (const VSlotPtr& input : *consumer->inputTable()) {
+            const VParameterPtr parameter = input->parameter();
+            if (parameter && parameter->source() == _source) consumer->detach(input);
+        }
+        return true;
+    }
+
+private:
+    const VObjectPtr& _source;
+};
+
+} // namespace
+
+VActionNotifier::VActionNotifier() = default;
+VActionNotifier::~VActionNotifier() = default;
+void VActionNotifier::objectCreated(const VObjectPtr&, const Keel::Intercube&,
+                                    const Keel::WeakPtr<VCreatorBase>&) {}
+void VActionNotifier::objectRemoved(const VObjectPtr&) {}
+void VActionNotifier::warning(const std::string&) {}
+
+void VActionNotifier::addListener(const Keel::WeakPtr<VActionNotifier>& listener) {
+    std::vector<Keel::WeakPtr<VActionNotifier>> dead;
+    const std::lock_guard lock(theShell().mutex);
+    auto& listeners = theShell().listeners;
+    if (std::find(listeners.begin(), listeners.end(), listener) != listeners.end()) return;
+    const auto firstDead = std::stable_partition(listeners.begin(), listeners.end(),
+                                                 [](const auto& entry) { return bool(entry); });
+    dead.assign(std::make_move_iterator(firstDead), std::make_move_iterator(listeners.end()));
+    listeners.erase(firstDead, listeners.end());
+    listeners.push_back(listener);
+}
+
+void VActionNotifier::removeListener(const Keel::WeakPtr<VActionNotifier>& listener) {
+    const std::lock_guard lock(theShell().mutex);
+    std::erase(theShell().listeners, listener);
+}
+
+void VActionNotifier::VObjectCreation(const VObjectPtr& object, const Keel::Intercube& context,
+                                      const Keel::WeakPtr<VCreatorBase>& creator) {
+    if (!object) return;
+    {
+        const std::lock_guard lock(theShell().mutex);
+        auto& objects = theShell().objects;
+        if (std::find(objects.begin(), objects.end(), object) != objects.end()) return;
+        objects.push_back(object);
+    }
+    for (const auto& listener : liveListeners()) listener->objectCreated(object, context, creator);
+}
+
+bool VActionNotifier::remove(const VObjectPtr& object) {
+    VObjectPtr held;
+    {
+        const std::lock_guard lock(theShell().mutex);
+        auto& objects = theShell().objects;
+        const auto found = std::find(objects.begin(), objects.end(), object);
+        if (found == objects.end()) return false;
+        held = std::move(*found);
+        objects.erase(found);
+    }
+    held->detachAll();
+    ConsumerDetacher detacher(held);
+    VManagedObject::traverse(typeid(VObject), detacher);
+    for (const auto& listener : liveListeners()) listener->objectRemoved(held);
+    return true;
+}
+
+void VActionNotifier::clear() {
+    std::vector<VObjectPtr> held = objects();
+    while (!held.empty()) {
+        remove(held.back());
+        held.pop_back();
+    }
+}
+
+std::vector<VObjectPtr> VActionNotifier::objects() {
+    const std::lock_guard lock(theShell().mutex);
+    return theShell().objects;
+}
+
+void VActionNotifier::Warning(const std::string& text) {
+    const auto listeners = liveListeners();
+    for (const auto& listener : listeners) listener->warning(text);
+    if (listeners.empty()) std::fprintf(stderr, "Warning: %s\n", text.c_str());
+}
+
+} // namespace Mirk

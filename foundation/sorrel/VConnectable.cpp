@@ -1,0 +1,41 @@
+#include <sorrel/VConnectable.hpp>
+
+#include <sorrel/VObject.hpp>
+
+#include <sorrel/uniqueOutput.hpp>
+
+namespace Mirk {
+
+VConnectable::VConnectable() = default;
+VConnectable::~VConnectable() = default;
+
+int VConnectable::adjustConnections(const VSlotPtr& slot, const VParameterPtr& parameter) {
+    auto* const container = dynamic_cast<VSlotContainer*>(this);
+    if (container == nullptr) return NoSlot;
+    if (!parameter) return container->detach(slot) ? Attached : NoSlot;
+    return container->attachParameter(parameter, slot, {});
+}
+
+int VConnectable::attachUniqueObject(
+    const VSlotPtr& slot,
+    const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase>& preferences, bool create) {
+    auto* const object = dynamic_cast<VObject*>(this);
+    if (object == nullptr || !slot) return NoSlot;
+    const std::type_info& type = slot->valueType();
+    const UniqueOutput unique = findUniqueOutput(type, preferences, object);
+    VObjectPtr source = unique.object;
+    if (unique.code == NoObject && create) source = createForInput(type, preferences);
+    if (!source) return unique.code;
+    return object->attachParameter(source->getImplementation(type, {}, {}), slot, source->Name());
+}
+
+VSlotPtr VConnectable::CreatedFilteredConnection(const VParameterPtr& parameter) const {
+    const auto* const container = dynamic_cast<const VSlotContainer*>(this);
+    if (container == nullptr || !parameter) return {};
+    for (const VSlotPtr& input : *container->inputTable()) {
+        if (input->isConnected() && input->parameter() == parameter) return input;
+    }
+    return {};
+}
+
+} // namespace Mirk

@@ -1,0 +1,249 @@
+#include <sorrel/VParameter.hpp>
+
+#include <sorrel/VSlotContainer.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace Mirk {
+
+ValueNotifier::ValueNotifier() = default;
+ValueNotifier::~ValueNotifier() = default;
+
+ValueNotifierList::ValueNotifierList() = default;
+ValueNotifierList::~ValueNotifierList() = default;
+
+void ValueNotifierList::touch() const {
+    raiseTouchAge();
+    notify({}, {}, {}, nullptr);
+}
+
+void ValueNotifierList::addNotifier(const Keel::WeakPtr<ValueNotifier>& watcher) const {
+    if (!watcher) return;
+    std::vector<Keel::WeakPtr<ValueNotifier>> dead;
+    const std::lock_guard lock(_notifierMutex);
+    if (std::find(_notifiers.begin(), _notifiers.end(), watcher) != _notifiers.end()) return;
+    // Watchers that have died are swept when the table would grow, and released behind the lock.
+    if (_notifiers.size() == _notifiers.capacity()) {
+        const auto firstDead = std::stable_partition(_notifiers.begin(), _notifiers.end(),
+                                                     [](const auto& entry) { return bool(entry); });
+        dead.assign(std::make_move_iterator(firstDead), std::make_move_iterator(_notifiers.end()));
+        _notifiers.erase(firstDead, _notifiers.end());
+    }
+    _notifiers.push_back(watcher);
+    _notifierCount.store(_notifiers.size());
+}
+
+void ValueNotifierList::removeNotifier(const Keel::WeakPtr<ValueNotifier>& watcher) const {
+    Keel::WeakPtr<ValueNotifier> removed;
+    const std::lock_guard lock(_notifierMutex);
+    const auto found = std::find(_notifiers.begin(), _notifiers.end(), watcher);
+    if (found == _notifiers.end()) return;
+    removed = std::move(*found);
+    _notifiers.erase(found);
+    _notifierCount.store(_notifiers.size());
+}
+
+bool ValueNotifierList::watches(const Keel::WeakPtr<ValueNotifier>& watcher) const {
+    const std::lock_guard lock(_notifierMutex);
+    return std::find(_notifiers.begin(), _notifiers.end(), watcher) != _notifiers.end();
+}
+
+std::size_t ValueNotifierList::numberOfNotifiers() const {
+    const std::lock_guard lock(_notifierMutex);
+    return static_cast<std::size_t>(std::count_if(_notifiers.begin(), _notifiers.end(),
+                                                  [](const auto& entry) { return bool(entry); }));
+}
+
+void ValueNotifierList::addShadow(const Keel::WeakPtr<ValuePool>& pool) const {
+    if (!pool) return;
+    std::vector<Keel::WeakPtr<ValuePool>> dead;
+    const std::lock_guard lock(_notifierMutex);
+    if (std::find(_shadows.begin(), _shadows.end(), pool) != _shadows.end()) return;
+    if (_shadows.size() == _shadows.capacity()) {
+        const auto firstDead = std::stable_partition(_shadows.begin(), _shadows.end(),
+                                                     [](const auto& entry) { return bool(entry); });
+        dead.assign(std::make_move_iterator(firstDead), std::make_move_iterator(_shadows.end()));
+        _shadows.erase(firstDead, _shadows.end());
+    }
+    _shadows.push_back(pool);
+}
+
+void ValueNotifierList::copyShadows(const Keel::WeakPtr<ValueNotifierList>& other) {
+    const Keel::StrongPtr<ValueNotifierList> source(other);
+    if (!source) return;
+    for (const ValuePoolPtr& pool : source->shadows()) addShadow(pool);
+}
+
+std::vector<ValuePoolPtr> ValueNotifierList::shadows() const {
+    std::vector<Keel::WeakPtr<ValuePool>> pools;
+    {
+        const std::lock_guard lock(_notifierMutex);
+        pools = _shadows;
+    }
+    std::vector<ValuePoolPtr> live;
+    live.reserve(pools.size());
+    for (const Keel::WeakPtr<ValuePool>& pool : pools) {
+        if (ValuePoolPtr upgraded{pool}) live.push_back(std::move(upgraded));
+    }
+    return live;
+}
+
+void ValueNotifierList::notify(const VValuePtr& value, const ValuePoolPtr& pool,
+                               const Keel::WeakPtr<ValueNotifier>& except,
+                               const ValueNotifierList* exceptList) const {
+    // Most outputs of a frame have no watcher.
+    if (_notifierCount.load() == 0) return;
+    std::vector<Keel::WeakPtr<ValueNotifier>> watchers;
+    {
+        const std::lock_guard lock(_notifierMutex);
+        watchers = _notifiers;
+    }
+    for (const Keel::WeakPtr<ValueNotifier>& watcher : watchers) {
+        if (watcher == except || (exceptList != nullptr && exceptList->watches(watcher))) continue;
+        if (const Keel::StrongPtr<ValueNotifier> live{watcher}) live->touched(*this, value, pool);
+    }
+}
+
+VValuePtr ValueMap::getValue(const std::string& name) const {
+    const std::lock_guard lock(_mutex);
+    const auto found = _values.find(name);
+    return found != _values.end() ? found->second : VValuePtr();
+}
+
+void ValueMap::setValue(const std::string& name, const VValuePtr& value) {
+    VValuePtr old = value;
+    const std::lock_guard lock(_mutex);
+    if (value) {
+        _values[name].swap(old);
+        return;
+    }
+    const auto found = _values.find(name);
+    if (found == _values.end()) return;
+    old.swap(found->second);
+    _values.erase(found);
+}
+
+std::vector<std::string> ValueMap::names() const {
+    std::vector<std::string> names;
+    const std::lock_guard lock(_mutex);
+    for (const auto& [name, value] : _values) names.push_back(name);
+    return names;
+}
+
+VParameter::VParameter(
+    const VValuePtr& value, const std::string& name,
+    const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase>& preferences)
+    : _value(value), _name(name), _preferences(preferences) {}
+
+VParameter::~VParameter() {
+    for (const ValuePoolPtr& pool : shadows()) pool->removeValues(*this);
+}
+
+VValuePtr VParameter::DefaultValue() const {
+    return _value;
+}
+
+const std::type_info& VParameter::valueType() const {
+    return _value ? _value->type() : typeid(void);
+}
+
+VValuePtr VParameter::getLocalValue(const ValuePoolPtr& pool, const std::string& member,
+                                    bool create) const {
+    if (!pool) return {};
+    VValuePtr value = pool->findValue(*this, member);
+    if (value || !create || !_value) return value;
+    const VValuePtr origin = member.empty() ? _value : _value->component(member);
+    if (!origin) return {};
+    const Keel::WeakPtr<ValueNotifierList> self(*this);
+    return pool->createVariable(self, member, origin->clone());
+}
+
+std::string VParameter::getValueAsText(const ValuePoolPtr& pool, const std::string& member,
+                                       bool create) const {
+    VValuePtr value = getLocalValue(pool, member, create);
+    if (!value) {
+        value = DefaultValue();
+        if (value && !member.empty()) value = value->component(member);
+    }
+    return value ? value->text() : std::string();
+}
+
+bool VParameter::setValueFromText(const ValuePoolPtr& pool, const std::string& text) const {
+    const VValuePtr value = pool ? getValue(pool) : DefaultValue();
+    if (!value) return false;
+    const TextResult result = value->setText(text);
+    if (result == TextResult::Changed) {
+        notifyValueChange(value, value == DefaultValue() ? ValuePoolPtr() : pool);
+    }
+    return result != TextResult::Unreadable;
+}
+
+void VParameter::notifyValueChange(const VValuePtr& value, const ValuePoolPtr& pool,
+                                   const std::string& member,
+                                   const Keel::WeakPtr<ValueNotifier>& except,
+                                   const ValueNotifierList* exceptList,
+                                   const ValueMap* properties) const {
+    if (!value) return;
+    if (properties != nullptr) {
+        for (const std::string& name : properties->names()) {
+            setProperty(name, properties->getValue(name), except, exceptList);
+        }
+    }
+    const Keel::Ageable::Age age = value->ageable().rejuvenate();
+    if (member.empty() && value == _value && holdsLocalValues()) {
+        // Who sets the value for all means the pools that have a copy, too.
+        for (const ValuePoolPtr& shadow : shadows()) {
+            const VValuePtr copy = getLocalValue(shadow, std::string(), false);
+            if (copy && copy->assign(*value)) copy->ageable().setAge(age);
+        }
+    }
+    // Whoever reads the whole value depends on its members.
+    if (!member.empty()) raiseTouchAge();
+    notify(value, pool, except, exceptList);
+}
+
+void VParameter::setProperty(const std::string& name, const VValuePtr& value,
+                             const Keel::WeakPtr<ValueNotifier>& except,
+                             const ValueNotifierList* exceptList,
+                             const Keel::WeakPtr<ValuePool>& pool) const {
+    if (_properties.getValue(name) == value) return;
+    _properties.setValue(name, value);
+    notify(value, ValuePoolPtr(pool), except, exceptList);
+}
+
+void VParameter::setSource(const Keel::WeakPtr<VSlotContainer, VManagedObjectBase>& source) {
+    const std::lock_guard lock(_ownerLock);
+    _source = source;
+    _hasSource.store(bool(source), std::memory_order_release);
+}
+
+VManagedObjectPtr VParameter::source() const {
+    return sourceContainer();
+}
+
+Keel::StrongPtr<VSlotContainer, VManagedObjectBase> VParameter::sourceContainer() const {
+    if (!hasSource()) return {};
+    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> source;
+    {
+        const std::lock_guard lock(_ownerLock);
+        source = _source;
+    }
+    return Keel::StrongPtr<VSlotContainer, VManagedObjectBase>(source);
+}
+
+void VParameter::setCreator(VSlotContainer* creator) {
+    const std::lock_guard lock(_ownerLock);
+    _creator = Keel::WeakPtr<VSlotContainer, VManagedObjectBase>(creator);
+}
+
+VManagedObjectPtr VParameter::creator() const {
+    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> creator;
+    {
+        const std::lock_guard lock(_ownerLock);
+        creator = _creator;
+    }
+    return VManagedObjectPtr(creator);
+}
+
+} // namespace Mirk

@@ -1,0 +1,47 @@
+#include <sorrel/VSlot.hpp>
+
+#include <algorithm>
+#include <typeinfo>
+
+namespace Mirk {
+
+VSlot::VSlot(const std::string& name, int expertLevel, const VParameterPtr& parameter)
+    : _name(name), _expertLevel(expertLevel), _own(parameter), _parameter(parameter) {}
+
+VSlot::~VSlot() = default;
+
+Keel::Ageable::Age VSlot::age(const ValuePoolPtr& pool) const {
+    Keel::Ageable::Age age = _connectionAge.load();
+    const VParameterPtr read = parameter();
+    if (!read) return age;
+    age = std::max(age, read->touchAge());
+    VValuePtr value;
+    // Without a local value the global one tells: a copy of it would have its age.
+    if (read->holdsLocalValues()) value = read->getLocalValue(pool, std::string(), false);
+    if (!value) value = read->DefaultValue();
+    return value ? std::max(age, value->ageable().age()) : age;
+}
+
+const std::type_info& VSlot::valueType() const {
+    const VParameterPtr read = parameter();
+    return read ? read->valueType() : typeid(void);
+}
+
+void VSlot::connect(const VParameterPtr& parameter) {
+    VParameterPtr replacement = parameter ? parameter : _own;
+    {
+        const std::lock_guard lock(_lock);
+        _parameter.swap(replacement);
+    }
+    _connectionAge.store(Keel::Ageable::newAge());
+}
+
+void VSlotSet::insert(const VSlotPtr& slot) {
+    if (slot && !contains(slot)) _slots.push_back(slot);
+}
+
+bool VSlotSet::contains(const VSlotPtr& slot) const {
+    return std::find(_slots.begin(), _slots.end(), slot) != _slots.end();
+}
+
+} // namespace Mirk

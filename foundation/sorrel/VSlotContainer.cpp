@@ -1,0 +1,310 @@
+#include <sorrel/VSlotContainer.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace Mirk {
+
+VConnectionValidatorList::VConnectionValidatorList() = default;
+VConnectionValidatorList::~VConnectionValidatorList() = default;
+
+void VConnectionValidatorList::addConnectionValidator(Validator validator) {
+    auto added = std::make_shared<const Validator>(std::move(validator));
+    const std::lock_guard lock(_validatorMutex);
+    _validators.push_back(std::move(added));
+}
+
+bool VConnectionValidatorList::validConnection(const VSlot& slot,
+                                               const VParameter& parameter) const {
+    std::vector<std::shared_ptr<const Validator>> validators;
+    {
+        const std::lock_guard lock(_validatorMutex);
+        validators = _validators;
+    }
+    return std::all_of(validators.begin(), validators.end(),
+                       [&](const auto& validator) { return (*validator)(slot, parameter); });
+}
+
+VOutputIterator::~VOutputIterator() = default;
+
+VSlotContainer::VSlotContainer() = default;
+
+VSlotContainer::~VSlotContainer() {
+    for (const Output& output : _outputs) {
+        const VParameterPtr parameter = output.slot->parameter();
+        if (!parameter) continue;
+        parameter->setSource({});
+        parameter->touch();
+    }
+}
+
+VObject* VSlotContainer::asObject() noexcept {
+    return nullptr;
+}
+
+void VSlotContainer::inputConnected(const VSlot&, const VParameterPtr&) {}
+
+void VSlotContainer::published() {
+    for (const Output& output : copyOutputs()) {
+        if (const VParameterPtr parameter = output.slot->parameter()) parameter->touch();
+    }
+}
+
+VSlotPtr VSlotContainer::addParameter(const std::string& slotName, int expertLevel,
+                                      const VParameterPtr& parameter, bool connected) {
+    VSlotPtr slot;
+    InputTable outdated;
+    {
+        const std::lock_guard lock(_slotMutex);
+        outdated.swap(_inputTable);
+        std::string unique = slotName;
+        for (int number = 2; _inputPlaces.contains(unique); ++number) {
+            unique = slotName + '#' + std::to_string(number);
+        }
+        slot = VSlotPtr(new VSlot(unique, expertLevel, connected ? VParameterPtr() : parameter));
+        _inputPlaces.emplace(unique, ++_lastPlace);
+        _inputs.emplace_hint(_inputs.end(), _lastPlace, slot);
+    }
+    if (connected) {
+        slot->connect(parameter);
+    } else if (parameter) {
+        parameter->setCreator(this);
+    }
+    _connectionAge.store(Keel::Ageable::newAge());
+    return slot;
+}
+
+bool VSlotContainer::removeParameter(const std::string& slotName) {
+    VSlotPtr removed;
+    InputTable outdated;
+    {
+        const std::lock_guard lock(_slotMutex);
+        const auto place = _inputPlaces.find(slotName);
+        if (place == _inputPlaces.end()) return false;
+        outdated.swap(_inputTable);
+        const auto entry = _inputs.find(place->second);
+        removed = std::move(entry->second);
+        _inputs.erase(entry);
+        _inputPlaces.erase(place);
+    }
+    _connectionAge.store(Keel::Ageable::newAge());
+    return true;
+}
+
+VSlotPtr VSlotContainer::registerOutput(const VParameterPtr& parameter,
+                                        const std::string& outputName) {
+    if (!parameter) return {};
+    const VSlotPtr slot(new VSlot(outputName, 0, parameter));
+    registerOutput(slot);
+    return slot;
+}
+
+void VSlotContainer::registerOutput(const VSlotPtr& output) {
+    if (!output) return;
+    if (const VParameterPtr parameter = output->parameter()) {
+        parameter->setSource(Keel::WeakPtr<VSlotContainer, VManagedObjectBase>(this));
+    }
+    const std::lock_guard lock(_slotMutex);
+    _outputs.push_back({output->Name(), output});
+}
+
+VSlotPtr VSlotContainer::findInput(const std::string& slotName) const {
+    const std::lock_guard lock(_slotMutex);
+    const auto place = _inputPlaces.find(slotName);
+    return place != _inputPlaces.end() ? _inputs.at(place->second) : VSlotPtr();
+}
+
+VSlotPtr VSlotContainer::findOutput(const std::string& outputName) const {
+    const std::lock_guard lock(_slotMutex);
+    const auto found = std::find_if(_outputs.begin(), _outputs.end(), [&](const Output& output) {
+        return output.name == outputName;
+    });
+    return found != _outputs.end() ? found->slot : VSlotPtr();
+}
+
+VSlotContainer::InputTable VSlotContainer::inputTable() const {
+    const std::lock_guard lock(_slotMutex);
+    if (!_inputTable) {
+        std::vector<VSlotPtr> slots;
+        slots.reserve(_inputs.size());
+        for (const auto& [place, slot] : _inputs) slots.push_back(slot);
+        _inputTable = std::make_shared<const std::vector<VSlotPtr>>(std::move(slots));
+    }
+    return _inputTable;
+}
+
+std::vector<VSlotPtr> VSlotContainer::inputs() const {
+    return *inputTable();
+}
+
+std::vector<VSlotPtr> VSlotContainer::outputs() const {
+    std::vector<VSlotPtr> slots;
+    for (Output& output : copyOutputs()) slots.push_back(std::move(output.slot));
+    return slots;
+}
+
+std::size_t VSlotContainer::numberOfInputs() const {
+    const std::lock_guard lock(_slotMutex);
+    return _inputs.size();
+}
+
+std::vector<VSlotContainer::Output> VSlotContainer::copyOutputs() const {
+    const std::lock_guard lock(_slotMutex);
+    return _outputs;
+}
+
+bool VSlotContainer::owns(const VSlotPtr& input) const {
+    return input && findInput(input->Name()) == input;
+}
+
+AttachErrorCode VSlotContainer::attachParameter(const VParameterPtr& output,
+                                                const Keel::WeakPtr<VSlot>& input,
+                                                const std::string&) {
+    const VSlotPtr slot(input);
+    if (!owns(slot)) return NoSlot;
+    if (!output) return NoSuchOutput;
+    if (slot->parameter() == output) return AlreadyAttached;
+    if (slot->valueType() != output->valueType()) return WrongType;
+    if (!validConnection(*slot, *output)) return Refused;
+    slot->connect(output);
+    _connectionAge.store(Keel::Ageable::newAge());
+    inputConnected(*slot, output);
+    return Attached;
+}
+
+AttachErrorCode VSlotContainer::attach(const VParameterPtr& input, const VParameterPtr& output,
+                                       const std::string& connectionName) {
+    if (!input) return NoSlot;
+    for (const VSlotPtr& slot : inputs()) {
+        if (slot->ownParameter() == input || slot->parameter() == input) {
+            return attachParameter(output, slot, connectionName);
+        }
+    }
+    return NoSlot;
+}
+
+bool VSlotContainer::detach(const VSlotPtr& input) {
+    if (!owns(input) || !input->isConnected()) return false;
+    if (!input->ownParameter()) return removeParameter(input->Name());
+    input->connect({});
+    _connectionAge.store(Keel::Ageable::newAge());
+    return true;
+}
+
+void VSlotContainer::detachAll() {
+    for (const VSlotPtr& input : inputs()) detach(input);
+}
+
+std::string VSlotContainer::AttachErrorCodeMessage(AttachErrorCode code) {
+    switch (code) {
+    case Attached:
+        return "connected";
+    case AlreadyAttached:
+        return "connected already";
+    case NoObject:
+        return "there is no object with an output of this type";
+    case SeveralObjects:
+        return "several objects have an output of this type, choose one of them";
+    case NoSlot:
+        return "the object has no such input";
+    case NoSuchOutput:
+        return "there is no such output";
+    case WrongType:
+        return "the output has another type of value than the input";
+    case Refused:
+        return "the object refuses this connection";
+    case NoCreator:
+        return "there is no creator of this name";
+    case CreationFailed:
+        return "the object could not be created";
+    }
+    return "unknown code " + std::to_string(static_cast<int>(code));
+}
+
+bool VSlotContainer::allowParameterReplacement(const VSlotPtr& input,
+                                               const VParameterPtr& replacement) const {
+    return owns(input) && replacement && input->valueType() == replacement->valueType() &&
+           validConnection(*input, *replacement);
+}
+
+int VSlotContainer::connectSlots(
+    const Keel::StrongPtr<VSlotContainer, VManagedObjectBase>& source) {
+    if (!source) return 0;
+    const std::vector<VSlotPtr> outputs = source->outputs();
+    int connected = 0;
+    for (const VSlotPtr& input : inputs()) {
+        if (input->isConnected()) continue;
+        VSlotPtr match;
+        int candidates = 0;
+        for (const VSlotPtr& output : outputs) {
+            if (output->valueType() != input->valueType()) continue;
+            ++candidates;
+            if (candidates == 1) match = output;
+            if (output->Name() != input->Name()) continue;
+            match = output;
+            candidates = 1;
+            break;
+        }
+        if (candidates != 1) continue;
+        if (attachParameter(match->parameter(), input, match->Name()) == Attached) ++connected;
+    }
+    return connected;
+}
+
+void VSlotContainer::addSetup(SetupFunction function) {
+    {
+        const std::lock_guard lock(_slotMutex);
+        if (!_isSetUp) {
+            _setups.push_back(std::move(function));
+            return;
+        }
+    }
+    function({});
+}
+
+void VSlotContainer::setup(const VSlotSet& connected) {
+    std::vector<SetupFunction> functions;
+    {
+        const std::lock_guard lock(_slotMutex);
+        _isSetUp = true;
+        functions.swap(_setups);
+    }
+    for (const SetupFunction& function : functions) function(connected);
+}
+
+bool VSlotContainer::implements(const std::type_info& type) const {
+    return bool(getImplementationSlot(type, {}, {}));
+}
+
+bool VSlotContainer::ignoreInput(const VSlotPtr& input) const {
+    return !input || (input->flags & VSlot::IgnoredFlag) != 0;
+}
+
+void VSlotContainer::iterateOutputs(VOutputIterator& iterator, const std::type_info& type) const {
+    for (const Output& output : copyOutputs()) {
+        if (type != typeid(void) && output.slot->valueType() != type) continue;
+        if (!iterator.apply(output.slot, output.name)) return;
+    }
+}
+
+VParameterPtr VSlotContainer::getImplementation(const std::type_info& type,
+                                                const std::string& outputName,
+                                                const std::string& member) const {
+    const VSlotPtr slot = getImplementationSlot(type, outputName, member);
+    return slot ? slot->parameter() : VParameterPtr();
+}
+
+VSlotPtr VSlotContainer::getImplementationSlot(const std::type_info& type,
+                                               const std::string& outputName,
+                                               const std::string& member) const {
+    for (const Output& output : copyOutputs()) {
+        if (output.slot->valueType() != type) continue;
+        if (!outputName.empty() && output.name != outputName) continue;
+        if (member.empty()) return output.slot;
+        const VValuePtr value = output.slot->getValueBase({});
+        if (value && value->component(member)) return output.slot;
+    }
+    return {};
+}
+
+} // namespace Mirk

@@ -1,0 +1,174 @@
+#pragma once
+// Objects with named inputs and outputs; stands on VManagedObject and VSlot.
+
+#include <sorrel/VManagedObject.hpp>
+#include <sorrel/VSlot.hpp>
+#include <sorrel/VStateCreatorBase.hpp>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <typeinfo>
+#include <unordered_map>
+#include <vector>
+
+namespace Mirk {
+
+/// What became of an attempt to connect; what is negative has failed and left the slot as it was.
+enum AttachErrorCode : int {
+    Attached = 0,
+    /// It was connected so already.
+    AlreadyAttached = 1,
+    NoObject = -1,
+    SeveralObjects = -2,
+    NoSlot = -3,
+    NoSuchOutput = -4,
+    WrongType = -5,
+    Refused = -6,
+    NoCreator = -7,
+    CreationFailed = -8
+};
+
+/// Functions that have a say in what an object's inputs are connected to.
+class SORREL_EXPORT VConnectionValidatorList {
+public:
+    using Validator = std::function<bool(const VSlot&, const VParameter&)>;
+
+    VConnectionValidatorList();
+    virtual ~VConnectionValidatorList();
+
+    /// A validator that returns false refuses the connection of that slot to that parameter.
+    void addConnectionValidator(Validator validator);
+    bool validConnection(const VSlot& slot, const VParameter& parameter) const;
+
+private:
+    mutable std::mutex _validatorMutex; // leaf
+    std::vector<std::shared_ptr<const Validator>> _validators;
+};
+
+/// Visitor of outputs.
+class SORREL_EXPORT VOutputIterator {
+public:
+    virtual ~VOutputIterator();
+    /// False ends the walk. No lock is held.
+    virtual bool apply(const VSlotPtr& output, const std::string& name) = 0;
+};
+
+/// Holds the slots of an object, inputs and outputs, in the order in which they were added.
+///
+/// Connecting an input makes its slot share the parameter of an output. The input keeps that
+/// parameter and its last values alive, not the object behind it; when that object goes, the
+/// values stay readable.
+///
+/// All operations may be called from any thread, but for the construction.
+class SORREL_EXPORT VSlotContainer : public virtual VManagedObjectBase,
+                                     public VConnectionValidatorList,
+                                     public ValueCacheable {
+public:
+    using SetupFunction = std::function<void(const VSlotSet&)>;
+
+    VSlotContainer();
+    /// The outputs lose their source, which makes whoever reads them due.
+    ~VSlotContainer() override;
+
+    /// Adds an input. `connected` says that the parameter is an output of another object, to which
+    /// the input is connected from the start; else it is the input's own. If there is an input of
+    /// that name, the new one gets "#2", "#3" and so on appended.
+    VSlotPtr addParameter(const std::string& name, int expertLevel, const VParameterPtr& parameter,
+                          bool connected);
+    /// Takes an input away; false if there is none of that name.
+    bool removeParameter(const std::string& name);
+    /// Adds an output under a name, and makes this object its source.
+    VSlotPtr registerOutput(const VParameterPtr& parameter, const std::string& name);
+    void registerOutput(const VSlotPtr& output);
+
+    /// The input or the output of a name, or null.
+    VSlotPtr findInput(const std::string& name) const;
+    VSlotPtr findOutput(const std::string& name) const;
+    std::vector<VSlotPtr> inputs() const;
+    std::vector<VSlotPtr> outputs() const;
+    std::size_t numberOfInputs() const;
+
+    /// Connects an input to the parameter of an output. `name` names the new connection for
+    /// validators and the user interface; it may be empty.
+    AttachErrorCode attachParameter(const VParameterPtr& output, const Keel::WeakPtr<VSlot>& input,
+                                    const std::string& name);
+    /// Connects the input that has `input` as its own or its present parameter.
+    AttachErrorCode attach(const VParameterPtr& input, const VParameterPtr& output,
+                           const std::string& name);
+    /// Gives an input its own parameter back. False if it was not connected. An input that was made
+    /// for its connection is taken away.
+    bool detach(const VSlotPtr& input);
+    /// Detaches all inputs.
+    void detachAll();
+    /// A readable reason for a code.
+    static std::string AttachErrorCodeMessage(AttachErrorCode code);
+    /// Whether an input may be connected to a parameter: values of the same type, and no validator
+    /// that refuses.
+    bool allowParameterReplacement(const VSlotPtr& input, const VParameterPtr& replacement) const;
+    /// Connects each input that isn't connected to the output of `source` with the same name and
+    /// type; if there is none, to the only output of its type. Returns how many were connected.
+    int connectSlots(const Keel::StrongPtr<VSlotContainer, VManagedObjectBase>& source);
+
+    /// Adds a function that setup() calls. After setup() has run, it is called at once.
+    void addSetup(SetupFunction function);
+    /// Runs the functions of addSetup() in their order, once in the life of the object, after its
+    /// connections were made or restored. `connected` are the inputs that are connected already.
+    void setup(const VSlotSet& connected);
+
+    /// Whether there is an output of a value type.
+    bool implements(const std::type_info& type) const;
+    /// Whether requests pass over an input.
+    bool ignoreInput(const VSlotPtr& input) const;
+    /// Visits the outputs of a value type; of all, for typeid(void).
+    void iterateOutputs(VOutputIterator& iterator, const std::type_info& type) const;
+    /// The parameter of the first output of a value type that has the given name; an empty name
+    /// fits all. `member` asks that its value has such a component; null if there is none.
+    virtual VParameterPtr getImplementation(const std::type_info& type, const std::string& name,
+                                            const std::string& member) const;
+    /// The same for the slot of the output.
+    virtual VSlotPtr getImplementationSlot(const std::type_info& type, const std::string& name,
+                                           const std::string& member) const;
+
+    /// Age of the last time that an input was added, removed, connected or detached.
+    Keel::Ageable::Age connectionAge() const noexcept { return _connectionAge.load(); }
+
+    /// This as an object of the shell; null, the default, for a container that is none.
+    virtual VObject* asObject() noexcept;
+    /// An input was connected to an output. Does nothing by default.
+    virtual void inputConnected(const VSlot& input, const VParameterPtr& output);
+
+    void published() override;
+
+    using InputTable = std::shared_ptr<const std::vector<VSlotPtr>>;
+
+    /// The inputs in their order, as they are now; shared by all who ask until one is added or
+    /// removed.
+    InputTable inputTable() const;
+
+private:
+    struct Output {
+        std::string name;
+        VSlotPtr slot;
+    };
+    using Inputs = std::map<std::uint64_t, VSlotPtr>;
+
+    std::vector<Output> copyOutputs() const;
+    bool owns(const VSlotPtr& input) const;
+
+    mutable std::mutex _slotMutex; // leaf: guards what is below
+    Inputs _inputs;
+    std::unordered_map<std::string, std::uint64_t> _inputPlaces;
+    std::uint64_t _lastPlace = 0;
+    mutable InputTable _inputTable; // null after each change
+    std::vector<Output> _outputs;
+    std::vector<SetupFunction> _setups;
+    bool _isSetUp = false;
+    std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
+};
+
+} // namespace Mirk
