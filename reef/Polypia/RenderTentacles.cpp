@@ -23,6 +23,7 @@ bool RenderBasin::Program::SourceHasChanged() const {
 }
 
 void RenderBasin::Program::setAllProgramVariables(const FloatedOrigin& origin) const {
+    _worldOrigin = origin.worldOrigin;
     const auto send = [&](const ProgramVariables::value_type& variable) {
         setProgramVariable(variable.first, variable, origin);
     };

@@ -56,6 +56,14 @@ public:
     /// Sends all variables, in the order of their names. Of a name in several maps the value of
     /// the first map of ProgramVariables wins.
     void setAllProgramVariables(const FloatedOrigin& origin) const;
+
+protected:
+    /// That of the last setAllProgramVariables(), zero ahead of it. Kept here, as the backend is
+    /// not called for a program that has no variables yet.
+    const Skua::PhysicalSpace::vector& worldOrigin() const { return _worldOrigin; }
+
+private:
+    mutable Skua::PhysicalSpace::vector _worldOrigin;
 };
 
 /// Data of each vertex.

@@ -513,7 +513,7 @@ void GLProgram::sendChanges() {
         if (name == viewName) return; // the view that is being drawn stands above a variable
         const auto found = _sent.find(name);
         if (found != _sent.end() && found->second == value) return;
-        send(name, relativeTo(_worldOrigin, value));
+        send(name, relativeTo(worldOrigin(), value));
         _sent[name] = value;
     };
     // The first map wins over the others.
@@ -528,7 +528,6 @@ void GLProgram::sendChanges() {
 void GLProgram::setProgramVariable(const std::string& name,
                                    const ProgramVariables::value_type& variable,
                                    const RenderBasin::FloatedOrigin& origin) const {
-    _worldOrigin = origin.worldOrigin;
     send(name, relativeTo(origin.worldOrigin, variable.second));
     _sent[name] = variable.second;
 }

@@ -93,7 +93,6 @@ private:
     std::map<unsigned, Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>> _storageBlocks;
     // What the GPU has, to send only what has changed.
     mutable std::map<std::string, ProgramVariables::Variant> _sent;
-    mutable Skua::PhysicalSpace::vector _worldOrigin;
     std::uint64_t _sentMatrices = 0;
     std::vector<CallerState> _callers;        // one for each time that it is active
     std::vector<Polyp::TentaclePtr> _sampled; // bound by the last prepare()

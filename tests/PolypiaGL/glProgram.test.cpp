@@ -342,6 +342,31 @@ TEST_P(GLProgramTest, PrepareSendsWithTheLastOrigin) {
     glUseProgram(0);
 }
 
+TEST_P(GLProgramTest, PrepareKnowsAnOriginThatCameAheadOfTheFirstVariable) {
+    const auto shader = withUniforms("uniform vec3 place;", "place.x");
+    shader->setAllProgramVariables(RenderBasin::FloatedOrigin({2, 0, 0}));
+    (*shader)["place"] = Skua::PhysicalSpace::point{7, 0, 0};
+    shader->prepare(*polyp);
+    EXPECT_THAT(uniform(shader, "place", 3), ElementsAre(5, 0, 0));
+    glUseProgram(0);
+}
+
+TEST_P(GLProgramTest, PrepareLeavesTheOriginOfASingleVariableAlone) {
+    const auto shader =
+        withUniforms("uniform vec3 place; uniform vec3 other;", "place.x + other.x");
+    (*shader)["place"] = Skua::PhysicalSpace::point{5, 0, 0};
+    shader->setAllProgramVariables(RenderBasin::FloatedOrigin({2, 0, 0}));
+    RenderNamespace::ProgramVariables variables;
+    variables["other"] = Skua::PhysicalSpace::point{5, 0, 0};
+    shader->setProgramVariable("other", *variables.begin(), RenderBasin::FloatedOrigin({1, 0, 0}));
+    EXPECT_THAT(uniform(shader, "other", 3), ElementsAre(4, 0, 0));
+    (*shader)["place"] = Skua::PhysicalSpace::point{7, 0, 0};
+    shader->prepare(*polyp);
+    EXPECT_THAT(uniform(shader, "place", 3), ElementsAre(5, 0, 0));
+    EXPECT_THAT(uniform(shader, "other", 3), ElementsAre(4, 0, 0));
+    glUseProgram(0);
+}
+
 TEST_P(GLProgramTest, OnlyWhatHasChangedIsSentAgain) {
     const auto shader = withUniforms("uniform float one; uniform float two;", "one + two");
     (*shader)["one"] = 1.0F;
