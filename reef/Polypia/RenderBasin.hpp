@@ -58,6 +58,7 @@ public:
     class RenderFlag;
     class Buffer;
     class StorageBufferTentacle;
+    class StorageForm;
     class TextureTentacle;
     class TextureStorageFormat;
     class RenderParameter;
@@ -105,8 +106,9 @@ public:
     /// An empty block of uniform memory, whose name of a block in shaders is told by
     /// Program::bindUniformBlock.
     virtual UniformBufferPtr createUniformBuffer(std::size_t bytes) const = 0;
-    /// With data made by the function at need. All polyps that ask with the same `holder` share
-    /// one buffer, as long as one of them lives.
+    /// With data made by the function at need. All polyps that ask with the same `holder` for the
+    /// same form (here flags and type of the function, below flags and number of bytes, as
+    /// StorageForm compares them) share one buffer, as long as one of them lives.
     virtual StorageBufferPtr createStorageBuffer(Keel::Intercube& holder,
                                                  const ChunkFactory& factory,
                                                  StorageFlags flags) const = 0;

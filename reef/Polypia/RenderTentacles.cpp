@@ -99,6 +99,16 @@ RenderBasin::Buffer::Buffer() = default;
 
 RenderBasin::Buffer::~Buffer() = default;
 
+RenderBasin::StorageForm::StorageForm(const ChunkFactory& factory, StorageFlags flags)
+    : _flags(flags), _source(factory.target_type()) {
+    using Plain = ChunkPtr (*)();
+    const Plain* const plain = factory.target<Plain>();
+    if (plain != nullptr) _function = reinterpret_cast<std::uintptr_t>(*plain);
+}
+
+RenderBasin::StorageForm::StorageForm(std::size_t bytes, StorageFlags flags)
+    : _flags(flags), _bytes(bytes), _source(typeid(bytes)) {}
+
 RenderBasin::StorageBufferTentacle::StorageBufferTentacle() = default;
 
 RenderBasin::StorageBufferTentacle::~StorageBufferTentacle() = default;

@@ -6,10 +6,13 @@
 
 #include <keel/File.hpp>
 
+#include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string>
+#include <typeindex>
 
 namespace Mirk {
 
@@ -168,6 +171,24 @@ public:
     ~Buffer() override;
 
     std::uint64_t backendWord = 0;
+};
+
+/// What tells the storage buffers of one holder apart, for backends to find the one that is asked
+/// for. A function counts by its type: two lambdas in the source are two forms, one lambda with
+/// other captures is the same form, and its data need a holder of their own. Plain functions that
+/// return a ChunkPtr count each by itself.
+class POLYPIA_EXPORT RenderBasin::StorageForm {
+public:
+    StorageForm(const ChunkFactory& factory, StorageFlags flags);
+    StorageForm(std::size_t bytes, StorageFlags flags);
+
+    friend auto operator<=>(const StorageForm&, const StorageForm&) = default;
+
+private:
+    StorageFlags _flags;
+    std::size_t _bytes = 0;
+    std::type_index _source;
+    std::uintptr_t _function = 0;
 };
 
 /// A buffer that shaders read and write.

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
+#include <mutex>
 
 namespace Mirk {
 
@@ -18,27 +20,38 @@ using GL::GLTexture;
 
 namespace {
 
-/// The storage buffers that hang on an object, one for each context. It holds them weakly: GPU
-/// memory is given back by the polyps, on the render thread, not by the object.
+/// The storage buffers that hang on an object, one for each context and form. It holds them weakly:
+/// GPU memory is given back by the polyps, on the render thread, not by the object.
 class SharedStorage : public Keel::Interface<SharedStorage> {
 public:
     using BufferPtr = RenderBasin::StorageBufferPtr;
 
     template<class Factory>
-    BufferPtr provide(const GL::Machine* machine, const Factory& factory) {
-        const std::lock_guard lock(_mutex);
-        std::erase_if(_buffers, [](const auto& entry) { return !entry.second; });
-        if (BufferPtr present(_buffers[machine]); present) return present;
+    BufferPtr provide(const GL::Machine* machine, const RenderBasin::StorageForm& form,
+                      const Factory& factory) {
+        const Key key(machine, form);
+        if (BufferPtr present = find(key); present) return present;
+        // Without lock, as the function of the caller may ask the same object for another buffer.
+        // Nobody else makes this one meanwhile: a context has one thread.
         const BufferPtr made = factory();
-        _buffers[machine] =
-            Keel::WeakPtr<RenderBasin::StorageBufferTentacle, Polyp::Tentacle>(made);
+        const std::lock_guard lock(_mutex);
+        _buffers[key] = Weak(made);
         return made;
     }
 
 private:
+    using Key = std::pair<const GL::Machine*, RenderBasin::StorageForm>;
+    using Weak = Keel::WeakPtr<RenderBasin::StorageBufferTentacle, Polyp::Tentacle>;
+
+    BufferPtr find(const Key& key) {
+        const std::lock_guard lock(_mutex);
+        std::erase_if(_buffers, [](const auto& entry) { return !entry.second; });
+        const auto found = _buffers.find(key);
+        return found != _buffers.end() ? BufferPtr(found->second) : BufferPtr();
+    }
+
     std::mutex _mutex;
-    std::map<const GL::Machine*, Keel::WeakPtr<RenderBasin::StorageBufferTentacle, Polyp::Tentacle>>
-        _buffers;
+    std::map<Key, Weak> _buffers;
 };
 
 std::string joined(const std::vector<std::string>& pieces) {
@@ -129,13 +142,14 @@ GLFactory::createStorageBuffer(Keel::Intercube& holder, const RenderBasin::Chunk
                                StorageFlags flags) const {
     const auto shared =
         holder.provideInterface<SharedStorage>([] { return Keel::make<SharedStorage>(); });
-    return shared->provide(_machine.get(), [&]() -> RenderBasin::StorageBufferPtr {
-        const RenderBasin::ChunkPtr data = factory();
-        if (!data) return {};
-        const auto buffer = Keel::make<GLStorageBuffer>(_machine, flags);
-        buffer->setSource(data);
-        return buffer;
-    });
+    return shared->provide(_machine.get(), {factory, flags},
+                           [&]() -> RenderBasin::StorageBufferPtr {
+                               const RenderBasin::ChunkPtr data = factory();
+                               if (!data) return {};
+                               const auto buffer = Keel::make<GLStorageBuffer>(_machine, flags);
+                               buffer->setSource(data);
+                               return buffer;
+                           });
 }
 
 RenderBasin::StorageBufferPtr GLFactory::createStorageBuffer(Keel::Intercube& holder,
@@ -143,7 +157,7 @@ RenderBasin::StorageBufferPtr GLFactory::createStorageBuffer(Keel::Intercube& ho
                                                              StorageFlags flags) const {
     const auto shared =
         holder.provideInterface<SharedStorage>([] { return Keel::make<SharedStorage>(); });
-    return shared->provide(_machine.get(), [&]() -> RenderBasin::StorageBufferPtr {
+    return shared->provide(_machine.get(), {bytes, flags}, [&]() -> RenderBasin::StorageBufferPtr {
         const auto buffer = Keel::make<GLStorageBuffer>(_machine, flags);
         buffer->setZero(bytes);
         return buffer;

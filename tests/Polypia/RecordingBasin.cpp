@@ -216,45 +216,48 @@ Mirk::UniformBufferPtr RecordingBasin::createUniformBuffer(std::size_t bytes) co
 
 namespace {
 
-/// The buffer that all polyps share which ask with the same holder.
-class SharedBuffer : public Keel::Interface<SharedBuffer> {
+/// The buffers that all polyps share which ask with the same holder.
+class SharedBuffers : public Keel::Interface<SharedBuffers> {
 public:
-    Keel::WeakPtr<RenderBasin::StorageBufferTentacle, Polyp::Tentacle> buffer;
+    std::map<RenderBasin::StorageForm,
+             Keel::WeakPtr<RenderBasin::StorageBufferTentacle, Polyp::Tentacle>>
+        buffers;
 };
 
 } // namespace
 
 template<class Fill>
-RenderBasin::StorageBufferPtr RecordingBasin::sharedStorageBuffer(Keel::Intercube& holder,
-                                                                  StorageFlags flags,
-                                                                  const Fill& fill) const {
+RenderBasin::StorageBufferPtr
+RecordingBasin::sharedStorageBuffer(Keel::Intercube& holder, const StorageForm& form,
+                                    StorageFlags flags, const Fill& fill) const {
     if (!log->record("createStorageBuffer")) return {};
     const auto shared =
-        holder.provideInterface<SharedBuffer>([] { return Keel::make<SharedBuffer>(); });
-    if (StorageBufferPtr present(shared->buffer); present) return present;
+        holder.provideInterface<SharedBuffers>([] { return Keel::make<SharedBuffers>(); });
+    if (StorageBufferPtr present(shared->buffers[form]); present) return present;
     const Keel::StrongPtr<RecordingStorageBuffer, Tentacle> made(
         new RecordingStorageBuffer(log, flags));
     if (!fill(made->content)) return {};
-    shared->buffer = StorageBufferPtr(made);
+    shared->buffers[form] = StorageBufferPtr(made);
     return made;
 }
 
 RenderBasin::StorageBufferPtr RecordingBasin::createStorageBuffer(Keel::Intercube& holder,
                                                                   const ChunkFactory& factory,
                                                                   StorageFlags flags) const {
-    return sharedStorageBuffer(holder, flags, [&](std::vector<std::byte>& content) {
-        const ChunkPtr chunk = factory();
-        if (!chunk) return false;
-        const auto* const first = static_cast<const std::byte*>(std::as_const(*chunk).data());
-        content.assign(first, first + chunk->bytes());
-        return true;
-    });
+    return sharedStorageBuffer(
+        holder, {factory, flags}, flags, [&](std::vector<std::byte>& content) {
+            const ChunkPtr chunk = factory();
+            if (!chunk) return false;
+            const auto* const first = static_cast<const std::byte*>(std::as_const(*chunk).data());
+            content.assign(first, first + chunk->bytes());
+            return true;
+        });
 }
 
 RenderBasin::StorageBufferPtr RecordingBasin::createStorageBuffer(Keel::Intercube& holder,
                                                                   std::size_t bytes,
                                                                   StorageFlags flags) const {
-    return sharedStorageBuffer(holder, flags, [&](std::vector<std::byte>& content) {
+    return sharedStorageBuffer(holder, {bytes, flags}, flags, [&](std::vector<std::byte>& content) {
         content.resize(bytes);
         return true;
     });

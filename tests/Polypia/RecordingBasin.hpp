@@ -352,6 +352,6 @@ private:
                                                             const LinkParameters& parameters,
                                                             const ProgramPtr& previous) const;
     template<class Fill>
-    StorageBufferPtr sharedStorageBuffer(Keel::Intercube& holder, Mirk::StorageFlags flags,
-                                         const Fill& fill) const;
+    StorageBufferPtr sharedStorageBuffer(Keel::Intercube& holder, const StorageForm& form,
+                                         Mirk::StorageFlags flags, const Fill& fill) const;
 };

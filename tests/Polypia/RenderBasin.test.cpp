@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -22,9 +23,10 @@ using testing::Pair;
 
 namespace {
 
+using Basin = Mirk::RenderBasin;
+
 class RenderBasin : public testing::Test {
 protected:
-    using Basin = Mirk::RenderBasin;
     using Recorder = StrongPtr<RecordingProgram, Polyp::Tentacle>;
 
     RenderBasin() : polyp(new Polyp(Keel::WeakPtr<Keel::Creature>())) {}
@@ -276,6 +278,54 @@ TEST_F(RenderBasin, BufferForShadersToWriteHasTheSizeAndFlagsAsked) {
     EXPECT_EQ(buffer->bytes(), 4096U);
     EXPECT_EQ(buffer->storageFlags(), flags);
     EXPECT_EQ(polyp->NumberOfTentacles(16384, 16384, ~0UL), 1U);
+}
+
+TEST_F(RenderBasin, HolderKeepsABufferForEachForm) {
+    Keel::Intercube holder;
+    const Basin::ChunkFactory integers = [] {
+        return Basin::ChunkPtr(new Keel::Chunk<int>(std::vector<int>{5, 6}));
+    };
+    const Basin::ChunkFactory floats = [] {
+        return Basin::ChunkPtr(new Keel::Chunk<float>(std::vector<float>{5, 6, 7}));
+    };
+    constexpr auto plain = StorageFlags::None, read = StorageFlags::HostRead;
+    const std::vector buffers{basin.createStorageBuffer(holder, integers, plain),
+                              basin.createStorageBuffer(holder, floats, plain),
+                              basin.createStorageBuffer(holder, floats, read),
+                              basin.createStorageBuffer(holder, 8, plain),
+                              basin.createStorageBuffer(holder, 16, plain),
+                              basin.createStorageBuffer(holder, 16, read)};
+    std::vector<std::size_t> sizes;
+    for (const auto& buffer : buffers) sizes.push_back(buffer->bytes());
+    EXPECT_THAT(sizes, ElementsAre(8, 12, 12, 8, 16, 16));
+    EXPECT_EQ(std::set(buffers.begin(), buffers.end()).size(), 6U);
+    EXPECT_EQ(buffers[5]->storageFlags(), read);
+    EXPECT_TRUE(basin.createStorageBuffer(holder, floats, read) == buffers[2]);
+    EXPECT_TRUE(basin.createStorageBuffer(holder, 16, plain) == buffers[4]);
+}
+
+Basin::ChunkPtr someChunk() {
+    return Basin::ChunkPtr(new Keel::Chunk<int>(1));
+}
+Basin::ChunkPtr otherChunk() {
+    return Basin::ChunkPtr(new Keel::Chunk<int>(2));
+}
+
+TEST_F(RenderBasin, StorageFormIsThatOfTheSameRequest) {
+    constexpr auto none = StorageFlags::None, dynamic = StorageFlags::Dynamic;
+    const auto of = [](const Basin::ChunkFactory& factory) {
+        return Basin::StorageForm(factory, StorageFlags::None);
+    };
+    const auto lambda = [](int number) { return [number] { return Basin::ChunkPtr(); }; };
+    EXPECT_EQ(of(lambda(1)), of(lambda(2))) << "one lambda, whatever it captures";
+    EXPECT_NE(of(lambda(1)), of([] { return Basin::ChunkPtr(); }));
+    EXPECT_EQ(of(someChunk), of(&someChunk));
+    EXPECT_NE(of(someChunk), of(otherChunk));
+    EXPECT_NE(of(someChunk), Basin::StorageForm(someChunk, dynamic));
+    EXPECT_EQ(Basin::StorageForm(4, none), Basin::StorageForm(4, none));
+    EXPECT_NE(Basin::StorageForm(4, none), Basin::StorageForm(5, none));
+    EXPECT_NE(Basin::StorageForm(4, none), Basin::StorageForm(4, dynamic));
+    EXPECT_NE(Basin::StorageForm(0, none), of({}));
 }
 
 TEST_F(RenderBasin, StorageFlagsCombine) {

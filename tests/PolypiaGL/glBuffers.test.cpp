@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <numeric>
+#include <set>
 
 using namespace Mirk;
 using namespace Mirk::GLTest;
@@ -173,6 +174,30 @@ TEST_F(GLBuffersTest, AHolderSharesOneBufferForEachContext) {
     const auto anew = basin->createStorageBuffer(holder, factory, StorageFlags::None);
     EXPECT_EQ(made, 3);
     EXPECT_EQ(content<int>(*anew), (std::vector<int>{4, 5, 6}));
+}
+
+TEST_F(GLBuffersTest, AHolderKeepsABufferForEachForm) {
+    Keel::Intercube holder;
+    constexpr auto plain = StorageFlags::None, read = StorageFlags::HostRead;
+    const RenderBasin::ChunkFactory integers = [] { return chunk(std::vector<int>{4, 5}); };
+    // Asks the same holder while its own buffer is being made.
+    RenderBasin::StorageBufferPtr inner;
+    const RenderBasin::ChunkFactory floats = [&] {
+        inner = basin->createStorageBuffer(holder, integers, plain);
+        return chunk(std::vector<float>{1, 2, 3});
+    };
+    const auto outer = basin->createStorageBuffer(holder, floats, plain);
+    const auto small = basin->createStorageBuffer(holder, 8, plain);
+    const auto large = basin->createStorageBuffer(holder, 16, plain);
+    const auto readable = basin->createStorageBuffer(holder, 16, read);
+    EXPECT_EQ(content<float>(*outer), (std::vector<float>{1, 2, 3}));
+    EXPECT_EQ(content<int>(*inner), (std::vector<int>{4, 5}));
+    EXPECT_EQ(small->bytes(), 8U);
+    EXPECT_EQ(large->bytes(), 16U);
+    EXPECT_EQ(readable->storageFlags(), read);
+    EXPECT_EQ((std::set{outer, inner, small, large, readable}.size()), 5U);
+    EXPECT_EQ(basin->createStorageBuffer(holder, integers, plain), inner);
+    EXPECT_EQ(basin->createStorageBuffer(holder, 16, plain), large);
 }
 
 TEST_F(GLBuffersTest, AHolderWithoutDataGivesAnEmptyPointer) {
