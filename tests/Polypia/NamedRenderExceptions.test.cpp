@@ -1,5 +1,7 @@
 #include <Polypia/NamedRenderExceptions.hpp>
 
+#include "memberOrder.hpp"
+
 #include <keel/StrongPtr.hpp>
 #include <keel/WeakPtr.hpp>
 
@@ -23,6 +25,13 @@ TEST(NamedRenderExceptions, IsAMap) {
               "OpenGL Error 501(Generic Render Exception) at g.cpp:8 [draw]");
     failures.clear();
     EXPECT_FALSE(failures.contains("program"));
+}
+
+TEST(NamedRenderExceptions, HasItsBasesInOrder) {
+    const NamedRenderExceptions failures;
+    EXPECT_TRUE(
+        standInOrder(static_cast<const Keel::ReferenceBase<NamedRenderExceptions>&>(failures),
+                     static_cast<const std::map<std::string, RenderException>&>(failures)));
 }
 
 TEST(NamedRenderExceptions, IsCounted) {

@@ -1,11 +1,16 @@
 #include <Polypia/RenderException.hpp>
 
+#include "memberOrder.hpp"
+#include "virtualSlot.hpp"
+
 #include <gmock/gmock.h>
 #include <zlib.h>
 
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include <dlfcn.h>
 
@@ -39,6 +44,18 @@ TEST(RenderException, IsEmptyByDefault) {
     EXPECT_EQ(error.shaderLog, "");
     EXPECT_EQ(error.shaderCode, "");
     EXPECT_EQ(error.concernedVariable, "");
+}
+
+TEST(RenderException, HasItsFieldsAndVirtualOperationsInOrder) {
+    const RenderException error;
+    EXPECT_TRUE(standInOrder(static_cast<const Keel::Exception&>(error), error.description,
+                             error.glError, error.shaderLog, error.shaderCode,
+                             error.concernedVariable));
+    static_assert(std::is_same_v<decltype(error.glError), std::int32_t>);
+    // Ahead of them are the two destructors.
+    EXPECT_EQ((std::vector{virtualSlot(&RenderException::what),
+                           virtualSlot(&RenderException::GLdescription)}),
+              slotsFrom(2, 2));
 }
 
 TEST(RenderException, DefaultHasAHeadOnly) {

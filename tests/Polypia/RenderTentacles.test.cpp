@@ -401,6 +401,10 @@ TEST_F(RenderTentacles, TimerForgetsWhatItMeasured) {
     EXPECT_EQ(timer.measurements, 0U);
 }
 
+TEST_F(RenderTentacles, FlagHasNoFieldsOfItsOwn) {
+    static_assert(sizeof(RenderBasin::RenderFlag) == sizeof(Polyp::SpecializedTentacle<1024>));
+}
+
 TEST_F(RenderTentacles, FlagSetsAStateDuringTheWaveAndRestoresIt) {
     polyp->insert(StrongPtr<RecordingFlag, Polyp::Tentacle>(new RecordingFlag(log, "blend")));
     polyp->insert(painter);
