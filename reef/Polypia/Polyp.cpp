@@ -12,6 +12,7 @@
 #include <iterator>
 #include <memory>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace Mirk {
@@ -33,25 +34,6 @@ std::uint32_t leastCommonMultiple(std::uint32_t a, std::uint32_t b) {
     if (a == 0 || b == 0) return 0;
     return a / std::gcd(a, b) * b;
 }
-
-/// The entries that a wave has still ahead of it. Goes by the prepared order of the polyp as long
-/// as that stands, else by the map.
-struct Ahead {
-    void advance() {
-        if (orderChanges == ordered) {
-            next = *++place;
-        } else {
-            ++next;
-        }
-    }
-
-    Polyp::Iterator next;
-    const Polyp::Iterator end;
-    const Polyp::Iterator* place;
-    const std::uint64_t& orderChanges;
-    /// Value of `orderChanges` for which `place` is good; 0 for none.
-    const std::uint64_t ordered;
-};
 
 /// A tentacle that outlives what it does to itself in a wave. Null if it is dead.
 struct Held {
@@ -85,53 +67,53 @@ void deactivateGroup(Room* const first, Room* end, const Polyp& polyp) {
     }
 }
 
-/// Waves a group of tentacles around all that follow. The recursion deactivates in reverse order on
-/// every path, exceptions included, and allocates nothing. It is over groups and not over single
-/// tentacles, as a processor predicts only so many returns. For the speed of the good path the
-/// steps stand here in one function.
-int waveGroup(const Polyp& polyp, Ahead& ahead, Activity_t mask) {
-    Room group[GroupSize];
-    Room* end = group;
-    int inner = 0;
-    try {
-        while (ahead.next != ahead.end) {
-            if (end == group + GroupSize) {
-                inner = waveGroup(polyp, ahead, mask);
-                break;
-            }
-            Held* const held = std::construct_at(&end->held, ahead.next->second);
-            // Ahead of the activation, in which a tentacle may erase itself.
-            ahead.advance();
-            if (held->tentacle == nullptr) {
-                std::destroy_at(held);
-                continue;
-            }
-            bool active = false;
-            try {
-                // A tentacle outside of the mask ends the wave and is not skipped: a mask selects a
-                // prefix.
-                active =
-                    (held->tentacle->activityMask & mask) != 0 && held->tentacle->activate(polyp);
-            } catch (...) {
-                std::destroy_at(held);
-                throw;
-            }
-            if (!active) {
-                std::destroy_at(held);
-                break;
-            }
-            ++end;
-        }
-    } catch (...) {
-        deactivateGroup(group, end, polyp);
-        throw;
-    }
-    const int activated = inner + static_cast<int>(end - group);
-    deactivateGroup(group, end, polyp);
-    return activated;
-}
-
 } // namespace
+
+/// The entries that a wave has still ahead of it. Goes by the prepared order of the polyp as long
+/// as that stands, else by the map.
+class Polyp::Ahead {
+public:
+    Ahead(const Polyp& polyp, Iterator from)
+        : next(from),
+          end(polyp.tentacles.end()),
+          _place(polyp.waveOrder.data()),
+          _orderChanges(polyp.waveOrderChanges),
+          _ordered(!polyp.waveOrder.empty() && polyp.waveOrder.front() == from ? _orderChanges : 0),
+          _innermost(polyp.innermostWave),
+          _outer(std::exchange(_innermost, this)) {}
+    ~Ahead() { _innermost = _outer; }
+    Ahead(const Ahead&) = delete;
+    Ahead& operator=(const Ahead&) = delete;
+
+    void advance() {
+        if (_orderChanges == _ordered) {
+            next = *++_place;
+        } else {
+            ++next;
+        }
+    }
+    /// Has this wave and those around it go on at `successor` instead of at `erased`.
+    void replaceNext(Iterator erased, Iterator successor) {
+        for (Ahead* wave = this; wave != nullptr; wave = wave->_outer) {
+            if (wave->next == erased) wave->next = successor;
+        }
+    }
+    /// Ends this wave and those around it at the tentacles that are active.
+    void finish() {
+        for (Ahead* wave = this; wave != nullptr; wave = wave->_outer) wave->next = wave->end;
+    }
+
+    Iterator next;
+    const Iterator end;
+
+private:
+    const Iterator* _place;
+    const std::uint64_t& _orderChanges;
+    /// Value of `_orderChanges` for which `_place` is good; 0 for none.
+    const std::uint64_t _ordered;
+    Ahead*& _innermost;
+    Ahead* const _outer;
+};
 
 Polyp::Tentacle::Tentacle(int key, unsigned long activity)
     : tentacleKey(key), activityMask(static_cast<Activity_t>(activity)) {}
@@ -201,10 +183,55 @@ int Polyp::wavePasses(Activity_t mask) const {
 }
 
 int Polyp::waveTentacles(Iterator from, Activity_t mask) const {
-    const bool ordered = !waveOrder.empty() && waveOrder.front() == from;
-    Ahead ahead{from, tentacles.end(), waveOrder.data(), waveOrderChanges,
-                ordered ? waveOrderChanges : 0};
-    return waveGroup(*this, ahead, mask);
+    Ahead ahead(*this, from);
+    return waveGroup(ahead, mask);
+}
+
+/// Waves a group of tentacles around all that follow. The recursion deactivates in reverse order on
+/// every path, exceptions included, and allocates nothing. It is over groups and not over single
+/// tentacles, as a processor predicts only so many returns. For the speed of the good path the
+/// steps stand here in one function.
+int Polyp::waveGroup(Ahead& ahead, Activity_t mask) const {
+    Room group[GroupSize];
+    Room* end = group;
+    int inner = 0;
+    try {
+        while (ahead.next != ahead.end) {
+            if (end == group + GroupSize) {
+                inner = waveGroup(ahead, mask);
+                break;
+            }
+            Held* const held = std::construct_at(&end->held, ahead.next->second);
+            // Ahead of the activation, in which a tentacle may erase itself. When it erases the
+            // next one, eraseTentacle() leads the wave past that.
+            ahead.advance();
+            if (held->tentacle == nullptr) {
+                std::destroy_at(held);
+                continue;
+            }
+            bool active = false;
+            try {
+                // A tentacle outside of the mask ends the wave and is not skipped: a mask selects a
+                // prefix.
+                active =
+                    (held->tentacle->activityMask & mask) != 0 && held->tentacle->activate(*this);
+            } catch (...) {
+                std::destroy_at(held);
+                throw;
+            }
+            if (!active) {
+                std::destroy_at(held);
+                break;
+            }
+            ++end;
+        }
+    } catch (...) {
+        deactivateGroup(group, end, *this);
+        throw;
+    }
+    const int activated = inner + static_cast<int>(end - group);
+    deactivateGroup(group, end, *this);
+    return activated;
 }
 
 void Polyp::prepareWave() {
@@ -317,12 +344,14 @@ bool Polyp::eraseTentacle(const TentaclePtr& tentacle) {
                                     [&](const auto& entry) { return entry.second == tentacle; });
     if (found == tentacles.end()) return false;
     discardWaveOrder();
+    if (innermostWave != nullptr) innermostWave->replaceNext(found, std::next(found));
     tentacles.erase(found);
     return true;
 }
 
 void Polyp::clear() noexcept {
     discardWaveOrder();
+    if (innermostWave != nullptr) innermostWave->finish();
     tentacles.clear();
 }
 

@@ -79,6 +79,10 @@ public:
     /// The wave ends at the first tentacle that `activityMask & mask` leaves out or whose
     /// activate() returns false; what is active by then is deactivated. An exception passes through
     /// after the same; a RenderException is logged on its way.
+    ///
+    /// A tentacle may insert and erase tentacles while it is activated, itself included. What is
+    /// active is deactivated all the same. What is inserted ahead of the tentacle that came next
+    /// waits for another wave.
     int wave(Activity_t mask) const;
     /// The wave from an entry onwards, for a tentacle that waves the rest of its polyp itself.
     int waveTentacles(Iterator from, Activity_t mask) const;
@@ -148,7 +152,10 @@ public:
     mutable std::array<unsigned, 3> backendIntegers{0, 1, 1};
 
 private:
+    class Ahead;
+
     int wavePasses(Activity_t mask) const;
+    int waveGroup(Ahead& ahead, Activity_t mask) const;
     void orderWave();
     void discardWaveOrder() noexcept;
     std::uint32_t greatestChunk(std::uint32_t vertices, std::size_t& widestBytes) const;
@@ -158,6 +165,8 @@ private:
     // empty. The number tells a wave that goes on whether the order is still the one it knows.
     std::vector<Iterator> waveOrder;
     std::uint64_t waveOrderChanges = 1;
+    // The waves under way, each in what a tentacle of the one around it does; null for none.
+    mutable Ahead* innermostWave = nullptr;
 };
 
 /// One piece of GPU state. Made and destroyed on the render thread, with the context current.

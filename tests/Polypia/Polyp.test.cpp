@@ -338,6 +338,73 @@ TEST_F(Polyp, TentacleThatErasesItselfIsDeactivatedOnceAndTheNextRuns) {
     EXPECT_EQ(log->live["Tentacle"], 1) << "the wave lets go of it";
 }
 
+TEST_F(Polyp, TentacleThatErasesTheNextOneKeepsOnlyThatFromRunning) {
+    for (const bool prepared : {false, true}) {
+        polyp->clear();
+        RecordingPtr next;
+        polyp->insertTentacle(0, TentaclePtr(new ActingTentacle(log, "self", [&] {
+                                  polyp->eraseTentacle(next);
+                                  next = {};
+                              })));
+        next = add(1, "next");
+        add(2, "last");
+        if (prepared) polyp->prepareWave();
+        EXPECT_EQ(polyp->wave(All), 2);
+        EXPECT_EQ(calls(), "activate self, activate last, deactivate last, deactivate self");
+        polyp->clear();
+        polyp->insertTentacle(
+            0, TentaclePtr(new ActingTentacle(log, "self", [&] { polyp->eraseTentacle(next); })));
+        next = add(1, "next");
+        if (prepared) polyp->prepareWave();
+        EXPECT_EQ(polyp->wave(All), 1) << "it was the last one";
+        EXPECT_EQ(calls(), "activate self, deactivate self");
+    }
+}
+
+TEST_F(Polyp, TentacleThatClearsThePolypIsTheLastToRun) {
+    for (const bool prepared : {false, true}) {
+        add(0, "a");
+        polyp->insertTentacle(
+            1, TentaclePtr(new ActingTentacle(log, "clearing", [&] { polyp->clear(); })));
+        add(2, "c");
+        add(3, "d");
+        if (prepared) polyp->prepareWave();
+        EXPECT_EQ(polyp->wave(All), 2);
+        EXPECT_EQ(calls(), "activate a, activate clearing, deactivate clearing, deactivate a");
+        EXPECT_TRUE(polyp->empty());
+        EXPECT_EQ(log->live["Tentacle"], 0);
+    }
+}
+
+TEST_F(Polyp, ErasingInAWaveWithinAWaveHoldsForBoth) {
+    RecordingPtr b;
+    add(0, "a");
+    polyp->insertTentacle(1, TentaclePtr(new ActingTentacle(log, "twice", [&] {
+                              polyp->waveTentacles(polyp->get_range(2, 2).first, All);
+                          })));
+    polyp->insertTentacle(2, TentaclePtr(new ActingTentacle(log, "eraser", [&] {
+                              polyp->eraseTentacle(
+                                  TentaclePtr(polyp->get_range(2, 2).first->second));
+                              polyp->eraseTentacle(b);
+                          })));
+    b = add(3, "b");
+    add(4, "c");
+    EXPECT_EQ(polyp->wave(All), 3);
+    EXPECT_EQ(calls(), "activate a, activate twice, activate eraser, activate c, deactivate c, "
+                       "deactivate eraser, activate c, deactivate c, deactivate twice, "
+                       "deactivate a");
+    EXPECT_EQ(polyp->wave(All), 3) << "the next wave knows of no other";
+}
+
+TEST_F(Polyp, WaveThatThrewLeavesNoTrace) {
+    const RecordingPtr a = add(0, "a");
+    log->throwing = {"activate Tentacle a"};
+    EXPECT_THROW(polyp->wave(All), RenderException);
+    EXPECT_TRUE(polyp->eraseTentacle(a));
+    polyp->clear();
+    EXPECT_EQ(polyp->wave(All), 0);
+}
+
 TEST_F(Polyp, TentacleWavesTheRestOfItsPolypItself) {
     polyp->insertTentacle(0, TentaclePtr(new ActingTentacle(log, "twice", [&] {
                               EXPECT_EQ(polyp->waveTentacles(polyp->get_range(1, 1).first, All), 2);
