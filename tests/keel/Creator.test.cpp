@@ -1,6 +1,8 @@
 #include <keel/Cache.hpp>
 #include <keel/Creator.hpp>
 
+#include "../Polypia/virtualSlot.hpp"
+
 #include <gtest/gtest.h>
 
 using Keel::Cache;
@@ -36,6 +38,18 @@ class CreatorTest : public testing::Test {
 protected:
     StrongPtr<Cache> cache = Keel::make<Cache>(1000u, "test");
 };
+
+TEST_F(CreatorTest, HasItsVirtualOperationsInOrder) {
+    using Base = Keel::CreatorBase<Toy>;
+    // The hook and two destructors are ahead of them.
+    EXPECT_EQ((std::vector{virtualSlot(&Keel::Creature::forget), virtualSlot(&Keel::Creature::get),
+                           virtualSlot(&Keel::Creature::hasData), virtualSlot(&Base::producerValue),
+                           virtualSlot(&Base::discardCreation), virtualSlot(&Base::producerCost),
+                           virtualSlot(&Base::producerName), virtualSlot(&Base::producerAssign),
+                           virtualSlot(&Base::getDataType), virtualSlot(&Base::create),
+                           virtualSlot(&Base::getPolyp), virtualSlot(&Base::releasePolyp)}),
+              slotsFrom(3, 12));
+}
 
 TEST_F(CreatorTest, StartsEmptyAndOlderThanEverything) {
     const auto maker = Keel::make<Forgetter>(cache);

@@ -1,5 +1,7 @@
 #include <keel/Interface.hpp>
 
+#include "../Polypia/virtualSlot.hpp"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -46,6 +48,15 @@ class IntercubeTest : public testing::Test {
 protected:
     Intercube cube;
 };
+
+TEST(InterfaceTest, HasItsVirtualOperationsInOrder) {
+    // The hook and two destructors are ahead of them.
+    EXPECT_EQ(virtualSlot(&Keel::Countable::beforeLastRelease), 0u);
+    EXPECT_EQ(
+        (std::vector{virtualSlot(&InterfaceBase::type), virtualSlot(&InterfaceBase::apply_const),
+                     virtualSlot(&InterfaceBase::apply)}),
+        slotsFrom(3, 3));
+}
 
 TEST_F(IntercubeTest, UnknownTypeGivesEmptyPointer) {
     EXPECT_FALSE(cube.findInterface(typeid(Caption)));
