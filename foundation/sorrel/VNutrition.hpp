@@ -4,6 +4,7 @@
 #include <sorrel/fwd.hpp>
 
 #include <keel/LoaderProgress.hpp>
+#include <keel/StrongPtr.hpp>
 
 #include <functional>
 #include <set>

@@ -6,12 +6,14 @@
 #include <Polypia/NamedRenderExceptions.hpp>
 #include <Polypia/PixelBuffer.hpp>
 #include <Polypia/Polyp.hpp>
+#include <Polypia/PolypNutrition.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/RenderNamespace.hpp>
 #include <Polypia/RenderParameter.hpp>
 #include <Polypia/RenderTentacles.hpp>
 #include <Polypia/Seagrass.hpp>
+#include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/fwd.hpp>

@@ -27,6 +27,11 @@ class POLYPIA_EXPORT RenderBasin::RenderParameter
     : public Polyp::SpecializedTentacle<Polyp::ParameterKey> {
 public:
     using Updater = RenderBasin::Updater;
+    /// Updaters that follow a slot; see SlotUpdater.hpp.
+    template<class T, class F>
+    class TypedUpdater;
+    template<class T, class R, class F>
+    class FunctionalUpdaterWithContext;
 
     RenderParameter();
     ~RenderParameter() override;
