@@ -4,6 +4,8 @@
 #include <Polypia/Interactor.hpp>
 #include <Polypia/MapMemory.hpp>
 #include <Polypia/NamedRenderExceptions.hpp>
+#include <Polypia/ObjectSelection.hpp>
+#include <Polypia/OfflineRenderResult.hpp>
 #include <Polypia/PixelBuffer.hpp>
 #include <Polypia/Polyp.hpp>
 #include <Polypia/PolypNutrition.hpp>
@@ -16,4 +18,6 @@
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/UniformBuffer.hpp>
+#include <Polypia/VRenderInterruptor.hpp>
+#include <Polypia/VRenderPrecision.hpp>
 #include <Polypia/fwd.hpp>

@@ -1,8 +1,9 @@
 #pragma once
-// Forward declarations of Polypia; stands on those of keel and rookery.
+// Forward declarations of Polypia; stands on those of the foundation.
 
 #include <keel/fwd.hpp>
 #include <rookery/fwd.hpp>
+#include <sorrel/fwd.hpp>
 
 #include <cstdint>
 
@@ -11,6 +12,8 @@ namespace Mirk {
 class Interactor;
 class MapMemory;
 class NamedRenderExceptions;
+class ObjectSelection;
+class OfflineRenderResult;
 class PixelBuffer;
 class Polyp;
 class RenderBasin;
@@ -23,6 +26,8 @@ class UniformBuffer;
 class UniformBufferRegistry;
 class VRenderContext;
 class VRenderContextBasin;
+class VRenderInterruptor;
+class VRenderPrecision;
 struct ViewportGeometry;
 
 /// Selects the tentacles that take part in a wave; see Polyp::wave.
@@ -57,4 +62,12 @@ struct Keel::RootOf<Mirk::TextureBase> {
 template<>
 struct Keel::RootOf<Mirk::TextureCreator> {
     using type = Keel::Creature;
+};
+template<>
+struct Keel::RootOf<Mirk::VRenderInterruptor> {
+    using type = Mirk::VRenderInterruptor;
+};
+template<>
+struct Keel::RootOf<Mirk::VRenderPrecision> {
+    using type = Mirk::VRenderPrecision;
 };

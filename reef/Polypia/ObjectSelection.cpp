@@ -1,0 +1,98 @@
+#include <Polypia/ObjectSelection.hpp>
+
+#include <sorrel/VObject.hpp>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace Mirk {
+
+ObjectSelection::ObjectSelection() noexcept = default;
+ObjectSelection::~ObjectSelection() = default;
+
+ObjectSelection::ObjectSelection(const ObjectSelection& source) noexcept
+    : _objects(std::const_pointer_cast<Objects>(source.snapshot())), _isShared(true) {}
+
+ObjectSelection::ObjectSelection(const ObjectSelection& source, int first, int last,
+                                 const Filter& filter) {
+    auto selected = std::make_shared<Objects>();
+    source.iterate(first, last, [&](int layer, const WeakObject& object) {
+        if (object && filter(object)) selected->emplace_hint(selected->end(), layer, object);
+        return true;
+    });
+    _objects = std::move(selected);
+}
+
+ObjectSelection& ObjectSelection::operator=(const ObjectSelection& source) noexcept {
+    if (this == &source) return *this;
+    // One lock after the other: two selections may be assigned to each other at the same time.
+    auto objects = std::const_pointer_cast<Objects>(source.snapshot());
+    const std::lock_guard lock(_lock);
+    _objects.swap(objects);
+    _isShared.store(true);
+    return *this;
+}
+
+void ObjectSelection::clear() noexcept {
+    std::shared_ptr<Objects> old;
+    const std::lock_guard lock(_lock);
+    _objects.swap(old);
+    _isShared.store(false);
+}
+
+std::size_t ObjectSelection::NumberOfObjects() const noexcept {
+    const std::shared_lock lock(_lock);
+    return _objects ? _objects->size() : 0;
+}
+
+void ObjectSelection::insert(int layer, const WeakObject& object) noexcept {
+    if (!object) return;
+    std::shared_ptr<Objects> old;
+    const std::lock_guard lock(_lock);
+    if (!_objects || _isShared.load()) {
+        old = _objects;
+        _objects = old ? std::make_shared<Objects>(*old) : std::make_shared<Objects>();
+        _isShared.store(false);
+    }
+    _objects->emplace(layer, object);
+}
+
+ObjectSelection ObjectSelection::copy() const noexcept {
+    return *this;
+}
+
+bool ObjectSelection::operator==(const ObjectSelection& other) const noexcept {
+    const Shared mine = snapshot();
+    const Shared others = other.snapshot();
+    if (mine == others) return true;
+    const std::size_t size = mine ? mine->size() : 0;
+    if (size != (others ? others->size() : 0)) return false;
+    return size == 0 || std::equal(mine->begin(), mine->end(), others->begin());
+}
+
+void ObjectSelection::iterate(const Visitor& visit) const {
+    const std::shared_lock lock(_lock);
+    if (!_objects) return;
+    for (const auto& [layer, object] : *_objects) {
+        if (!visit(layer, object)) return;
+    }
+}
+
+void ObjectSelection::iterate(int first, int last, const Visitor& visit) const {
+    if (first > last) return;
+    const std::shared_lock lock(_lock);
+    if (!_objects) return;
+    const auto end = _objects->upper_bound(last);
+    for (auto entry = _objects->lower_bound(first); entry != end; ++entry) {
+        if (!visit(entry->first, entry->second)) return;
+    }
+}
+
+ObjectSelection::Shared ObjectSelection::snapshot() const noexcept {
+    const std::shared_lock lock(_lock);
+    if (_objects) _isShared.store(true);
+    return _objects;
+}
+
+} // namespace Mirk
