@@ -8,6 +8,8 @@
 #include <Polypia/OfflineRenderResult.hpp>
 #include <Polypia/PixelBuffer.hpp>
 #include <Polypia/Polyp.hpp>
+#include <Polypia/PolypCreator.hpp>
+#include <Polypia/PolypCreatorKeeper.hpp>
 #include <Polypia/PolypNutrition.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>

@@ -16,6 +16,9 @@ class ObjectSelection;
 class OfflineRenderResult;
 class PixelBuffer;
 class Polyp;
+class PolypBasicCreator;
+class PolypCreatorBase;
+class PolypCreatorKeeper;
 class RenderBasin;
 class RenderException;
 class RenderNamespace;
@@ -28,7 +31,11 @@ class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
 class VRenderPrecision;
+struct PolypCreatorContext;
 struct ViewportGeometry;
+
+template<class Initializer>
+class PolypCreator;
 
 /// Selects the tentacles that take part in a wave; see Polyp::wave.
 using Activity_t = std::uint32_t;
@@ -50,6 +57,18 @@ struct Keel::RootOf<Mirk::PixelBuffer> {
 template<>
 struct Keel::RootOf<Mirk::Polyp> {
     using type = Keel::Cacheable;
+};
+template<>
+struct Keel::RootOf<Mirk::PolypBasicCreator> {
+    using type = Keel::Creature;
+};
+template<class Initializer>
+struct Keel::RootOf<Mirk::PolypCreator<Initializer>> {
+    using type = Keel::Creature;
+};
+template<>
+struct Keel::RootOf<Mirk::PolypCreatorBase> {
+    using type = Keel::Creature;
 };
 template<>
 struct Keel::RootOf<Mirk::Seagrass> {
