@@ -688,6 +688,37 @@ TEST_F(Seagrass, BelongsToTheThreadThatCleanedUpLast) {
     }
 }
 
+TEST_F(Seagrass, EndsWithThePolypOfACreatorWhoseDestructorIsUnderWay) {
+    class Pausing {
+    public:
+        Pausing(std::promise<void>& isDying, const std::shared_future<void>& hasEnded)
+            : _isDying(isDying), _hasEnded(hasEnded) {}
+        ~Pausing() {
+            _isDying.set_value();
+            _hasEnded.wait();
+        }
+
+    private:
+        std::promise<void>& _isDying;
+        const std::shared_future<void> _hasEnded;
+    };
+    std::promise<void> isDying, hasEnded;
+    auto creator = Keel::make<Mirk::PolypCreator<Pausing>>(*seagrass, PolypPtr(), isDying,
+                                                           hasEnded.get_future().share());
+    creator->recreate([this](Polyp& polyp) {
+        return polyp.insertTentacle(0, Polyp::TentaclePtr(new LivingTentacle(lives, 1)));
+    });
+    std::thread other([&] { creator = {}; });
+    isDying.get_future().wait();
+    const WeakPtr<Mirk::Seagrass> remains(seagrass);
+    seagrass = {};
+    EXPECT_TRUE(Mirk::Seagrass::drain(remains));
+    EXPECT_EQ(lives.alive, 0);
+    hasEnded.set_value();
+    other.join();
+    EXPECT_EQ(lives.astray, 0);
+}
+
 TEST_F(Seagrass, EndsWhileOtherThreadsLetGoOfItsCreators) {
     testing::internal::CaptureStderr();
     for (int round = 0; round < 100; ++round) {
