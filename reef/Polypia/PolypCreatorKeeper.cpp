@@ -1,5 +1,6 @@
 #include <Polypia/PolypCreatorKeeper.hpp>
 
+#include <iterator>
 #include <mutex>
 
 namespace Mirk {
@@ -25,6 +26,10 @@ PolypCreatorKeeper::CreatorPtr PolypCreatorKeeper::operator()(const Seagrass& se
 
 /// Moves the entries of caches that have gone. The caller holds the lock.
 void PolypCreatorKeeper::takeDead(Creators& dead) {
+    // Asked ahead of the sweep: an end in the middle of it is for the next one.
+    const std::uint64_t ends = Seagrass::numberOfEnds();
+    if (ends == _endsSeen) return;
+    _endsSeen = ends;
     for (auto entry = creators.begin(); entry != creators.end();) {
         const auto next = std::next(entry);
         if (!entry->first) dead.insert(creators.extract(entry));

@@ -3,6 +3,7 @@
 
 #include <Polypia/PolypCreator.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <shared_mutex>
@@ -41,6 +42,7 @@ private:
     // The order of the fields is part of the interface.
     std::shared_mutex lock;
     Creators creators;
+    std::uint64_t _endsSeen = 0; // Seagrass::numberOfEnds() at the last sweep
 };
 
 } // namespace Mirk

@@ -22,6 +22,8 @@ std::uint64_t threadNumber() noexcept {
     return number;
 }
 
+std::atomic<std::uint64_t> seagrassEnds{0};
+
 /// Calls `visit(const Polyp&)` for each live polyp of a cache.
 template<class Visit>
 void forEachPolyp(const Keel::Cache& cache, const Visit& visit) {
@@ -130,6 +132,7 @@ Seagrass::Seagrass(unsigned long long maxCost, const std::string& name)
       _renderThread(threadNumber()) {}
 
 Seagrass::~Seagrass() {
+    ++seagrassEnds;
     // Tasks may use what is about to end.
     endThreads();
     const Cleaning cleaning(*this);
@@ -163,6 +166,10 @@ bool Seagrass::drain(const Keel::WeakPtr<Seagrass>& seagrass) {
         alive->cleanup();
     }
     return !seagrass;
+}
+
+std::uint64_t Seagrass::numberOfEnds() noexcept {
+    return seagrassEnds;
 }
 
 void Seagrass::queue(const RenderFunction& function) {

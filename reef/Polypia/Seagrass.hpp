@@ -65,6 +65,9 @@ public:
 
     // For any thread.
 
+    /// How many have ended so far in this process: as long as that stays, none has died.
+    static std::uint64_t numberOfEnds() noexcept;
+
     /// Queues a function for the render thread; first in, first out for each thread that queues.
     void queue(const RenderFunction& function);
     bool hasQueue() const;
