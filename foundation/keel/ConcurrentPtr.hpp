@@ -10,7 +10,7 @@ namespace Keel {
 /// Holds a pointer of class P behind a lock of its own. `CountEqual` tells whether writing a
 /// pointer to the object that is held already counts as a change.
 template<class P, bool CountEqual>
-class ConcurrentPtr {
+class KEEL_EXPORT ConcurrentPtr {
 public:
     ConcurrentPtr() = default;
     ConcurrentPtr(const P& pointer) : _pointer(pointer) {}
