@@ -3,6 +3,7 @@
 
 #include <sorrel/VValueBase.hpp>
 #include <sorrel/VValueTrait.hpp>
+#include <sorrel/valueTraits.hpp>
 
 #include <atomic>
 #include <mutex>

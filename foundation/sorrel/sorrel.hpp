@@ -23,3 +23,4 @@
 #include <sorrel/Vprintf.hpp>
 #include <sorrel/fwd.hpp>
 #include <sorrel/textForm.hpp>
+#include <sorrel/valueTraits.hpp>

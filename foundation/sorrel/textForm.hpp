@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 #include <concepts>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -48,5 +49,30 @@ requires(std::integral<Number> ||
 /// The words of a text, which are parted by white space, by a comma, or by both. False, and `words`
 /// is unchanged, if a comma has no word on one of its sides.
 SORREL_EXPORT bool splitWords(std::string_view text, std::vector<std::string_view>& words);
+
+/// The numbers, parted by one blank.
+template<class Number, std::size_t N>
+std::string numbersText(const std::array<Number, N>& numbers) {
+    std::string text;
+    for (const Number number : numbers) {
+        if (!text.empty()) text += ' ';
+        text += numberText(number);
+    }
+    return text;
+}
+
+/// Reads a text of exactly N numbers, parted as splitWords() says. False if it is none; `numbers`
+/// are unchanged then.
+template<class Number, std::size_t N>
+bool readNumbers(std::array<Number, N>& numbers, std::string_view text) {
+    std::vector<std::string_view> words;
+    if (!splitWords(text, words) || words.size() != N) return false;
+    std::array<Number, N> read{};
+    for (std::size_t i = 0; i < N; ++i) {
+        if (!readNumber(read[i], words[i])) return false;
+    }
+    numbers = read;
+    return true;
+}
 
 } // namespace Mirk
