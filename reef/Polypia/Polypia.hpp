@@ -20,6 +20,8 @@
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/UniformBuffer.hpp>
+#include <Polypia/VCameraSet.hpp>
 #include <Polypia/VRenderInterruptor.hpp>
 #include <Polypia/VRenderPrecision.hpp>
+#include <Polypia/View.hpp>
 #include <Polypia/fwd.hpp>

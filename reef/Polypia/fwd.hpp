@@ -1,6 +1,7 @@
 #pragma once
 // Forward declarations of Polypia; stands on those of the foundation.
 
+#include <fennel/fwd.hpp>
 #include <keel/fwd.hpp>
 #include <rookery/fwd.hpp>
 #include <sorrel/fwd.hpp>
@@ -15,10 +16,12 @@ class NamedRenderExceptions;
 class ObjectSelection;
 class OfflineRenderResult;
 class PixelBuffer;
+class PixelZoom;
 class Polyp;
 class PolypBasicCreator;
 class PolypCreatorBase;
 class PolypCreatorKeeper;
+class ProjectionParameters;
 class RenderBasin;
 class RenderException;
 class RenderNamespace;
@@ -27,10 +30,12 @@ class TextureBase;
 class TextureCreator;
 class UniformBuffer;
 class UniformBufferRegistry;
+class VCameraSet;
 class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
 class VRenderPrecision;
+class View;
 struct PolypCreatorContext;
 struct ViewportGeometry;
 
@@ -81,6 +86,10 @@ struct Keel::RootOf<Mirk::TextureBase> {
 template<>
 struct Keel::RootOf<Mirk::TextureCreator> {
     using type = Keel::Creature;
+};
+template<>
+struct Keel::RootOf<Mirk::VCameraSet> {
+    using type = Mirk::VCameraSet;
 };
 template<>
 struct Keel::RootOf<Mirk::VRenderInterruptor> {
