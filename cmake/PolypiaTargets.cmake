@@ -61,7 +61,11 @@ function(polypia_add_library name)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     OUTPUT_NAME $<IF:$<STREQUAL:${name},Polypia>,Polypia,Polypia-${name}>
     POLYPIA_HEADERS "${arg_HEADERS}")
-  target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+  target_link_options(${name} PRIVATE -Wl,--as-needed)
+  # Clang puts its sanitizers into the program alone, where the libraries find them when it runs.
+  if(NOT (POLYPIA_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
   target_include_directories(${name} PUBLIC
     $<BUILD_INTERFACE:${include_dir}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -69,10 +69,11 @@ private:
     T _value;
 };
 
-/// A type that the processor reads and writes in one piece needs no lock.
+/// A type that the processor reads and writes in one piece needs no lock. Of one that is aligned by
+/// its parts, such as two floats, not all compilers know that.
 template<class T>
-concept AtomicValue = std::is_trivially_copyable_v<T> &&
-    (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
+concept AtomicValue = std::is_trivially_copyable_v<T> && alignof(T) == sizeof(T) &&
+                      (sizeof(T) == 1 || sizeof(T) == 2 || sizeof(T) == 4 || sizeof(T) == 8);
 
 template<AtomicValue T>
 class ValueStorage<T> {

@@ -78,11 +78,10 @@ struct NumbersOf<Skua::PhysicalSpace::AABB> {
     using type = double;
 };
 
+/// A type of which NumbersOf says that.
 template<class T>
-concept RowOfNumbers = requires {
-    typename NumbersOf<T>::type;
-}
-&&std::is_trivially_copyable_v<T> && sizeof(T) % sizeof(typename NumbersOf<T>::type) == 0;
+concept RowOfNumbers = std::is_trivially_copyable_v<T> &&
+    (sizeof(T) % sizeof(typename NumbersOf<T>::type) == 0);
 
 /// How many numbers a value consists of.
 template<RowOfNumbers T>
