@@ -1,6 +1,8 @@
 #pragma once
 // All of libsorrel in one include.
 
+#include <sorrel/GraphFile.hpp>
+#include <sorrel/Module.hpp>
 #include <sorrel/TypedSlot.hpp>
 #include <sorrel/TypedSlotCreator.hpp>
 #include <sorrel/VActionNotifier.hpp>

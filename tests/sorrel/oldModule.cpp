@@ -1,0 +1,5 @@
+// A module of another time.
+
+extern "C" __attribute__((visibility("default"))) int polypiaModuleInterface() {
+    return 0;
+}
