@@ -20,9 +20,12 @@ namespace {
 /// so that it can still be read then.
 constinit std::atomic<bool> creatorsAreGone{false};
 
-struct TypeTables {
-    ~TypeTables() { creatorsAreGone.store(true); }
+struct EndOfTables {
+    ~EndOfTables() { creatorsAreGone.store(true); }
+};
 
+/// Never destroyed, as another thread may be reading at the end of the process.
+struct TypeTables {
     std::shared_mutex mutex; // leaf
     std::unordered_map<std::type_index, Keel::WeakPtr<TypedSlotCreator>> slots;
     std::map<std::string, Keel::WeakPtr<VValueCreator>> values;
@@ -30,7 +33,8 @@ struct TypeTables {
 };
 
 TypeTables& tables() {
-    static TypeTables instance;
+    static TypeTables& instance = *new TypeTables;
+    static const EndOfTables end;
     return instance;
 }
 

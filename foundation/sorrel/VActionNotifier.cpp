@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <unordered_set>
 #include <utility>
 
 namespace Mirk {
@@ -38,24 +39,34 @@ std::vector<Keel::StrongPtr<VActionNotifier>> liveListeners() {
     return live;
 }
 
-/// Detaches every input of any object that is connected to an output of `source`.
+/// Detaches every input of any object that is connected to an output of some objects.
 class ConsumerDetacher : public VManagedObjectIterator {
 public:
-    explicit ConsumerDetacher(const VObjectPtr& source) : _source(source) {}
+    explicit ConsumerDetacher(const std::vector<VObjectPtr>& sources)
+        : _sources(sources.begin(), sources.end()) {}
 
     bool apply(const VManagedObjectPtr& object) override {
         const VObjectPtr consumer(object);
         if (!consumer) return true;
-        for (const VSlotPtr& input : *consumer->inputTable()) {
+        const VSlotContainer::InputTable inputs = consumer->inputTable();
+        for (const VSlot* const input : *inputs) {
             const VParameterPtr parameter = input->parameter();
-            if (parameter && parameter->source() == _source) consumer->detach(input);
+            if (!parameter || !parameter->hasSource()) continue;
+            const VObjectPtr source(parameter->source());
+            if (source && _sources.contains(source)) consumer->detach(VSlotPtr(*input));
         }
         return true;
     }
 
 private:
-    const VObjectPtr& _source;
+    const std::unordered_set<VObjectPtr> _sources;
 };
+
+void disconnect(const std::vector<VObjectPtr>& objects) {
+    for (const VObjectPtr& object : objects) object->detachAll();
+    ConsumerDetacher detacher(objects);
+    VManagedObject::traverse(typeid(VObject), detacher);
+}
 
 } // namespace
 
@@ -105,18 +116,21 @@ bool VActionNotifier::remove(const VObjectPtr& object) {
         held = std::move(*found);
         objects.erase(found);
     }
-    held->detachAll();
-    ConsumerDetacher detacher(held);
-    VManagedObject::traverse(typeid(VObject), detacher);
+    disconnect({held});
     for (const auto& listener : liveListeners()) listener->objectRemoved(held);
     return true;
 }
 
 void VActionNotifier::clear() {
-    std::vector<VObjectPtr> held = objects();
-    while (!held.empty()) {
-        remove(held.back());
-        held.pop_back();
+    std::vector<VObjectPtr> held;
+    {
+        const std::lock_guard lock(theShell().mutex);
+        held.swap(theShell().objects);
+    }
+    disconnect(held);
+    const auto listeners = liveListeners();
+    for (; !held.empty(); held.pop_back()) {
+        for (const auto& listener : listeners) listener->objectRemoved(held.back());
     }
 }
 

@@ -32,8 +32,9 @@ int VConnectable::attachUniqueObject(
 VSlotPtr VConnectable::CreatedFilteredConnection(const VParameterPtr& parameter) const {
     const auto* const container = dynamic_cast<const VSlotContainer*>(this);
     if (container == nullptr || !parameter) return {};
-    for (const VSlotPtr& input : *container->inputTable()) {
-        if (input->isConnected() && input->parameter() == parameter) return input;
+    const VSlotContainer::InputTable inputs = container->inputTable();
+    for (const VSlot* const input : *inputs) {
+        if (input->isConnected() && input->parameter() == parameter) return VSlotPtr(*input);
     }
     return {};
 }

@@ -112,13 +112,18 @@ VObjectPtr VCreatorBase::make(const std::string& objectName, const PreferencesPt
     } catch (const std::exception& exception) {
         VActionNotifier::Warning("Could not create \"" + objectName + "\" by \"" + _name +
                                  "\": " + exception.what());
+    } catch (...) {
+        VActionNotifier::Warning("Could not create \"" + objectName + "\" by \"" + _name +
+                                 "\": it threw something that is no exception");
     }
     return {};
 }
 
 VInputCreatorBase::VInputCreatorBase(const std::string& creatorName, int rank,
                                      const PreferencesPtr& preferences, const char* apiVersion)
-    : VCreatorBase(creatorName, {}, preferences), _rank(rank), _apiVersion(apiVersion) {}
+    : VCreatorBase(creatorName, {}, preferences),
+      _rank(rank),
+      _apiVersion(apiVersion != nullptr ? apiVersion : "") {}
 
 VInputCreatorBase::~VInputCreatorBase() = default;
 

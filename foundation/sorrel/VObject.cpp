@@ -18,6 +18,12 @@ VObject::VObject(const std::string& objectName, int p, const PreferencesPtr& pre
 
 VObject::~VObject() = default;
 
+void VObject::beforeLastRelease() {}
+
+void VObject::published() {
+    VSlotContainer::published();
+}
+
 void VObject::request(VRequest& request, double precision, const Keel::WeakPtr<VManagedObjectBase>&,
                       const Keel::WeakPtr<VManagedObjectBase>&) {
     request.process(*this, precision);
@@ -28,7 +34,7 @@ bool VObject::update(VRequest&, double) {
 }
 
 bool VObject::must_update(const VRequest& request, double) const {
-    const Keel::Ageable::Age last = lastUpdate(request.pool);
+    const Keel::Ageable::Age last = lastUpdate(request.pool).age;
     return last == Keel::Ageable::Ooooold || connectionAge() > last ||
            hasYoungerInput(request.pool, last);
 }
@@ -84,7 +90,8 @@ VObject::iterateParents(const std::function<bool(const VObjectPtr&, const VSlot&
     std::size_t visited = 0;
     std::vector<VObjectPtr> level;
     const auto visitParents = [&](const VObject& child, std::vector<VObjectPtr>& parents) {
-        for (const VSlotPtr& input : *child.inputTable()) {
+        const InputTable inputs = child.inputTable();
+        for (const VSlot* const input : *inputs) {
             const VParameterPtr parameter = input->parameter();
             const auto source = parameter ? parameter->sourceContainer()
                                           : Keel::StrongPtr<VSlotContainer, VManagedObjectBase>();
@@ -111,7 +118,7 @@ VObject::iterateParents(const std::function<bool(const VObjectPtr&, const VSlot&
 
 VObjectPtr VObject::findUniqueOutputObject(const std::type_info& type,
                                            const PreferencesPtr& preferences, bool create,
-                                           const VObject* except) {
+                                           const VObject* except) const {
     const UniqueOutput unique = findUniqueOutput(type, preferences, except);
     if (unique.code == NoObject && create) return createForInput(type, preferences);
     return unique.object;
@@ -147,44 +154,55 @@ void VObject::setCreatorName(const std::string& creator) {
     _creatorName = creator;
 }
 
+/// The record of a pool, or null; _recordLock is held. A null pool has one too, that of the global
+/// values.
+const VObject::UpdateRecord* VObject::findRecord(const ValuePoolPtr& pool) const {
+    if (_latestUpdate.pool == pool) return &_latestUpdate;
+    const auto found = std::find_if(_earlierUpdates.begin(), _earlierUpdates.end(),
+                                    [&](const auto& record) { return record.pool == pool; });
+    return found != _earlierUpdates.end() ? &*found : nullptr;
+}
+
 bool VObject::hasFailed(const ValuePoolPtr& pool) const {
-    const std::lock_guard lock(_recordLock);
-    return std::any_of(_updates.begin(), _updates.end(), [&](const UpdateRecord& record) {
-        return record.pool == pool && record.failed;
-    });
+    return lastUpdate(pool).failed;
 }
 
 std::string VObject::failureReason(const ValuePoolPtr& pool) const {
     const std::lock_guard lock(_recordLock);
-    for (const UpdateRecord& record : _updates) {
-        if (record.pool == pool && record.failed) return record.reason;
-    }
-    return {};
+    const UpdateRecord* const record = findRecord(pool);
+    return record != nullptr ? record->reason : std::string();
 }
 
-Keel::Ageable::Age VObject::lastUpdate(const ValuePoolPtr& pool) const {
+VObject::LastUpdate VObject::lastUpdate(const ValuePoolPtr& pool) const {
     const std::lock_guard lock(_recordLock);
-    for (const UpdateRecord& record : _updates) {
-        if (record.pool == pool) return record.age;
-    }
-    return Keel::Ageable::Ooooold;
+    const UpdateRecord* const record = findRecord(pool);
+    return record != nullptr ? LastUpdate{record->age, record->failed} : LastUpdate{};
 }
 
 void VObject::recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, bool failed,
                            const std::string& reason) {
+    UpdateRecord record{Keel::WeakPtr<ValuePool>(pool), age, failed, reason};
     const std::lock_guard lock(_recordLock);
-    // A null pool has a record of its own, that of the global values.
-    std::erase_if(_updates, [&](const UpdateRecord& record) {
-        return record.pool == pool || (record.pool.controlBlock() != nullptr && !record.pool);
+    std::swap(_latestUpdate, record);
+    std::erase_if(_earlierUpdates, [&](const UpdateRecord& earlier) {
+        const bool poolIsDead = earlier.pool.controlBlock() != nullptr && !earlier.pool;
+        return poolIsDead || earlier.pool == pool;
     });
-    _updates.push_back({Keel::WeakPtr<ValuePool>(pool), age, failed, reason});
+    if (record.pool == pool || record.age == Keel::Ageable::Ooooold) return;
+    _earlierUpdates.push_back(std::move(record));
 }
 
 bool VObject::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
+    constexpr std::size_t Ahead = 8;
     const InputTable table = inputTable();
-    return std::any_of(table->begin(), table->end(), [&](const VSlotPtr& input) {
-        return !ignoreInput(input) && input->age(pool) > age;
-    });
+    const std::vector<VSlot*>& inputs = *table;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        // The slots of an object with thousands of inputs lie anywhere.
+        if (i + Ahead < inputs.size()) __builtin_prefetch(inputs[i + Ahead]);
+        if (i + Ahead / 2 < inputs.size()) inputs[i + Ahead / 2]->prefetch();
+        if (!inputs[i]->isIgnored() && inputs[i]->age(pool) > age) return true;
+    }
+    return false;
 }
 
 } // namespace Mirk

@@ -45,6 +45,10 @@ public:
 
     // The order of the virtual operations is part of the interface.
 
+    /// Hook ahead of the end, see Keel::Countable. Does nothing.
+    void beforeLastRelease() override;
+    /// The object is complete: whoever reads its outputs is due.
+    void published() override;
     /// Brings this object up to date. `requester` is the object that asks and `origin` the one that
     /// began; both may be empty. By default request.process(*this, precision).
     virtual void request(VRequest& request, double precision,
@@ -93,9 +97,8 @@ public:
     /// The one object with an output of a type. If there are several, those whose preferences fit
     /// `preferences` best are meant; if there is none and `create` is true, a creator of such
     /// inputs makes one. Null if there is no single one. `except` is left out; it may be null.
-    static VObjectPtr findUniqueOutputObject(const std::type_info& type,
-                                             const PreferencesPtr& preferences, bool create,
-                                             const VObject* except);
+    VObjectPtr findUniqueOutputObject(const std::type_info& type, const PreferencesPtr& preferences,
+                                      bool create, const VObject* except) const;
     /// Makes an object and connects one of its outputs to an input of this object. `creatorName` is
     /// the name of the creator, optionally followed by the byte 0x1E and the name for the new
     /// object; without that the new object has the creator's name. The object is announced to the
@@ -116,12 +119,12 @@ public:
 
     VObject* asObject() noexcept override { return this; }
     void inputConnected(const VSlot& input, const VParameterPtr& output) override;
-    void published() override { VSlotContainer::published(); }
 
     /// Whether the object takes part in anything; the user interface switches it off.
     std::atomic<bool> active{true};
 
 private:
+    friend class RequestPlan;
     friend class VRequest;
 
     /// How the last update in a pool went.
@@ -132,7 +135,13 @@ private:
         std::string reason;
     };
 
-    Keel::Ageable::Age lastUpdate(const ValuePoolPtr& pool) const;
+    struct LastUpdate {
+        Keel::Ageable::Age age = Keel::Ageable::Ooooold;
+        bool failed = false;
+    };
+
+    const UpdateRecord* findRecord(const ValuePoolPtr& pool) const;
+    LastUpdate lastUpdate(const ValuePoolPtr& pool) const;
     void recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, bool failed,
                       const std::string& reason);
     bool hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const;
@@ -140,7 +149,8 @@ private:
     const PreferencesPtr _preferences;
     std::atomic<bool> _processesRequests{false};
     mutable Keel::SpinLock _recordLock; // leaf: guards what is below
-    std::vector<UpdateRecord> _updates;
+    UpdateRecord _latestUpdate;
+    std::vector<UpdateRecord> _earlierUpdates; // in other pools
     std::string _creatorName;
 };
 

@@ -2,6 +2,8 @@
 
 #include <sorrel/VSlotContainer.hpp>
 
+#include <sorrel/connectionChanges.hpp>
+
 #include <algorithm>
 #include <utility>
 
@@ -94,15 +96,19 @@ void ValueNotifierList::notify(const VValuePtr& value, const ValuePoolPtr& pool,
                                const ValueNotifierList* exceptList) const {
     // Most outputs of a frame have no watcher.
     if (_notifierCount.load() == 0) return;
-    std::vector<Keel::WeakPtr<ValueNotifier>> watchers;
-    {
-        const std::lock_guard lock(_notifierMutex);
-        watchers = _notifiers;
-    }
-    for (const Keel::WeakPtr<ValueNotifier>& watcher : watchers) {
-        if (watcher == except || (exceptList != nullptr && exceptList->watches(watcher))) continue;
+    std::vector<Keel::WeakPtr<ValueNotifier>> excepted;
+    if (exceptList != nullptr) excepted = exceptList->copyNotifiers();
+    std::sort(excepted.begin(), excepted.end());
+    for (const Keel::WeakPtr<ValueNotifier>& watcher : copyNotifiers()) {
+        if (watcher == except) continue;
+        if (std::binary_search(excepted.begin(), excepted.end(), watcher)) continue;
         if (const Keel::StrongPtr<ValueNotifier> live{watcher}) live->touched(*this, value, pool);
     }
+}
+
+std::vector<Keel::WeakPtr<ValueNotifier>> ValueNotifierList::copyNotifiers() const {
+    const std::lock_guard lock(_notifierMutex);
+    return _notifiers;
 }
 
 VValuePtr ValueMap::getValue(const std::string& name) const {
@@ -134,7 +140,10 @@ std::vector<std::string> ValueMap::names() const {
 VParameter::VParameter(
     const VValuePtr& value, const std::string& name,
     const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase>& preferences)
-    : _value(value), _name(name), _preferences(preferences) {}
+    : _valueAge(value ? &value->ageable() : nullptr),
+      _value(value),
+      _name(name),
+      _preferences(preferences) {}
 
 VParameter::~VParameter() {
     for (const ValuePoolPtr& pool : shadows()) pool->removeValues(*this);
@@ -156,7 +165,20 @@ VValuePtr VParameter::getLocalValue(const ValuePoolPtr& pool, const std::string&
     const VValuePtr origin = member.empty() ? _value : _value->component(member);
     if (!origin) return {};
     const Keel::WeakPtr<ValueNotifierList> self(*this);
-    return pool->createVariable(self, member, origin->clone());
+    value = pool->createVariable(self, member, origin->clone());
+    // A write to the origin since it was copied did not find this pool yet.
+    if (value && origin->ageable().isYoungerThan(value->ageable()) && value->assign(*origin)) {
+        value->ageable().rejuvenate();
+    }
+    return value;
+}
+
+Keel::Ageable::Age VParameter::age(const ValuePoolPtr& pool) const {
+    if (holdsLocalValues()) {
+        const VValuePtr local = getLocalValue(pool, std::string(), false);
+        if (local) return std::max(touchAge(), local->ageable().age());
+    }
+    return globalAge();
 }
 
 std::string VParameter::getValueAsText(const ValuePoolPtr& pool, const std::string& member,
@@ -190,12 +212,12 @@ void VParameter::notifyValueChange(const VValuePtr& value, const ValuePoolPtr& p
             setProperty(name, properties->getValue(name), except, exceptList);
         }
     }
-    const Keel::Ageable::Age age = value->ageable().rejuvenate();
-    if (member.empty() && value == _value && holdsLocalValues()) {
+    value->ageable().rejuvenate();
+    if (member.empty() && value == _value) {
         // Who sets the value for all means the pools that have a copy, too.
         for (const ValuePoolPtr& shadow : shadows()) {
             const VValuePtr copy = getLocalValue(shadow, std::string(), false);
-            if (copy && copy->assign(*value)) copy->ageable().setAge(age);
+            if (copy && copy->assign(*value)) copy->ageable().rejuvenate();
         }
     }
     // Whoever reads the whole value depends on its members.
@@ -213,9 +235,23 @@ void VParameter::setProperty(const std::string& name, const VValuePtr& value,
 }
 
 void VParameter::setSource(const Keel::WeakPtr<VSlotContainer, VManagedObjectBase>& source) {
-    const std::lock_guard lock(_ownerLock);
-    _source = source;
-    _hasSource.store(bool(source), std::memory_order_release);
+    {
+        const std::lock_guard lock(_ownerLock);
+        _source = source;
+        _hasSource.store(bool(source), std::memory_order_release);
+    }
+    ++connectionChanges;
+}
+
+bool VParameter::dropSource(const VSlotContainer& source) {
+    {
+        const std::lock_guard lock(_ownerLock);
+        if (_source.controlBlock() != &source.controlBlock()) return false;
+        _source = {};
+        _hasSource.store(false, std::memory_order_release);
+    }
+    ++connectionChanges;
+    return true;
 }
 
 VManagedObjectPtr VParameter::source() const {

@@ -8,6 +8,7 @@
 #include <keel/SpinLock.hpp>
 #include <keel/WeakPtr.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -44,6 +45,7 @@ public:
     void addNotifier(const Keel::WeakPtr<ValueNotifier>& watcher) const;
     void removeNotifier(const Keel::WeakPtr<ValueNotifier>& watcher) const;
     bool watches(const Keel::WeakPtr<ValueNotifier>& watcher) const;
+    /// How many watchers are alive.
     std::size_t numberOfNotifiers() const;
 
     /// Notes that there is a value in this pool, for the pool to be cleared at the parameter's end.
@@ -59,17 +61,21 @@ public:
 protected:
     /// Makes the parameter itself the youngest of all.
     void raiseTouchAge() const { _touchAge.store(Keel::Ageable::newAge()); }
-    /// Tells each watcher once, but for `except` and those that watch `exceptList` too.
+    /// Tells each watcher once, but for `except` and those that watch `exceptList` too. Those that
+    /// are added meanwhile are not told, those that are removed may be.
     void notify(const VValuePtr& value, const ValuePoolPtr& pool,
                 const Keel::WeakPtr<ValueNotifier>& except,
                 const ValueNotifierList* exceptList) const;
 
 private:
-    mutable std::atomic<Keel::Ageable::Age> _touchAge{Keel::Ageable::Ooooold};
+    std::vector<Keel::WeakPtr<ValueNotifier>> copyNotifiers() const;
+
     mutable std::mutex _notifierMutex; // leaf
     mutable std::vector<Keel::WeakPtr<ValueNotifier>> _notifiers;
     mutable std::atomic<std::size_t> _notifierCount{0};
     mutable std::vector<Keel::WeakPtr<ValuePool>> _shadows;
+    // Last, beside what requests look at in parameters.
+    mutable std::atomic<Keel::Ageable::Age> _touchAge{Keel::Ageable::Ooooold};
 };
 
 /// Values by name.
@@ -116,6 +122,17 @@ public:
     /// value, of the same age, is placed in the pool first. `member` names a part of the value, as
     /// VValueBase::component does; "" is the whole. Null for a dead pool.
     VValuePtr getLocalValue(const ValuePoolPtr& pool, const std::string& member, bool create) const;
+    /// Age of what getValue() gives in a pool, or of the parameter itself if that is younger. Makes
+    /// no local value: a copy of the global one would have its age.
+    Keel::Ageable::Age age(const ValuePoolPtr& pool) const;
+    /// Where what age() reads lies, for those who fetch it ahead.
+    const void* hotData() const noexcept { return &_valueAge; }
+    const void* hotAge() const noexcept { return _valueAge; }
+    /// The same as long as values aren't local.
+    Keel::Ageable::Age globalAge() const noexcept {
+        const Keel::Ageable::Age age = touchAge();
+        return _valueAge != nullptr ? std::max(age, _valueAge->age()) : age;
+    }
     /// What is read in a pool: the local value if values are local, else, or if there is none (a
     /// null pool), the global one.
     VValuePtr getValue(const ValuePoolPtr& pool) const {
@@ -156,6 +173,8 @@ public:
 
     /// The object that owns this output.
     void setSource(const Keel::WeakPtr<VSlotContainer, VManagedObjectBase>& source);
+    /// Has no source any more, if it is this one. False if it is another.
+    bool dropSource(const VSlotContainer& source);
     /// Null for an input's own parameter, or if the object has gone.
     VManagedObjectPtr source() const;
     Keel::StrongPtr<VSlotContainer, VManagedObjectBase> sourceContainer() const;
@@ -169,15 +188,17 @@ public:
     std::atomic<std::int32_t> order{0};
 
 private:
+    // What requests look at comes first, so that it lies together.
+    const Keel::Ageable* const _valueAge; // of _value; null without one
+    std::atomic<bool> _local{false};
+    std::atomic<bool> _hasSource{false};
+    mutable Keel::SpinLock _ownerLock; // leaf: guards _source and _creator
+    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> _source;
+    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> _creator;
     const VValuePtr _value;
     const std::string _name;
     const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase> _preferences;
-    std::atomic<bool> _local{false};
     mutable ValueMap _properties;
-    mutable Keel::SpinLock _ownerLock; // leaf
-    std::atomic<bool> _hasSource{false};
-    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> _source;
-    Keel::WeakPtr<VSlotContainer, VManagedObjectBase> _creator;
 };
 
 /// A parameter for values of type T.

@@ -1,7 +1,7 @@
 #include <sorrel/VRequest.hpp>
 
+#include <sorrel/RequestPlan.hpp>
 #include <sorrel/VActionNotifier.hpp>
-#include <sorrel/VObject.hpp>
 
 #include <keel/ThreadPool.hpp>
 #include <keel/VerboseStream.hpp>
@@ -10,6 +10,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace Mirk {
@@ -47,21 +48,57 @@ void callDone(const RequestThread::Done& done, const VRequest& request) {
     }
 }
 
-void serveNext() {
-    isRequestThread = true;
+/// Tells for its life that requests are served by this thread.
+struct Serving {
+    Serving() { isRequestThread = true; }
+    ~Serving() { isRequestThread = false; }
+};
+
+bool serveNext() {
+    const Serving serving;
     Posted posted;
     {
         Requests& requests = theRequests();
         const std::lock_guard lock(requests.mutex);
-        if (requests.waiting.empty()) return;
+        if (requests.waiting.empty()) return false;
         posted = std::move(requests.waiting.front());
         requests.waiting.pop_front();
     }
     VRequest request(posted.pool);
-    if (const VObjectPtr object{posted.object}) {
-        object->request(request, posted.precision, {}, Keel::WeakPtr<VManagedObjectBase>(object));
+    try {
+        if (const VObjectPtr object{posted.object}) {
+            object->request(request, posted.precision, {},
+                            Keel::WeakPtr<VManagedObjectBase>(object));
+        }
+    } catch (const std::exception& exception) {
+        Keel::VerboseStream("sorrel").print("in a request: %s", exception.what());
     }
     for (const RequestThread::Done& done : posted.done) callDone(done, request);
+    return true;
+}
+
+/// Serves what waits now, whatever comes meanwhile.
+void serveWaiting() {
+    std::size_t number = 0;
+    {
+        const std::lock_guard lock(theRequests().mutex);
+        number = theRequests().waiting.size();
+    }
+    for (; number > 0 && serveNext(); --number) {
+    }
+}
+
+/// Runs a part of an update: the reason of its failure, if it fails.
+template<class Part>
+std::optional<std::string> failureOf(const Part& part) {
+    try {
+        if (part()) return {};
+        return "its update returned false";
+    } catch (const std::exception& exception) {
+        return exception.what();
+    } catch (...) {
+        return "its update threw something that is no exception";
+    }
 }
 
 } // namespace
@@ -71,13 +108,14 @@ struct VRequest::Pending {
     VObjectPtr object;
     VSlotContainer::InputTable inputs;
     std::size_t next = 0;
+    bool failed = false;
+    std::vector<std::uint64_t> sources; // serial numbers of those that were found
 };
 
 VRequest::VRequest(const ValuePoolPtr& requestPool) : pool(requestPool) {}
 VRequest::~VRequest() = default;
 
-VRequest::Visit& VRequest::visitOf(const VObject& object) {
-    const std::uint64_t serial = object.serialNumber();
+VRequest::Visit& VRequest::visitOf(std::uint64_t serial) {
     const std::uint64_t page = serial / PageSize;
     if (page != _lastPage) {
         _page = &_visited[page];
@@ -86,66 +124,123 @@ VRequest::Visit& VRequest::visitOf(const VObject& object) {
     return (*_page)[serial % PageSize];
 }
 
-void VRequest::open(VObject& object, std::vector<Pending>& path) {
-    visitOf(object) = Visit::Waiting;
-    ++_visits;
-    path.push_back({VObjectPtr(object), object.inputTable(), 0});
-}
-
 bool VRequest::process(VObject& object, double precision) {
-    const std::size_t reportsBefore = _failures.size() + _cycles.size();
-    if (visitOf(object) == Visit::None) {
-        std::vector<Pending> path;
-        open(object, path);
-        while (!path.empty()) {
-            Pending& pending = path.back();
-            if (pending.next == pending.inputs->size()) {
-                bringUpToDate(*pending.object, precision);
-                visitOf(*pending.object) = Visit::Done;
-                path.pop_back();
-                continue;
-            }
-            const VSlotPtr& input = (*pending.inputs)[pending.next++];
-            if (pending.object->ignoreInput(input)) continue;
-            const VParameterPtr parameter = input->parameter();
-            if (!parameter || !parameter->hasSource()) continue;
-            const auto container = parameter->sourceContainer();
-            VObject* const source = container ? container->asObject() : nullptr;
-            if (source == nullptr || !source->isPublished()) continue;
-            const Visit visit = visitOf(*source);
-            if (visit == Visit::Waiting) reportCycle(path, *source);
-            if (visit == Visit::None) open(*source, path);
-        }
+    ++_calls;
+    const std::uint64_t serial = object.serialNumber();
+    if (visitOf(serial) == Visit::Waiting) {
+        reportCycle({}, object);
+        return false;
     }
-    return _failures.size() + _cycles.size() == reportsBefore && !object.hasFailed(pool);
+    if (visitOf(serial) == Visit::None && !followPlan(object, precision)) walk(object, precision);
+    return visitOf(serial) == Visit::Done;
 }
 
-void VRequest::bringUpToDate(VObject& object, double precision) {
-    if (!object.processesRequests() || !object.must_update(*this, precision)) return;
-    const Keel::Ageable::Age before = object.lastUpdate(pool);
+/// Returns whether the object has been reached. If not, the rest is left to a walk.
+bool VRequest::followPlan(const VObject& root, double precision) {
+    constexpr std::size_t Ahead = 6;
+    const RequestPlan::Ptr plan = RequestPlan::find(root);
+    if (!plan) return false;
+    for (std::size_t i = 0; i < plan->size(); ++i) {
+        plan->prefetch(i + Ahead);
+        const RequestPlan::Step& step = (*plan)[i];
+        const Visit before = visitOf(step.serial);
+        if (before == Visit::Waiting) return false;
+        if (before != Visit::None) continue;
+        const VObjectPtr object(step.object);
+        if (!object) return false;
+        visitOf(step.serial) = Visit::Waiting;
+        ++_visits;
+        const std::size_t updates = _updates;
+        const bool succeeded = bringUpToDate(*object, precision);
+        const bool sourceFailed = plan->anySource(
+            i, [this](std::uint64_t source) { return visitOf(source) == Visit::Failed; });
+        visitOf(step.serial) = succeeded && !sourceFailed ? Visit::Done : Visit::Failed;
+        // An update may connect something.
+        if (_updates != updates && !plan->isValid()) break;
+    }
+    return visitOf(root.serialNumber()) != Visit::None;
+}
+
+void VRequest::walk(VObject& root, double precision) {
+    // A plan is what is found from an untouched state, without cycles and all in one walk.
+    const bool isFresh = _visits == 0;
+    const std::size_t calls = _calls;
+    const auto plan = std::make_shared<RequestPlan>();
+    const std::size_t cycles = _cycles.size();
+    std::vector<Pending> path;
+    open(root, path);
+    while (!path.empty()) {
+        if (path.back().next < path.back().inputs->size()) {
+            lookAtNextInput(path);
+            continue;
+        }
+        const Pending finished = std::move(path.back());
+        const bool succeeded = bringUpToDate(*finished.object, precision) && !finished.failed;
+        path.pop_back();
+        visitOf(finished.object->serialNumber()) = succeeded ? Visit::Done : Visit::Failed;
+        if (!succeeded && !path.empty()) path.back().failed = true;
+        if (isFresh) plan->add(finished.object, finished.inputs, finished.sources);
+    }
+    if (isFresh && calls == _calls && cycles == _cycles.size() && plan->isValid()) {
+        RequestPlan::keep(root, plan);
+    }
+}
+
+void VRequest::open(VObject& object, std::vector<Pending>& path) {
+    visitOf(object.serialNumber()) = Visit::Waiting;
+    ++_visits;
+    path.push_back({VObjectPtr(object), object.inputTable(), 0, false, {}});
+}
+
+void VRequest::lookAtNextInput(std::vector<Pending>& path) {
+    Pending& pending = path.back();
+    const VSlot* const input = (*pending.inputs)[pending.next++];
+    if (input->isIgnored()) return;
+    const VParameterPtr parameter = input->parameter();
+    if (!parameter || !parameter->hasSource()) return;
+    const auto container = parameter->sourceContainer();
+    VObject* const source = container ? container->asObject() : nullptr;
+    if (source == nullptr || !source->isPublished()) return;
+    pending.sources.push_back(source->serialNumber());
+    const Visit visit = visitOf(source->serialNumber());
+    if (visit == Visit::Waiting) reportCycle(path, *source);
+    if (visit == Visit::Waiting || visit == Visit::Failed) pending.failed = true;
+    if (visit == Visit::None) open(*source, path);
+}
+
+/// Returns whether the last update of the object has succeeded, be it this one or an earlier one.
+bool VRequest::bringUpToDate(VObject& object, double precision) {
+    if (!object.processesRequests()) return true;
+    bool succeeded = false;
+    // Also what must_update() throws.
+    const auto failure = failureOf([&] {
+        succeeded = updateIfDue(object, precision);
+        return true;
+    });
+    return failure ? record(object, Keel::Ageable::newAge(), &*failure) : succeeded;
+}
+
+bool VRequest::updateIfDue(VObject& object, double precision) {
+    const VObject::LastUpdate before = object.lastUpdate(pool);
+    if (!object.must_update(*this, precision)) return !before.failed;
     // Stamped ahead of the reading: what changes meanwhile is younger.
     const Keel::Ageable::Age age = Keel::Ageable::newAge();
-    bool succeeded = false;
-    std::string reason;
-    try {
-        succeeded = object.unsychronized_update(*this, precision);
-        if (succeeded) {
-            const std::lock_guard lock(object.mutex);
-            // Another request may have done it while this one waited.
-            if (object.lastUpdate(pool) != before && !object.must_update(*this, precision)) return;
-            ++_updates;
-            succeeded = object.update(*this, precision);
-        }
-        if (!succeeded) reason = "its update returned false";
-    } catch (const std::exception& exception) {
-        succeeded = false;
-        reason = exception.what();
-    } catch (...) {
-        succeeded = false;
-        reason = "its update threw something that is no exception";
-    }
-    object.recordUpdate(pool, age, !succeeded, reason);
-    if (!succeeded) _failures.push_back({object.Name(), reason});
+    auto failure = failureOf([&] { return object.unsychronized_update(*this, precision); });
+    if (failure) return record(object, age, &*failure);
+    const std::lock_guard lock(object.mutex);
+    // Another request may have done it while this one waited.
+    const VObject::LastUpdate present = object.lastUpdate(pool);
+    if (present.age != before.age && !object.must_update(*this, precision)) return !present.failed;
+    ++_updates;
+    failure = failureOf([&] { return object.update(*this, precision); });
+    return record(object, age, failure ? &*failure : nullptr);
+}
+
+/// Notes how an update went. Returns whether it succeeded: there is no failure.
+bool VRequest::record(VObject& object, Keel::Ageable::Age age, const std::string* failure) {
+    object.recordUpdate(pool, age, failure != nullptr, failure != nullptr ? *failure : "");
+    if (failure != nullptr) _failures.push_back({object.Name(), *failure});
+    return failure == nullptr;
 }
 
 void VRequest::reportCycle(const std::vector<Pending>& path, const VObject& closing) {
@@ -160,8 +255,11 @@ void VRequest::reportCycle(const std::vector<Pending>& path, const VObject& clos
         entry = path.begin();
     }
     for (; entry != path.end(); ++entry) names += entry->object->Name() + " -> ";
-    _cycles.push_back(names + closing.Name());
-    VActionNotifier::Warning("The connections form a cycle: " + _cycles.back());
+    names += closing.Name();
+    // Two connections between the same objects close the same cycle.
+    if (std::find(_cycles.begin(), _cycles.end(), names) != _cycles.end()) return;
+    _cycles.push_back(names);
+    VActionNotifier::Warning("The connections form a cycle: " + names);
 }
 
 void RequestThread::post(const WeakObject& object, const ValuePoolPtr& pool, double precision,
@@ -179,11 +277,12 @@ void RequestThread::post(const WeakObject& object, const ValuePoolPtr& pool, dou
         }
         requests.waiting.push_back({object, pool, precision, {done}});
     }
-    requests.thread.post(serveNext);
+    requests.thread.post([] { serveNext(); });
 }
 
 void RequestThread::finish() {
-    theRequests().thread.submit([] {}).wait();
+    // The task that was posted for a request may still be on its way.
+    theRequests().thread.submit(serveWaiting).wait();
 }
 
 bool RequestThread::isCurrent() {

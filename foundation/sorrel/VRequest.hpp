@@ -4,6 +4,7 @@
 #include <sorrel/ValuePool.hpp>
 #include <sorrel/fwd.hpp>
 
+#include <keel/Ageable.hpp>
 #include <keel/WeakPtr.hpp>
 
 #include <array>
@@ -21,8 +22,8 @@ namespace Mirk {
 /// Objects are taken depth first: what an object's inputs are connected to comes before the object,
 /// in the order of the inputs, each object once. An object is updated only if must_update() says
 /// so. Connections that lead back to an object that is still waiting for them are a cycle, which is
-/// reported and not followed. How deep the sources lie is limited by memory only, as the walk is no
-/// recursion.
+/// reported, by a warning too, and not followed. How deep the sources lie is limited by memory
+/// only, as the walk is no recursion.
 class SORREL_EXPORT VRequest {
 public:
     explicit VRequest(const ValuePoolPtr& requestPool);
@@ -39,8 +40,9 @@ public:
     /// The pool in which values are read; null reads global values.
     const ValuePoolPtr pool;
 
-    /// Brings an object up to date, see above. `precision` goes to update(). False if it failed: it
-    /// or something that it depends on, or a cycle was found.
+    /// Brings an object up to date, see above. `precision` goes to update(). False if the last
+    /// update of the object in this pool failed, or that of anything it depends on, or if it
+    /// depends on itself. An update() may call this for further objects.
     bool process(VObject& object, double precision);
 
     /// How many objects update() was called on.
@@ -52,12 +54,17 @@ public:
     const std::vector<std::string>& cycles() const noexcept { return _cycles; }
 
 private:
-    enum class Visit : std::uint8_t { None, Waiting, Done };
+    enum class Visit : std::uint8_t { None, Waiting, Done, Failed };
     struct Pending;
 
-    Visit& visitOf(const VObject& object);
+    Visit& visitOf(std::uint64_t serial);
+    bool followPlan(const VObject& root, double precision);
+    void walk(VObject& root, double precision);
     void open(VObject& object, std::vector<Pending>& path);
-    void bringUpToDate(VObject& object, double precision);
+    void lookAtNextInput(std::vector<Pending>& path);
+    bool bringUpToDate(VObject& object, double precision);
+    bool updateIfDue(VObject& object, double precision);
+    bool record(VObject& object, Keel::Ageable::Age age, const std::string* failure);
     void reportCycle(const std::vector<Pending>& path, const VObject& closing);
 
     // Objects are numbered in order of construction, so that their marks lie close together.
@@ -68,6 +75,7 @@ private:
 
     std::size_t _updates = 0;
     std::size_t _visits = 0;
+    std::size_t _calls = 0; // of process()
     std::vector<Failure> _failures;
     std::vector<std::string> _cycles;
 };

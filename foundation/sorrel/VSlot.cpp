@@ -1,25 +1,49 @@
 #include <sorrel/VSlot.hpp>
 
+#include <sorrel/connectionChanges.hpp>
+
 #include <algorithm>
 #include <typeinfo>
 
 namespace Mirk {
 
 VSlot::VSlot(const std::string& name, int expertLevel, const VParameterPtr& parameter)
-    : _name(name), _expertLevel(expertLevel), _own(parameter), _parameter(parameter) {}
+    : _parameter(parameter), _own(parameter), _name(name), _expertLevel(expertLevel) {
+    setPresent(parameter);
+}
+
+VSlot::VSlot(Joined, const std::string& name, int expertLevel, const VParameterPtr& output)
+    : _connectionAge(Keel::Ageable::newAge()),
+      _parameter(output),
+      _name(name),
+      _expertLevel(expertLevel) {
+    setPresent(output);
+}
 
 VSlot::~VSlot() = default;
 
 Keel::Ageable::Age VSlot::age(const ValuePoolPtr& pool) const {
-    Keel::Ageable::Age age = _connectionAge.load();
-    const VParameterPtr read = parameter();
-    if (!read) return age;
-    age = std::max(age, read->touchAge());
-    VValuePtr value;
-    // Without a local value the global one tells: a copy of it would have its age.
-    if (read->holdsLocalValues()) value = read->getLocalValue(pool, std::string(), false);
-    if (!value) value = read->DefaultValue();
-    return value ? std::max(age, value->ageable().age()) : age;
+    const Keel::Ageable::Age age = _connectionAge.load();
+    VParameterPtr local;
+    {
+        // Requests ask this of every input: a global value is looked at without reference.
+        const std::lock_guard lock(_lock);
+        if (_present == nullptr) return age;
+        if (!_present->holdsLocalValues()) return std::max(age, _present->globalAge());
+        local = _parameter;
+    }
+    return std::max(age, local->age(pool));
+}
+
+void VSlot::setIgnored(bool ignored) {
+    if (_ignored.exchange(ignored) != ignored) ++connectionChanges;
+}
+
+/// _lock is held, or nobody else knows this yet.
+void VSlot::setPresent(const VParameterPtr& parameter) {
+    _present = parameter.get();
+    _fetchFirst.store(_present != nullptr ? _present->hotData() : nullptr);
+    _fetchSecond.store(_present != nullptr ? _present->hotAge() : nullptr);
 }
 
 const std::type_info& VSlot::valueType() const {
@@ -31,9 +55,11 @@ void VSlot::connect(const VParameterPtr& parameter) {
     VParameterPtr replacement = parameter ? parameter : _own;
     {
         const std::lock_guard lock(_lock);
+        setPresent(replacement);
         _parameter.swap(replacement);
     }
     _connectionAge.store(Keel::Ageable::newAge());
+    ++connectionChanges;
 }
 
 void VSlotSet::insert(const VSlotPtr& slot) {

@@ -1,5 +1,7 @@
 #include <sorrel/VSlotContainer.hpp>
 
+#include <sorrel/connectionChanges.hpp>
+
 #include <algorithm>
 #include <utility>
 
@@ -32,9 +34,7 @@ VSlotContainer::VSlotContainer() = default;
 VSlotContainer::~VSlotContainer() {
     for (const Output& output : _outputs) {
         const VParameterPtr parameter = output.slot->parameter();
-        if (!parameter) continue;
-        parameter->setSource({});
-        parameter->touch();
+        if (parameter && parameter->dropSource(*this)) parameter->touch();
     }
 }
 
@@ -45,6 +45,7 @@ VObject* VSlotContainer::asObject() noexcept {
 void VSlotContainer::inputConnected(const VSlot&, const VParameterPtr&) {}
 
 void VSlotContainer::published() {
+    ++connectionChanges;
     for (const Output& output : copyOutputs()) {
         if (const VParameterPtr parameter = output.slot->parameter()) parameter->touch();
     }
@@ -52,26 +53,48 @@ void VSlotContainer::published() {
 
 VSlotPtr VSlotContainer::addParameter(const std::string& slotName, int expertLevel,
                                       const VParameterPtr& parameter, bool connected) {
+    const bool joins = connected && parameter;
     VSlotPtr slot;
     InputTable outdated;
     {
         const std::lock_guard lock(_slotMutex);
-        outdated.swap(_inputTable);
-        std::string unique = slotName;
-        for (int number = 2; _inputPlaces.contains(unique); ++number) {
-            unique = slotName + '#' + std::to_string(number);
+        if (joins) {
+            if (VSlotPtr joined = findJoined(*parameter)) return joined;
+            _joinedPlaces[parameter.controlBlock()] = _lastPlace + 1;
         }
-        slot = VSlotPtr(new VSlot(unique, expertLevel, connected ? VParameterPtr() : parameter));
+        outdated.swap(_inputTable);
+        const std::string unique = uniqueName(slotName);
+        slot = VSlotPtr(joins ? new VSlot(VSlot::Joined(), unique, expertLevel, parameter)
+                              : new VSlot(unique, expertLevel, parameter));
         _inputPlaces.emplace(unique, ++_lastPlace);
         _inputs.emplace_hint(_inputs.end(), _lastPlace, slot);
     }
-    if (connected) {
-        slot->connect(parameter);
+    if (joins) {
+        ++connectionChanges;
     } else if (parameter) {
         parameter->setCreator(this);
     }
     _connectionAge.store(Keel::Ageable::newAge());
     return slot;
+}
+
+/// The input that was made for an output; _slotMutex is held.
+VSlotPtr VSlotContainer::findJoined(const VParameter& output) const {
+    const auto place = _joinedPlaces.find(&output.controlBlock());
+    if (place == _joinedPlaces.end()) return {};
+    const auto input = _inputs.find(place->second);
+    // It may have been connected to another output since, or have been taken away.
+    return input != _inputs.end() && input->second->reads(output) ? input->second : VSlotPtr();
+}
+
+/// The name, or, if it is taken, with a number behind it; _slotMutex is held.
+std::string VSlotContainer::uniqueName(const std::string& slotName) {
+    if (!_inputPlaces.contains(slotName)) return slotName;
+    unsigned& number = _lastNumbers[slotName];
+    for (number = std::max(number, 1u) + 1;; ++number) {
+        std::string numbered = slotName + '#' + std::to_string(number);
+        if (!_inputPlaces.contains(numbered)) return numbered;
+    }
 }
 
 bool VSlotContainer::removeParameter(const std::string& slotName) {
@@ -84,9 +107,14 @@ bool VSlotContainer::removeParameter(const std::string& slotName) {
         outdated.swap(_inputTable);
         const auto entry = _inputs.find(place->second);
         removed = std::move(entry->second);
+        const auto joined = _joinedPlaces.find(removed->readBlock());
+        if (joined != _joinedPlaces.end() && joined->second == place->second) {
+            _joinedPlaces.erase(joined);
+        }
         _inputs.erase(entry);
         _inputPlaces.erase(place);
     }
+    ++connectionChanges;
     _connectionAge.store(Keel::Ageable::newAge());
     return true;
 }
@@ -125,16 +153,29 @@ VSlotPtr VSlotContainer::findOutput(const std::string& outputName) const {
 VSlotContainer::InputTable VSlotContainer::inputTable() const {
     const std::lock_guard lock(_slotMutex);
     if (!_inputTable) {
-        std::vector<VSlotPtr> slots;
-        slots.reserve(_inputs.size());
-        for (const auto& [place, slot] : _inputs) slots.push_back(slot);
-        _inputTable = std::make_shared<const std::vector<VSlotPtr>>(std::move(slots));
+        // Plain pointers, as a reference looks into the block of the slot at each use.
+        struct Snapshot {
+            std::vector<VSlot*> slots;
+            std::vector<VSlotPtr> owners;
+        };
+        const auto snapshot = std::make_shared<Snapshot>();
+        snapshot->slots.reserve(_inputs.size());
+        snapshot->owners.reserve(_inputs.size());
+        for (const auto& [place, slot] : _inputs) {
+            snapshot->slots.push_back(slot.get());
+            snapshot->owners.push_back(slot);
+        }
+        _inputTable = InputTable(snapshot, &snapshot->slots);
     }
     return _inputTable;
 }
 
 std::vector<VSlotPtr> VSlotContainer::inputs() const {
-    return *inputTable();
+    std::vector<VSlotPtr> slots;
+    const std::lock_guard lock(_slotMutex);
+    slots.reserve(_inputs.size());
+    for (const auto& [place, slot] : _inputs) slots.push_back(slot);
+    return slots;
 }
 
 std::vector<VSlotPtr> VSlotContainer::outputs() const {
@@ -167,9 +208,18 @@ AttachErrorCode VSlotContainer::attachParameter(const VParameterPtr& output,
     if (slot->valueType() != output->valueType()) return WrongType;
     if (!validConnection(*slot, *output)) return Refused;
     slot->connect(output);
+    noteJoined(slot, output);
     _connectionAge.store(Keel::Ageable::newAge());
     inputConnected(*slot, output);
     return Attached;
+}
+
+/// An input without parameter of its own counts as made for what it is connected to.
+void VSlotContainer::noteJoined(const VSlotPtr& slot, const VParameterPtr& output) {
+    if (slot->ownParameter()) return;
+    const std::lock_guard lock(_slotMutex);
+    const auto place = _inputPlaces.find(slot->Name());
+    if (place != _inputPlaces.end()) _joinedPlaces[output.controlBlock()] = place->second;
 }
 
 AttachErrorCode VSlotContainer::attach(const VParameterPtr& input, const VParameterPtr& output,
@@ -277,7 +327,7 @@ bool VSlotContainer::implements(const std::type_info& type) const {
 }
 
 bool VSlotContainer::ignoreInput(const VSlotPtr& input) const {
-    return !input || (input->flags & VSlot::IgnoredFlag) != 0;
+    return !input || input->isIgnored();
 }
 
 void VSlotContainer::iterateOutputs(VOutputIterator& iterator, const std::type_info& type) const {

@@ -77,7 +77,8 @@ public:
 
     /// Adds an input. `connected` says that the parameter is an output of another object, to which
     /// the input is connected from the start; else it is the input's own. If there is an input of
-    /// that name, the new one gets "#2", "#3" and so on appended.
+    /// that name, the new one gets "#2", "#3" and so on appended. If an input was made for that
+    /// output already and is connected to it, that one is returned, whatever its name.
     VSlotPtr addParameter(const std::string& name, int expertLevel, const VParameterPtr& parameter,
                           bool connected);
     /// Takes an input away; false if there is none of that name.
@@ -144,11 +145,16 @@ public:
 
     void published() override;
 
-    using InputTable = std::shared_ptr<const std::vector<VSlotPtr>>;
+    using InputTable = std::shared_ptr<const std::vector<VSlot*>>;
 
     /// The inputs in their order, as they are now; shared by all who ask until one is added or
-    /// removed.
+    /// removed. The slots live as long as the table.
     InputTable inputTable() const;
+
+protected:
+    /// Where the slots lie, for those who fetch it ahead.
+    const void* slotTable() const noexcept { return &_connectionAge; }
+    const void* slotLock() const noexcept { return &_slotMutex; }
 
 private:
     struct Output {
@@ -158,17 +164,24 @@ private:
     using Inputs = std::map<std::uint64_t, VSlotPtr>;
 
     std::vector<Output> copyOutputs() const;
+    VSlotPtr findJoined(const VParameter& output) const;
+    void noteJoined(const VSlotPtr& slot, const VParameterPtr& output);
+    std::string uniqueName(const std::string& slotName);
     bool owns(const VSlotPtr& input) const;
 
-    mutable std::mutex _slotMutex; // leaf: guards what is below
+    // What requests look at comes first, so that it lies together.
+    std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
+    mutable InputTable _inputTable; // null after each change
+    mutable std::mutex _slotMutex;  // leaf: guards all but _connectionAge
     Inputs _inputs;
     std::unordered_map<std::string, std::uint64_t> _inputPlaces;
+    std::unordered_map<std::string, unsigned> _lastNumbers; // given to a name that was taken
+    // Inputs that were made for an output, by its block; a hint that is checked before use.
+    std::unordered_map<const Keel::ControlBlock*, std::uint64_t> _joinedPlaces;
     std::uint64_t _lastPlace = 0;
-    mutable InputTable _inputTable; // null after each change
     std::vector<Output> _outputs;
     std::vector<SetupFunction> _setups;
     bool _isSetUp = false;
-    std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
 };
 
 } // namespace Mirk

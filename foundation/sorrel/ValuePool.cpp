@@ -16,7 +16,8 @@ VValuePtr ValuePool::createVariable(const Keel::WeakPtr<ValueNotifierList>& para
 
 VValuePtr ValuePool::createVariable(const Keel::WeakPtr<ValueNotifierList>& parameter,
                                     const std::string& member, const VValuePtr& value) {
-    if (!parameter || !value) return {};
+    const Keel::StrongPtr<ValueNotifierList> live(parameter);
+    if (!live || !value) return {};
     VValuePtr present;
     {
         const std::lock_guard lock(_tableLock);
@@ -29,7 +30,7 @@ VValuePtr ValuePool::createVariable(const Keel::WeakPtr<ValueNotifierList>& para
         if (!place) place = value;
         present = place;
     }
-    parameter->addShadow(Keel::WeakPtr<ValuePool>(*this));
+    live->addShadow(Keel::WeakPtr<ValuePool>(*this));
     return present;
 }
 

@@ -1,0 +1,98 @@
+#include <sorrel/RequestPlan.hpp>
+
+#include <sorrel/connectionChanges.hpp>
+
+#include <algorithm>
+#include <deque>
+#include <utility>
+
+namespace Mirk {
+
+std::atomic<std::uint64_t> connectionChanges{0};
+
+namespace {
+
+/// Never destroyed: requests may run until the process ends.
+struct Kept {
+    static constexpr std::size_t Most = 16;
+
+    struct Entry {
+        Keel::WeakPtr<VManagedObjectBase> root;
+        RequestPlan::Ptr plan;
+    };
+
+    std::mutex mutex; // leaf
+    std::deque<Entry> entries;
+};
+
+Kept& theKept() {
+    static Kept& instance = *new Kept;
+    return instance;
+}
+
+} // namespace
+
+RequestPlan::RequestPlan() : _connectionChanges(connectionChanges.load()) {}
+
+void RequestPlan::add(const VObjectPtr& object, const VSlotContainer::InputTable& inputs,
+                      const std::vector<std::uint64_t>& sources) {
+    _sources.insert(_sources.end(), sources.begin(), sources.end());
+    const VObject& content = *object;
+    _addresses.insert(_addresses.end(), {&content, &content.controlBlock(), &content._latestUpdate,
+                                         content.slotTable(), content.slotLock(), &*inputs});
+    if (!inputs->empty()) _addresses.push_back(inputs->data());
+    // Of a long table, what is read last would drive out what is read first.
+    constexpr std::size_t MostInputs = 8;
+    for (std::size_t i = 0; i < std::min(inputs->size(), MostInputs); ++i) {
+        const VSlot* const input = (*inputs)[i];
+        _addresses.push_back(input);
+        const VParameterPtr parameter = input->parameter();
+        if (!parameter) continue;
+        _addresses.insert(_addresses.end(), {parameter->hotData(), parameter->hotAge()});
+    }
+    _steps.push_back({Keel::WeakPtr<VObject, VManagedObjectBase>(object), content.serialNumber(),
+                      _sources.size(), _addresses.size()});
+}
+
+bool RequestPlan::isValid() const noexcept {
+    return connectionChanges.load() == _connectionChanges;
+}
+
+void RequestPlan::prefetch(std::size_t step) const noexcept {
+    if (step >= _steps.size()) return;
+    for (std::size_t i = step > 0 ? _steps[step - 1].addressesEnd : 0;
+         i < _steps[step].addressesEnd; ++i) {
+        __builtin_prefetch(_addresses[i]);
+    }
+}
+
+RequestPlan::Ptr RequestPlan::find(const VObject& root) {
+    Kept& kept = theKept();
+    const std::lock_guard lock(kept.mutex);
+    for (const Kept::Entry& entry : kept.entries) {
+        if (entry.root.controlBlock() != &root.controlBlock()) continue;
+        return entry.plan->isValid() ? entry.plan : Ptr();
+    }
+    return {};
+}
+
+void RequestPlan::keep(const VObject& root, Ptr plan) {
+    Kept::Entry added{Keel::WeakPtr<VManagedObjectBase>(root), std::move(plan)};
+    Kept::Entry dropped;
+    Kept& kept = theKept();
+    const std::lock_guard lock(kept.mutex);
+    auto& entries = kept.entries;
+    const auto same = std::find_if(entries.begin(), entries.end(), [&](const Kept::Entry& entry) {
+        return entry.root == added.root;
+    });
+    if (same != entries.end()) {
+        std::swap(*same, dropped);
+        entries.erase(same);
+    } else if (entries.size() == Kept::Most) {
+        std::swap(entries.back(), dropped);
+        entries.pop_back();
+    }
+    entries.push_front(std::move(added));
+}
+
+} // namespace Mirk
