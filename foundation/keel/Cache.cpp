@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <limits>
 #include <utility>
 
@@ -236,9 +237,18 @@ bool Cache::forget(const Victim& victim) {
 }
 
 std::size_t Cache::purge() {
-    const std::vector<Victim> victims = takeAllOut();
-    return static_cast<std::size_t>(std::count_if(
-        victims.begin(), victims.end(), [this](const Victim& victim) { return forget(victim); }));
+    std::size_t dropped = 0;
+    std::exception_ptr failure;
+    for (const Victim& victim : takeAllOut()) {
+        try {
+            if (forget(victim)) ++dropped;
+        } catch (...) {
+            // All are out of their queues by now: nobody would ask the others again.
+            if (!failure) failure = std::current_exception();
+        }
+    }
+    if (failure) std::rethrow_exception(failure);
+    return dropped;
 }
 
 /// All that may go, those included whose owners have refused before.
@@ -291,7 +301,10 @@ unsigned long long Cache::memsize(bool recompute) const {
     }
     struct Sum : CacheQueue::Iterator {
         bool apply(const WeakPtr<Cacheable>* object) override {
-            if (const StrongPtr<Cacheable> alive(*object); alive) bytes += alive->memsize();
+            if (const StrongPtr<Cacheable> alive(*object); alive) {
+                const auto* const growing = dynamic_cast<const MutableCacheable*>(alive.get());
+                bytes += growing != nullptr ? growing->computeMemsize() : alive->memsize();
+            }
             return true;
         }
         unsigned long long bytes = 0;

@@ -66,15 +66,15 @@ public:
     std::atomic<unsigned long long> maxCost;
 
     /// Drops every object whose owner allows it, and returns their number. Asks each owner once,
-    /// but for those of pinned objects.
+    /// but for those of pinned objects. What an owner throws passes through when all were asked.
     std::size_t purge();
     /// Evicts the oldest objects of a domain and creator type, typeid(void) for all, until the cost
     /// and `addition` bytes are within the maximum. The cost is that of all objects, whatever the
     /// types. It stays above where owners refuse or have new objects at once.
     void adjust(const std::type_info& domain, const std::type_info& creator,
                 unsigned long long addition);
-    /// Bytes of all enrolled objects. If `recompute`, each is asked for its size, on the thread on
-    /// which these objects may die; otherwise the recorded sum.
+    /// Bytes of all enrolled objects. If `recompute`, each is asked for its size at this moment, on
+    /// the thread on which these objects may die; otherwise the recorded sum.
     unsigned long long memsize(bool recompute) const;
     /// Number of enrolled objects.
     std::size_t size() const;

@@ -128,6 +128,8 @@ TEST_F(CacheTest, ShrinkingGivesRoomBack) {
     const auto all = makers(3, 100);
     const StrongPtr<Block, Cacheable> block(all[0]->getPolyp());
     block->bytes = 40;
+    EXPECT_EQ(cache->memsize(false), 300u);
+    EXPECT_EQ(cache->memsize(true), 240u) << "not told yet to the cache";
     block->adjustCurrentMemsize();
     EXPECT_EQ(cache->memsize(false), 240u);
     EXPECT_EQ(cache->memsize(true), 240u);
