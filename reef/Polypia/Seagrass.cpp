@@ -114,17 +114,40 @@ private:
 /// taking it: what it destroys may let go of other polyps.
 class Seagrass::Cleaning {
 public:
-    explicit Cleaning(Seagrass& seagrass) : _lock(seagrass.deletionMutex), _seagrass(seagrass) {
+    explicit Cleaning(Seagrass& seagrass)
+        : _lock(seagrass.deletionMutex), _seagrass(seagrass), _outer(_innermost) {
         _seagrass._cleaner = threadNumber();
+        _innermost = this;
     }
-    ~Cleaning() { _seagrass._cleaner = 0; }
+    ~Cleaning() {
+        _innermost = _outer;
+        _seagrass._cleaner = 0;
+        _lock.unlock();
+        if (_outer != nullptr) {
+            _outer->_postponed.splice(_outer->_postponed.end(), _postponed);
+            return;
+        }
+        for (auto& [seagrass, polyp] : _postponed) seagrass->scheduleDeletion(std::move(polyp));
+    }
     Cleaning(const Cleaning&) = delete;
     Cleaning& operator=(const Cleaning&) = delete;
 
+    /// Whether this thread cleans up any Seagrass.
+    static bool isUnderWay() { return _innermost != nullptr; }
+    /// Has a polyp scheduled when this thread holds no deletion mutex any more.
+    static void postpone(const Seagrass& seagrass, PolypPtr&& polyp) {
+        _innermost->_postponed.emplace_back(Keel::StrongPtr<Seagrass>(seagrass), std::move(polyp));
+    }
+
 private:
-    const std::lock_guard<std::mutex> _lock;
+    static thread_local Cleaning* _innermost;
+    std::unique_lock<std::mutex> _lock;
     Seagrass& _seagrass;
+    Cleaning* const _outer;
+    std::list<std::pair<Keel::StrongPtr<Seagrass>, PolypPtr>> _postponed;
 };
+
+thread_local Seagrass::Cleaning* Seagrass::Cleaning::_innermost = nullptr;
 
 Seagrass::Seagrass(unsigned long long maxCost, const std::string& name)
     : ThreadPool(32, "Seagrass Thread Pool " + name),
@@ -219,7 +242,17 @@ void Seagrass::scheduleDeletion(Keel::StrongPtr<Polyp, Keel::Cacheable>&& polyp)
     const Keel::WeakPtr<Keel::Cacheable> entry(polyp);
     std::list<PolypPtr> node;
     node.push_back(std::move(polyp));
-    const auto guard = lockDeletions();
+    std::unique_lock<std::mutex> guard;
+    if (_cleaner != threadNumber()) {
+        guard = std::unique_lock(deletionMutex, std::defer_lock);
+        // Two threads that clean up and let go of polyps of each other's Seagrass must not wait.
+        if (!Cleaning::isUnderWay()) {
+            guard.lock();
+        } else if (!guard.try_lock()) {
+            Cleaning::postpone(*this, std::move(node.front()));
+            return;
+        }
+    }
     if (!deletionQueue) {
         deletionQueue = Keel::make<Keel::CacheQueue>();
         deletionQueue->setName("Waiting for deletion");

@@ -16,6 +16,7 @@
 #include <array>
 #include <condition_variable>
 #include <future>
+#include <latch>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -129,6 +130,28 @@ TEST_F(Seagrass, HasAPoolWhoseTasksEndAheadOfIt) {
     started.get_future().wait();
     seagrass = {};
     EXPECT_TRUE(isDone);
+}
+
+TEST_F(Seagrass, HasAPoolOf32Threads) {
+    std::promise<void> end;
+    const std::shared_future<void> ended = end.get_future().share();
+    EXPECT_EQ(seagrass->startedThreads(), 0U);
+    for (int i = 0; i < 40; ++i) seagrass->post([ended] { ended.wait(); });
+    EXPECT_EQ(seagrass->startedThreads(), 32U);
+    end.set_value();
+}
+
+TEST_F(Seagrass, HasAPoolThatIsNamedAfterIt) {
+    std::promise<void> started;
+    testing::internal::CaptureStderr();
+    seagrass->post([&] {
+        started.set_value();
+        throw std::runtime_error("no such file");
+    });
+    started.get_future().wait();
+    seagrass = {};
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                HasSubstr("\"Seagrass Thread Pool window\""));
 }
 
 // The queue of functions.
@@ -350,6 +373,31 @@ TEST_F(Seagrass, DestroysBothPolypsWhenATentacleOwnsWhatAnotherPolypDependsOn) {
     EXPECT_FALSE(dependent->hasData());
 }
 
+TEST_F(Seagrass, CleansUpWhileAnotherDoesAndEachLetsGoOfAPolypOfTheOther) {
+    std::array<SeagrassPtr, 2> both{seagrass, SeagrassPtr(new Mirk::Seagrass(1000, "second"))};
+    std::array<PolypPtr, 2> polyps; // of the thread on which each is to die
+    std::latch areMade(2), areCleaning(2), areCleaned(2);
+    const auto render = [&](std::size_t mine) {
+        const std::size_t other = 1 - mine;
+        polyps[mine] = livingPolyp(lives, 1);
+        areMade.arrive_and_wait();
+        both[mine]->scheduleDeletion(livingPolyp(lives, 1, std::make_shared<AtEnd>([&, other] {
+                                                     areCleaning.arrive_and_wait();
+                                                     both[other]->scheduleDeletion(
+                                                         std::move(polyps[other]));
+                                                 })));
+        both[mine]->cleanup();
+        areCleaned.arrive_and_wait();
+        both[mine]->cleanup();
+        both[mine] = {};
+    };
+    std::thread renderThreadOfSecond(render, 1);
+    render(0);
+    renderThreadOfSecond.join();
+    EXPECT_EQ(lives.alive, 0);
+    EXPECT_EQ(lives.astray, 0);
+}
+
 TEST_F(Seagrass, MayLoseItsLastPointerToAPolypInCleanup) {
     const WeakPtr<Mirk::Seagrass> weak(seagrass);
     auto& object = *seagrass;
@@ -428,7 +476,7 @@ TEST_F(Seagrass, CountsThePolypsOfItsCache) {
     EXPECT_EQ(seagrass->computePolypsMemory(), 43215U);
     EXPECT_EQ(seagrass->getCachedPolypsMemory(), 43210U);
     EXPECT_EQ(seagrass->memsize(false), 43210U);
-    EXPECT_EQ(seagrass->memsize(true), 43210U);
+    EXPECT_EQ(seagrass->memsize(true), 43215U);
     EXPECT_EQ(seagrass->cleanable(), 3000U);
     seagrass->cleanup();
     EXPECT_EQ(seagrass->getNumberOfPolyps(), 3U);
@@ -488,6 +536,18 @@ TEST_F(Seagrass, ListsWhatTheUserCanActOn) {
     EXPECT_THAT(text, HasSubstr("Cache window: 2 objects, 3.00 KiB"));
     EXPECT_THAT(text, HasSubstr("Waiting for deletion: 1 entries, 1.00 KiB"));
     EXPECT_THAT(text, HasSubstr(name + ": 1.00 KiB"));
+}
+
+TEST_F(Seagrass, ListsUpTo50OfThePolypsThatWait) {
+    const auto list = [this] {
+        testing::internal::CaptureStdout();
+        seagrass->list_info();
+        return testing::internal::GetCapturedStdout();
+    };
+    for (int i = 0; i < 50; ++i) seagrass->scheduleDeletion(livingPolyp(lives, 1));
+    EXPECT_THAT(list(), testing::Not(HasSubstr("    ...\n")));
+    seagrass->scheduleDeletion(livingPolyp(lives, 1));
+    EXPECT_THAT(list(), HasSubstr("    ...\n"));
 }
 
 TEST_F(Seagrass, ListsNoDeletionsAheadOfTheFirst) {
@@ -613,6 +673,23 @@ TEST_F(Seagrass, DestroysAllPolypsAlsoWithoutEverHavingHadAPointer) {
     }
     EXPECT_EQ(lives.alive, 0);
     EXPECT_FALSE(creators.back()->hasData());
+}
+
+TEST_F(Seagrass, PrintsAtItsEndWhatACreatorHasThrownAndEmptiesTheOthers) {
+    class Stubborn : public Mirk::PolypCreator<Mirk::DefaultPolypInitializer> {
+    public:
+        explicit Stubborn(const Mirk::Seagrass& owner) : PolypCreator(owner, {}) {}
+        bool forget() override { throw std::runtime_error("mine"); }
+    };
+    const auto stubborn = Keel::make<Stubborn>(*seagrass);
+    stubborn->create();
+    const auto next = filledCreator(10);
+    testing::internal::CaptureStdout();
+    seagrass = {};
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Polypia: Seagrass: emptying the cache \"window\" failed: mine\n");
+    EXPECT_FALSE(next->hasData());
+    EXPECT_EQ(lives.alive, 0);
 }
 
 TEST_F(Seagrass, NamesAtItsEndThePolypsThatSomebodyStillHolds) {
