@@ -18,9 +18,17 @@ std::string nameText(const std::string& name) {
 
 StringSelection::StringSelection() = default;
 StringSelection::StringSelection(const StringSelection&) = default;
-StringSelection::StringSelection(StringSelection&&) noexcept = default;
+StringSelection::StringSelection(StringSelection&& other) noexcept
+    : _names(std::exchange(other._names, {})),
+      _places(std::exchange(other._places, {})),
+      _selected(std::exchange(other._selected, 0)) {}
 StringSelection& StringSelection::operator=(const StringSelection&) = default;
-StringSelection& StringSelection::operator=(StringSelection&&) noexcept = default;
+StringSelection& StringSelection::operator=(StringSelection&& other) noexcept {
+    _names = std::exchange(other._names, {});
+    _places = std::exchange(other._places, {});
+    _selected = std::exchange(other._selected, 0);
+    return *this;
+}
 StringSelection::~StringSelection() = default;
 
 bool StringSelection::operator==(const StringSelection& other) const {

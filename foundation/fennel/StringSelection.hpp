@@ -18,9 +18,10 @@ class FENNEL_EXPORT StringSelection {
 public:
     StringSelection();
     StringSelection(const StringSelection&);
-    StringSelection(StringSelection&&) noexcept;
+    /// What is moved from is empty, and may be filled again.
+    StringSelection(StringSelection&& other) noexcept;
     StringSelection& operator=(const StringSelection&);
-    StringSelection& operator=(StringSelection&&) noexcept;
+    StringSelection& operator=(StringSelection&& other) noexcept;
     ~StringSelection();
 
     /// The same names in the same order, with the same one selected.

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 namespace {
 
 using Mirk::StringSelection;
@@ -49,6 +51,25 @@ TEST(StringSelection, SelectingAnUnknownNameChangesNothing) {
     StringSelection none;
     EXPECT_FALSE(none.select("png"));
     EXPECT_TRUE(none.names().empty());
+}
+
+TEST(StringSelection, IsEmptyOnceItIsMovedFromAndCanBeFilledAgain) {
+    StringSelection source = selectionOf({"png", "exr", "jpeg"}, "jpeg");
+    StringSelection target(std::move(source));
+    EXPECT_TRUE(target == selectionOf({"png", "exr", "jpeg"}, "jpeg"));
+    EXPECT_TRUE(source == StringSelection());
+    EXPECT_TRUE(source.add("png"));
+    EXPECT_EQ("png", source.selected());
+
+    source = std::move(target);
+    EXPECT_EQ("jpeg", source.selected());
+    EXPECT_TRUE(target == StringSelection());
+    EXPECT_TRUE(target.add("jpeg"));
+    EXPECT_EQ("jpeg", target.selected());
+
+    StringSelection& same = source;
+    source = std::move(same);
+    EXPECT_TRUE(source == selectionOf({"png", "exr", "jpeg"}, "jpeg"));
 }
 
 TEST(StringSelection, DiffersByNamesOrderAndSelection) {

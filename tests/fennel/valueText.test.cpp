@@ -10,10 +10,13 @@
 #include <fennel/VTime.hpp>
 
 #include <sorrel/TypedSlotCreator.hpp>
+#include <sorrel/VValue.hpp>
 
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -122,6 +125,28 @@ TEST(VObjectStatus, IsComparedThroughTextAndCode) {
     EXPECT_TRUE(differs(status, VObjectStatus("Found")));
 }
 
+TEST(VObjectStatus, OtherColorsAloneAreNoChangeOfAValue) {
+    Mirk::VValue<VObjectStatus> value(VObjectStatus("Lost"));
+    VObjectStatus other("Lost");
+    other.colors[0] = 255;
+    EXPECT_FALSE(value.set(other));
+    EXPECT_EQ(Mirk::TextResult::Same, value.setText(textOf(other)));
+    other.code = 1;
+    EXPECT_TRUE(value.set(other));
+    VObjectStatus held;
+    value.get(held);
+    EXPECT_EQ(other.colors, held.colors);
+}
+
+TEST(VObjectStatus, TextOfAnyBytesIsReadBack) {
+    std::string bytes("Gr\xc3\xb6\xc3\x9f"
+                      "e \"code 1\"");
+    for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+    const VObjectStatus status(bytes);
+    expectSameBack(status);
+    EXPECT_EQ(bytes, readFrom<VObjectStatus>(textOf(status)).text);
+}
+
 TEST(VObjectStatus, TextHasColorsAndCodeIfTheyAreNotTheDefault) {
     EXPECT_EQ("text \"\"", textOf(VObjectStatus()));
     VObjectStatus status("<B>Lost</B>\n");
@@ -224,6 +249,79 @@ TEST(ValueTypes, TextsOfTheDefaultsAreReadBackUnderACommaLocale) {
         const bool fixed = name == "ImageTile" || name == "bounding box";
         EXPECT_EQ(fixed, value->setText(text) == Mirk::TextResult::Unreadable);
         EXPECT_EQ(text, value->text());
+    }
+}
+
+/// A text of each type that has one, as Text() writes it, other than that of the default.
+struct TypedText {
+    const char* type;
+    const char* text;
+};
+constexpr TypedText OwnTexts[] = {
+    {"Action", "1234.5"},
+    {"Camera", "position 1234567.25 -0 nan, lookAt inf 0.5 -inf, up 0.25 0 1, fieldOfView 30.5"},
+    {"Chart", "\"Gr\xc3\xb6\xc3\x9f"
+              "e 1,5\""},
+    {"ImageSize", "1920000 1080"},
+    {"InteractionEvent",
+     "flags 18446744073709551615 grabber \"1,5\" position 0.25 -0 pixel 1600000 "
+     "-1 buttons 4294967295 modifiers 2 wheel -1.5 time 1234567.25"},
+    {"MultiPointerDevice", "1234567 at 0.25 -0 pressure nan moved, 2 at 0.5 1.5 pressure 1 ended"},
+    {"ObjectStatus", "text \"1,5\" colors 255 0 0 0 192 192 192 255 code 1234567"},
+    {"Range", "-1234567.25 0.5"},
+    {"StringSelection", "\"1,5\" of 1.5, \"1,5\""},
+    {"Time", "0.25 from -inf to 1234567.25 step nan name \"1,5\""},
+};
+
+TEST(ValueTypes, TextsWithFractionsAreReadBackUnderACommaLocale) {
+    const CommaLocale comma;
+    for (const auto& [type, text] : OwnTexts) {
+        SCOPED_TRACE(type);
+        const Mirk::VValuePtr value = Mirk::VValueCreator::find(type)->create();
+        EXPECT_EQ(Mirk::TextResult::Changed, value->setText(text));
+        EXPECT_EQ(text, value->text());
+    }
+}
+
+TEST(ValueTypes, RefuseWhatIsNoTextOfTheirsAndStayAsTheyWere) {
+    const std::string longWord(1'000'000, '1');
+    std::string longRow;
+    for (int i = 0; i < 100'000; ++i) longRow += "1 ";
+    const std::vector<std::string> texts{"1e999",
+                                         "-1e999",
+                                         "1e-999",
+                                         "+-1",
+                                         "-+1",
+                                         "1,5,",
+                                         ",",
+                                         "\"",
+                                         "\"\\",
+                                         " \t\n",
+                                         std::string(1, '\0'),
+                                         std::string("1\0", 2),
+                                         std::string("1\0 2", 4),
+                                         "\xc2\xbd",
+                                         "\xff",
+                                         "\xef\xbb\xbf"
+                                         "1",
+                                         "\xc2\xa0"
+                                         "1",
+                                         longWord,
+                                         longRow,
+                                         '"' + longWord,
+                                         longWord + " from"};
+    for (const auto& [type, own] : OwnTexts) {
+        // A single word is the name of a chart.
+        if (type == std::string("Chart")) continue;
+        const Mirk::VValuePtr value = Mirk::VValueCreator::find(type)->create();
+        ASSERT_EQ(Mirk::TextResult::Changed, value->setText(own)) << type;
+        const auto age = value->ageable().age();
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            SCOPED_TRACE(std::string(type) + ", text " + std::to_string(i));
+            EXPECT_EQ(Mirk::TextResult::Unreadable, value->setText(texts[i]));
+            EXPECT_EQ(own, value->text());
+            EXPECT_EQ(age, value->ageable().age());
+        }
     }
 }
 
