@@ -129,7 +129,8 @@ public:
         _loaded.isGraph = true;
         const std::vector<std::string> keys{"objects"};
         forEachEntry(*root, [&](const YamlNode& key, const YamlNode& value) {
-            if (key.text != keys[0]) return reportUnknown(key.line, "key", key.text, keys);
+            if (key.text != keys[0])
+                return reportUnknown(key.line, "there is no key", key.text, keys);
             loadObjects(value);
         });
         std::stable_sort(_loaded.messages.begin(), _loaded.messages.end(),
@@ -144,11 +145,11 @@ private:
         _loaded.messages.push_back({_fileName, line, text});
     }
 
-    /// Reports that there is no such thing as `name`, and what may have been meant. Looking for
-    /// that takes its time, which a file full of faults is not worth.
+    /// Reports that something, told in `what`, isn't there, and what may have been meant. Looking
+    /// for that takes its time, which a file full of faults is not worth.
     void reportUnknown(std::size_t line, const std::string& what, const std::string& name,
                        const std::vector<std::string>& known) {
-        std::string text = "there is no " + what + ' ' + quoted(name);
+        std::string text = what + ' ' + quoted(name);
         constexpr int MostHints = 50;
         if (++_hints <= MostHints) {
             const std::string meant = nearestName(name, known);
@@ -235,7 +236,7 @@ private:
         if (!made.creator) {
             std::vector<std::string> known;
             for (const auto& creator : VCreatorBase::creators()) known.push_back(creator->name());
-            return reportUnknown(typeNode->line, "type", *type, known);
+            return reportUnknown(typeNode->line, "there is no type", *type, known);
         }
         VObject::PreferencesPtr preferences;
         const YamlNode* const preferred = section(*made.node, "preferences");
@@ -258,7 +259,7 @@ private:
             } else if (key.text == "inputs") {
                 readInputs(made, value);
             } else if (std::find(known.begin(), known.end(), key.text) == known.end()) {
-                reportUnknown(key.line, "key", key.text, known);
+                reportUnknown(key.line, "there is no key", key.text, known);
             }
         });
     }
@@ -276,7 +277,7 @@ private:
     VSlotPtr findInput(const LoadedObject& made, const YamlNode& key) {
         VSlotPtr input = made.object->findInput(key.text);
         if (!input)
-            reportUnknown(key.line, "input of " + quoted(made.name), key.text,
+            reportUnknown(key.line, quoted(made.name) + " has no input", key.text,
                           namesOf(made.object->inputs()));
         return input;
     }
@@ -296,7 +297,8 @@ private:
         bool isComplete = false;
         forEachEntry(map, [&](const YamlNode& key, const YamlNode& value) {
             if (key.text == "value") return setValue(made, input, value);
-            if (key.text != "from") return reportUnknown(key.line, "key", key.text, known);
+            if (key.text != "from")
+                return reportUnknown(key.line, "there is no key", key.text, known);
             isComplete = true;
             if (value.kind == YamlNode::Kind::Faulty) return;
             _connections.push_back({made, input, value});
@@ -388,7 +390,7 @@ private:
         if (object == nullptr) {
             std::vector<std::string> known;
             for (const LoadedObject& made : _objects) known.push_back(made.name);
-            reportUnknown(line, "object for " + place + " of the name", objectName, known);
+            reportUnknown(line, place + ": there is no object", objectName, known);
             return {};
         }
         if (!*object) {
@@ -397,7 +399,7 @@ private:
         }
         VParameterPtr output = ObjectNames::outputOf(*object, outputName);
         if (!output)
-            reportUnknown(line, "output of " + quoted(objectName) + " for " + place, outputName,
+            reportUnknown(line, place + ": " + quoted(objectName) + " has no output", outputName,
                           namesOf((*object)->outputs()));
         return output;
     }
@@ -410,7 +412,7 @@ private:
             if (pool == _pools.end()) {
                 std::vector<std::string> known;
                 for (const auto& [name, present] : _pools) known.push_back(name);
-                return reportUnknown(key.line, "pool", key.text, known);
+                return reportUnknown(key.line, "there is no pool", key.text, known);
             }
             if (!isMap(values, made.name + ".pools." + key.text)) return;
             forEachEntry(values, [&](const YamlNode& input, const YamlNode& value) {

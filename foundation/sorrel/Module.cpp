@@ -35,6 +35,12 @@ const void* baseOf(const void* address) {
     return dladdr(address, &library) != 0 ? library.dli_fbase : nullptr;
 }
 
+/// The class of an object, of which the argument may be a base.
+template<class T>
+const std::type_info& classOf(const T& object) {
+    return typeid(object);
+}
+
 std::string lastLoaderError() {
     const char* const error = dlerror();
     return error != nullptr ? error : "unknown error";
@@ -191,7 +197,7 @@ bool Module::unload(const Ptr& module, std::string& reason) {
 std::vector<std::string> Module::creators() const {
     std::vector<std::string> names;
     for (const auto& creator : VCreatorBase::creators()) {
-        if (contains(typeid(*creator))) names.push_back(creator->name());
+        if (contains(classOf(*creator))) names.push_back(creator->name());
     }
     return names;
 }
@@ -199,7 +205,7 @@ std::vector<std::string> Module::creators() const {
 std::string Module::usedBy() const {
     std::vector<WeakCreator> known;
     for (const auto& creator : VCreatorBase::creators()) {
-        if (contains(typeid(*creator))) known.emplace_back(creator);
+        if (contains(classOf(*creator))) known.emplace_back(creator);
     }
     return usedBy(known);
 }
@@ -215,7 +221,7 @@ bool Module::contains(const std::type_info& type) const {
 std::vector<Module::WeakCreator> Module::hideCreators() const {
     std::vector<WeakCreator> hidden;
     for (const auto& creator : VCreatorBase::creators()) {
-        if (!contains(typeid(*creator))) continue;
+        if (!contains(classOf(*creator))) continue;
         hidden.emplace_back(creator);
         VCreatorBase::unregisterCreator(hidden.back());
     }
@@ -236,7 +242,7 @@ std::string Module::usedBy(const std::vector<WeakCreator>& creators) const {
 }
 
 std::string Module::usedBy(const VObject& object) const {
-    if (contains(typeid(object)))
+    if (contains(classOf(object)))
         return "the object \"" + object.Name() + "\" of type \"" + object.type_key() + "\" lives";
     const auto placeOf = [&](const VSlotPtr& slot) { return object.Name() + '.' + slot->Name(); };
     for (const VSlotPtr& input : object.inputs()) {
@@ -256,9 +262,9 @@ std::string Module::holderText(const std::string& slot) {
 
 bool Module::uses(const VParameterPtr& parameter) const {
     if (!parameter) return false;
-    if (contains(typeid(*parameter)) || contains(parameter->valueType())) return true;
+    if (contains(classOf(*parameter)) || contains(parameter->valueType())) return true;
     const auto isOurs = [&](const VValuePtr& value) {
-        return value && (contains(typeid(*value)) || contains(value->type()));
+        return value && (contains(classOf(*value)) || contains(value->type()));
     };
     if (isOurs(parameter->DefaultValue())) return true;
     const std::vector<std::string> names = parameter->properties().names();

@@ -92,6 +92,7 @@ protected:
     }
 
     GraphTest::Registrations registrations;
+    GraphTest::FaultyRegistrations faultyRegistrations;
     ValuePoolPtr left{new ValuePool};
     ValuePoolPtr right{new ValuePool};
 };
@@ -449,13 +450,11 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"UnknownType", "  a: {type: Everythin}",
               R"(a.yaml:3: there is no type "Everythin", did you mean "Everything"?)"},
         Fault{"UnknownInput", "  a:\n    type: Everything\n    inputs:\n      widht: 1",
-              R"(a.yaml:6: there is no input of "a" "widht", did you mean "width"?)"},
-        Fault{
-            "UnknownOutput", "  a: {type: Everything, inputs: {width: {from: good.lenght}}}",
-            R"(a.yaml:3: there is no output of "good" for a.width "lenght", did you mean "length"?)"},
-        Fault{
-            "UnknownObject", "  a: {type: Everything, inputs: {width: {from: god.length}}}",
-            R"(a.yaml:3: there is no object for a.width of the name "god", did you mean "good"?)"},
+              R"(a.yaml:6: "a" has no input "widht", did you mean "width"?)"},
+        Fault{"UnknownOutput", "  a: {type: Everything, inputs: {width: {from: good.lenght}}}",
+              R"(a.yaml:3: a.width: "good" has no output "lenght", did you mean "length"?)"},
+        Fault{"UnknownObject", "  a: {type: Everything, inputs: {width: {from: god.length}}}",
+              R"(a.yaml:3: a.width: there is no object "god", did you mean "good"?)"},
         Fault{"UnknownPool", "  a: {type: Everything, pools: {lift: {local: true}}}",
               R"(a.yaml:3: there is no pool "lift", did you mean "left"?)"},
         Fault{"UnknownKeyOfObject", "  a: {type: Everything, input: {}}",

@@ -99,13 +99,17 @@ public:
     }
 };
 
-/// The types and creators above, as long as this lives.
+/// The types, and the creator of objects without faults, as long as this lives.
 struct Registrations {
     Mirk::ValueTypeRegistration<Row> row{"Row"};
     Mirk::ValueTypeRegistration<CommaRow> commaRow{"CommaRow"};
     Mirk::ValueTypeRegistration<Handle> handle{"Handle"};
     Mirk::CreatorRegistration<Mirk::VCreator<Everything>> everything{
         "Everything", "", Mirk::VCreatorBase::PreferencesPtr()};
+};
+
+/// The creators of objects with faults.
+struct FaultyRegistrations {
     Mirk::CreatorRegistration<Mirk::VCreator<Refusing>> refusing{
         "Refusing", "", Mirk::VCreatorBase::PreferencesPtr()};
     Mirk::CreatorRegistration<Mirk::VCreator<Failing>> failing{
