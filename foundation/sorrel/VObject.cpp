@@ -118,7 +118,7 @@ VObject::iterateParents(const std::function<bool(const VObjectPtr&, const VSlot&
 
 VObjectPtr VObject::findUniqueOutputObject(const std::type_info& type,
                                            const PreferencesPtr& preferences, bool create,
-                                           const VObject* except) const {
+                                           const VObject* except) {
     const UniqueOutput unique = findUniqueOutput(type, preferences, except);
     if (unique.code == NoObject && create) return createForInput(type, preferences);
     return unique.object;

@@ -83,8 +83,8 @@ TEST_F(VConnectableTest, SeveralObjectsAreMinusTwo) {
     const VObjectPtr first = makeTank("first"), second = makeTank("second");
     EXPECT_EQ(engine->attachUniqueObject(engine->fuel, {}, true), -2);
     EXPECT_FALSE(engine->fuel->isConnected());
-    EXPECT_FALSE(engine->findUniqueOutputObject(typeid(Fuel), {}, true, nullptr));
-    EXPECT_EQ(engine->findUniqueOutputObject(typeid(Fuel), {}, true, first.get()), second);
+    EXPECT_FALSE(Mirk::VObject::findUniqueOutputObject(typeid(Fuel), {}, true, nullptr));
+    EXPECT_EQ(Mirk::VObject::findUniqueOutputObject(typeid(Fuel), {}, true, first.get()), second);
 }
 
 TEST_F(VConnectableTest, PreferencesTellAmongSeveral) {
@@ -92,7 +92,7 @@ TEST_F(VConnectableTest, PreferencesTellAmongSeveral) {
     const VObject::PreferencesPtr wanted(new Mirk::VCreationPreferences("Large Red"));
     EXPECT_EQ(engine->attachUniqueObject(engine->fuel, wanted, false), 0);
     EXPECT_EQ(engine->fuel->parameter()->source(), large);
-    EXPECT_EQ(engine->findUniqueOutputObject(typeid(Fuel), wanted, false, nullptr), large);
+    EXPECT_EQ(Mirk::VObject::findUniqueOutputObject(typeid(Fuel), wanted, false, nullptr), large);
     const VObject::PreferencesPtr red(new Mirk::VCreationPreferences("Red"));
     EXPECT_EQ(engine->attachUniqueObject(engine->fuel, red, false), -2);
 }
@@ -106,7 +106,7 @@ TEST_F(VConnectableTest, MissingObjectIsMadeOnDemand) {
     ASSERT_TRUE(made);
     EXPECT_EQ(made->creatorName(), "Tank");
     EXPECT_EQ(Mirk::VActionNotifier::objects(), std::vector{made}) << "it was announced";
-    EXPECT_EQ(engine->findUniqueOutputObject(typeid(Fuel), {}, true, nullptr), made);
+    EXPECT_EQ(Mirk::VObject::findUniqueOutputObject(typeid(Fuel), {}, true, nullptr), made);
     EXPECT_TRUE(Mirk::unregisterVInput(typeid(Fuel), creator));
 }
 
