@@ -12,7 +12,7 @@ StatusIndicator::StatusIndicator(VObject* owner, const std::string& description,
     if (!description.empty()) _status.setHelp(description);
     _status->parameter()->Localize();
     _status->flags &= ~VSlot::GlobalFlag;
-    _status->setIgnored(true);
+    owner->setIgnored(_status, true);
 }
 StatusIndicator::~StatusIndicator() = default;
 

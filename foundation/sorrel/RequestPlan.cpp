@@ -34,20 +34,18 @@ Kept& theKept() {
 
 RequestPlan::RequestPlan() : _connectionChanges(connectionChanges.load()) {}
 
-void RequestPlan::add(const VObjectPtr& object, const VSlotContainer::InputTable& inputs,
+void RequestPlan::add(const VObjectPtr& object, const VSlotContainer::InputTable& table,
                       const std::vector<std::uint64_t>& sources) {
     _sources.insert(_sources.end(), sources.begin(), sources.end());
     const VObject& content = *object;
     _addresses.insert(_addresses.end(), {&content, &content.controlBlock(), &content._latestUpdate,
-                                         content.slotTable(), content.slotLock(), &*inputs});
-    if (!inputs->empty()) _addresses.push_back(inputs->data());
+                                         &content._latestUpdate.age, content.hotData(), &*table});
+    if (!table->inputs.empty()) _addresses.push_back(table->inputs.data());
     // Of a long table, what is read last would drive out what is read first.
     constexpr std::size_t MostInputs = 8;
-    for (std::size_t i = 0; i < std::min(inputs->size(), MostInputs); ++i) {
-        const VSlot* const input = (*inputs)[i];
-        _addresses.push_back(input);
-        const VParameterPtr parameter = input->parameter();
-        if (!parameter) continue;
+    for (std::size_t i = 0; i < std::min(table->inputs.size(), MostInputs); ++i) {
+        const VParameter* const parameter = table->inputs[i].parameter;
+        if (parameter == nullptr || table->inputs[i].ignored) continue;
         _addresses.insert(_addresses.end(), {parameter->hotData(), parameter->hotAge()});
     }
     _steps.push_back({Keel::WeakPtr<VObject, VManagedObjectBase>(object), content.serialNumber(),

@@ -31,7 +31,7 @@ public:
     RequestPlan();
 
     /// Adds an object, whose sources have been added already.
-    void add(const VObjectPtr& object, const VSlotContainer::InputTable& inputs,
+    void add(const VObjectPtr& object, const VSlotContainer::InputTable& table,
              const std::vector<std::uint64_t>& sources);
     bool isValid() const noexcept;
 

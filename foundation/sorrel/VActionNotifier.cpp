@@ -48,12 +48,11 @@ public:
     bool apply(const VManagedObjectPtr& object) override {
         const VObjectPtr consumer(object);
         if (!consumer) return true;
-        const VSlotContainer::InputTable inputs = consumer->inputTable();
-        for (const VSlot* const input : *inputs) {
-            const VParameterPtr parameter = input->parameter();
-            if (!parameter || !parameter->hasSource()) continue;
-            const VObjectPtr source(parameter->source());
-            if (source && _sources.contains(source)) consumer->detach(VSlotPtr(*input));
+        const VSlotContainer::InputTable table = consumer->inputTable();
+        for (const VSlotContainer::Input& input : table->inputs) {
+            if (input.parameter == nullptr || !input.parameter->hasSource()) continue;
+            const VObjectPtr source(input.parameter->source());
+            if (source && _sources.contains(source)) consumer->detach(VSlotPtr(*input.slot));
         }
         return true;
     }

@@ -32,9 +32,11 @@ int VConnectable::attachUniqueObject(
 VSlotPtr VConnectable::CreatedFilteredConnection(const VParameterPtr& parameter) const {
     const auto* const container = dynamic_cast<const VSlotContainer*>(this);
     if (container == nullptr || !parameter) return {};
-    const VSlotContainer::InputTable inputs = container->inputTable();
-    for (const VSlot* const input : *inputs) {
-        if (input->isConnected() && input->parameter() == parameter) return VSlotPtr(*input);
+    const VSlotContainer::InputTable table = container->inputTable();
+    for (const VSlotContainer::Input& input : table->inputs) {
+        if (input.parameter == parameter.get() && input.slot->isConnected()) {
+            return VSlotPtr(*input.slot);
+        }
     }
     return {};
 }

@@ -90,17 +90,17 @@ VObject::iterateParents(const std::function<bool(const VObjectPtr&, const VSlot&
     std::size_t visited = 0;
     std::vector<VObjectPtr> level;
     const auto visitParents = [&](const VObject& child, std::vector<VObjectPtr>& parents) {
-        const InputTable inputs = child.inputTable();
-        for (const VSlot* const input : *inputs) {
-            const VParameterPtr parameter = input->parameter();
-            const auto source = parameter ? parameter->sourceContainer()
-                                          : Keel::StrongPtr<VSlotContainer, VManagedObjectBase>();
+        const InputTable table = child.inputTable();
+        for (const Input& input : table->inputs) {
+            const auto source = input.parameter != nullptr
+                                    ? input.parameter->sourceContainer()
+                                    : Keel::StrongPtr<VSlotContainer, VManagedObjectBase>();
             VObject* const object = source ? source->asObject() : nullptr;
             if (object == nullptr || !object->isPublished()) continue;
             if (!seen.insert(&object->controlBlock()).second) continue;
             const VObjectPtr parent(*object);
             ++visited;
-            if (!visit(parent, *input)) return false;
+            if (!visit(parent, *input.slot)) return false;
             parents.push_back(parent);
         }
         return true;
@@ -190,19 +190,6 @@ void VObject::recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, boo
     });
     if (record.pool == pool || record.age == Keel::Ageable::Ooooold) return;
     _earlierUpdates.push_back(std::move(record));
-}
-
-bool VObject::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
-    constexpr std::size_t Ahead = 8;
-    const InputTable table = inputTable();
-    const std::vector<VSlot*>& inputs = *table;
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        // The slots of an object with thousands of inputs lie anywhere.
-        if (i + Ahead < inputs.size()) __builtin_prefetch(inputs[i + Ahead]);
-        if (i + Ahead / 2 < inputs.size()) inputs[i + Ahead / 2]->prefetch();
-        if (!inputs[i]->isIgnored() && inputs[i]->age(pool) > age) return true;
-    }
-    return false;
 }
 
 } // namespace Mirk

@@ -145,7 +145,6 @@ private:
     LastUpdate lastUpdate(const ValuePoolPtr& pool) const;
     void recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, bool failed,
                       const std::string& reason);
-    bool hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const;
 
     const PreferencesPtr _preferences;
     std::atomic<bool> _processesRequests{false};

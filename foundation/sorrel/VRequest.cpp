@@ -137,7 +137,7 @@ bool VRequest::process(VObject& object, double precision) {
 
 /// Returns whether the object has been reached. If not, the rest is left to a walk.
 bool VRequest::followPlan(const VObject& root, double precision) {
-    constexpr std::size_t Ahead = 6;
+    constexpr std::size_t Ahead = 4;
     const RequestPlan::Ptr plan = RequestPlan::find(root);
     if (!plan) return false;
     for (std::size_t i = 0; i < plan->size(); ++i) {
@@ -170,7 +170,7 @@ void VRequest::walk(VObject& root, double precision) {
     std::vector<Pending> path;
     open(root, path);
     while (!path.empty()) {
-        if (path.back().next < path.back().inputs->size()) {
+        if (path.back().next < path.back().inputs->inputs.size()) {
             lookAtNextInput(path);
             continue;
         }
@@ -194,11 +194,9 @@ void VRequest::open(VObject& object, std::vector<Pending>& path) {
 
 void VRequest::lookAtNextInput(std::vector<Pending>& path) {
     Pending& pending = path.back();
-    const VSlot* const input = (*pending.inputs)[pending.next++];
-    if (input->isIgnored()) return;
-    const VParameterPtr parameter = input->parameter();
-    if (!parameter || !parameter->hasSource()) return;
-    const auto container = parameter->sourceContainer();
+    const VSlotContainer::Input& input = pending.inputs->inputs[pending.next++];
+    if (input.ignored || input.parameter == nullptr || !input.parameter->hasSource()) return;
+    const auto container = input.parameter->sourceContainer();
     VObject* const source = container ? container->asObject() : nullptr;
     if (source == nullptr || !source->isPublished()) return;
     pending.sources.push_back(source->serialNumber());

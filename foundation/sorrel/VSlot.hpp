@@ -48,16 +48,8 @@ public:
     /// its source, whichever is the most recent. Makes no local value.
     Keel::Ageable::Age age(const ValuePoolPtr& pool) const;
 
-    /// An ignored input plays no part in requests: its source isn't asked, its age makes nothing
-    /// due.
-    void setIgnored(bool ignored);
+    /// Whether the input plays no part in requests, see VSlotContainer::setIgnored.
     bool isIgnored() const noexcept { return _ignored.load(std::memory_order_relaxed); }
-
-    /// Has the processor fetch what age() reads, for those who are about to ask many slots.
-    void prefetch() const noexcept {
-        __builtin_prefetch(_fetchFirst.load(std::memory_order_relaxed));
-        __builtin_prefetch(_fetchSecond.load(std::memory_order_relaxed));
-    }
 
     /// The value type, or typeid(void) without parameter.
     const std::type_info& valueType() const;
@@ -67,10 +59,9 @@ public:
 private:
     friend class VSlotContainer;
 
-    void setPresent(const VParameterPtr& parameter);
     bool reads(const VParameter& parameter) const {
         const std::lock_guard lock(_lock);
-        return _present == &parameter;
+        return _parameter.controlBlock() == &parameter.controlBlock();
     }
 
     const Keel::ControlBlock* readBlock() const {
@@ -85,18 +76,13 @@ private:
     /// Connects to another parameter, or back to the slot's own (null), and stamps the connection.
     void connect(const VParameterPtr& parameter);
 
-    // What age() reads comes first, so that it lies together.
-    std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
-    mutable Keel::SpinLock _lock; // leaf, even below the lock of the container: guards what is read
-    std::atomic<bool> _ignored{false};
-    const VParameter* _present; // of _parameter, for looks that take no reference
-    // Addresses in the parameter and of its global age. Never read from: they may be outdated.
-    std::atomic<const void*> _fetchFirst{nullptr};
-    std::atomic<const void*> _fetchSecond{nullptr};
-    VParameterPtr _parameter;
-    const VParameterPtr _own;
     const std::string _name;
     const int _expertLevel;
+    const VParameterPtr _own;
+    mutable Keel::SpinLock _lock; // leaf, even below the lock of the container
+    VParameterPtr _parameter;
+    std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
+    std::atomic<bool> _ignored{false};
 };
 
 /// A set of slots, such as those that were connected when an object was restored.

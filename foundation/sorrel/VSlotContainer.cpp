@@ -55,20 +55,19 @@ VSlotPtr VSlotContainer::addParameter(const std::string& slotName, int expertLev
                                       const VParameterPtr& parameter, bool connected) {
     const bool joins = connected && parameter;
     VSlotPtr slot;
-    InputTable outdated;
     {
         const std::lock_guard lock(_slotMutex);
         if (joins) {
             if (VSlotPtr joined = findJoined(*parameter)) return joined;
             _joinedPlaces[parameter.controlBlock()] = _lastPlace + 1;
         }
-        outdated.swap(_inputTable);
         const std::string unique = uniqueName(slotName);
         slot = VSlotPtr(joins ? new VSlot(VSlot::Joined(), unique, expertLevel, parameter)
                               : new VSlot(unique, expertLevel, parameter));
         _inputPlaces.emplace(unique, ++_lastPlace);
         _inputs.emplace_hint(_inputs.end(), _lastPlace, slot);
     }
+    dropInputTable();
     if (joins) {
         ++connectionChanges;
     } else if (parameter) {
@@ -99,12 +98,10 @@ std::string VSlotContainer::uniqueName(const std::string& slotName) {
 
 bool VSlotContainer::removeParameter(const std::string& slotName) {
     VSlotPtr removed;
-    InputTable outdated;
     {
         const std::lock_guard lock(_slotMutex);
         const auto place = _inputPlaces.find(slotName);
         if (place == _inputPlaces.end()) return false;
-        outdated.swap(_inputTable);
         const auto entry = _inputs.find(place->second);
         removed = std::move(entry->second);
         const auto joined = _joinedPlaces.find(removed->readBlock());
@@ -114,6 +111,7 @@ bool VSlotContainer::removeParameter(const std::string& slotName) {
         _inputs.erase(entry);
         _inputPlaces.erase(place);
     }
+    dropInputTable();
     ++connectionChanges;
     _connectionAge.store(Keel::Ageable::newAge());
     return true;
@@ -151,23 +149,67 @@ VSlotPtr VSlotContainer::findOutput(const std::string& outputName) const {
 }
 
 VSlotContainer::InputTable VSlotContainer::inputTable() const {
-    const std::lock_guard lock(_slotMutex);
-    if (!_inputTable) {
-        // Plain pointers, as a reference looks into the block of the slot at each use.
-        struct Snapshot {
-            std::vector<VSlot*> slots;
-            std::vector<VSlotPtr> owners;
-        };
-        const auto snapshot = std::make_shared<Snapshot>();
-        snapshot->slots.reserve(_inputs.size());
-        snapshot->owners.reserve(_inputs.size());
-        for (const auto& [place, slot] : _inputs) {
-            snapshot->slots.push_back(slot.get());
-            snapshot->owners.push_back(slot);
-        }
-        _inputTable = InputTable(snapshot, &snapshot->slots);
+    {
+        const std::lock_guard lock(_tableLock);
+        if (_inputTable) return _inputTable;
     }
-    return _inputTable;
+    const auto snapshot = std::make_shared<InputSnapshot>();
+    const std::lock_guard lock(_slotMutex);
+    for (const auto& [place, slot] : _inputs) {
+        VParameterPtr parameter = slot->parameter();
+        snapshot->inputs.push_back({slot.get(), parameter.get(), slot->isIgnored()});
+        snapshot->slots.push_back(slot);
+        snapshot->parameters.push_back(std::move(parameter));
+    }
+    const std::lock_guard tableLock(_tableLock);
+    _inputTable = snapshot;
+    return snapshot;
+}
+
+void VSlotContainer::dropInputTable() {
+    // What it holds dies outside of the lock.
+    InputTable dropped;
+    const std::lock_guard lock(_tableLock);
+    dropped.swap(_inputTable);
+}
+
+/// Has the processor fetch something of a parameter, if there is one.
+static void fetch(const VParameter* parameter, const void* (VParameter::*part)() const noexcept) {
+    if (parameter != nullptr) __builtin_prefetch((parameter->*part)());
+}
+
+bool VSlotContainer::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
+    // Requests ask this of every object: a few global values are looked at in place.
+    constexpr std::size_t Few = 16;
+    constexpr std::size_t Ahead = 16;
+    {
+        const std::lock_guard lock(_tableLock);
+        if (_inputTable && _inputTable->inputs.size() <= Few) {
+            bool someAreLocal = false;
+            for (const Input& input : _inputTable->inputs) {
+                if (input.ignored || input.parameter == nullptr) continue;
+                if (input.parameter->holdsLocalValues()) {
+                    someAreLocal = true;
+                } else if (input.parameter->globalAge() > age) {
+                    return true;
+                }
+            }
+            if (!someAreLocal) return false;
+        }
+    }
+    const InputTable table = inputTable();
+    const std::vector<Input>& inputs = table->inputs;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        // What an object with thousands of inputs reads may lie anywhere.
+        if (i + Ahead < inputs.size()) fetch(inputs[i + Ahead].parameter, &VParameter::hotData);
+        if (i + Ahead / 2 < inputs.size()) {
+            fetch(inputs[i + Ahead / 2].parameter, &VParameter::hotAge);
+        }
+        const Input& input = inputs[i];
+        if (input.ignored || input.parameter == nullptr) continue;
+        if (input.parameter->age(pool) > age) return true;
+    }
+    return false;
 }
 
 std::vector<VSlotPtr> VSlotContainer::inputs() const {
@@ -209,6 +251,7 @@ AttachErrorCode VSlotContainer::attachParameter(const VParameterPtr& output,
     if (!validConnection(*slot, *output)) return Refused;
     slot->connect(output);
     noteJoined(slot, output);
+    dropInputTable();
     _connectionAge.store(Keel::Ageable::newAge());
     inputConnected(*slot, output);
     return Attached;
@@ -237,6 +280,7 @@ bool VSlotContainer::detach(const VSlotPtr& input) {
     if (!owns(input) || !input->isConnected()) return false;
     if (!input->ownParameter()) return removeParameter(input->Name());
     input->connect({});
+    dropInputTable();
     _connectionAge.store(Keel::Ageable::newAge());
     return true;
 }
@@ -324,6 +368,13 @@ void VSlotContainer::setup(const VSlotSet& connected) {
 
 bool VSlotContainer::implements(const std::type_info& type) const {
     return bool(getImplementationSlot(type, {}, {}));
+}
+
+void VSlotContainer::setIgnored(const VSlotPtr& input, bool ignored) {
+    if (!owns(input) || input->_ignored.exchange(ignored) == ignored) return;
+    dropInputTable();
+    ++connectionChanges;
+    _connectionAge.store(Keel::Ageable::newAge());
 }
 
 bool VSlotContainer::ignoreInput(const VSlotPtr& input) const {

@@ -123,6 +123,9 @@ public:
 
     /// Whether there is an output of a value type.
     bool implements(const std::type_info& type) const;
+    /// An ignored input plays no part in requests: its source isn't asked, and its age makes
+    /// nothing due.
+    void setIgnored(const VSlotPtr& input, bool ignored);
     /// Whether requests pass over an input.
     bool ignoreInput(const VSlotPtr& input) const;
     /// Visits the outputs of a value type; of all, for typeid(void).
@@ -145,16 +148,29 @@ public:
 
     void published() override;
 
-    using InputTable = std::shared_ptr<const std::vector<VSlot*>>;
+    /// The inputs in their order, and what they read.
+    struct Input {
+        VSlot* slot;
+        VParameter* parameter; // null if there is none
+        bool ignored;
+    };
+    struct InputSnapshot {
+        std::vector<Input> inputs;
+        // These keep alive what is pointed to.
+        std::vector<VSlotPtr> slots;
+        std::vector<VParameterPtr> parameters;
+    };
+    using InputTable = std::shared_ptr<const InputSnapshot>;
 
-    /// The inputs in their order, as they are now; shared by all who ask until one is added or
-    /// removed. The slots live as long as the table.
+    /// The inputs as they are now; shared by all who ask until one is added, removed, connected or
+    /// detached.
     InputTable inputTable() const;
+    /// Whether what any input reads in a pool is younger than an age; ignored inputs don't count.
+    bool hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const;
 
 protected:
-    /// Where the slots lie, for those who fetch it ahead.
-    const void* slotTable() const noexcept { return &_connectionAge; }
-    const void* slotLock() const noexcept { return &_slotMutex; }
+    /// Where what hasYoungerInput() reads begins, for those who fetch it ahead.
+    const void* hotData() const noexcept { return &_connectionAge; }
 
 private:
     struct Output {
@@ -169,10 +185,13 @@ private:
     std::string uniqueName(const std::string& slotName);
     bool owns(const VSlotPtr& input) const;
 
+    void dropInputTable();
+
     // What requests look at comes first, so that it lies together.
     std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
-    mutable InputTable _inputTable; // null after each change
-    mutable std::mutex _slotMutex;  // leaf: guards all but _connectionAge
+    mutable InputTable _inputTable;    // null after each change
+    mutable Keel::SpinLock _tableLock; // leaf, even below _slotMutex: guards _inputTable
+    mutable std::mutex _slotMutex;     // leaf: guards what is below
     Inputs _inputs;
     std::unordered_map<std::string, std::uint64_t> _inputPlaces;
     std::unordered_map<std::string, unsigned> _lastNumbers; // given to a name that was taken

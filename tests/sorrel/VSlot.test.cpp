@@ -94,7 +94,7 @@ TEST_F(VSlotTest, IgnoredInputPlaysNoPartInRequests) {
     consumer->addSource(*source);
     const VSlotPtr second = consumer->findInput("source");
     EXPECT_FALSE(consumer->ignoreInput(second));
-    second->setIgnored(true);
+    consumer->setIgnored(second, true);
     EXPECT_TRUE(consumer->ignoreInput(second));
     EXPECT_TRUE(consumer->ignoreInput({}));
     Mirk::VRequest first(pool);
@@ -103,7 +103,7 @@ TEST_F(VSlotTest, IgnoredInputPlaysNoPartInRequests) {
     source->sum.set({}, 5.0);
     EXPECT_TRUE(Mirk::VRequest(pool).process(*consumer, 1.0));
     EXPECT_EQ(consumer->updates, 1);
-    second->setIgnored(false);
+    consumer->setIgnored(second, false);
     EXPECT_TRUE(Mirk::VRequest(pool).process(*consumer, 1.0));
     EXPECT_EQ(source->updates, 1);
     EXPECT_EQ(consumer->updates, 2);
