@@ -167,16 +167,22 @@ VSlotContainer::InputTable VSlotContainer::inputTable() const {
 }
 
 void VSlotContainer::dropInputTable() {
-    // What it holds dies outside of the lock.
+    // What it holds dies outside of the locks.
     InputTable dropped;
-    const std::lock_guard lock(_tableLock);
+    // Another thread may be making a table of how things were before: that one goes as well.
+    const std::lock_guard slotLock(_slotMutex);
+    const std::lock_guard tableLock(_tableLock);
     dropped.swap(_inputTable);
 }
 
+namespace {
+
 /// Has the processor fetch something of a parameter, if there is one.
-static void fetch(const VParameter* parameter, const void* (VParameter::*part)() const noexcept) {
+void fetch(const VParameter* parameter, const void* (VParameter::*part)() const noexcept) {
     if (parameter != nullptr) __builtin_prefetch((parameter->*part)());
 }
+
+} // namespace
 
 bool VSlotContainer::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
     // Requests ask this of every object: a few global values are looked at in place.
