@@ -88,6 +88,11 @@ function(polypia_add_tests name)
   cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   _polypia_settings(${name})
+  if(POLYPIA_SANITIZE)
+    # A sanitizer and an optimiser together take a minute for a large test, and what matters is the
+    # speed of the libraries.
+    target_compile_options(${name} PRIVATE -O0)
+  endif()
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   include(GoogleTest)
   # Without the values of parameters, whose printed bytes differ from run to run.
