@@ -265,7 +265,14 @@ Keel::StrongPtr<VSlotContainer, VManagedObjectBase> VParameter::sourceContainer(
         const std::lock_guard lock(_ownerLock);
         source = _source;
     }
-    return Keel::StrongPtr<VSlotContainer, VManagedObjectBase>(source);
+    Keel::StrongPtr<VSlotContainer, VManagedObjectBase> container(source);
+    // Asked of the block: an object that is being constructed on another thread can't be looked at,
+    // not even for its bases.
+    if (!container ||
+        container.controlBlock()->firstReferenceState() != Keel::ControlBlock::Taken) {
+        return {};
+    }
+    return container;
 }
 
 void VParameter::setCreator(VSlotContainer* creator) {
