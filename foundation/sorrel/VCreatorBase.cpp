@@ -170,8 +170,12 @@ bool unregisterVInput(const std::type_info& type, const WeakInputCreator& creato
     const std::lock_guard lock(creators.mutex);
     const auto known = creators.byInput.find(type);
     if (known == creators.byInput.end()) return false;
-    return std::erase_if(known->second,
-                         [&](const auto& entry) { return entry.second == creator; }) != 0;
+    const bool wasKnown = std::erase_if(known->second, [&](const auto& entry) {
+                              return entry.second == creator;
+                          }) != 0;
+    // The type may belong to a module that is about to be unloaded: no key may stay behind.
+    if (known->second.empty()) creators.byInput.erase(known);
+    return wasKnown;
 }
 
 } // namespace Mirk
