@@ -175,7 +175,7 @@ public:
     void setSource(const Keel::WeakPtr<VSlotContainer, VManagedObjectBase>& source);
     /// Has no source any more, if it is this one. False if it is another.
     bool dropSource(const VSlotContainer& source);
-    /// Null for an input's own parameter, or if the object has gone.
+    /// Null for an input's own parameter, if the object has gone, and as long as it isn't complete.
     VManagedObjectPtr source() const;
     Keel::StrongPtr<VSlotContainer, VManagedObjectBase> sourceContainer() const;
     /// Whether setSource() was given an object that lived then.
