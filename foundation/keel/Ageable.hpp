@@ -18,9 +18,21 @@ public:
     static constexpr Age Ooooold = 0;
     /// The youngest age so far.
     static std::atomic<Age> GlobalTime;
+    /// How many ages were set so far. Raised behind the setting: if the count is what it was before
+    /// ages were looked at, they are still what they were. Never 0.
+    static std::atomic<std::uint64_t> Changes;
 
     /// Raises GlobalTime and returns its new value.
     static Age newAge() noexcept { return GlobalTime.fetch_add(1) + 1; }
+    /// Counts a change by which an age is read elsewhere than before.
+    static void noteChange() noexcept { Changes.fetch_add(1); }
+    /// Makes an age that is kept apart the youngest of all, and returns it.
+    static Age stamp(std::atomic<Age>& age) noexcept {
+        const Age youngest = newAge();
+        age.store(youngest);
+        noteChange();
+        return youngest;
+    }
 
     Ageable() noexcept = default;
     Ageable(const Ageable& other) noexcept : _age(other.age()) {}
@@ -30,13 +42,12 @@ public:
     }
 
     Age age() const noexcept { return _age.load(); }
-    void setAge(Age age) noexcept { _age.store(age); }
-    /// Makes this the youngest object of all, and returns its age.
-    Age rejuvenate() noexcept {
-        const Age age = newAge();
+    void setAge(Age age) noexcept {
         _age.store(age);
-        return age;
+        noteChange();
     }
+    /// Makes this the youngest object of all, and returns its age.
+    Age rejuvenate() noexcept { return stamp(_age); }
     bool isYoungerThan(const Ageable& other) const noexcept { return age() > other.age(); }
 
 protected:

@@ -34,22 +34,12 @@ Kept& theKept() {
 
 RequestPlan::RequestPlan() : _connectionChanges(connectionChanges.load()) {}
 
-void RequestPlan::add(const VObjectPtr& object, const VSlotContainer::InputTable& table,
-                      const std::vector<std::uint64_t>& sources) {
+void RequestPlan::add(const VObjectPtr& object, const std::vector<std::uint64_t>& sources) {
     _sources.insert(_sources.end(), sources.begin(), sources.end());
     const VObject& content = *object;
-    _addresses.insert(_addresses.end(), {&content, &content.controlBlock(), &content._latestUpdate,
-                                         &content._latestUpdate.age, content.hotData(), &*table});
-    if (!table->inputs.empty()) _addresses.push_back(table->inputs.data());
-    // Of a long table, what is read last would drive out what is read first.
-    constexpr std::size_t MostInputs = 8;
-    for (std::size_t i = 0; i < std::min(table->inputs.size(), MostInputs); ++i) {
-        const VParameter* const parameter = table->inputs[i].parameter;
-        if (parameter == nullptr || table->inputs[i].ignored) continue;
-        _addresses.insert(_addresses.end(), {parameter->hotData(), parameter->hotAge()});
-    }
     _steps.push_back({Keel::WeakPtr<VObject, VManagedObjectBase>(object), content.serialNumber(),
-                      _sources.size(), _addresses.size()});
+                      _sources.size(),
+                      {&content, &content.controlBlock(), &content._latestUpdate}});
 }
 
 bool RequestPlan::isValid() const noexcept {
@@ -58,10 +48,7 @@ bool RequestPlan::isValid() const noexcept {
 
 void RequestPlan::prefetch(std::size_t step) const noexcept {
     if (step >= _steps.size()) return;
-    for (std::size_t i = step > 0 ? _steps[step - 1].addressesEnd : 0;
-         i < _steps[step].addressesEnd; ++i) {
-        __builtin_prefetch(_addresses[i]);
-    }
+    for (const void* const address : _steps[step].addresses) __builtin_prefetch(address);
 }
 
 RequestPlan::Ptr RequestPlan::find(const VObject& root) {

@@ -4,6 +4,7 @@
 
 #include <sorrel/VObject.hpp>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -22,17 +23,16 @@ public:
     struct Step {
         Keel::WeakPtr<VObject, VManagedObjectBase> object;
         std::uint64_t serial = 0;
-        // Ends of what belongs to this step in the tables of the plan.
-        std::size_t sourcesEnd = 0;
-        std::size_t addressesEnd = 0;
+        std::size_t sourcesEnd = 0; // in the table of the plan
+        // Never read from: what lay there may be gone.
+        std::array<const void*, 3> addresses = {};
     };
 
     /// The plan holds for the connections as they are now, so make it ahead of the walk.
     RequestPlan();
 
     /// Adds an object, whose sources have been added already.
-    void add(const VObjectPtr& object, const VSlotContainer::InputTable& table,
-             const std::vector<std::uint64_t>& sources);
+    void add(const VObjectPtr& object, const std::vector<std::uint64_t>& sources);
     bool isValid() const noexcept;
 
     std::size_t size() const noexcept { return _steps.size(); }
@@ -58,8 +58,6 @@ private:
     const std::uint64_t _connectionChanges;
     std::vector<Step> _steps;
     std::vector<std::uint64_t> _sources; // serial numbers
-    // Never read from: what lay there may be gone.
-    std::vector<const void*> _addresses;
 };
 
 } // namespace Mirk

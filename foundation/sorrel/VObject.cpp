@@ -34,9 +34,17 @@ bool VObject::update(VRequest&, double) {
 }
 
 bool VObject::must_update(const VRequest& request, double) const {
-    const Keel::Ageable::Age last = lastUpdate(request.pool).age;
-    return last == Keel::Ageable::Ooooold || connectionAge() > last ||
-           hasYoungerInput(request.pool, last);
+    // Ahead of the ages, as one may be raised meanwhile.
+    const std::uint64_t changes = Keel::Ageable::Changes.load();
+    const LastUpdate last = lastUpdate(request.pool);
+    if (last.age == Keel::Ageable::Ooooold) return true;
+    if (last.changes == changes) return false;
+    if (connectionAge() > last.age || hasYoungerInput(request.pool, last.age)) return true;
+    const std::lock_guard lock(_recordLock);
+    if (_latestUpdate.pool == request.pool && _latestUpdate.age == last.age) {
+        _latestUpdate.changes = changes;
+    }
+    return false;
 }
 
 bool VObject::unsychronized_update(VRequest&, double) {
@@ -176,12 +184,12 @@ std::string VObject::failureReason(const ValuePoolPtr& pool) const {
 VObject::LastUpdate VObject::lastUpdate(const ValuePoolPtr& pool) const {
     const std::lock_guard lock(_recordLock);
     const UpdateRecord* const record = findRecord(pool);
-    return record != nullptr ? LastUpdate{record->age, record->failed} : LastUpdate{};
+    return record != nullptr ? LastUpdate{record->age, record->changes, record->failed} : LastUpdate{};
 }
 
 void VObject::recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, bool failed,
                            const std::string& reason) {
-    UpdateRecord record{Keel::WeakPtr<ValuePool>(pool), age, failed, reason};
+    UpdateRecord record{Keel::WeakPtr<ValuePool>(pool), age, 0, failed, reason};
     const std::lock_guard lock(_recordLock);
     std::swap(_latestUpdate, record);
     std::erase_if(_earlierUpdates, [&](const UpdateRecord& earlier) {

@@ -132,12 +132,14 @@ private:
     struct UpdateRecord {
         Keel::WeakPtr<ValuePool> pool;
         Keel::Ageable::Age age = Keel::Ageable::Ooooold;
+        std::uint64_t changes = 0; // of ages, when it was found to be still the latest
         bool failed = false;
         std::string reason;
     };
 
     struct LastUpdate {
         Keel::Ageable::Age age = Keel::Ageable::Ooooold;
+        std::uint64_t changes = 0;
         bool failed = false;
     };
 
@@ -149,7 +151,7 @@ private:
     const PreferencesPtr _preferences;
     std::atomic<bool> _processesRequests{false};
     mutable Keel::SpinLock _recordLock; // leaf: guards what is below
-    UpdateRecord _latestUpdate;
+    mutable UpdateRecord _latestUpdate;
     std::vector<UpdateRecord> _earlierUpdates; // in other pools
     std::string _creatorName;
 };

@@ -60,7 +60,7 @@ public:
 
 protected:
     /// Makes the parameter itself the youngest of all.
-    void raiseTouchAge() const { _touchAge.store(Keel::Ageable::newAge()); }
+    void raiseTouchAge() const { Keel::Ageable::stamp(_touchAge); }
     /// Tells each watcher once, but for `except` and those that watch `exceptList` too. Those that
     /// are added meanwhile are not told, those that are removed may be.
     void notify(const VValuePtr& value, const ValuePoolPtr& pool,
@@ -74,7 +74,6 @@ private:
     mutable std::vector<Keel::WeakPtr<ValueNotifier>> _notifiers;
     mutable std::atomic<std::size_t> _notifierCount{0};
     mutable std::vector<Keel::WeakPtr<ValuePool>> _shadows;
-    // Last, beside what requests look at in parameters.
     mutable std::atomic<Keel::Ageable::Age> _touchAge{Keel::Ageable::Ooooold};
 };
 
@@ -125,9 +124,6 @@ public:
     /// Age of what getValue() gives in a pool, or of the parameter itself if that is younger. Makes
     /// no local value: a copy of the global one would have its age.
     Keel::Ageable::Age age(const ValuePoolPtr& pool) const;
-    /// Where what age() reads lies, for those who fetch it ahead.
-    const void* hotData() const noexcept { return &_valueAge; }
-    const void* hotAge() const noexcept { return _valueAge; }
     /// The same as long as values aren't local.
     Keel::Ageable::Age globalAge() const noexcept {
         const Keel::Ageable::Age age = touchAge();
@@ -168,7 +164,10 @@ public:
     const ValueMap& properties() const noexcept { return _properties; }
 
     /// From now on values are local to each pool.
-    void Localize() { _local.store(true); }
+    void Localize() {
+        _local.store(true);
+        Keel::Ageable::noteChange();
+    }
     bool holdsLocalValues() const noexcept { return _local.load(std::memory_order_relaxed); }
 
     /// The object that owns this output.
@@ -188,7 +187,6 @@ public:
     std::atomic<std::int32_t> order{0};
 
 private:
-    // What requests look at comes first, so that it lies together.
     const Keel::Ageable* const _valueAge; // of _value; null without one
     std::atomic<bool> _local{false};
     std::atomic<bool> _hasSource{false};

@@ -2,6 +2,7 @@
 
 #include <sorrel/RequestPlan.hpp>
 #include <sorrel/VActionNotifier.hpp>
+#include <sorrel/connectionChanges.hpp>
 
 #include <keel/ThreadPool.hpp>
 #include <keel/VerboseStream.hpp>
@@ -11,6 +12,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace Mirk {
@@ -35,6 +37,27 @@ struct Requests {
 
 Requests& theRequests() {
     static Requests& instance = *new Requests;
+    return instance;
+}
+
+/// Cycles that were warned of. A viewer makes a request for each frame: one warning is enough until
+/// something is connected or disconnected.
+struct WarnedCycles {
+    /// False if it was added already.
+    bool add(const std::string& names) {
+        const std::lock_guard lock(mutex);
+        const std::uint64_t present = connectionChanges.load();
+        if (connections != present) cycles.clear();
+        connections = present;
+        return cycles.insert(names).second;
+    }
+    std::mutex mutex; // leaf
+    std::uint64_t connections = 0;
+    std::set<std::string> cycles;
+};
+
+WarnedCycles& theWarnedCycles() {
+    static WarnedCycles& instance = *new WarnedCycles;
     return instance;
 }
 
@@ -179,7 +202,7 @@ void VRequest::walk(VObject& root, double precision) {
         path.pop_back();
         visitOf(finished.object->serialNumber()) = succeeded ? Visit::Done : Visit::Failed;
         if (!succeeded && !path.empty()) path.back().failed = true;
-        if (isFresh) plan->add(finished.object, finished.inputs, finished.sources);
+        if (isFresh) plan->add(finished.object, finished.sources);
     }
     if (isFresh && calls == _calls && cycles == _cycles.size() && plan->isValid()) {
         RequestPlan::keep(root, plan);
@@ -257,7 +280,9 @@ void VRequest::reportCycle(const std::vector<Pending>& path, const VObject& clos
     // Two connections between the same objects close the same cycle.
     if (std::find(_cycles.begin(), _cycles.end(), names) != _cycles.end()) return;
     _cycles.push_back(names);
-    VActionNotifier::Warning("The connections form a cycle: " + names);
+    if (theWarnedCycles().add(names)) {
+        VActionNotifier::Warning("The connections form a cycle: " + names);
+    }
 }
 
 void RequestThread::post(const WeakObject& object, const ValuePoolPtr& pool, double precision,

@@ -22,7 +22,7 @@ namespace Mirk {
 /// Objects are taken depth first: what an object's inputs are connected to comes before the object,
 /// in the order of the inputs, each object once. An object is updated only if must_update() says
 /// so. Connections that lead back to an object that is still waiting for them are a cycle, which is
-/// reported, by a warning too, and not followed. How deep the sources lie is limited by memory
+/// reported and not followed; a warning comes once, until something is connected anew. How deep the sources lie is limited by memory
 /// only, as the walk is no recursion.
 class SORREL_EXPORT VRequest {
 public:

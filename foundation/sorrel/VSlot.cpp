@@ -35,7 +35,7 @@ void VSlot::connect(const VParameterPtr& parameter) {
         const std::lock_guard lock(_lock);
         _parameter.swap(replacement);
     }
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
     ++connectionChanges;
 }
 

@@ -73,7 +73,7 @@ VSlotPtr VSlotContainer::addParameter(const std::string& slotName, int expertLev
     } else if (parameter) {
         parameter->setCreator(this);
     }
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
     return slot;
 }
 
@@ -113,7 +113,7 @@ bool VSlotContainer::removeParameter(const std::string& slotName) {
     }
     dropInputTable();
     ++connectionChanges;
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
     return true;
 }
 
@@ -175,19 +175,9 @@ void VSlotContainer::dropInputTable() {
     dropped.swap(_inputTable);
 }
 
-namespace {
-
-/// Has the processor fetch something of a parameter, if there is one.
-void fetch(const VParameter* parameter, const void* (VParameter::*part)() const noexcept) {
-    if (parameter != nullptr) __builtin_prefetch((parameter->*part)());
-}
-
-} // namespace
-
 bool VSlotContainer::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
     // Requests ask this of every object: a few global values are looked at in place.
     constexpr std::size_t Few = 16;
-    constexpr std::size_t Ahead = 16;
     {
         const std::lock_guard lock(_tableLock);
         if (_inputTable && _inputTable->inputs.size() <= Few) {
@@ -205,17 +195,9 @@ bool VSlotContainer::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Ag
     }
     const InputTable table = inputTable();
     const std::vector<Input>& inputs = table->inputs;
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        // What an object with thousands of inputs reads may lie anywhere.
-        if (i + Ahead < inputs.size()) fetch(inputs[i + Ahead].parameter, &VParameter::hotData);
-        if (i + Ahead / 2 < inputs.size()) {
-            fetch(inputs[i + Ahead / 2].parameter, &VParameter::hotAge);
-        }
-        const Input& input = inputs[i];
-        if (input.ignored || input.parameter == nullptr) continue;
-        if (input.parameter->age(pool) > age) return true;
-    }
-    return false;
+    return std::any_of(inputs.begin(), inputs.end(), [&](const Input& input) {
+        return !input.ignored && input.parameter != nullptr && input.parameter->age(pool) > age;
+    });
 }
 
 std::vector<VSlotPtr> VSlotContainer::inputs() const {
@@ -258,7 +240,7 @@ AttachErrorCode VSlotContainer::attachParameter(const VParameterPtr& output,
     slot->connect(output);
     noteJoined(slot, output);
     dropInputTable();
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
     inputConnected(*slot, output);
     return Attached;
 }
@@ -287,7 +269,7 @@ bool VSlotContainer::detach(const VSlotPtr& input) {
     if (!input->ownParameter()) return removeParameter(input->Name());
     input->connect({});
     dropInputTable();
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
     return true;
 }
 
@@ -380,7 +362,7 @@ void VSlotContainer::setIgnored(const VSlotPtr& input, bool ignored) {
     if (!owns(input) || input->_ignored.exchange(ignored) == ignored) return;
     dropInputTable();
     ++connectionChanges;
-    _connectionAge.store(Keel::Ageable::newAge());
+    Keel::Ageable::stamp(_connectionAge);
 }
 
 bool VSlotContainer::ignoreInput(const VSlotPtr& input) const {

@@ -168,10 +168,6 @@ public:
     /// Whether what any input reads in a pool is younger than an age; ignored inputs don't count.
     bool hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const;
 
-protected:
-    /// Where what hasYoungerInput() reads begins, for those who fetch it ahead.
-    const void* hotData() const noexcept { return &_connectionAge; }
-
 private:
     struct Output {
         std::string name;
@@ -187,7 +183,6 @@ private:
 
     void dropInputTable();
 
-    // What requests look at comes first, so that it lies together.
     std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};
     mutable InputTable _inputTable;    // null after each change
     mutable Keel::SpinLock _tableLock; // leaf, even below _slotMutex: guards _inputTable

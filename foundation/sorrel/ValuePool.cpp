@@ -30,6 +30,7 @@ VValuePtr ValuePool::createVariable(const Keel::WeakPtr<ValueNotifierList>& para
         if (!place) place = value;
         present = place;
     }
+    Keel::Ageable::noteChange();
     live->addShadow(Keel::WeakPtr<ValuePool>(*this));
     return present;
 }

@@ -23,6 +23,22 @@ TEST(AgeableTest, GettingYoungerRaisesTheGlobalTimeByOneAndTakesIt) {
     EXPECT_EQ(thing.age(), before + 1);
 }
 
+TEST(AgeableTest, EachSettingOfAnAgeIsCounted) {
+    Thing thing;
+    const std::uint64_t before = Keel::Ageable::Changes;
+    EXPECT_NE(before, 0u);
+    thing.rejuvenate();
+    EXPECT_EQ(Keel::Ageable::Changes, before + 1);
+    thing.setAge(1);
+    EXPECT_EQ(Keel::Ageable::Changes, before + 2);
+    std::atomic<Keel::Ageable::Age> apart{Keel::Ageable::Ooooold};
+    EXPECT_EQ(Keel::Ageable::stamp(apart), Keel::Ageable::GlobalTime);
+    EXPECT_EQ(apart, Keel::Ageable::GlobalTime);
+    EXPECT_EQ(Keel::Ageable::Changes, before + 3);
+    Keel::Ageable::noteChange();
+    EXPECT_EQ(Keel::Ageable::Changes, before + 4);
+}
+
 TEST(AgeableTest, CopyHasTheAgeOfItsSource) {
     Thing thing;
     thing.rejuvenate();

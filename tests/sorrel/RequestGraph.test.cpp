@@ -205,6 +205,23 @@ TEST_F(RequestGraphTest, CycleIsReportedOnceWithTheNamesAlongIt) {
     EXPECT_EQ(second.cycles().size(), 1u);
 }
 
+TEST_F(RequestGraphTest, CycleIsWarnedOfOnceUntilSomethingIsConnectedAnew) {
+    const SummingPtr a = makeSumming("a"), b = makeSumming("b");
+    a->addSource(*b);
+    b->addSource(*a);
+    const ShellRecorderPtr shell = listenToShell();
+    for (int i = 0; i < 3; ++i) {
+        VRequest request(pool);
+        EXPECT_FALSE(request.process(*a, 1.0));
+        EXPECT_THAT(request.cycles(), ElementsAre("a -> b -> a"));
+    }
+    EXPECT_EQ(shell->events().size(), 1u);
+    makeSumming("c")->addSource(*a);
+    VRequest request(pool);
+    request.process(*a, 1.0);
+    EXPECT_EQ(shell->events().size(), 2u);
+}
+
 TEST_F(RequestGraphTest, TwoConnectionsBetweenTheSameObjectsAreOneCycle) {
     make(2);
     objects[0]->addSource(*objects[1]);

@@ -62,6 +62,44 @@ TEST_F(VRequestTest, RequestOfAnObjectProcessesIt) {
     EXPECT_EQ(request.numberOfVisits(), 1u);
 }
 
+TEST_F(VRequestTest, AgeThatIsRaisedWithoutANotificationMakesDueAsWell) {
+    VRequest(pool).process(*object, 1.0);
+    VRequest(pool).process(*object, 1.0);
+    object->own->parameter()->DefaultValue()->ageable().rejuvenate();
+    VRequest request(pool);
+    request.process(*object, 1.0);
+    EXPECT_EQ(request.numberOfUpdates(), 1u);
+}
+
+TEST_F(VRequestTest, YoungerValueOfAPoolMakesDueOnceValuesAreLocal) {
+    const auto parameter = object->own->parameter();
+    VRequest(pool).process(*object, 1.0);
+    VRequest(pool).process(*object, 1.0);
+    parameter->getLocalValue(pool, {}, true)->ageable().rejuvenate();
+    VRequest global(pool);
+    global.process(*object, 1.0);
+    EXPECT_EQ(global.numberOfUpdates(), 0u);
+    parameter->Localize();
+    VRequest local(pool);
+    local.process(*object, 1.0);
+    EXPECT_EQ(local.numberOfUpdates(), 1u);
+}
+
+TEST_F(VRequestTest, IsCleanInEachPoolByItself) {
+    const Mirk::ValuePoolPtr other(new Mirk::ValuePool);
+    for (int i = 0; i < 2; ++i) {
+        VRequest(pool).process(*object, 1.0);
+        VRequest(other).process(*object, 1.0);
+    }
+    EXPECT_EQ(object->updates, 2);
+    object->own.set({}, 2.0);
+    for (int i = 0; i < 2; ++i) {
+        VRequest(pool).process(*object, 1.0);
+        VRequest(other).process(*object, 1.0);
+    }
+    EXPECT_EQ(object->updates, 4);
+}
+
 TEST_F(VRequestTest, EachObjectIsTakenOnceInARequest) {
     object->addSource(*source);
     VRequest request(pool);
