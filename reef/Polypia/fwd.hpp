@@ -12,9 +12,11 @@ namespace Mirk {
 
 class Interactor;
 class MapMemory;
+class MultiviewRenderable;
 class NamedRenderExceptions;
 class ObjectSelection;
 class OfflineRenderResult;
+class PickList;
 class PixelBuffer;
 class PixelZoom;
 class Polyp;
@@ -22,10 +24,13 @@ class PolypBasicCreator;
 class PolypCreatorBase;
 class PolypCreatorKeeper;
 class ProjectionParameters;
+class RenderAble;
 class RenderBasin;
 class RenderException;
 class RenderNamespace;
+class RenderSlice;
 class Seagrass;
+class StereoDraw;
 class TextureBase;
 class TextureCreator;
 class UniformBuffer;
@@ -35,8 +40,11 @@ class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
 class VRenderPrecision;
+class VScene;
+class VTextRenderProperties; // for backends that draw text
 class View;
 struct PolypCreatorContext;
+struct VRenderAble;
 struct ViewportGeometry;
 
 template<class Initializer>
@@ -74,6 +82,18 @@ struct Keel::RootOf<Mirk::PolypCreator<Initializer>> {
 template<>
 struct Keel::RootOf<Mirk::PolypCreatorBase> {
     using type = Keel::Creature;
+};
+template<>
+struct Keel::RootOf<Mirk::PickList> {
+    using type = Mirk::PickList;
+};
+template<>
+struct Keel::RootOf<Mirk::RenderAble> {
+    using type = Mirk::VManagedObjectBase;
+};
+template<>
+struct Keel::RootOf<Mirk::RenderSlice> {
+    using type = Keel::InterfaceBase;
 };
 template<>
 struct Keel::RootOf<Mirk::Seagrass> {
