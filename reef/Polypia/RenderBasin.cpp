@@ -134,6 +134,16 @@ RenderBasin::StorageBufferPtr RenderBasin::bindToPrograms(Polyp& polyp, const ch
     return buffer;
 }
 
+// Meant as it stands, with the `#line` on the line of the `#if`, and a macro of its own beside that
+// of the compiler: text that is composed elsewhere relies on it.
+std::string RenderBasin::glsl_line_directive(int line, const char* file) const {
+    const long long first = line;
+    return "#if defined(GL_GOOGLE_cpp_style_line_directive) || "
+           "defined(GLSL_CAN_DO_LINE_DIRECTIVE)#line " +
+           std::to_string(first + 1) + " \"" + file + "\"\n#else\n#line " +
+           std::to_string(first + 3) + " /* " + file + "*/\n#endif\n";
+}
+
 RenderBasin::FloatedOrigin::FloatedOrigin() = default;
 
 RenderBasin::FloatedOrigin::FloatedOrigin(const Skua::PhysicalSpace::vector& origin)

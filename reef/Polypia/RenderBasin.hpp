@@ -192,6 +192,11 @@ public:
     StorageBufferPtr bindStorageBuffer(Polyp& polyp, const char* blockName, Keel::Intercube& holder,
                                        unsigned long long bytes, StorageFlags flags) const;
 
+    /// For backends and modules: numbers the lines of a text that stands in a C++ source behind the
+    /// call. Compilers that know names of files are told line + 1, the others line + 3 as they
+    /// count these lines as well.
+    std::string glsl_line_directive(int line, const char* file) const;
+
     /// An updater from a function of the render context, for a value that has no slot.
     template<class F>
     static UpdaterPtr createRenderLambda(F function);

@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -52,6 +53,17 @@ TEST_F(RenderBasin, IsAbstractWithTheNamesOfTheNamespace) {
     static_assert(std::is_empty_v<Mirk::RenderNamespace>);
     static_assert(std::is_same_v<decltype(Basin::numberOfLightSources), std::int32_t>);
     EXPECT_EQ(basin.numberOfLightSources, 0);
+}
+
+TEST_F(RenderBasin, LineDirectiveIsPartOfItsCondition) {
+    EXPECT_EQ(basin.glsl_line_directive(12, "a.cpp"),
+              "#if defined(GL_GOOGLE_cpp_style_line_directive) || "
+              "defined(GLSL_CAN_DO_LINE_DIRECTIVE)#line 13 \"a.cpp\"\n"
+              "#else\n"
+              "#line 15 /* a.cpp*/\n"
+              "#endif\n");
+    EXPECT_THAT(basin.glsl_line_directive(std::numeric_limits<int>::max(), ""),
+                testing::HasSubstr("#line 2147483650 /* */\n"));
 }
 
 TEST_F(RenderBasin, HasItsFieldsInOrder) {
