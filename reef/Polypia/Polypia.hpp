@@ -2,6 +2,7 @@
 // All of Polypia.
 
 #include <Polypia/Interactor.hpp>
+#include <Polypia/LayeredMultiViews.hpp>
 #include <Polypia/MapMemory.hpp>
 #include <Polypia/NamedRenderExceptions.hpp>
 #include <Polypia/ObjectSelection.hpp>

@@ -11,6 +11,7 @@
 namespace Mirk {
 
 class Interactor;
+class LayeredMultiViews;
 class MapMemory;
 class MultiviewRenderable;
 class NamedRenderExceptions;
