@@ -74,6 +74,8 @@ VManagedObject::~VManagedObject() {
     domain.byPriority.erase(found->second);
     domain.byName.erase(found);
     if (_uniqueName == name) domain.lastNumber.erase(name);
+    // The type may belong to a module that is about to be unloaded: no key may stay behind.
+    if (domain.byName.empty()) objects.domains.erase(_rootType);
 }
 
 VManagedObjectPtr VManagedObject::find(const std::type_info& rootType, const std::string& name) {

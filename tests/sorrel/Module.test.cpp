@@ -6,12 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -97,6 +99,29 @@ TEST_F(ModuleTest, CanBeLoadedAgainAfterUnloading) {
         const_cast<VObjectPtr&>(object) = {};
         EXPECT_TRUE(unloads(module));
     }
+}
+
+template<std::size_t Number>
+class Kind : public VManagedDomainObject<Kind<Number>> {
+public:
+    Kind() : VManagedDomainObject<Kind<Number>>("one of a kind", 0) {}
+};
+
+template<std::size_t... Numbers>
+std::size_t makeOneOfEach(std::index_sequence<Numbers...>) {
+    const std::vector<VManagedObjectPtr> objects{VManagedObjectPtr(new Kind<Numbers>)...};
+    return (0u + ... +
+            std::size_t{VManagedObject::find(typeid(Kind<Numbers>), "one of a kind") ==
+                        objects[Numbers]});
+}
+
+TEST_F(ModuleTest, LeavesNoTypeInTheRegisterOfObjects) {
+    const Module::Ptr module = load();
+    makeSounder("s");
+    EXPECT_TRUE(unloads(module));
+    constexpr std::size_t Kinds = 100;
+    EXPECT_EQ(makeOneOfEach(std::make_index_sequence<Kinds>()), Kinds)
+        << "the register grows, and looks at all types in it";
 }
 
 TEST_F(ModuleTest, IsLoadedOnce) {

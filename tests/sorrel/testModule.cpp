@@ -23,6 +23,12 @@ struct Mirk::VValueTrait<Depth> {
 
 namespace {
 
+/// Found under a type of the module.
+class Echo : public Mirk::VManagedDomainObject<Echo> {
+public:
+    Echo() : Mirk::VManagedDomainObject<Echo>("echo", 0) {}
+};
+
 class Sounder : public Mirk::VObject {
 public:
     using Mirk::VObject::VObject;
@@ -34,6 +40,7 @@ public:
     Mirk::TypedSlot<double> scale{this, "scale", 1, 0};
     Mirk::TypedSlot<Depth> draught{this, "draught", Depth{3}, 0};
     Mirk::VOutput<Depth> depth{this, "depth", Depth{}};
+    const Mirk::VManagedObjectPtr echo{new Echo};
 };
 
 class SounderForInputs : public Mirk::VInputCreator<Depth> {
