@@ -21,7 +21,7 @@ public:
     // The order of the virtual operations, behind those of VValueBase, is part of the interface.
 
     virtual void get(T& target) const = 0;
-    /// Returns whether this was a change.
+    /// Returns whether this was a change; what is none leaves the value as it was.
     virtual bool set(const T& value) = 0;
 
     const std::type_info& type() const final { return typeid(T); }
@@ -82,12 +82,15 @@ public:
 
     T read() const { return _value.load(); }
     bool write(const T& value) {
-        const T old = _value.exchange(value);
         if constexpr (ComparableValue<T>) {
-            return VValueCompareTrait<T>::isDifferent(old, value);
+            T old = _value.load();
+            do {
+                if (!VValueCompareTrait<T>::isDifferent(old, value)) return false;
+            } while (!_value.compare_exchange_weak(old, value));
         } else {
-            return true;
+            _value.store(value);
         }
+        return true;
     }
 
 private:

@@ -10,6 +10,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 using Mirk::TextResult;
 using Mirk::VValue;
@@ -24,6 +25,15 @@ struct Point {
 struct Cursor {
     int id = 0;
 };
+/// The label makes no difference.
+struct alignas(8) Labelled {
+    int id = 0;
+    int label = 0;
+};
+struct LargeLabelled {
+    int id = 0;
+    std::string label;
+};
 /// Too large for one piece, different by address.
 struct BrushLike {
     std::array<double, 4> content{};
@@ -34,6 +44,14 @@ struct BrushLike {
 template<>
 struct Mirk::VValueCompareTrait<Cursor> {
     static bool isDifferent(const Cursor& a, const Cursor& b) { return &a != &b; }
+};
+template<>
+struct Mirk::VValueCompareTrait<Labelled> {
+    static bool isDifferent(const Labelled& a, const Labelled& b) { return a.id != b.id; }
+};
+template<>
+struct Mirk::VValueCompareTrait<LargeLabelled> {
+    static bool isDifferent(const LargeLabelled& a, const LargeLabelled& b) { return a.id != b.id; }
 };
 template<>
 struct Mirk::VValueCompareTrait<BrushLike> {
@@ -104,6 +122,30 @@ TEST(VValueTest, ComparisonByAddressSeesTheHeldObjectAndTheArgument) {
     VValue<Cursor> cursor(Cursor{});
     EXPECT_TRUE(cursor.set(Cursor{}));
     EXPECT_TRUE(cursor.set(Cursor{}));
+}
+
+TEST(VValueTest, WhatIsNotDifferentIsNotWritten) {
+    static_assert(Mirk::AtomicValue<Labelled> && !Mirk::AtomicValue<LargeLabelled>);
+    VValue<Labelled> small(Labelled{1, 5});
+    EXPECT_FALSE(small.set(Labelled{1, 6}));
+    Labelled read;
+    small.get(read);
+    EXPECT_EQ(read.label, 5) << "nobody would be told of it";
+    EXPECT_TRUE(small.set(Labelled{2, 6}));
+    small.get(read);
+    EXPECT_EQ(read.label, 6);
+    VValue<LargeLabelled> large(LargeLabelled{1, "a"});
+    EXPECT_FALSE(large.set(LargeLabelled{1, "b"}));
+    LargeLabelled readToo;
+    large.get(readToo);
+    EXPECT_EQ(readToo.label, "a");
+}
+
+TEST(VValueTest, HasItsBases) {
+    static_assert(std::is_base_of_v<Mirk::VTypedValueBase<double>, VValue<double>>);
+    static_assert(std::is_base_of_v<VValueBase, Mirk::VTypedValueBase<double>>);
+    static_assert(std::is_base_of_v<Keel::Ageable, VValue<double>>);
+    static_assert(std::is_base_of_v<Keel::ReferenceBase<VValueBase>, VValueBase>);
 }
 
 TEST(VValueTest, WritingLeavesTheAgeToTheNotification) {
