@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <list>
 #include <mutex>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -16,7 +18,8 @@ namespace {
 struct Shell {
     std::mutex mutex; // leaf
     std::vector<Keel::WeakPtr<VActionNotifier>> listeners;
-    std::vector<VObjectPtr> objects;
+    std::list<VObjectPtr> objects; // in order of announcement
+    std::unordered_map<const Keel::ControlBlock*, std::list<VObjectPtr>::iterator> places;
 };
 
 Shell& theShell() {
@@ -97,10 +100,11 @@ void VActionNotifier::VObjectCreation(const VObjectPtr& object, const Keel::Inte
                                       const Keel::WeakPtr<VCreatorBase>& creator) {
     if (!object) return;
     {
-        const std::lock_guard lock(theShell().mutex);
-        auto& objects = theShell().objects;
-        if (std::find(objects.begin(), objects.end(), object) != objects.end()) return;
-        objects.push_back(object);
+        Shell& shell = theShell();
+        const std::lock_guard lock(shell.mutex);
+        if (shell.places.contains(object.controlBlock())) return;
+        shell.places.emplace(object.controlBlock(),
+                             shell.objects.insert(shell.objects.end(), object));
     }
     for (const auto& listener : liveListeners()) listener->objectCreated(object, context, creator);
 }
@@ -108,12 +112,13 @@ void VActionNotifier::VObjectCreation(const VObjectPtr& object, const Keel::Inte
 bool VActionNotifier::remove(const VObjectPtr& object) {
     VObjectPtr held;
     {
-        const std::lock_guard lock(theShell().mutex);
-        auto& objects = theShell().objects;
-        const auto found = std::find(objects.begin(), objects.end(), object);
-        if (found == objects.end()) return false;
-        held = std::move(*found);
-        objects.erase(found);
+        Shell& shell = theShell();
+        const std::lock_guard lock(shell.mutex);
+        const auto place = shell.places.find(object.controlBlock());
+        if (place == shell.places.end()) return false;
+        held = std::move(*place->second);
+        shell.objects.erase(place->second);
+        shell.places.erase(place);
     }
     disconnect({held});
     for (const auto& listener : liveListeners()) listener->objectRemoved(held);
@@ -123,8 +128,11 @@ bool VActionNotifier::remove(const VObjectPtr& object) {
 void VActionNotifier::clear() {
     std::vector<VObjectPtr> held;
     {
-        const std::lock_guard lock(theShell().mutex);
-        held.swap(theShell().objects);
+        Shell& shell = theShell();
+        const std::lock_guard lock(shell.mutex);
+        held.assign(shell.objects.begin(), shell.objects.end());
+        shell.objects.clear();
+        shell.places.clear();
     }
     disconnect(held);
     const auto listeners = liveListeners();
@@ -135,7 +143,8 @@ void VActionNotifier::clear() {
 
 std::vector<VObjectPtr> VActionNotifier::objects() {
     const std::lock_guard lock(theShell().mutex);
-    return theShell().objects;
+    const auto& objects = theShell().objects;
+    return {objects.begin(), objects.end()};
 }
 
 void VActionNotifier::Warning(const std::string& text) {
