@@ -1,9 +1,12 @@
 #include <sorrel/VNutrition.hpp>
 
+#include "../Polypia/virtualSlot.hpp"
+
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
+#include <vector>
 
 using Mirk::VNutrition;
 
@@ -17,6 +20,19 @@ public:
     }
     using VNutrition::quickinfo;
 };
+
+TEST(VNutritionTest, HasItsVirtualOperationsInOrder) {
+    using Foods = std::set<std::string>;
+    EXPECT_EQ(
+        (std::vector{
+            virtualSlot(&VNutrition::digestible),
+            virtualSlot(
+                static_cast<std::string (VNutrition::*)(Foods&) const>(&VNutrition::quickinfo)),
+            virtualSlot(static_cast<std::string (VNutrition::*)(
+                            Foods&, const VNutrition::ProgressPtr&) const>(&VNutrition::quickinfo)),
+            virtualSlot(&VNutrition::digest), virtualSlot(&VNutrition::createScript)}),
+        slotsFrom(2, 5));
+}
 
 TEST(VNutritionTest, NothingIsDigestibleByDefault) {
     VNutrition nutrition;

@@ -53,12 +53,24 @@ TEST_F(VObjectTest, HasItsVirtualOperationsInOrder) {
         slotsFrom(2, 14));
 }
 
+/// A pointer to a virtual base can't be cast back by static_cast.
+template<class Base, class Derived>
+constexpr bool HasVirtualBase = std::is_base_of_v<Base, Derived> && !requires(Base * base) {
+    static_cast<Derived*>(base);
+};
+
 TEST_F(VObjectTest, HasItsBases) {
+    static_assert(HasVirtualBase<Mirk::VManagedObjectBase, VObject>);
+    static_assert(HasVirtualBase<Mirk::VConnectable, VObject>);
+    static_assert(HasVirtualBase<Mirk::VStateCreatorBase, VObject>);
+    static_assert(HasVirtualBase<Mirk::VSaveable, VObject>);
+    static_assert(HasVirtualBase<Mirk::VManagedObjectBase, Mirk::VSlotContainer>);
+    static_assert(!HasVirtualBase<Mirk::VSlotContainer, VObject>);
+    static_assert(std::is_base_of_v<Mirk::VManagedObject, Mirk::VManagedDomainObject<VObject>>);
+    static_assert(
+        std::is_base_of_v<Keel::ReferenceBase<Mirk::VManagedObjectBase>, Mirk::VManagedObjectBase>);
     static_assert(std::is_base_of_v<Mirk::VManagedDomainObject<VObject>, VObject>);
     static_assert(std::is_base_of_v<Mirk::VSlotContainer, VObject>);
-    static_assert(std::is_base_of_v<Mirk::VConnectable, VObject>);
-    static_assert(std::is_base_of_v<Mirk::VStateCreatorBase, VObject>);
-    static_assert(std::is_base_of_v<Mirk::VSaveable, VObject>);
     static_assert(std::is_base_of_v<Mirk::VConnectionValidatorList, Mirk::VSlotContainer>);
     static_assert(std::is_base_of_v<Mirk::ValueCacheable, Mirk::VSlotContainer>);
     static_assert(std::is_base_of_v<Keel::Intercube, VObject>);
