@@ -53,9 +53,9 @@ public:
     static Keel::StrongPtr<VCreatorBase> find(const std::string& creatorName);
     /// All creators of a category (of all, if it is empty) by name.
     static std::vector<Keel::StrongPtr<VCreatorBase>> creators(const std::string& category = {});
-    /// Calls create(), notes the creator's name in the object and runs its setup functions later:
-    /// whoever connects the object calls VSlotContainer::setup. Null if creation failed; what was
-    /// thrown is shown as a warning.
+    /// Calls create(), and notes the creator's name in the object. Whoever has connected the object
+    /// then calls VSlotContainer::setup. Null if creation failed; what was thrown is shown as a
+    /// warning.
     VObjectPtr make(const std::string& objectName, const PreferencesPtr& preferences,
                     const Keel::Intercube& context);
 
