@@ -1,7 +1,5 @@
 #include <sorrel/VSlot.hpp>
 
-#include <sorrel/connectionChanges.hpp>
-
 #include <algorithm>
 #include <typeinfo>
 
@@ -36,7 +34,6 @@ void VSlot::connect(const VParameterPtr& parameter) {
         _parameter.swap(replacement);
     }
     Keel::Ageable::stamp(_connectionAge);
-    ++connectionChanges;
 }
 
 void VSlotSet::insert(const VSlotPtr& slot) {

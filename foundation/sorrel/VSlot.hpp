@@ -74,6 +74,7 @@ private:
     VSlot(Joined, const std::string& name, int expertLevel, const VParameterPtr& output);
 
     /// Connects to another parameter, or back to the slot's own (null), and stamps the connection.
+    /// The container has to drop its table of inputs then.
     void connect(const VParameterPtr& parameter);
 
     const std::string _name;

@@ -68,11 +68,7 @@ VSlotPtr VSlotContainer::addParameter(const std::string& slotName, int expertLev
         _inputs.emplace_hint(_inputs.end(), _lastPlace, slot);
     }
     dropInputTable();
-    if (joins) {
-        ++connectionChanges;
-    } else if (parameter) {
-        parameter->setCreator(this);
-    }
+    if (parameter && !joins) parameter->setCreator(this);
     Keel::Ageable::stamp(_connectionAge);
     return slot;
 }
@@ -112,7 +108,6 @@ bool VSlotContainer::removeParameter(const std::string& slotName) {
         _inputPlaces.erase(place);
     }
     dropInputTable();
-    ++connectionChanges;
     Keel::Ageable::stamp(_connectionAge);
     return true;
 }
@@ -155,6 +150,12 @@ VSlotContainer::InputTable VSlotContainer::inputTable() const {
     }
     const auto snapshot = std::make_shared<InputSnapshot>();
     const std::lock_guard lock(_slotMutex);
+    {
+        // Another thread may have made it meanwhile. It is not replaced: what it holds could die by
+        // that, and with the locks held.
+        const std::lock_guard tableLock(_tableLock);
+        if (_inputTable) return _inputTable;
+    }
     for (const auto& [place, slot] : _inputs) {
         VParameterPtr parameter = slot->parameter();
         snapshot->inputs.push_back({slot.get(), parameter.get(), slot->isIgnored()});
@@ -169,10 +170,14 @@ VSlotContainer::InputTable VSlotContainer::inputTable() const {
 void VSlotContainer::dropInputTable() {
     // What it holds dies outside of the locks.
     InputTable dropped;
-    // Another thread may be making a table of how things were before: that one goes as well.
-    const std::lock_guard slotLock(_slotMutex);
-    const std::lock_guard tableLock(_tableLock);
-    dropped.swap(_inputTable);
+    {
+        // Another thread may be making a table of how things were before: that one goes as well.
+        const std::lock_guard slotLock(_slotMutex);
+        const std::lock_guard tableLock(_tableLock);
+        dropped.swap(_inputTable);
+    }
+    // Not before: a plan that was made by the table must not hold any longer than the table.
+    ++connectionChanges;
 }
 
 bool VSlotContainer::hasYoungerInput(const ValuePoolPtr& pool, Keel::Ageable::Age age) const {
@@ -361,7 +366,6 @@ bool VSlotContainer::implements(const std::type_info& type) const {
 void VSlotContainer::setIgnored(const VSlotPtr& input, bool ignored) {
     if (!owns(input) || input->_ignored.exchange(ignored) == ignored) return;
     dropInputTable();
-    ++connectionChanges;
     Keel::Ageable::stamp(_connectionAge);
 }
 

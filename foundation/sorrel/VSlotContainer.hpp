@@ -181,6 +181,7 @@ private:
     std::string uniqueName(const std::string& slotName);
     bool owns(const VSlotPtr& input) const;
 
+    /// To be called after each change of what the inputs are or read.
     void dropInputTable();
 
     std::atomic<Keel::Ageable::Age> _connectionAge{Keel::Ageable::Ooooold};

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -324,6 +325,37 @@ TEST_F(SharedAccessTest, ConnectionsMayChangeDuringRequests) {
     double sum = 0;
     EXPECT_TRUE(object->sum.get(pools[0], sum));
     EXPECT_EQ(sum, 2.0);
+}
+
+TEST_F(SharedAccessTest, RequestWhileAnInputIsBeingConnectedDoesNotHideTheNewSource) {
+    const SummingPtr object = makeSumming("object"), first = makeSumming("first"),
+                     second = makeSumming("second");
+    // Whoever lists so many keeps those waiting who change the inputs.
+    for (int i = 0; i < 500; ++i) {
+        const VParameterPtr flag(new Mirk::VValueParameter<bool>(false, "flag"));
+        object->addParameter("flag", 0, flag, false);
+    }
+    for (int round = 1; round <= 20; ++round) {
+        object->attachParameter(first->sum, object->own, {});
+        EXPECT_TRUE(Mirk::VRequest(pools[0]).process(*object, 1.0));
+        std::atomic<bool> connected{false};
+        onThreads(3, [&](int thread) {
+            if (thread == 2) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                object->attachParameter(second->sum, object->own, {});
+                connected = true;
+            }
+            while (!connected) {
+                if (thread == 0) object->inputs();
+                if (thread == 1) Mirk::VRequest(pools[0]).process(*object, 1.0);
+            }
+        });
+        second->own.set({}, round);
+        EXPECT_TRUE(Mirk::VRequest(pools[0]).process(*object, 1.0));
+        double sum = 0;
+        EXPECT_TRUE(object->sum.get(pools[0], sum));
+        EXPECT_EQ(sum, round);
+    }
 }
 
 } // namespace
