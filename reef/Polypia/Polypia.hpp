@@ -7,6 +7,7 @@
 #include <Polypia/NamedRenderExceptions.hpp>
 #include <Polypia/ObjectSelection.hpp>
 #include <Polypia/OfflineRenderResult.hpp>
+#include <Polypia/PickList.hpp>
 #include <Polypia/PixelBuffer.hpp>
 #include <Polypia/Polyp.hpp>
 #include <Polypia/PolypCreator.hpp>
@@ -20,6 +21,7 @@
 #include <Polypia/Seagrass.hpp>
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
+#include <Polypia/TouchList.hpp>
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/VCameraSet.hpp>
 #include <Polypia/VRenderInterruptor.hpp>

@@ -13,6 +13,7 @@ namespace Mirk {
 class Interactor;
 class LayeredMultiViews;
 class MapMemory;
+class MetaViewer;
 class MultiviewRenderable;
 class NamedRenderExceptions;
 class ObjectSelection;
@@ -34,6 +35,8 @@ class Seagrass;
 class StereoDraw;
 class TextureBase;
 class TextureCreator;
+class TouchList;
+class Touchable;
 class UniformBuffer;
 class UniformBufferRegistry;
 class VCameraSet;
@@ -42,8 +45,10 @@ class VRenderContextBasin;
 class VRenderInterruptor;
 class VRenderPrecision;
 class VScene;
+class VSceneObjects;
 class VTextRenderProperties; // for backends that draw text
 class View;
+class Viewer;
 struct PolypCreatorContext;
 struct VRenderAble;
 struct ViewportGeometry;
@@ -59,6 +64,10 @@ using Activity_t = std::uint32_t;
 template<>
 struct Keel::RootOf<Mirk::Interactor> {
     using type = Mirk::Interactor;
+};
+template<>
+struct Keel::RootOf<Mirk::MetaViewer> {
+    using type = Mirk::VManagedObjectBase;
 };
 template<>
 struct Keel::RootOf<Mirk::NamedRenderExceptions> {
@@ -109,6 +118,10 @@ struct Keel::RootOf<Mirk::TextureCreator> {
     using type = Keel::Creature;
 };
 template<>
+struct Keel::RootOf<Mirk::TouchList> {
+    using type = Keel::ChunkBase;
+};
+template<>
 struct Keel::RootOf<Mirk::VCameraSet> {
     using type = Mirk::VCameraSet;
 };
@@ -119,4 +132,12 @@ struct Keel::RootOf<Mirk::VRenderInterruptor> {
 template<>
 struct Keel::RootOf<Mirk::VRenderPrecision> {
     using type = Mirk::VRenderPrecision;
+};
+template<>
+struct Keel::RootOf<Mirk::VScene> {
+    using type = Mirk::VManagedObjectBase;
+};
+template<>
+struct Keel::RootOf<Mirk::Viewer> {
+    using type = Mirk::VManagedObjectBase;
 };
