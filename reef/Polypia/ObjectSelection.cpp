@@ -1,12 +1,22 @@
 #include <Polypia/ObjectSelection.hpp>
 
-#include <sorrel/VObject.hpp>
+#include <Polypia/RenderAble.hpp>
 
 #include <algorithm>
 #include <mutex>
 #include <utility>
 
 namespace Mirk {
+
+struct ObjectSelection::Objects {
+    Objects() = default;
+    Objects(const Objects& other) : entries(other.entries) {}
+    Objects& operator=(const Objects&) = delete;
+
+    std::multimap<int, WeakObject> entries;
+    mutable std::mutex drawablesMutex; // leaf: guards drawables
+    mutable std::shared_ptr<const Drawables> drawables;
+};
 
 ObjectSelection::ObjectSelection() noexcept = default;
 ObjectSelection::~ObjectSelection() = default;
@@ -18,7 +28,8 @@ ObjectSelection::ObjectSelection(const ObjectSelection& source, int first, int l
                                  const Filter& filter) {
     auto selected = std::make_shared<Objects>();
     source.iterate(first, last, [&](int layer, const WeakObject& object) {
-        if (object && filter(object)) selected->emplace_hint(selected->end(), layer, object);
+        if (object && filter(object))
+            selected->entries.emplace_hint(selected->entries.end(), layer, object);
         return true;
     });
     _objects = std::move(selected);
@@ -43,7 +54,7 @@ void ObjectSelection::clear() noexcept {
 
 std::size_t ObjectSelection::NumberOfObjects() const noexcept {
     const std::shared_lock lock(_lock);
-    return _objects ? _objects->size() : 0;
+    return _objects ? _objects->entries.size() : 0;
 }
 
 void ObjectSelection::insert(int layer, const WeakObject& object) noexcept {
@@ -55,7 +66,7 @@ void ObjectSelection::insert(int layer, const WeakObject& object) noexcept {
         _objects = old ? std::make_shared<Objects>(*old) : std::make_shared<Objects>();
         _isShared.store(false);
     }
-    _objects->emplace(layer, object);
+    _objects->entries.emplace(layer, object);
 }
 
 ObjectSelection ObjectSelection::copy() const noexcept {
@@ -66,15 +77,16 @@ bool ObjectSelection::operator==(const ObjectSelection& other) const noexcept {
     const Shared mine = snapshot();
     const Shared others = other.snapshot();
     if (mine == others) return true;
-    const std::size_t size = mine ? mine->size() : 0;
-    if (size != (others ? others->size() : 0)) return false;
-    return size == 0 || std::equal(mine->begin(), mine->end(), others->begin());
+    const std::size_t size = mine ? mine->entries.size() : 0;
+    if (size != (others ? others->entries.size() : 0)) return false;
+    return size == 0 ||
+           std::equal(mine->entries.begin(), mine->entries.end(), others->entries.begin());
 }
 
 void ObjectSelection::iterate(const Visitor& visit) const {
     const std::shared_lock lock(_lock);
     if (!_objects) return;
-    for (const auto& [layer, object] : *_objects) {
+    for (const auto& [layer, object] : _objects->entries) {
         if (!visit(layer, object)) return;
     }
 }
@@ -83,10 +95,35 @@ void ObjectSelection::iterate(int first, int last, const Visitor& visit) const {
     if (first > last) return;
     const std::shared_lock lock(_lock);
     if (!_objects) return;
-    const auto end = _objects->upper_bound(last);
-    for (auto entry = _objects->lower_bound(first); entry != end; ++entry) {
+    const auto end = _objects->entries.upper_bound(last);
+    for (auto entry = _objects->entries.lower_bound(first); entry != end; ++entry) {
         if (!visit(entry->first, entry->second)) return;
     }
+}
+
+std::shared_ptr<const ObjectSelection::Drawables> ObjectSelection::drawables() const {
+    static const auto none = std::make_shared<const Drawables>();
+    // From the snapshot on, the entries are constant.
+    const Shared objects = snapshot();
+    if (!objects) return none;
+    {
+        const std::lock_guard lock(objects->drawablesMutex);
+        if (objects->drawables) return objects->drawables;
+    }
+    const auto found = std::make_shared<Drawables>();
+    bool isComplete = true;
+    for (const auto& [layer, object] : objects->entries) {
+        const VObjectPtr live(object);
+        if (!live) continue;
+        // What an object is can't be told before its construction has ended.
+        if (!live->isPublished()) isComplete = false;
+        const Keel::StrongPtr<RenderAble, VManagedObjectBase> drawable(live);
+        if (drawable) found->push_back({layer, drawable});
+    }
+    if (!isComplete) return found;
+    const std::lock_guard lock(objects->drawablesMutex);
+    if (!objects->drawables) objects->drawables = found;
+    return objects->drawables;
 }
 
 ObjectSelection::Shared ObjectSelection::snapshot() const noexcept {

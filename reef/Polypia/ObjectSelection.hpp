@@ -13,7 +13,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <shared_mutex>
+#include <vector>
 
 namespace Mirk {
 
@@ -27,6 +29,12 @@ public:
     using WeakObject = Keel::WeakPtr<VObject, VManagedObjectBase>;
     using Filter = std::function<bool(const WeakObject&)>;
     using Visitor = std::function<bool(int layer, const WeakObject& object)>;
+    /// An object that can be drawn, and its layer.
+    struct Drawable {
+        int layer;
+        Keel::WeakPtr<RenderAble, VManagedObjectBase> object;
+    };
+    using Drawables = std::vector<Drawable>;
 
     ObjectSelection() noexcept;
     ObjectSelection(const ObjectSelection& source) noexcept;
@@ -51,9 +59,13 @@ public:
     void iterate(const Visitor& visit) const;
     /// The same for the layers from `first` to `last`, both included.
     void iterate(int first, int last, const Visitor& visit) const;
+    /// The objects that are a RenderAble, in order, as they are now: for walks in each frame, which
+    /// hold no lock. To find out what an object is takes longer than to look at it, so that this is
+    /// done once for a selection and its copies, until it is changed. Never null.
+    std::shared_ptr<const Drawables> drawables() const;
 
 private:
-    using Objects = std::multimap<int, WeakObject>;
+    struct Objects;
     using Shared = std::shared_ptr<const Objects>;
 
     /// The entries as they are now, for others to keep.
