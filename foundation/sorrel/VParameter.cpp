@@ -162,13 +162,16 @@ VValuePtr VParameter::getLocalValue(const ValuePoolPtr& pool, const std::string&
     if (!pool) return {};
     VValuePtr value = pool->findValue(*this, member);
     if (value || !create || !_value) return value;
-    const VValuePtr origin = member.empty() ? _value : _value->component(member);
+    const Keel::Ageable::Age before = _value->ageable().age();
+    const VValuePtr origin = originOf(member);
     if (!origin) return {};
     const Keel::WeakPtr<ValueNotifierList> self(*this);
     value = pool->createVariable(self, member, origin->clone());
-    // A write to the origin since it was copied did not find this pool yet.
-    if (value && origin->ageable().isYoungerThan(value->ageable()) && value->assign(*origin)) {
-        value->ageable().rejuvenate();
+    // A write to the origin since it was copied, here or by another thread, did not find this pool
+    // yet.
+    if (value &&
+        (_value->ageable().age() != before || origin->ageable().isYoungerThan(value->ageable()))) {
+        refresh(*value, member);
     }
     return value;
 }
@@ -213,16 +216,33 @@ void VParameter::notifyValueChange(const VValuePtr& value, const ValuePoolPtr& p
         }
     }
     value->ageable().rejuvenate();
-    if (member.empty() && value == _value) {
-        // Who sets the value for all means the pools that have a copy, too.
-        for (const ValuePoolPtr& shadow : shadows()) {
-            const VValuePtr copy = getLocalValue(shadow, std::string(), false);
-            if (copy && copy->assign(*value)) copy->ageable().rejuvenate();
-        }
-    }
+    // Who sets the value for all means the pools that have a copy, too.
+    if (member.empty() && value == _value) refreshCopies();
     // Whoever reads the whole value depends on its members.
     if (!member.empty()) raiseTouchAge();
     notify(value, pool, except, exceptList);
+}
+
+/// The global value, or a member of it.
+VValuePtr VParameter::originOf(const std::string& member) const {
+    return member.empty() ? _value : _value->component(member);
+}
+
+/// Sets a local value to what the global value is now.
+void VParameter::refresh(VValueBase& copy, const std::string& member) const {
+    Keel::Ageable::Age age = Keel::Ageable::Ooooold;
+    do {
+        age = _value->ageable().age();
+        const VValuePtr origin = originOf(member);
+        if (origin && copy.assign(*origin)) copy.ageable().rejuvenate();
+        // Who read the origin ahead of another write may have set the copy behind it.
+    } while (_value->ageable().age() != age);
+}
+
+void VParameter::refreshCopies() const {
+    for (const ValuePoolPtr& pool : shadows()) {
+        for (const auto& [member, copy] : pool->findValues(*this)) refresh(*copy, member);
+    }
 }
 
 void VParameter::setProperty(const std::string& name, const VValuePtr& value,

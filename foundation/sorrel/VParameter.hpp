@@ -25,9 +25,9 @@ public:
     ~ValueNotifier() override;
 
     /// Called on the thread that made the change, without any lock of this library. It may raise
-    /// ages, set flags and wake threads; it must not draw, request or wait, as whoever changes a
-    /// value may hold the mutex of a pool or of an object. `value` is null when the parameter
-    /// itself has changed: its source has appeared or gone.
+    /// ages, set flags and wake threads; it must not throw, draw, request or wait, as whoever
+    /// changes a value may hold the mutex of a pool or of an object, or be on its way out. `value`
+    /// is null when the parameter itself has changed: its source has appeared or gone.
     virtual void touched(const ValueNotifierList& parameter, const VValuePtr& value,
                          const ValuePoolPtr& pool) = 0;
 };
@@ -146,8 +146,8 @@ public:
 
     /// Tells everyone who watches this parameter that `value` has changed in a pool (null:
     /// globally), except the ones given. Raises the age of the value first; the value must be
-    /// stored already. If the value is global, the local copies are refreshed. `properties` go to
-    /// the side values.
+    /// stored already. If the value is global, the local copies are refreshed, those of members as
+    /// well. `properties` go to the side values.
     void notifyValueChange(const VValuePtr& value, const ValuePoolPtr& pool,
                            const std::string& member = {},
                            const Keel::WeakPtr<ValueNotifier>& except = {},
@@ -187,6 +187,10 @@ public:
     std::atomic<std::int32_t> order{0};
 
 private:
+    VValuePtr originOf(const std::string& member) const;
+    void refresh(VValueBase& copy, const std::string& member) const;
+    void refreshCopies() const;
+
     const Keel::Ageable* const _valueAge; // of _value; null without one
     std::atomic<bool> _local{false};
     std::atomic<bool> _hasSource{false};

@@ -81,6 +81,16 @@ VValuePtr ValuePool::findValue(const ValueNotifierList& parameter,
     return {};
 }
 
+std::vector<std::pair<std::string, VValuePtr>>
+ValuePool::findValues(const ValueNotifierList& parameter) const {
+    const std::lock_guard lock(_tableLock);
+    const auto found = _variables.find(&parameter.controlBlock());
+    if (found == _variables.end()) return {};
+    auto values = found->second.members;
+    if (found->second.value) values.emplace_back(std::string(), found->second.value);
+    return values;
+}
+
 void ValuePool::removeValues(const ValueNotifierList& parameter) {
     // What is taken out dies behind the lock.
     decltype(_variables)::node_type removed;

@@ -36,6 +36,9 @@ public:
     /// The local value of a parameter, or null.
     VValuePtr findValue(const ValueNotifierList& parameter) const;
     VValuePtr findValue(const ValueNotifierList& parameter, const std::string& member) const;
+    /// All local values of a parameter, by member; "" is the parameter's own.
+    std::vector<std::pair<std::string, VValuePtr>>
+    findValues(const ValueNotifierList& parameter) const;
     /// Forgets all values of a parameter.
     void removeValues(const ValueNotifierList& parameter);
     std::size_t numberOfValues() const;

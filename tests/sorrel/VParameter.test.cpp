@@ -8,8 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 using Mirk::ValuePoolPtr;
 using Mirk::VParameter;
@@ -125,6 +128,84 @@ TEST_F(VParameterTest, GlobalWriteRefreshesTheCopies) {
     EXPECT_TRUE(Mirk::writeParameter<double>(parameter, pool, 8.5));
     EXPECT_EQ(numberIn(other), 7.5);
     EXPECT_EQ(numberIn(parameter->DefaultValue()), 7.5);
+}
+
+/// A value that does something, once, right after it has been read or copied.
+class Interrupted : public Mirk::VValue<double> {
+public:
+    using VValue<double>::VValue;
+    VValuePtr clone() const override {
+        VValuePtr copy(new VValue<double>(*this));
+        if (afterCopy) std::exchange(afterCopy, {})();
+        return copy;
+    }
+    void get(double& target) const override {
+        VValue<double>::get(target);
+        if (afterReading) std::exchange(afterReading, {})();
+    }
+    mutable std::function<void()> afterCopy, afterReading;
+};
+
+TEST_F(VParameterTest, CopiesEndWithTheLastOfTwoGlobalWritesAtOnce) {
+    const VValuePtr global(new Interrupted(1.0));
+    const VParameterPtr shared(new VParameter(global, "shared", {}));
+    const VValuePtr local = shared->getLocalValue(pool, {}, true);
+    static_cast<Interrupted&>(*global).afterReading = [&] {
+        Mirk::writeParameter<double>(shared, {}, 3.0);
+    };
+    Mirk::writeParameter<double>(shared, {}, 2.0);
+    EXPECT_EQ(numberIn(global), 3.0);
+    EXPECT_EQ(numberIn(local), 3.0);
+}
+
+TEST_F(VParameterTest, CopyThatIsBeingMadeEndsWithTheLastGlobalWrite) {
+    const VValuePtr global(new Interrupted(1.0));
+    const VParameterPtr shared(new VParameter(global, "shared", {}));
+    auto& interrupted = static_cast<Interrupted&>(*global);
+    interrupted.afterCopy = [&] {
+        Mirk::writeParameter<double>(shared, {}, 2.0);
+        interrupted.afterReading = [&] { Mirk::writeParameter<double>(shared, {}, 3.0); };
+    };
+    EXPECT_EQ(numberIn(shared->getLocalValue(pool, {}, true)), 3.0);
+}
+
+TEST_F(VParameterTest, MemberThatIsBeingCopiedEndsWithTheLastGlobalWrite) {
+    class Changing : public Halvable {
+    public:
+        using Halvable::Halvable;
+        VValuePtr component(const std::string& name) const override {
+            VValuePtr part = Halvable::component(name);
+            if (afterwards) std::exchange(afterwards, {})();
+            return part;
+        }
+        mutable std::function<void()> afterwards;
+    };
+    const VValuePtr global(new Changing(3.0));
+    const VParameterPtr halves(new VParameter(global, "h", {}));
+    static_cast<Changing&>(*global).afterwards = [&] {
+        Mirk::writeParameter<double>(halves, {}, 8.0);
+    };
+    EXPECT_EQ(numberIn(halves->getLocalValue(pool, "half", true)), 4.0);
+}
+
+TEST_F(VParameterTest, GlobalWriteRefreshesTheCopiesOfMembers) {
+    const VParameterPtr halves(new VParameter(VValuePtr(new Halvable(3.0)), "h", {}));
+    const VValuePtr half = halves->getLocalValue(pool, "half", true);
+    const auto before = half->ageable().age();
+    Mirk::writeParameter<double>(halves, {}, 8.0);
+    EXPECT_EQ(numberIn(half), 4.0);
+    EXPECT_GT(half->ageable().age(), before);
+    EXPECT_FALSE(halves->getLocalValue(pool, {}, false)) << "nothing new is made";
+}
+
+TEST_F(VParameterTest, WriteOfTheGlobalValueIsToldAsSuch) {
+    const WatcherPtr watcher = watch(parameter);
+    Mirk::writeParameter<double>(parameter, pool, 2.5);
+    EXPECT_EQ(numberIn(parameter->DefaultValue()), 2.5) << "values are not local";
+    EXPECT_FALSE(watcher->lastPool) << "all pools read it";
+    parameter->Localize();
+    Mirk::writeParameter<double>(parameter, pool, 3.5);
+    EXPECT_EQ(watcher->lastPool, pool);
 }
 
 TEST_F(VParameterTest, CopyIsRefreshedEvenIfValuesBecomeLocalLater) {
