@@ -23,7 +23,8 @@ bool readSlot(const VSlotPtr& slot, const ValuePoolPtr& pool, T& target) {
 }
 
 /// Writes the value of a parameter in a pool, and notifies if that is a change. A null pool writes
-/// the global value, and with it the copies in all pools. False if there is no value of this type.
+/// the global value, and with it the copies in all pools; so does any pool as long as values aren't
+/// local, and watchers are told of no pool then. False if there is no value of this type.
 template<class T>
 bool writeParameter(const VParameterPtr& parameter, const ValuePoolPtr& pool, const T& value,
                     const Keel::WeakPtr<ValueNotifier>& except = {}) {
@@ -31,7 +32,10 @@ bool writeParameter(const VParameterPtr& parameter, const ValuePoolPtr& pool, co
     const VValuePtr place = pool ? parameter->getValue(pool) : parameter->DefaultValue();
     VTypedValueBase<T>* const typed = typedValue<T>(place.get());
     if (typed == nullptr) return false;
-    if (typed->set(value)) parameter->notifyValueChange(place, pool, {}, except);
+    if (typed->set(value)) {
+        const bool isGlobal = place == parameter->DefaultValue();
+        parameter->notifyValueChange(place, isGlobal ? ValuePoolPtr() : pool, {}, except);
+    }
     return true;
 }
 template<class T>
