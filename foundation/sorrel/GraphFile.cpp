@@ -324,7 +324,7 @@ private:
             return report(node.line, place + ": " + text);
         guard(node.line, place, [&] {
             const VValuePtr value = pool ? own->getLocalValue(pool, {}, true) : own->DefaultValue();
-            const TextResult result = value ? value->setText(text) : TextResult::Unreadable;
+            const TextResult result = value ? own->readText(*value, text) : TextResult::Unreadable;
             if (result == TextResult::Unreadable) {
                 const std::string type = VValueCreator::typeName(own->valueType());
                 return report(node.line, place + ": " + quoted(text) + " can't be read as a value" +

@@ -157,6 +157,10 @@ const std::type_info& VParameter::valueType() const {
     return _value ? _value->type() : typeid(void);
 }
 
+TextResult VParameter::readText(VValueBase& value, const std::string& text) const {
+    return value.setText(text);
+}
+
 VValuePtr VParameter::getLocalValue(const ValuePoolPtr& pool, const std::string& member,
                                     bool create) const {
     if (!pool) return {};
@@ -197,7 +201,7 @@ std::string VParameter::getValueAsText(const ValuePoolPtr& pool, const std::stri
 bool VParameter::setValueFromText(const ValuePoolPtr& pool, const std::string& text) const {
     const VValuePtr value = pool ? getValue(pool) : DefaultValue();
     if (!value) return false;
-    const TextResult result = value->setText(text);
+    const TextResult result = readText(*value, text);
     if (result == TextResult::Changed) {
         notifyValueChange(value, value == DefaultValue() ? ValuePoolPtr() : pool);
     }

@@ -111,6 +111,9 @@ public:
     virtual VValuePtr DefaultValue() const;
     /// The type of the values.
     virtual const std::type_info& valueType() const;
+    /// Reads what a user typed, or wrote to a file, into a value of this parameter. Notifies
+    /// nobody.
+    virtual TextResult readText(VValueBase& value, const std::string& text) const;
 
     const std::string& Name() const noexcept { return _name; }
     const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase>& preferences() const noexcept {
@@ -211,6 +214,16 @@ public:
         const T& value, const std::string& name,
         const Keel::StrongPtr<VCreationPreferences, Keel::InterfaceBase>& preferences = {})
         : VParameter(VValuePtr(new VValue<T>(value)), name, preferences) {}
+
+    /// As VInputValueTrait<T> says.
+    TextResult readText(VValueBase& value, const std::string& text) const override {
+        VTypedValueBase<T>* const typed = typedValue<T>(&value);
+        if (typed == nullptr) return TextResult::Unreadable;
+        T content{};
+        typed->get(content);
+        if (!VInputValueTrait<T>::setValueFromText(content, text)) return TextResult::Unreadable;
+        return typed->set(content) ? TextResult::Changed : TextResult::Same;
+    }
 };
 
 } // namespace Mirk

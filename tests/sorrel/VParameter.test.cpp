@@ -31,6 +31,36 @@ void writeInto(const VValuePtr& value, double number) {
     Mirk::typedValue<double>(value.get())->set(number);
 }
 
+/// What a user types for it may be more than its text.
+struct Distance {
+    double metres = 0;
+};
+
+} // namespace
+
+template<>
+struct Mirk::VValueTrait<Distance> {
+    static std::string Text(const Distance& distance) { return numberText(distance.metres); }
+    static bool setValueFromText(Distance& distance, const std::string& text) {
+        return readNumber(distance.metres, text);
+    }
+};
+template<>
+struct Mirk::VValueCompareTrait<Distance> {
+    static bool isDifferent(const Distance& a, const Distance& b) { return a.metres != b.metres; }
+};
+template<>
+struct Mirk::VInputValueTrait<Distance> {
+    static void init(Distance& distance) { distance.metres = 1; }
+    static bool setValueFromText(Distance& distance, const std::string& text) {
+        if (text != "far") return VValueTrait<Distance>::setValueFromText(distance, text);
+        distance.metres = 1e9;
+        return true;
+    }
+};
+
+namespace {
+
 /// A value with the component "half".
 class Halvable : public Mirk::VValue<double> {
 public:
@@ -425,6 +455,31 @@ TEST_F(VParameterTest, CreatorOfAnInputIsNoSource) {
     object->addParameter("x", 0, parameter, false);
     EXPECT_EQ(parameter->creator(), object);
     EXPECT_FALSE(parameter->source());
+}
+
+TEST_F(VParameterTest, OrderIsAFieldOf32Bits) {
+    static_assert(std::is_same_v<decltype(VParameter::order)::value_type, std::int32_t>);
+    EXPECT_EQ(parameter->order, 0);
+}
+
+TEST_F(VParameterTest, ReadsTextsAsTheTraitOfInputsSays) {
+    const VParameterPtr distance(new Mirk::VValueParameter<Distance>(Distance(), "distance"));
+    const WatcherPtr watcher = watch(distance);
+    EXPECT_TRUE(distance->setValueFromText({}, "far"));
+    EXPECT_EQ(distance->getValueAsText({}, {}, false), "1e+09");
+    EXPECT_EQ(watcher->changes, 1);
+    EXPECT_TRUE(distance->setValueFromText({}, "far"));
+    EXPECT_EQ(watcher->changes, 1) << "no change";
+    EXPECT_TRUE(distance->setValueFromText({}, "7"));
+    EXPECT_FALSE(distance->setValueFromText({}, "near"));
+    EXPECT_EQ(distance->getValueAsText({}, {}, false), "7");
+    EXPECT_EQ(watcher->changes, 2);
+}
+
+TEST_F(VParameterTest, ReadsTextsAsTheValueSaysIfItKnowsNoType) {
+    const VParameterPtr untyped(new VParameter(VValuePtr(new Mirk::VValue<int>(1)), "n", {}));
+    EXPECT_TRUE(untyped->setValueFromText({}, "2"));
+    EXPECT_EQ(untyped->getValueAsText({}, {}, false), "2");
 }
 
 } // namespace
