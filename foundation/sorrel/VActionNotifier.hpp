@@ -10,7 +10,8 @@ namespace Mirk {
 
 /// Somebody who wants to hear of objects and warnings, such as a user interface; and the shell's
 /// hold on what has been made. All operations may be called from any thread; listeners are called
-/// without any lock, on the thread that has something to tell.
+/// without any lock of the shell, on the thread that has something to tell, which may hold the
+/// mutex of an object: a warning may come from an update.
 class SORREL_EXPORT VActionNotifier : public Keel::ReferenceBase<VActionNotifier> {
 public:
     VActionNotifier();

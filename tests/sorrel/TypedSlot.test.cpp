@@ -25,6 +25,25 @@ struct Unregistered {
 struct Registered {
     int content = 0;
 };
+/// An input of this type does not start with what its default constructor makes.
+struct Primed {
+    int content = 0;
+};
+
+} // namespace
+
+template<>
+struct Mirk::VValueTrait<Primed> {
+    static std::string Text(const Primed& primed) { return numberText(primed.content); }
+    static bool setValueFromText(Primed&, const std::string&) { return false; }
+};
+template<>
+struct Mirk::VInputValueTrait<Primed> {
+    static void init(Primed& primed) { primed.content = 7; }
+    static bool setValueFromText(Primed&, const std::string&) { return false; }
+};
+
+namespace {
 
 class TypedSlotTest : public testing::Test {
 protected:
@@ -172,6 +191,13 @@ TEST(TypedSlotCreatorTest, MakesParametersOfItsType) {
     EXPECT_EQ(parameter->valueType(), typeid(double));
     EXPECT_EQ(parameter->getValueAsText({}, {}, false), "0");
     EXPECT_FALSE(Mirk::TypedSlotCreator::find(typeid(Unregistered)));
+}
+
+TEST(TypedSlotCreatorTest, NewInputStartsAsItsTraitSays) {
+    const TypedSlot<Primed>::SlotCreator parameters;
+    EXPECT_EQ(parameters.createParameter("made")->getValueAsText({}, {}, false), "7");
+    const Mirk::TypedValueCreator<Primed> values;
+    EXPECT_EQ(values.create()->text(), "7");
 }
 
 TEST(TypedSlotCreatorTest, SecondCreatorOfATypeIsRefused) {

@@ -47,6 +47,20 @@ TEST_F(VActionNotifierTest, SecondAnnouncementTellsNobody) {
     EXPECT_EQ(VActionNotifier::objects().size(), 1u);
 }
 
+TEST_F(VActionNotifierTest, RemovedObjectMayBeAnnouncedAgainAsTheLast) {
+    const SummingPtr first = announce("first"), second = announce("second"),
+                     third = announce("third");
+    EXPECT_TRUE(VActionNotifier::remove(second));
+    EXPECT_THAT(VActionNotifier::objects(), ElementsAre(first, third));
+    VActionNotifier::VObjectCreation(second, Keel::Intercube(), {});
+    EXPECT_THAT(VActionNotifier::objects(), ElementsAre(first, third, second));
+    VActionNotifier::clear();
+    EXPECT_FALSE(VActionNotifier::remove(first));
+    EXPECT_FALSE(VActionNotifier::remove({}));
+    VActionNotifier::VObjectCreation(first, Keel::Intercube(), {});
+    EXPECT_THAT(VActionNotifier::objects(), ElementsAre(first));
+}
+
 TEST_F(VActionNotifierTest, RemovingDisconnectsOnBothSides) {
     const SummingPtr source = announce("source"), middle = announce("middle"),
                      consumer = announce("consumer"), unknown = makeSumming("unknown");

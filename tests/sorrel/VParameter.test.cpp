@@ -97,7 +97,10 @@ TEST_F(VParameterTest, HasNameValueAndType) {
     EXPECT_EQ(parameter->Name(), "x");
     EXPECT_EQ(numberIn(parameter->DefaultValue()), 1.5);
     EXPECT_EQ(parameter->valueType(), typeid(double));
-    const VParameterPtr empty(new VParameter({}, "empty", {}));
+    const Keel::StrongPtr<Mirk::VCreationPreferences, Keel::InterfaceBase> words(
+        new Mirk::VCreationPreferences("Red"));
+    const VParameterPtr empty(new VParameter({}, "empty", words));
+    EXPECT_EQ(empty->preferences(), words);
     EXPECT_EQ(empty->valueType(), typeid(void));
     EXPECT_FALSE(empty->getValue(pool));
     EXPECT_FALSE(empty->getLocalValue(pool, {}, true));
