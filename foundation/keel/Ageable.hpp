@@ -26,10 +26,13 @@ public:
     static Age newAge() noexcept { return GlobalTime.fetch_add(1) + 1; }
     /// Counts a change by which an age is read elsewhere than before.
     static void noteChange() noexcept { Changes.fetch_add(1); }
-    /// Makes an age that is kept apart the youngest of all, and returns it.
+    /// Makes an age that is kept apart the youngest of all, and returns it. Of two threads that do
+    /// so the younger age stays.
     static Age stamp(std::atomic<Age>& age) noexcept {
         const Age youngest = newAge();
-        age.store(youngest);
+        Age present = age.load();
+        while (present < youngest && !age.compare_exchange_weak(present, youngest)) {
+        }
         noteChange();
         return youngest;
     }

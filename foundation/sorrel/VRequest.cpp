@@ -2,7 +2,6 @@
 
 #include <sorrel/RequestPlan.hpp>
 #include <sorrel/VActionNotifier.hpp>
-#include <sorrel/connectionChanges.hpp>
 
 #include <keel/ThreadPool.hpp>
 #include <keel/VerboseStream.hpp>
@@ -10,9 +9,9 @@
 #include <algorithm>
 #include <deque>
 #include <exception>
+#include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <utility>
 
 namespace Mirk {
@@ -41,19 +40,18 @@ Requests& theRequests() {
 }
 
 /// Cycles that were warned of. A viewer makes a request for each frame: one warning is enough until
-/// something is connected or disconnected.
+/// the object that closes the cycle is connected anew.
 struct WarnedCycles {
-    /// False if it was added already.
-    bool add(const std::string& names) {
+    /// False if it was added already. `connected`: the age of that object's connections.
+    bool add(const std::string& names, Keel::Ageable::Age connected) {
+        constexpr std::size_t most = 1000;
         const std::lock_guard lock(mutex);
-        const std::uint64_t present = connectionChanges.load();
-        if (connections != present) cycles.clear();
-        connections = present;
-        return cycles.insert(names).second;
+        if (cycles.size() > most) cycles.clear();
+        const auto [entry, isNew] = cycles.emplace(names, connected);
+        return isNew || std::exchange(entry->second, connected) != connected;
     }
     std::mutex mutex; // leaf
-    std::uint64_t connections = 0;
-    std::set<std::string> cycles;
+    std::map<std::string, Keel::Ageable::Age> cycles;
 };
 
 WarnedCycles& theWarnedCycles() {
@@ -68,6 +66,8 @@ void callDone(const RequestThread::Done& done, const VRequest& request) {
         if (done) done(request);
     } catch (const std::exception& exception) {
         Keel::VerboseStream("sorrel").print("after a request: %s", exception.what());
+    } catch (...) {
+        Keel::VerboseStream("sorrel").print("after a request: an exception of an unknown kind");
     }
 }
 
@@ -95,6 +95,8 @@ bool serveNext() {
         }
     } catch (const std::exception& exception) {
         Keel::VerboseStream("sorrel").print("in a request: %s", exception.what());
+    } catch (...) {
+        Keel::VerboseStream("sorrel").print("in a request: an exception of an unknown kind");
     }
     for (const RequestThread::Done& done : posted.done) callDone(done, request);
     return true;
@@ -280,7 +282,8 @@ void VRequest::reportCycle(const std::vector<Pending>& path, const VObject& clos
     // Two connections between the same objects close the same cycle.
     if (std::find(_cycles.begin(), _cycles.end(), names) != _cycles.end()) return;
     _cycles.push_back(names);
-    if (theWarnedCycles().add(names)) {
+    const Keel::Ageable::Age connected = path.empty() ? 0 : path.back().object->connectionAge();
+    if (theWarnedCycles().add(names, connected)) {
         VActionNotifier::Warning("The connections form a cycle: " + names);
     }
 }

@@ -22,8 +22,8 @@ namespace Mirk {
 /// Objects are taken depth first: what an object's inputs are connected to comes before the object,
 /// in the order of the inputs, each object once. An object is updated only if must_update() says
 /// so. Connections that lead back to an object that is still waiting for them are a cycle, which is
-/// reported and not followed; a warning comes once, until something is connected anew. How deep the sources lie is limited by memory
-/// only, as the walk is no recursion.
+/// reported and not followed; a warning comes once, until the object that closes it is connected
+/// anew. How deep the sources lie is limited by memory only, as the walk is no recursion.
 class SORREL_EXPORT VRequest {
 public:
     explicit VRequest(const ValuePoolPtr& requestPool);

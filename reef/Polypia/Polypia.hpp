@@ -4,6 +4,8 @@
 #include <Polypia/Interactor.hpp>
 #include <Polypia/LayeredMultiViews.hpp>
 #include <Polypia/MapMemory.hpp>
+#include <Polypia/MetaViewer.hpp>
+#include <Polypia/MultiviewRenderable.hpp>
 #include <Polypia/NamedRenderExceptions.hpp>
 #include <Polypia/ObjectSelection.hpp>
 #include <Polypia/OfflineRenderResult.hpp>
@@ -13,6 +15,7 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/PolypCreatorKeeper.hpp>
 #include <Polypia/PolypNutrition.hpp>
+#include <Polypia/RenderAble.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/RenderNamespace.hpp>
@@ -24,7 +27,12 @@
 #include <Polypia/TouchList.hpp>
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/VCameraSet.hpp>
+#include <Polypia/VRenderAble.hpp>
+#include <Polypia/VRenderContext.hpp>
 #include <Polypia/VRenderInterruptor.hpp>
 #include <Polypia/VRenderPrecision.hpp>
+#include <Polypia/VScene.hpp>
+#include <Polypia/VSceneObjects.hpp>
 #include <Polypia/View.hpp>
+#include <Polypia/Viewer.hpp>
 #include <Polypia/fwd.hpp>

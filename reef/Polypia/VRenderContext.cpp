@@ -1,6 +1,5 @@
 #include <Polypia/VRenderContext.hpp>
 
-#include <Polypia/PickList.hpp>
 #include <Polypia/RenderAble.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/Seagrass.hpp>
@@ -50,21 +49,21 @@ double distance(const View::point& a, const View::point& b) {
 }
 
 /// A part of a length, by its origin and size.
-struct Range {
+struct Extent {
     double origin;
     double size;
 };
 
-Range tilePart(int tile, int tilePixels, int imagePixels, const Range& whole) {
+Extent tilePart(int tile, int tilePixels, int imagePixels, const Extent& whole) {
     const double size = whole.size * tilePixels / imagePixels;
     return {whole.origin + tile * size, size};
 }
 
-Range zoomedPart(double offset, double factor, const Range& whole) {
+Extent zoomedPart(double offset, double factor, const Extent& whole) {
     return {whole.origin + offset * whole.size, whole.size / factor};
 }
 
-Rectangle rectangleOf(const Range& x, const Range& y) {
+Rectangle rectangleOf(const Extent& x, const Extent& y) {
     return {x.origin, x.origin + x.size, y.origin, y.origin + y.size};
 }
 
@@ -223,8 +222,8 @@ bool VRenderContext::isTile() const {
 void VRenderContext::setTileAwareFrustum(double scale, const Rectangle& rectangle, double near,
                                          double far, bool orthographic, unsigned eye,
                                          const Jitter& jitter, unsigned viewport) {
-    Range x{rectangle.left * scale, rectangle.width() * scale};
-    Range y{rectangle.bottom * scale, rectangle.height() * scale};
+    Extent x{rectangle.left * scale, rectangle.width() * scale};
+    Extent y{rectangle.bottom * scale, rectangle.height() * scale};
     if (zoom.factor != 1.0) {
         x = zoomedPart(zoom.x, zoom.factor, x);
         y = zoomedPart(zoom.y, zoom.factor, y);
@@ -251,8 +250,8 @@ void VRenderContext::setProjectionFrustum(const Rectangle& rectangle, double nea
 
 void VRenderContext::setTileAwareIdentity(unsigned eye, double near, double far,
                                           const Jitter& jitter, unsigned viewport) {
-    constexpr Range whole{-1.0, 2.0};
-    Range x = whole, y = whole;
+    constexpr Extent whole{-1.0, 2.0};
+    Extent x = whole, y = whole;
     if (zoom.factor != 1.0) {
         x = zoomedPart(zoom.x, zoom.factor, whole);
         y = zoomedPart(zoom.y, zoom.factor, whole);
@@ -267,8 +266,8 @@ void VRenderContext::setTileAwareIdentity(unsigned eye, double near, double far,
 }
 
 void VRenderContext::updateFrustum(const Rectangle&, unsigned eye) {
-    constexpr Range whole{-1.0, 2.0};
-    Range x = whole, y = whole;
+    constexpr Extent whole{-1.0, 2.0};
+    Extent x = whole, y = whole;
     if (isTile()) {
         x = tilePart(tileX, tileWidth, imageWidth, whole);
         y = tilePart(tileY, tileHeight, imageHeight, whole);

@@ -13,6 +13,7 @@
 #include <rookery/BoundingBox.hpp>
 #include <rookery/FixedArray.hpp>
 #include <sorrel/VContext.hpp>
+#include <sorrel/VObject.hpp>
 
 #include <array>
 #include <chrono>

@@ -51,6 +51,7 @@ class View;
 class Viewer;
 struct PolypCreatorContext;
 struct VRenderAble;
+struct ViewerState;
 struct ViewportGeometry;
 
 template<class Initializer>
@@ -74,6 +75,10 @@ struct Keel::RootOf<Mirk::NamedRenderExceptions> {
     using type = Mirk::NamedRenderExceptions;
 };
 template<>
+struct Keel::RootOf<Mirk::PickList> {
+    using type = Mirk::PickList;
+};
+template<>
 struct Keel::RootOf<Mirk::PixelBuffer> {
     using type = Mirk::PixelBuffer;
 };
@@ -92,10 +97,6 @@ struct Keel::RootOf<Mirk::PolypCreator<Initializer>> {
 template<>
 struct Keel::RootOf<Mirk::PolypCreatorBase> {
     using type = Keel::Creature;
-};
-template<>
-struct Keel::RootOf<Mirk::PickList> {
-    using type = Mirk::PickList;
 };
 template<>
 struct Keel::RootOf<Mirk::RenderAble> {

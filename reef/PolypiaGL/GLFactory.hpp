@@ -35,6 +35,8 @@ public:
     GLFactory& operator=(const GLFactory&) = delete;
 
     GLContext& context() const;
+    /// For the backend itself.
+    GL::Machine& machine() const noexcept { return *_machine; }
     /// Whether each tentacle asks OpenGL for errors after its work and throws; on at first.
     void setErrorChecks(bool enabled);
     /// The matrices for programs that use the fixed-function names; depth from -1 to 1.

@@ -46,7 +46,8 @@ public:
 /// Draws slices.
 class Sliced : public Drawn {
 public:
-    using Drawn::Drawn;
+    explicit Sliced(const std::string& objectName)
+        : VObject(objectName, 0, {}), Drawn(objectName) {}
     bool environment_render(Mirk::VRenderContext&, double begin, double end) const override {
         limits.assign({begin, end});
         return true;
@@ -57,7 +58,9 @@ public:
 /// Has a second stage.
 class Staged : public Drawn {
 public:
-    using Drawn::Drawn;
+    explicit Staged(const std::string& objectName)
+        : VObject(objectName, 0, {}), Drawn(objectName) {}
+
     using Drawn::render;
     bool render(Mirk::VRenderContext&, const View& view) const override {
         stagedView = &view;
@@ -73,9 +76,9 @@ class RenderAbleTest : public testing::Test {
 protected:
     ~RenderAbleTest() override { Mirk::VActionNotifier::clear(); }
 
-    bool draw(const RenderAble& object) {
+    bool draw(const RenderAble& drawn) {
         const View view;
-        return object.render(context, view, sub);
+        return drawn.render(context, view, sub);
     }
 
     RecordingContext context;
@@ -83,16 +86,35 @@ protected:
     const DrawnPtr object{new Drawn("thing")};
 };
 
+TEST(RenderAbleLayout, OperationsStandInTheirOrder) {
+    using Plain = bool (RenderAble::*)(Mirk::VRenderContext&) const;
+    using Limited = bool (RenderAble::*)(Mirk::VRenderContext&, double, double) const;
+    using Second = bool (RenderAble::*)(Mirk::VRenderContext&, const View&) const;
+    using ForView =
+        bool (RenderAble::*)(Mirk::VRenderContext&, const View&, RenderAble::SubContext&) const;
+    EXPECT_EQ((std::vector{virtualSlot(&RenderAble::illuminate),
+                           virtualSlot(static_cast<Plain>(&RenderAble::environment_render)),
+                           virtualSlot(static_cast<Limited>(&RenderAble::environment_render)),
+                           virtualSlot(static_cast<Second>(&RenderAble::render)),
+                           virtualSlot(static_cast<ForView>(&RenderAble::render)),
+                           virtualSlot(&RenderAble::safe_render),
+                           virtualSlot(&RenderAble::getLastRenderTime),
+                           virtualSlot(&RenderAble::getBoundingBall),
+                           virtualSlot(&RenderAble::getTouchableBoundingBall),
+                           virtualSlot(&RenderAble::getSensorInfo)}),
+              slotsFrom(virtualSlot(&RenderAble::illuminate), 10));
+}
+
 TEST_F(RenderAbleTest, HasItsSlotsInTheirOrder) {
     std::vector<std::string> outputs;
     for (const auto& slot : object->outputs()) outputs.push_back(slot->Name());
     EXPECT_THAT(outputs,
-                ElementsAre("renderable", Zelk::rendertime_contribution, "rendertime"));
+                ElementsAre("renderable", Mirk::Zelk::rendertime_contribution, "rendertime"));
     const auto inputs = object->inputs();
     ASSERT_EQ(inputs.size(), 1u);
-    EXPECT_EQ(inputs[0]->Name(), Zelk::renderobject_visibility);
+    EXPECT_EQ(inputs[0]->Name(), Mirk::Zelk::renderobject_visibility);
     EXPECT_EQ(inputs[0]->expertLevel(), 10);
-    EXPECT_STREQ(RenderAble::VisibilitySlotName(), Zelk::renderobject_visibility);
+    EXPECT_STREQ(RenderAble::VisibilitySlotName(), Mirk::Zelk::renderobject_visibility);
 }
 
 TEST_F(RenderAbleTest, OffersItselfWithoutHoldingItself) {
@@ -141,7 +163,7 @@ TEST_F(RenderAbleTest, LeavesTheDefaultSceneAtItsEnd) {
 }
 
 TEST_F(RenderAbleTest, VisibilityIsLocalToEachPool) {
-    const auto slot = object->findInput(Zelk::renderobject_visibility);
+    const auto slot = object->findInput(Mirk::Zelk::renderobject_visibility);
     EXPECT_EQ(slot->flags & Mirk::VSlot::GlobalFlag, 0u);
     EXPECT_TRUE(slot->parameter()->holdsLocalValues());
     const Mirk::ValuePoolPtr other(new Mirk::ValuePool);
@@ -157,7 +179,7 @@ TEST_F(RenderAbleTest, IsVisibleWithoutAValueForThePool) {
 }
 
 TEST_F(RenderAbleTest, GlobalVisibilityCountsWhereThePoolHasNone) {
-    const auto slot = object->findInput(Zelk::renderobject_visibility);
+    const auto slot = object->findInput(Mirk::Zelk::renderobject_visibility);
     Mirk::writeSlot(slot, {}, false);
     EXPECT_FALSE(object->isVisible(context.pool));
     EXPECT_FALSE(object->isVisible({}));
@@ -166,7 +188,7 @@ TEST_F(RenderAbleTest, GlobalVisibilityCountsWhereThePoolHasNone) {
 }
 
 TEST_F(RenderAbleTest, InactiveObjectIsNotVisibleWhateverItsSlotSays) {
-    Mirk::writeSlot(object->findInput(Zelk::renderobject_visibility), context.pool, true);
+    Mirk::writeSlot(object->findInput(Mirk::Zelk::renderobject_visibility), context.pool, true);
     object->active = false;
     EXPECT_FALSE(object->isVisible(context.pool));
 }
@@ -177,7 +199,7 @@ TEST_F(RenderAbleTest, VisibilityFollowsAConnectedGlobalParameter) {
         Mirk::VOutput<bool> on{this, "on", true};
     };
     const Keel::StrongPtr<Source, Mirk::VManagedObjectBase> source(new Source);
-    const auto slot = object->findInput(Zelk::renderobject_visibility);
+    const auto slot = object->findInput(Mirk::Zelk::renderobject_visibility);
     ASSERT_EQ(object->attachParameter(source->on, slot, {}), Mirk::Attached);
     source->on.set({}, false);
     EXPECT_FALSE(object->isVisible(context.pool));

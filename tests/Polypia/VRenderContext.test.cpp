@@ -1,6 +1,8 @@
 #include <Polypia/VRenderContext.hpp>
 
 #include "RecordingContext.hpp"
+#include "memberOrder.hpp"
+#include "virtualSlot.hpp"
 
 #include <Polypia/Seagrass.hpp>
 
@@ -44,7 +46,7 @@ using InterruptorPtr = Keel::StrongPtr<Interruptor, Mirk::VRenderInterruptor>;
 /// A polyp of a size.
 class Sized : public Mirk::Polyp {
 public:
-    explicit Sized(std::size_t size) : bytes(size) {}
+    explicit Sized(std::size_t size) : Polyp(Keel::WeakPtr<Keel::Creature>()), bytes(size) {}
     std::size_t memsize() const override { return bytes; }
     std::size_t bytes;
 };
@@ -100,6 +102,30 @@ TEST_F(VRenderContextTest, StartsAsItIsTold) {
     EXPECT_EQ(plain.timeScale, 1.0);
     EXPECT_EQ(plain.EyeViews.size(), 1u);
     EXPECT_EQ(plain.CurrentEye, 0u);
+}
+
+TEST(VRenderContextLayout, OperationsStandInTheirOrderBehindTheDestructors) {
+    EXPECT_EQ(
+        (std::vector{virtualSlot(&Context::getViewport), virtualSlot(&Context::openEyes),
+                     virtualSlot(&Context::eyeOperation), virtualSlot(&Context::openEye),
+                     virtualSlot(&Context::isCancelled), virtualSlot(&Context::renderObjects),
+                     virtualSlot(&Context::notifyError), virtualSlot(&Context::contextOperation),
+                     virtualSlot(&Context::pickObjects), virtualSlot(&Context::getFont),
+                     virtualSlot(&Context::createTextTentacle)}),
+        slotsFrom(2, 11));
+}
+
+TEST(VRenderContextLayout, FieldsStandInTheirOrder) {
+    const RecordingContext c;
+    EXPECT_TRUE(standInOrder(
+        c.precision, c.frameObjects, c.visibleVolume, c.touchableVolume, c.interruptor,
+        c.enableAsynchronLoading, c.ShaderFileOverrides, c.imageWidth, c.imageHeight, c.tileWidth,
+        c.tileHeight, c.tileX, c.tileY, c.zoom, c.firstBackendNumber, c.secondBackendNumber,
+        c.numberOfLayers, c.backendTexts, c.startTime, c.backendLimit, c.renderAllowance));
+    const Jitter j;
+    EXPECT_TRUE(
+        standInOrder(j.pixelX, j.pixelY, j.eyeX, j.eyeY, j.offsetX, j.offsetY, j.focus, j.spare));
+    EXPECT_EQ(sizeof(Jitter), 8 * sizeof(double));
 }
 
 TEST_F(VRenderContextTest, TakesTheTimeWhenItIsMade) {

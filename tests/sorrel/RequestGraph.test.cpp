@@ -216,7 +216,7 @@ TEST_F(RequestGraphTest, CycleIsWarnedOfOnceUntilSomethingIsConnectedAnew) {
         EXPECT_THAT(request.cycles(), ElementsAre("a -> b -> a"));
     }
     EXPECT_EQ(shell->events().size(), 1u);
-    makeSumming("c")->addSource(*a);
+    b->addSource(*makeSumming("c"));
     VRequest request(pool);
     request.process(*a, 1.0);
     EXPECT_EQ(shell->events().size(), 2u);

@@ -1,0 +1,153 @@
+#pragma once
+// The render context of this backend: eyes, traversal and budgets of a frame; stands on GLFactory
+// and GLFramebuffer.
+
+#include <Polypia/MultiviewRenderable.hpp>
+#include <Polypia/VRenderContext.hpp>
+#include <PolypiaGL/GLFactory.hpp>
+#include <PolypiaGL/GLFramebuffer.hpp>
+#include <PolypiaGL/export.hpp>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Mirk {
+
+namespace GL {
+class PickTarget;
+}
+
+/// Draws frames into framebuffers, one for each eye, of the same size. The polyps of its objects
+/// are those of its Seagrass, which therefore belongs to this context alone.
+///
+/// A frame, on the render thread and with the GL context current:
+///
+///     context.setTargets({&left, &right});
+///     context.setEyes({leftEye, rightEye});
+///     viewer.render(context, seconds, firstLayer, lastLayer);
+class POLYPIAGL_EXPORT GLRenderContext final : public BasinOnGL<VRenderContext> {
+public:
+    /// Where an eye looks from, and through which part of the near plane; see
+    /// VRenderContext::setEyeView.
+    struct Eye {
+        VCamera camera;
+        double near = 0.1;
+        double far = 100.0;
+        bool orthographic = false;
+        double separation = 0.0;
+        double focus = 1.0;
+        bool toeIn = false;
+    };
+
+    /// The bits of a RenderResult.
+    enum ResultBits : RenderResult {
+        Drew = 1,        ///< at least one object was drawn
+        Incomplete = 2,  ///< an object was not drawn and may be another time
+        Interrupted = 4, ///< objects were left out, as the frame was cancelled
+        Failed = 8,      ///< an object failed
+    };
+
+    /// What went wrong with an object in the last frame.
+    struct Failure {
+        std::string object;
+        std::string report;
+    };
+
+    /// The name of the block of uniforms that has the views, and of its buffer in the registry.
+    static constexpr const char* MultiViewBlock = "MultiView";
+
+    GLRenderContext(GLContext& glContext, const Keel::WeakPtr<Seagrass>& theSeagrass,
+                    const Keel::WeakPtr<VRenderInterruptor>& theInterruptor,
+                    const Keel::StrongPtr<VRenderPrecision>& thePrecision, long long allowance);
+    ~GLRenderContext() override;
+
+    /// The framebuffers of the eyes; they have to outlive the next frame. At least one.
+    void setTargets(std::vector<const GLFramebuffer*> targets);
+    /// Sets the views of all eyes for the next frame, and brings them to the GPU. To be called
+    /// behind setTargets(), as the aspect ratio depends on it. Everything is drawn with the views
+    /// of layer 2, the world.
+    void setEyes(const std::vector<Eye>& eyes);
+
+    PixelRectangle getViewport(unsigned index) const override;
+    /// Programs see all eyes from now on, and the first one is drawn.
+    void openEyes(const ViewReferences& views) override;
+    /// Draws go to the framebuffer of that eye from now on.
+    void openEye(unsigned eye) override;
+    /// Binds the framebuffer of an eye.
+    void eyeOperation(unsigned eye) override;
+    /// Draws what is visible of the objects of the layers, in the order of the selection; what
+    /// derives from TransparencyHandler after all others, the farthest first. Objects whose bounds
+    /// lie outside of the view of each eye are left out, and counted. What is not drawn through
+    /// multiview_render() is drawn once for each eye.
+    RenderResult renderObjects(const ObjectSelection& objects, double& renderTime, int firstLayer,
+                               int lastLayer) override;
+    /// Notes the failure, and returns false.
+    bool notifyError(const RenderAble& object, const RenderException& exception) override;
+    /// Makes the GL context current.
+    void contextOperation() override;
+    /// Draws for the first eye, with the views of the last setEyes(). Objects are numbered in the
+    /// order in which they are drawn, from 1. The frame's failures and counts stay as they are.
+    PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
+                            int firstLayer, int lastLayer) override;
+
+    // Of the last frame.
+
+    const std::vector<Failure>& failures() const noexcept { return _failures; }
+    /// How many objects were drawn, and how many lay outside of all views.
+    std::size_t numberOfDrawn() const noexcept { return _drawn; }
+    std::size_t numberOfCulled() const noexcept { return _culled; }
+    /// Seconds that the drawing of each object took, by its name; only if they are asked for.
+    const std::map<std::string, double>& objectSeconds() const noexcept { return _objectSeconds; }
+    void collectObjectSeconds(bool collect) noexcept { _collectsSeconds = collect; }
+
+private:
+    class EachEye;
+    class Picking;
+
+    /// What the traversal needs of an object, found out once for each selection.
+    struct Item {
+        int layer;
+        Keel::WeakPtr<RenderAble, VManagedObjectBase> object;
+        MultiviewRenderable* own; // null if it is drawn for one view at a time
+        bool isTransparent;
+    };
+    /// Something transparent, and how far behind the first eye.
+    struct Waiting {
+        const Item* item;
+        double distance;
+    };
+    /// The planes between which an eye sees: a point is outside if a * x + b * y + c * z + d is
+    /// below 0 for one of them.
+    using EyePlanes = std::array<std::array<double, 4>, 6>;
+
+    static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
+    void makeItems(const ObjectSelection& objects);
+    std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object) const;
+    bool isOutside(const Skua::PhysicalSpace::AABB& box) const;
+    double distanceOf(const RenderAble& object) const;
+    void drawIfSeen(const RenderAblePtr& object, const Item& item, double& renderTime,
+                    RenderResult& result);
+    void noteSeconds(const RenderAble& object, double seconds);
+
+    std::vector<const GLFramebuffer*> _targets;
+    const GLFramebuffer* _boundTarget = nullptr; // null: to be bound anew
+    const GL::PickTarget* _pickTarget = nullptr; // while objects are picked
+    UniformBufferPtr _multiView;
+    ViewReferences _views;
+    std::vector<EyePlanes> _eyePlanes;
+    const Keel::StrongPtr<EachEye, VManagedObjectBase> _eachEye;
+    RenderAble::SubContext _sub;
+    ObjectSelection _selection; // for which the items were made
+    std::vector<Item> _items;
+    std::vector<Failure> _failures;
+    std::size_t _drawn = 0;
+    std::size_t _culled = 0;
+    bool _collectsSeconds = false;
+    std::map<std::string, double> _objectSeconds;
+};
+
+} // namespace Mirk

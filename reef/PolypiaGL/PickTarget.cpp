@@ -1,0 +1,149 @@
+#include <PolypiaGL/PickTarget.hpp>
+
+#include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/glErrors.hpp>
+#include <PolypiaGL/glHeaders.hpp>
+#include <PolypiaGL/glMachine.hpp>
+
+#include <algorithm>
+#include <string>
+
+namespace Mirk::GL {
+
+namespace {
+
+constexpr int mark = 1;
+
+// One triangle over everything.
+constexpr const char* vertexText = R"(#version 330 core
+void main() {
+    vec2 corner = vec2(gl_VertexID == 1 ? 3.0 : -1.0, gl_VertexID == 2 ? 3.0 : -1.0);
+    gl_Position = vec4(corner, 0.0, 1.0);
+}
+)";
+constexpr const char* fragmentText = R"(#version 330 core
+uniform uint Number;
+out uint Pixel;
+void main() {
+    Pixel = Number;
+}
+)";
+
+[[noreturn]] void fail(const std::string& reason) {
+    throw GLRenderException(GL_INVALID_OPERATION, reason, "PickTarget::PickTarget", __FILE__,
+                            __LINE__);
+}
+
+ProgramId numberProgram() {
+    ProgramId program = createProgram();
+    for (const auto& [type, text] :
+         {std::pair(GL_VERTEX_SHADER, vertexText), std::pair(GL_FRAGMENT_SHADER, fragmentText)}) {
+        const ShaderId shader = createShader(type);
+        glShaderSource(shader.number(), 1, &text, nullptr);
+        glCompileShader(shader.number());
+        glAttachShader(program.number(), shader.number());
+    }
+    glLinkProgram(program.number());
+    GLint isLinked = GL_FALSE;
+    glGetProgramiv(program.number(), GL_LINK_STATUS, &isLinked);
+    if (isLinked == GL_FALSE) fail("the driver refuses the program that writes numbers");
+    return program;
+}
+
+RenderbufferId renderbuffer(unsigned format, int width, int height) {
+    RenderbufferId id = createRenderbuffer();
+    glNamedRenderbufferStorage(id.number(), format, width, height);
+    return id;
+}
+
+FramebufferId framebuffer(const RenderbufferId& depth, unsigned numbers) {
+    FramebufferId id = createFramebuffer();
+    glNamedFramebufferRenderbuffer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
+                                   depth.number());
+    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, numbers);
+    if (numbers == 0) glNamedFramebufferDrawBuffer(id.number(), GL_NONE);
+    const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
+    if (!drainErrors("glNamedRenderbufferStorage").empty() || status != GL_FRAMEBUFFER_COMPLETE) {
+        fail("the driver refuses a framebuffer for picking");
+    }
+    return id;
+}
+
+} // namespace
+
+PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, int pictureWidth,
+                       int pictureHeight)
+    : _machine(machine),
+      _x(x),
+      _y(y),
+      _width(width),
+      _height(height),
+      _pictureWidth(pictureWidth),
+      _pictureHeight(pictureHeight) {
+    const int greatest = machine.context.limits().maxRenderbufferSize;
+    if (width > greatest || height > greatest) {
+        fail("expected a rectangle of at most " + std::to_string(greatest) + " x " +
+             std::to_string(greatest) + " pixels to pick from");
+    }
+    _numbers = renderbuffer(GL_R32UI, width, height);
+    _depth = renderbuffer(GL_DEPTH24_STENCIL8, width, height);
+    _objectsFramebuffer = framebuffer(_depth, 0);
+    _numbersFramebuffer = framebuffer(_depth, _numbers.number());
+    _program = numberProgram();
+    _noAttributes = createVertexArray();
+    const GLuint background = 0;
+    glDisable(GL_SCISSOR_TEST);
+    glClearNamedFramebufferuiv(_numbersFramebuffer.number(), GL_COLOR, 0, &background);
+    glClearNamedFramebufferfi(_numbersFramebuffer.number(), GL_DEPTH_STENCIL, 0, 1.0F, 0);
+}
+
+PickTarget::~PickTarget() {
+    glDisable(GL_STENCIL_TEST);
+    glDisable(GL_SCISSOR_TEST);
+}
+
+void PickTarget::bind() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, _objectsFramebuffer.number());
+    glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
+    // What is wider than its coordinates doesn't reach beyond the picture.
+    const int left = std::clamp(-_x, 0, _width), bottom = std::clamp(-_y, 0, _height);
+    const int right = std::clamp(_pictureWidth - _x, left, _width);
+    const int top = std::clamp(_pictureHeight - _y, bottom, _height);
+    glScissor(left, bottom, right - left, top - bottom);
+    glEnable(GL_SCISSOR_TEST);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glEnable(GL_STENCIL_TEST);
+    glStencilFunc(GL_ALWAYS, mark, 0xFF);
+    glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
+}
+
+void PickTarget::assign(std::uint32_t number) const {
+    glBindFramebuffer(GL_FRAMEBUFFER, _numbersFramebuffer.number());
+    glDisable(GL_DEPTH_TEST);
+    glViewport(0, 0, _width, _height);
+    glStencilFunc(GL_EQUAL, mark, 0xFF);
+    glStencilOp(GL_KEEP, GL_KEEP, GL_ZERO);
+    _machine.useProgram(_program.number());
+    glProgramUniform1ui(_program.number(), glGetUniformLocation(_program.number(), "Number"),
+                        number);
+    glBindVertexArray(_noAttributes.number());
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+    glBindVertexArray(0);
+    _machine.useProgram(0);
+    _machine.check("PickTarget::assign");
+    bind();
+}
+
+std::vector<std::uint32_t> PickTarget::read() const {
+    std::vector<std::uint32_t> numbers(static_cast<std::size_t>(_width) *
+                                       static_cast<std::size_t>(_height));
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, _numbersFramebuffer.number());
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    glReadPixels(0, 0, _width, _height, GL_RED_INTEGER, GL_UNSIGNED_INT, numbers.data());
+    _machine.check("glReadPixels");
+    return numbers;
+}
+
+} // namespace Mirk::GL

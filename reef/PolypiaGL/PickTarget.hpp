@@ -1,0 +1,53 @@
+#pragma once
+// The buffer in which it is found out whose each pixel is. Internal to the backend; stands on
+// GLContext and ObjectId.
+
+#include <PolypiaGL/GLContext.hpp>
+#include <PolypiaGL/ObjectId.hpp>
+
+#include <cstdint>
+#include <vector>
+
+namespace Mirk::GL {
+
+class Machine;
+
+/// A rectangle of a picture, with one number for each pixel, 0 at first. Objects are drawn one by
+/// one by programs of any kind, which know nothing of this; what they leave in front of all else,
+/// after depth test and discard, gets the number of the object. For that each object marks its
+/// pixels in the stencil buffer, and a triangle over everything writes the number where there is a
+/// mark. With the context current, like all that is here.
+class PickTarget {
+public:
+    /// `x` and `y` are where the rectangle lies in a picture of pictureWidth by pictureHeight
+    /// pixels; it may reach beyond the picture. Throws a GLRenderException if the driver refuses.
+    PickTarget(Machine& machine, int x, int y, int width, int height, int pictureWidth,
+               int pictureHeight);
+    ~PickTarget();
+    PickTarget(const PickTarget&) = delete;
+    PickTarget& operator=(const PickTarget&) = delete;
+
+    /// Draws go here from now on, as if to the whole picture.
+    void bind() const;
+    /// What was drawn since the last call is of the object with that number, if it is in front.
+    void assign(std::uint32_t number) const;
+    /// The numbers, row by row from the bottom.
+    std::vector<std::uint32_t> read() const;
+
+private:
+    Machine& _machine;
+    const int _x;
+    const int _y;
+    const int _width;
+    const int _height;
+    const int _pictureWidth;
+    const int _pictureHeight;
+    RenderbufferId _numbers;
+    RenderbufferId _depth;
+    FramebufferId _objectsFramebuffer; // depth and stencil only
+    FramebufferId _numbersFramebuffer;
+    ProgramId _program;
+    VertexArrayId _noAttributes;
+};
+
+} // namespace Mirk::GL
