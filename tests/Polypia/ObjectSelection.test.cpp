@@ -1,5 +1,8 @@
 #include <Polypia/ObjectSelection.hpp>
 
+#include "shownObject.hpp"
+
+#include <sorrel/VActionNotifier.hpp>
 #include <sorrel/VObject.hpp>
 
 #include <gmock/gmock.h>
@@ -190,6 +193,42 @@ TEST_F(ObjectSelection, IsCopiedByAnotherThreadDuringAWalk) {
         return true;
     });
     EXPECT_EQ(copied, 1U);
+}
+
+TEST_F(ObjectSelection, TellsWhatCanBeDrawnInOrderAndOnceUntilItIsChanged) {
+    EXPECT_TRUE(selection.drawables()->empty());
+    ShownPtr first = shown("first"), second = shown("second");
+    selection.insert(5, second);
+    selection.insert(1, a);
+    selection.insert(1, first);
+    const auto drawables = selection.drawables();
+    ASSERT_EQ(drawables->size(), 2U);
+    EXPECT_EQ((*drawables)[0].layer, 1);
+    EXPECT_EQ((*drawables)[0].object, first);
+    EXPECT_EQ((*drawables)[0].object.get(), first.get());
+    EXPECT_EQ((*drawables)[1].layer, 5);
+    EXPECT_EQ((*drawables)[1].object, second);
+    EXPECT_EQ(selection.drawables(), drawables);
+    EXPECT_EQ(selection.copy().drawables(), drawables);
+    const ShownPtr third = shown("third");
+    selection.insert(3, third);
+    EXPECT_EQ(selection.drawables()->size(), 3U);
+    EXPECT_EQ(drawables->size(), 2U);
+    selection.clear();
+    EXPECT_TRUE(selection.drawables()->empty());
+    Mirk::VActionNotifier::clear();
+}
+
+TEST_F(ObjectSelection, AsksAgainWhatAnIncompleteObjectIs) {
+    Shown* const incomplete = new Shown("incomplete");
+    selection.insert(1, WeakObject(incomplete));
+    const auto before = selection.drawables();
+    EXPECT_NE(selection.drawables(), before);
+    const ShownPtr complete(incomplete);
+    const auto after = selection.drawables();
+    EXPECT_EQ(after->size(), 1U);
+    EXPECT_EQ(selection.drawables(), after);
+    Mirk::VActionNotifier::clear();
 }
 
 TEST_F(ObjectSelection, TwoAreAssignedToEachOtherAndComparedFromTwoThreads) {
