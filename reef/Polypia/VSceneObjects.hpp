@@ -39,7 +39,8 @@ public:
     /// context has the objects and the volumes of all layers for others to ask for. What the
     /// traversal throws is passed on; the context then keeps them until the next frame.
     ///
-    /// On the render thread. Takes the context's mutex, though not while objects are drawn.
+    /// On the render thread. The context's mutex is held while the objects are asked for their
+    /// volumes, and not while they are drawn.
     RenderResult render(VRenderContext& context, double& renderTime, int firstLayer, int lastLayer);
     /// What is under a rectangle of pixels, by the picking of the context; with the context's
     /// objects replaced by these until it returns or throws. On the render thread.
