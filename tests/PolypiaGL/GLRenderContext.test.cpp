@@ -1,0 +1,580 @@
+#include <PolypiaGL/GLRenderContext.hpp>
+
+#include "glBasin.hpp"
+
+#include <Polypia/PickList.hpp>
+#include <Polypia/VSceneObjects.hpp>
+
+#include <sorrel/VActionNotifier.hpp>
+#include <sorrel/Vprintf.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <stdexcept>
+
+using namespace Mirk;
+using namespace Mirk::GLTest;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+/// In pixels from the middle of the picture, on the plane at a height above its ground.
+struct Rectangle {
+    double left = -8, bottom = -8, right = 8, top = 8;
+    double height = 0;
+};
+
+/// A rectangle of one colour.
+class Quad : public RenderAble {
+public:
+    explicit Quad(const std::string& objectName, int layer = 0)
+        : VObject(objectName, layer, {}), RenderAble(objectName, layer, {}) {}
+
+    using RenderAble::environment_render;
+    bool environment_render(VRenderContext& context) const override {
+        ++draws;
+        if (action && !action()) return false;
+        const RenderBasin::ProgramPtr& program = prepare(context);
+        const auto f = [](double number) { return static_cast<float>(number); };
+        (*program)["Rectangle"] = Skua::FixedArray<float, 4>{f(rectangle.left), f(rectangle.bottom),
+                                                             f(rectangle.right), f(rectangle.top)};
+        (*program)["Height"] = f(rectangle.height);
+        (*program)["Color"] = color;
+        (*program)["HolePixels"] = f(holePixels);
+        context.updateTranslatedViews(*_polyp, {0, 0, 0}, 0);
+        return _polyp->wave(~0U) >= 0;
+    }
+    BoundingBallPtr getBoundingBall(const ValuePoolPtr&) const override {
+        if (!hasBounds) return {};
+        const auto box = Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
+            new Skua::BoundingBox({rectangle.left, rectangle.bottom, rectangle.height},
+                                  {rectangle.right, rectangle.top, rectangle.height}));
+        return box;
+    }
+    void setVisible(const ValuePoolPtr& pool, bool isVisible) {
+        writeSlot(findInput(VisibilitySlotName()), pool, isVisible);
+    }
+
+    Rectangle rectangle;
+    Skua::FixedArray<float, 4> color{1, 1, 1, 1};
+    /// Width and height of a hole in the middle.
+    double holePixels = 0;
+    bool hasBounds = true;
+    mutable int draws = 0;
+    std::function<bool()> action;
+
+private:
+    const RenderBasin::ProgramPtr& prepare(VRenderContext& context) const {
+        if (_polyp && context.isValid(*_polyp)) return _program;
+        _polyp = PolypPtr(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+        const std::string views = context.defineMultiView(context.EyeViews.size(), true, 0);
+        _program = context.createProgram("#version 330\n#define VERTEX_SHADER 1\n" + views + R"(
+uniform vec4 Rectangle;
+uniform float Height;
+out vec2 place;
+void main() {
+    zelk_setViewID();
+    place = mix(Rectangle.xy, Rectangle.zw, vec2(gl_VertexID & 1, gl_VertexID >> 1));
+    gl_Position = multiview_transform(mkRelativeVertex(vec4(place, Height, 1.0)));
+}
+)",
+                                         R"(#version 330
+in vec2 place;
+uniform vec4 Rectangle;
+uniform float HolePixels;
+uniform vec4 Color;
+out vec4 color;
+void main() {
+    vec2 fromMiddle = abs(place - 0.5 * (Rectangle.xy + Rectangle.zw));
+    if (max(fromMiddle.x, fromMiddle.y) < 0.5 * HolePixels) discard;
+    color = Color;
+}
+)",
+                                         "quad.vert", "quad.frag", 1, 1, {}, {});
+        _program->bindUniformBlock(GLRenderContext::MultiViewBlock,
+                                   context.getUniformBuffer(GLRenderContext::MultiViewBlock));
+        _polyp->insert(_program);
+        _polyp->insert(context.createPainter(TriangleStrip, 4));
+        _polyp->prepareWave();
+        context.setNumberOfViews(*_polyp);
+        return _program;
+    }
+
+    mutable PolypPtr _polyp;
+    mutable RenderBasin::ProgramPtr _program;
+};
+using QuadPtr = Keel::StrongPtr<Quad, VManagedObjectBase>;
+
+/// Is drawn behind all that is opaque.
+class Glass : public Quad, public RenderAble::TransparencyHandler {
+public:
+    explicit Glass(const std::string& objectName) : VObject(objectName, 0, {}), Quad(objectName) {}
+};
+
+/// Draws all views itself.
+class Own : public Quad, public MultiviewRenderable {
+public:
+    explicit Own(const std::string& objectName) : VObject(objectName, 0, {}), Quad(objectName) {}
+    bool multiview_render(VRenderContext&, const LayeredMultiViews::ViewReferences& views,
+                          SubContext&) override {
+        numberOfViews.push_back(views.size());
+        return true;
+    }
+    std::vector<std::size_t> numberOfViews;
+};
+
+class Interruptor : public VRenderInterruptor {
+public:
+    void interrupt(const ValuePoolPtr&) override { stops = true; }
+    bool isInterrupted(const ValuePoolPtr&) override { return stops; }
+    void resume(const ValuePoolPtr&) override { stops = false; }
+    bool stops = false;
+};
+
+/// Orthographic: one pixel of the picture is one unit of the world.
+GLRenderContext::Eye eyeFromAbove(double separation = 0.0) {
+    GLRenderContext::Eye eye;
+    eye.camera.position = {0, 0, 100};
+    eye.camera.lookAt = {0, 0, 0};
+    eye.camera.up = {0, 1, 0};
+    eye.camera.fieldOfView = 2.0 * std::atan(size / 2.0 / 100.0) * 180.0 / std::numbers::pi;
+    eye.near = 1;
+    eye.far = 200;
+    eye.orthographic = true;
+    eye.separation = separation;
+    eye.focus = 100;
+    return eye;
+}
+
+class GLRenderContextTest : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string reason;
+        gl = tryContext({}, reason);
+        if (!gl) POLYPIA_NO_CONTEXT(reason);
+        gl->makeCurrent();
+        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
+        context = std::make_unique<GLRenderContext>(*gl, seagrass, interruptor,
+                                                    Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
+        context->pool = Keel::make<ValuePool>();
+        left = std::make_unique<GLFramebuffer>(*gl, size, size, 1);
+        right = std::make_unique<GLFramebuffer>(*gl, size, size, 1);
+        setOneEye();
+    }
+    void TearDown() override {
+        VActionNotifier::clear();
+        if (!gl) return;
+        quads.clear();
+        context.reset();
+        left.reset();
+        right.reset();
+        const Keel::WeakPtr<Seagrass> remains(seagrass);
+        seagrass = {};
+        EXPECT_TRUE(Seagrass::drain(remains));
+        EXPECT_THAT(gl->ledger()->report(), IsEmpty());
+    }
+
+    void setOneEye() {
+        context->setTargets({left.get()});
+        context->setEyes({eyeFromAbove()});
+    }
+    void setTwoEyes() {
+        context->setTargets({left.get(), right.get()});
+        // Half a unit each way at the distance of 100, where both see the same.
+        context->setEyes({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
+    }
+    template<class Kind = Quad, class... Arguments>
+    Keel::StrongPtr<Kind, VManagedObjectBase>
+    add(const std::string& name, const Rectangle& rectangle, const Arguments&... arguments) {
+        const Keel::StrongPtr<Kind, VManagedObjectBase> quad(new Kind(name, arguments...));
+        quad->rectangle = rectangle;
+        quads.push_back(quad);
+        objects.insert(quad->priority, quad);
+        return quad;
+    }
+    VRenderContext::RenderResult draw(int firstLayer = INT_MIN, int lastLayer = INT_MAX) {
+        left->clear({0, 0, 0, 1});
+        right->clear({0, 0, 0, 1});
+        double seconds = 0;
+        return objects.render(*context, seconds, firstLayer, lastLayer);
+    }
+    std::vector<std::uint8_t> pixels(const GLFramebuffer& framebuffer) const {
+        framebuffer.finish();
+        std::vector<std::uint8_t> bytes(std::size_t{4} * size * size);
+        framebuffer.readColors(bytes);
+        return bytes;
+    }
+    /// The colour of a pixel, counted from the middle.
+    Color at(const GLFramebuffer& framebuffer, int x, int y) const {
+        const auto bytes = pixels(framebuffer);
+        const std::size_t first =
+            4 * static_cast<std::size_t>((y + size / 2) * size + x + size / 2);
+        return {bytes[first], bytes[first + 1], bytes[first + 2], bytes[first + 3]};
+    }
+    std::vector<std::string> failedObjects() const {
+        std::vector<std::string> names;
+        for (const auto& failure : context->failures()) names.push_back(failure.object);
+        return names;
+    }
+
+    std::unique_ptr<EglContext> gl;
+    Keel::StrongPtr<Seagrass> seagrass;
+    const Keel::StrongPtr<Interruptor, VRenderInterruptor> interruptor{new Interruptor};
+    std::unique_ptr<GLRenderContext> context;
+    std::unique_ptr<GLFramebuffer> left, right;
+    std::vector<QuadPtr> quads;
+    VSceneObjects objects;
+};
+
+TEST_F(GLRenderContextTest, EmptyFrameDoesNothing) {
+    EXPECT_EQ(draw(), 0u);
+    EXPECT_EQ(at(*left, 0, 0), black);
+}
+
+TEST_F(GLRenderContextTest, DrawsWhatIsInFrontWhateverTheOrder) {
+    add("near", {-8, -8, 8, 8, 5})->color = {1, 0, 0, 1};
+    add("far", {-16, -16, 16, 16, 0})->color = {0, 1, 0, 1};
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(context->numberOfDrawn(), 2u);
+    EXPECT_EQ(at(*left, 0, 0), red);
+    EXPECT_EQ(at(*left, -8, -8), red);
+    EXPECT_EQ(at(*left, -9, -9), green);
+    EXPECT_EQ(at(*left, -16, 15), green);
+    EXPECT_EQ(at(*left, -17, 0), black);
+}
+
+TEST_F(GLRenderContextTest, ViewportIsThatOfTheTargets) {
+    EXPECT_EQ(context->getViewport(0), (VRenderContext::PixelRectangle{0, 0, size, size}));
+    context->setTargets({});
+    EXPECT_EQ(context->getViewport(0), (VRenderContext::PixelRectangle{0, 0, 0, 0}));
+}
+
+TEST_F(GLRenderContextTest, DrawsTheLayersOfTheRangeInTheirOrder) {
+    std::vector<std::string> order;
+    for (const int layer : {3, 1, 2}) {
+        const auto quad = add("layer" + std::to_string(layer), {}, layer);
+        quad->action = [&order, name = quad->Name()] {
+            order.push_back(name);
+            return true;
+        };
+    }
+    draw();
+    EXPECT_THAT(order, ElementsAre("layer1", "layer2", "layer3"));
+    order.clear();
+    draw(2, 2);
+    EXPECT_THAT(order, ElementsAre("layer2"));
+}
+
+TEST_F(GLRenderContextTest, TransparentObjectsComeLastAndTheFarthestFirst) {
+    std::vector<std::string> order;
+    const auto record = [&order](const QuadPtr& quad) {
+        quad->action = [&order, name = quad->Name()] {
+            order.push_back(name);
+            return true;
+        };
+    };
+    record(add<Glass>("middle", {-8, -8, 8, 8, 5}));
+    record(add("opaque", {}));
+    record(add<Glass>("near", {-8, -8, 8, 8, 9}));
+    record(add<Glass>("far", {-8, -8, 8, 8, 1}));
+    draw();
+    EXPECT_THAT(order, ElementsAre("opaque", "far", "middle", "near"));
+}
+
+TEST_F(GLRenderContextTest, LeavesOutWhatLiesOutsideOfAllViews) {
+    const auto outside = add("outside", {200, 0, 210, 10});
+    const auto behind = add("behind", {-8, -8, 8, 8, 150});
+    const auto across = add("across", {20, 0, 210, 10});
+    const auto unknown = add("unknown", {200, 0, 210, 10});
+    unknown->hasBounds = false;
+    draw();
+    EXPECT_EQ(outside->draws, 0);
+    EXPECT_EQ(behind->draws, 0);
+    EXPECT_EQ(across->draws, 1);
+    EXPECT_EQ(unknown->draws, 1);
+    EXPECT_EQ(context->numberOfCulled(), 2u);
+    EXPECT_EQ(context->numberOfDrawn(), 2u);
+}
+
+TEST_F(GLRenderContextTest, HiddenObjectIsNotDrawnAndDoesNotCount) {
+    const auto quad = add("quad", {});
+    quad->setVisible(context->pool, false);
+    EXPECT_EQ(draw(), 0u);
+    EXPECT_EQ(quad->draws, 0);
+    EXPECT_EQ(context->numberOfDrawn(), 0u);
+}
+
+TEST_F(GLRenderContextTest, EachEyeHasItsOwnPicture) {
+    setTwoEyes();
+    const auto quad = add("quad", {-8, -8, 8, 8, 0});
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(quad->draws, 2);
+    EXPECT_EQ(context->numberOfDrawn(), 1u);
+    // Orthographic eyes see what they look at along parallel lines, 4 pixels to each side.
+    EXPECT_NE(pixels(*left), pixels(*right));
+}
+
+TEST_F(GLRenderContextTest, OneEyeAfterTwoDrawsAsBefore) {
+    add("quad", {-8, -8, 8, 8, 5})->color = {1, 0, 0, 1};
+    draw();
+    const auto before = pixels(*left);
+    setTwoEyes();
+    draw();
+    setOneEye();
+    draw();
+    EXPECT_EQ(pixels(*left), before);
+}
+
+TEST_F(GLRenderContextTest, ObjectThatDrawsAllViewsItselfIsCalledOnce) {
+    setTwoEyes();
+    const auto own = add<Own>("own", {});
+    draw();
+    EXPECT_THAT(own->numberOfViews, ElementsAre(2u));
+    EXPECT_EQ(own->draws, 0);
+}
+
+TEST_F(GLRenderContextTest, FailureOfOneEyeLeavesOutTheOthers) {
+    setTwoEyes();
+    const auto quad = add("quad", {});
+    quad->action = [] { return false; };
+    EXPECT_EQ(draw(), GLRenderContext::Incomplete);
+    EXPECT_EQ(quad->draws, 1);
+    EXPECT_THAT(context->failures(), IsEmpty());
+}
+
+TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
+    const std::vector<std::function<bool()>> throwers{
+        []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); },
+        []() -> bool { throw std::runtime_error("not today"); },
+        []() -> bool { throw "a text"; },
+        []() -> bool { throw 7; },
+        [] { return false; },
+    };
+    std::mt19937 random(1);
+    const auto number = [&](int from, int to) {
+        return std::uniform_int_distribution<int>(from, to)(random);
+    };
+    std::vector<QuadPtr> broken;
+    for (int i = 0; i < 100; ++i) {
+        const double x = number(-32, 28), y = number(-32, 28);
+        const auto quad =
+            add("quad" + std::to_string(i),
+                {x, y, x + number(1, 20), y + number(1, 20), static_cast<double>(number(0, 50))});
+        quad->color = {0.01F * static_cast<float>(i), 0.5F, 1, 1};
+        if (number(0, 2) == 0) broken.push_back(quad);
+    }
+    for (const QuadPtr& quad : broken) quad->setVisible(context->pool, false);
+    draw();
+    const auto expected = pixels(*left);
+    for (std::size_t i = 0; i < broken.size(); ++i) {
+        broken[i]->setVisible(context->pool, true);
+        broken[i]->action = throwers[i % throwers.size()];
+    }
+    testing::internal::CaptureStdout();
+    const auto result = draw();
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(result & GLRenderContext::Failed);
+    EXPECT_TRUE(result & GLRenderContext::Incomplete);
+    EXPECT_TRUE(result & GLRenderContext::Drew);
+    EXPECT_EQ(pixels(*left), expected);
+}
+
+TEST_F(GLRenderContextTest, NamesWhatFailed) {
+    const auto quad = add("quad", {});
+    const RenderException exception(0x501, "draw", "quad.cpp", 1);
+    quad->action = [&]() -> bool { throw exception; };
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Failed);
+    testing::internal::GetCapturedStdout();
+    ASSERT_THAT(failedObjects(), ElementsAre("quad"));
+    EXPECT_EQ(context->failures()[0].report, exception.str());
+    quad->action = {};
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_THAT(context->failures(), IsEmpty());
+}
+
+TEST_F(GLRenderContextTest, NamesWhatThrewFromItsOwnDrawingOfAllViews) {
+    class Thrower : public Quad, public MultiviewRenderable {
+    public:
+        explicit Thrower(const std::string& objectName)
+            : VObject(objectName, 0, {}), Quad(objectName) {}
+        bool multiview_render(VRenderContext&, const LayeredMultiViews::ViewReferences&,
+                              SubContext&) override {
+            throw std::runtime_error("not today");
+        }
+    };
+    add<Thrower>("thrower", {});
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Failed);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "EXCEPTION WHILE RENDERING [thrower]: not today\n");
+    ASSERT_THAT(failedObjects(), ElementsAre("thrower"));
+    EXPECT_EQ(context->failures()[0].report, "not today");
+}
+
+TEST_F(GLRenderContextTest, InterruptionEndsTheFrameBehindTheObjectUnderWay) {
+    for (int i = 0; i < 10000; ++i)
+        add("quad" + std::to_string(i), {})->action = [] { return false; };
+    int asked = 0;
+    quads[2]->action = [&] {
+        ++asked;
+        interruptor->stops = true;
+        return true;
+    };
+    EXPECT_TRUE(draw() & GLRenderContext::Interrupted);
+    EXPECT_EQ(asked, 1);
+    int draws = 0;
+    for (const QuadPtr& quad : quads) draws += quad->draws;
+    EXPECT_EQ(draws, 3);
+    interruptor->stops = false;
+    quads[2]->action = {};
+    EXPECT_FALSE(draw() & GLRenderContext::Interrupted);
+}
+
+TEST_F(GLRenderContextTest, CancelledFrameDrawsNothing) {
+    const auto quad = add("quad", {});
+    interruptor->stops = true;
+    EXPECT_EQ(draw(), GLRenderContext::Interrupted);
+    EXPECT_EQ(quad->draws, 0);
+}
+
+TEST_F(GLRenderContextTest, TellsTheSecondsOfEachObjectIfAsked) {
+    add("quad", {});
+    draw();
+    EXPECT_THAT(context->objectSeconds(), IsEmpty());
+    context->collectObjectSeconds(true);
+    draw();
+    ASSERT_EQ(context->objectSeconds().size(), 1u);
+    EXPECT_GT(context->objectSeconds().at("quad"), 0.0);
+}
+
+TEST_F(GLRenderContextTest, DrawsWhatHasDiedSinceNoMore) {
+    add("quad", {});
+    draw();
+    quads.clear();
+    EXPECT_EQ(draw(), 0u);
+}
+
+class PickingTest : public GLRenderContextTest {
+protected:
+    /// The names of the objects in the pixels of a rectangle, counted from the lower left corner of
+    /// the picture, row by row; "" for none.
+    std::vector<std::string> pick(int x, int y, int width, int height) {
+        const auto list = objects.pick(*context, x, y, width, height);
+        std::vector<std::string> names;
+        if (!list->Buffer) return names;
+        for (int row = 0; row < height; ++row) {
+            for (int column = 0; column < width; ++column) {
+                const auto place = static_cast<std::size_t>(row * list->AlignedWidth + column);
+                const auto number = list->Buffer->elements()[place];
+                const auto found = list->Ids.find(number);
+                names.push_back(found == list->Ids.end() ? "" : found->second->Name());
+            }
+        }
+        return names;
+    }
+    std::string pickOne(int x, int y) { return pick(x, y, 1, 1).at(0); }
+};
+
+TEST_F(PickingTest, FindsWhatIsInFront) {
+    add("near", {-8, -8, 8, 8, 5});
+    add("far", {-16, -16, 16, 16, 0});
+    EXPECT_EQ(pickOne(32, 32), "near");
+    EXPECT_EQ(pickOne(17, 32), "far");
+    EXPECT_EQ(pickOne(15, 32), "");
+    EXPECT_THAT(pick(15, 32, 3, 1), ElementsAre("", "far", "far"));
+}
+
+TEST_F(PickingTest, LooksThroughWhatIsDiscarded) {
+    add("frame", {-8, -8, 8, 8, 5})->holePixels = 8;
+    add("behind", {-16, -16, 16, 16, 0});
+    EXPECT_EQ(pickOne(32, 32), "behind");
+    EXPECT_EQ(pickOne(26, 32), "frame");
+}
+
+TEST_F(PickingTest, PassesOverWhatIsHiddenAndFindsWhatIsTransparent) {
+    add("hidden", {-8, -8, 8, 8, 9})->setVisible(context->pool, false);
+    add<Glass>("glass", {-8, -8, 8, 8, 5});
+    add("behind", {-16, -16, 16, 16, 0});
+    EXPECT_EQ(pickOne(32, 32), "glass");
+}
+
+TEST_F(PickingTest, OutsideOfThePictureIsNothing) {
+    add("all", {-32, -32, 32, 32, 0});
+    EXPECT_THAT(pick(-1, 5, 2, 1), ElementsAre("", "all"));
+    EXPECT_THAT(pick(63, 5, 2, 1), ElementsAre("all", ""));
+    EXPECT_EQ(pickOne(1000, 1000), "");
+}
+
+TEST_F(PickingTest, EmptyRectangleHasNoBuffer) {
+    add("all", {-32, -32, 32, 32, 0});
+    EXPECT_FALSE(objects.pick(*context, 0, 0, 0, 5)->Buffer);
+    EXPECT_FALSE(objects.pick(*context, 0, 0, 5, -1)->Buffer);
+}
+
+TEST_F(PickingTest, FramesAreWhatTheyWereBefore) {
+    add("quad", {-8, -8, 8, 8, 5})->color = {1, 0, 0, 1};
+    const auto thrower = add("thrower", {});
+    thrower->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    testing::internal::CaptureStdout();
+    draw();
+    const auto before = pixels(*left);
+    EXPECT_EQ(pickOne(32, 32), "quad");
+    EXPECT_THAT(failedObjects(), ElementsAre("thrower"));
+    EXPECT_EQ(context->numberOfDrawn(), 1u);
+    EXPECT_EQ(pixels(*left), before);
+    draw();
+    EXPECT_EQ(pixels(*left), before);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(PickingTest, OfTwoEyesTheFirstPicks) {
+    setTwoEyes();
+    add("quad", {-8, -8, 8, 8, 0});
+    const auto list = objects.pick(*context, 32, 32, 1, 1);
+    EXPECT_EQ(list->Ids.size(), 1u);
+    EXPECT_EQ(quads[0]->draws, 1);
+}
+
+TEST_F(PickingTest, AgreesWithTheGeometryInRandomScenes) {
+    constexpr int objectsInAScene = 8;
+    constexpr int scenes = 1000;
+    std::mt19937 random(7);
+    const auto number = [&](int from, int to) {
+        return std::uniform_int_distribution<int>(from, to)(random);
+    };
+    for (int i = 0; i < objectsInAScene; ++i) add("quad" + std::to_string(i), {});
+    for (int scene = 0; scene < scenes; ++scene) {
+        for (const QuadPtr& quad : quads) {
+            const double x = number(-36, 30), y = number(-36, 30);
+            quad->rectangle = {x, y, x + number(1, 30), y + number(1, 30),
+                               static_cast<double>(number(0, 5))};
+        }
+        const int x = number(0, 56), y = number(0, 56);
+        constexpr int pickedPixels = 6;
+        std::vector<std::string> expected;
+        for (int row = y - size / 2; row < y - size / 2 + pickedPixels; ++row) {
+            for (int column = x - size / 2; column < x - size / 2 + pickedPixels; ++column) {
+                std::string name;
+                double highest = -1;
+                for (const QuadPtr& quad : quads) {
+                    const Rectangle& r = quad->rectangle;
+                    if (column + 0.5 < r.left || column + 0.5 > r.right) continue;
+                    if (row + 0.5 < r.bottom || row + 0.5 > r.top) continue;
+                    if (r.height < highest) continue;
+                    highest = r.height;
+                    name = quad->Name();
+                }
+                expected.push_back(name);
+            }
+        }
+        ASSERT_EQ(pick(x, y, pickedPixels, pickedPixels), expected) << "scene " << scene;
+    }
+}
+
+} // namespace
