@@ -1,6 +1,6 @@
 #include <PolypiaGL/GLRenderContext.hpp>
 
-#include "glBasin.hpp"
+#include "quad.hpp"
 
 #include <Polypia/PickList.hpp>
 #include <Polypia/VSceneObjects.hpp>
@@ -9,10 +9,8 @@
 #include <sorrel/Vprintf.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
 #include <memory>
-#include <numbers>
 #include <random>
 #include <stdexcept>
 
@@ -22,93 +20,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-/// In pixels from the middle of the picture, on the plane at a height above its ground.
-struct Rectangle {
-    double left = -8, bottom = -8, right = 8, top = 8;
-    double height = 0;
-};
-
-/// A rectangle of one colour.
-class Quad : public RenderAble {
-public:
-    explicit Quad(const std::string& objectName, int layer = 0)
-        : VObject(objectName, layer, {}), RenderAble(objectName, layer, {}) {}
-
-    using RenderAble::environment_render;
-    bool environment_render(VRenderContext& context) const override {
-        ++draws;
-        if (action && !action()) return false;
-        const RenderBasin::ProgramPtr& program = prepare(context);
-        const auto f = [](double number) { return static_cast<float>(number); };
-        (*program)["Rectangle"] = Skua::FixedArray<float, 4>{f(rectangle.left), f(rectangle.bottom),
-                                                             f(rectangle.right), f(rectangle.top)};
-        (*program)["Height"] = f(rectangle.height);
-        (*program)["Color"] = color;
-        (*program)["HolePixels"] = f(holePixels);
-        context.updateTranslatedViews(*_polyp, {0, 0, 0}, 0);
-        return _polyp->wave(~0U) >= 0;
-    }
-    BoundingBallPtr getBoundingBall(const ValuePoolPtr&) const override {
-        if (!hasBounds) return {};
-        const auto box = Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
-            new Skua::BoundingBox({rectangle.left, rectangle.bottom, rectangle.height},
-                                  {rectangle.right, rectangle.top, rectangle.height}));
-        return box;
-    }
-    void setVisible(const ValuePoolPtr& pool, bool isVisible) {
-        writeSlot(findInput(VisibilitySlotName()), pool, isVisible);
-    }
-
-    Rectangle rectangle;
-    Skua::FixedArray<float, 4> color{1, 1, 1, 1};
-    /// Width and height of a hole in the middle.
-    double holePixels = 0;
-    bool hasBounds = true;
-    mutable int draws = 0;
-    std::function<bool()> action;
-
-private:
-    const RenderBasin::ProgramPtr& prepare(VRenderContext& context) const {
-        if (_polyp && context.isValid(*_polyp)) return _program;
-        _polyp = PolypPtr(new Polyp(Keel::WeakPtr<Keel::Creature>()));
-        const std::string views = context.defineMultiView(context.EyeViews.size(), true, 0);
-        _program = context.createProgram("#version 330\n#define VERTEX_SHADER 1\n" + views + R"(
-uniform vec4 Rectangle;
-uniform float Height;
-out vec2 place;
-void main() {
-    zelk_setViewID();
-    place = mix(Rectangle.xy, Rectangle.zw, vec2(gl_VertexID & 1, gl_VertexID >> 1));
-    gl_Position = multiview_transform(mkRelativeVertex(vec4(place, Height, 1.0)));
-}
-)",
-                                         R"(#version 330
-in vec2 place;
-uniform vec4 Rectangle;
-uniform float HolePixels;
-uniform vec4 Color;
-out vec4 color;
-void main() {
-    vec2 fromMiddle = abs(place - 0.5 * (Rectangle.xy + Rectangle.zw));
-    if (max(fromMiddle.x, fromMiddle.y) < 0.5 * HolePixels) discard;
-    color = Color;
-}
-)",
-                                         "quad.vert", "quad.frag", 1, 1, {}, {});
-        _program->bindUniformBlock(GLRenderContext::MultiViewBlock,
-                                   context.getUniformBuffer(GLRenderContext::MultiViewBlock));
-        _polyp->insert(_program);
-        _polyp->insert(context.createPainter(TriangleStrip, 4));
-        _polyp->prepareWave();
-        context.setNumberOfViews(*_polyp);
-        return _program;
-    }
-
-    mutable PolypPtr _polyp;
-    mutable RenderBasin::ProgramPtr _program;
-};
-using QuadPtr = Keel::StrongPtr<Quad, VManagedObjectBase>;
 
 /// Is drawn behind all that is opaque.
 class Glass : public Quad, public RenderAble::TransparencyHandler {
@@ -135,21 +46,6 @@ public:
     void resume(const ValuePoolPtr&) override { stops = false; }
     bool stops = false;
 };
-
-/// Orthographic: one pixel of the picture is one unit of the world.
-GLRenderContext::Eye eyeFromAbove(double separation = 0.0) {
-    GLRenderContext::Eye eye;
-    eye.camera.position = {0, 0, 100};
-    eye.camera.lookAt = {0, 0, 0};
-    eye.camera.up = {0, 1, 0};
-    eye.camera.fieldOfView = 2.0 * std::atan(size / 2.0 / 100.0) * 180.0 / std::numbers::pi;
-    eye.near = 1;
-    eye.far = 200;
-    eye.orthographic = true;
-    eye.separation = separation;
-    eye.focus = 100;
-    return eye;
-}
 
 class GLRenderContextTest : public testing::Test {
 protected:

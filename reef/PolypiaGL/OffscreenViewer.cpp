@@ -1,0 +1,179 @@
+#include <PolypiaGL/OffscreenViewer.hpp>
+
+#include <Polypia/Seagrass.hpp>
+
+#include <sorrel/VRequest.hpp>
+
+#include <algorithm>
+#include <climits>
+#include <thread>
+
+namespace Mirk {
+
+namespace {
+
+using InterruptorPtr = Keel::StrongPtr<FrameInterruptor, VRenderInterruptor>;
+
+InterruptorPtr makeInterruptor(double secondsLimit) {
+    InterruptorPtr made(new FrameInterruptor);
+    made->timeLimit = secondsLimit < 0.0 ? -1 : static_cast<std::int64_t>(secondsLimit * 1e9);
+    return made;
+}
+
+} // namespace
+
+struct OffscreenViewer::Graphics {
+    Graphics(const Settings& settings, const OffscreenViewer& viewer)
+        : gl(EglContext::create(settings.context)) {
+        gl->makeCurrent();
+        seagrass = Keel::make<Seagrass>(settings.cacheBytes, viewer.Name());
+        context = std::make_unique<GLRenderContext>(*gl, seagrass, viewer._frameInterruptor,
+                                                    viewer._precision, settings.uploadBytes);
+        context->pool = viewer.pool;
+    }
+    ~Graphics() {
+        context.reset();
+        framebuffers.clear();
+        const Keel::WeakPtr<Seagrass> remains(seagrass);
+        seagrass = {};
+        while (!Seagrass::drain(remains)) std::this_thread::yield();
+    }
+    /// One framebuffer for each eye.
+    void provideTargets(const Settings& settings, std::size_t eyes) {
+        while (framebuffers.size() < eyes) {
+            framebuffers.push_back(std::make_unique<GLFramebuffer>(
+                *gl, settings.widthPixels, settings.heightPixels, settings.samples));
+        }
+        std::vector<const GLFramebuffer*> targets;
+        for (std::size_t i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
+        context->setTargets(std::move(targets));
+    }
+
+    std::unique_ptr<EglContext> gl;
+    Keel::StrongPtr<Seagrass> seagrass;
+    std::unique_ptr<GLRenderContext> context;
+    std::vector<std::unique_ptr<GLFramebuffer>> framebuffers;
+};
+
+OffscreenViewer::OffscreenViewer(const std::string& viewerName, const Settings& settings)
+    : Viewer(viewerName, 0, makeInterruptor(settings.secondsLimit), {}, {}),
+      _settings(settings),
+      _frameInterruptor(interruptor),
+      _precision(new SmoothPrecision),
+      _allowance(settings.uploadBytes),
+      _thread(1, "render") {
+    _thread.submit([this] { open(); }).get();
+    enableRequestProcessing();
+}
+
+OffscreenViewer::~OffscreenViewer() {
+    _thread.submit([this] { close(); }).wait();
+    _thread.endThreads();
+}
+
+void OffscreenViewer::open() {
+    auto graphics = std::make_unique<Graphics>(_settings, *this);
+    // Here already, so that a picture that is too large is told before anything is drawn.
+    graphics->provideTargets(_settings, 1);
+    _device = graphics->gl->description();
+    setSeagrass(graphics->seagrass);
+    _renderCache = graphics->seagrass;
+    _graphics = std::move(graphics);
+}
+
+void OffscreenViewer::close() {
+    _graphics.reset();
+}
+
+OffscreenViewer::Frame OffscreenViewer::draw(const std::vector<GLRenderContext::Eye>& eyes) {
+    VRequest request(pool);
+    request.process(*this, 1.0);
+    Frame frame;
+    _thread.submit([&] { frame = drawFrame(eyes); }).get();
+    return frame;
+}
+
+OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderContext::Eye>& eyes) {
+    // Each frame uploads more than the last, or is allowed twice as much: this ends.
+    constexpr int most = 100;
+    Frame frame = draw(eyes);
+    for (int i = 1; i < most; ++i) {
+        if ((frame.result & (GLRenderContext::Incomplete | GLRenderContext::Interrupted)) == 0) {
+            break;
+        }
+        frame = draw(eyes);
+    }
+    return frame;
+}
+
+OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderContext::Eye>& eyes) {
+    GLRenderContext& context = *_graphics->context;
+    _graphics->seagrass->cleanup();
+    _graphics->provideTargets(_settings, eyes.size());
+    for (std::size_t i = 0; i < eyes.size(); ++i) {
+        _graphics->framebuffers[i]->clear(_settings.background);
+    }
+    context.setEyes(eyes);
+    context.renderAllowance = _allowance;
+    _frameInterruptor->beginFrame();
+    Frame frame;
+    frame.result = render(context, frame.seconds, INT_MIN, INT_MAX);
+    frame.drawn = context.numberOfDrawn();
+    frame.culled = context.numberOfCulled();
+    frame.failures = context.failures();
+    refill(frame);
+    _precision->adaptPrecision();
+    handleComputeQueue(context, [] { return false; });
+    completeFrame();
+    return frame;
+}
+
+/// A polyp that is larger than the allowance would wait for ever: after a frame that refused and
+/// brought nothing to the GPU the next one may bring twice as much, until something passes.
+void OffscreenViewer::refill(const Frame& frame) {
+    const bool wasRefused = (frame.result & GLRenderContext::Incomplete) != 0;
+    const bool spentNothing = _graphics->context->renderAllowance == _allowance;
+    if (!wasRefused || !spentNothing) {
+        _allowance = _settings.uploadBytes;
+    } else if (_allowance <= INT64_MAX / 2) {
+        _allowance = std::max<long long>(2 * _allowance, 1);
+    }
+}
+
+std::vector<std::uint8_t> OffscreenViewer::colors(unsigned eye) {
+    std::vector<std::uint8_t> pixels(static_cast<std::size_t>(_settings.widthPixels) *
+                                     static_cast<std::size_t>(_settings.heightPixels) * 4);
+    _thread
+        .submit([&] {
+            const GLFramebuffer& framebuffer = *_graphics->framebuffers.at(eye);
+            framebuffer.finish();
+            framebuffer.readColors(pixels);
+        })
+        .get();
+    return pixels;
+}
+
+VRenderContext::PickListPtr OffscreenViewer::pickPixels(int x, int y, int width, int height) {
+    VRenderContext::PickListPtr list;
+    _thread.submit([&] { list = pick(*_graphics->context, x, y, width, height); }).get();
+    return list;
+}
+
+void OffscreenViewer::onRenderThread(const std::function<void(GLRenderContext&)>& function) {
+    _thread.submit([&] { function(*_graphics->context); }).get();
+}
+
+std::unique_ptr<Viewer::FrameInfo> OffscreenViewer::makeFrameInfo(const VRenderContext& context,
+                                                                  const ValuePoolPtr&) const {
+    auto info = std::make_unique<FrameInfo>();
+    info->title = Name();
+    info->details = _device;
+    const auto* const own = dynamic_cast<const GLRenderContext*>(&context);
+    if (own == nullptr) return info;
+    for (const GLRenderContext::Failure& failure : own->failures()) {
+        info->failures += failure.object + ": " + failure.report + '\n';
+    }
+    return info;
+}
+
+} // namespace Mirk

@@ -1,0 +1,105 @@
+#pragma once
+// A viewer without a window; stands on Viewer, EglContext and GLRenderContext.
+
+#include <Polypia/Viewer.hpp>
+#include <PolypiaGL/EglContext.hpp>
+#include <PolypiaGL/FrameBudget.hpp>
+#include <PolypiaGL/GLFramebuffer.hpp>
+#include <PolypiaGL/GLRenderContext.hpp>
+#include <PolypiaGL/export.hpp>
+
+#include <keel/ThreadPool.hpp>
+#include <rookery/Coordinates.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Mirk {
+
+/// Draws the default scene, or another one that its input "scene" is connected to, into pictures.
+/// It has a graphics context, a render cache and a render thread of its own. All operations may be
+/// called from any thread but the render thread; they wait for it and throw what was thrown there.
+class POLYPIAGL_EXPORT OffscreenViewer : public Viewer {
+public:
+    struct Settings {
+        int widthPixels = 1280;
+        int heightPixels = 720;
+        int samples = 4; ///< of each pixel
+        Skua::rgba_float_t background{0.0F, 0.0F, 0.0F, 1.0F};
+        /// Of the cache of GPU state.
+        unsigned long long cacheBytes = ~0ULL;
+        /// That a frame may bring to the GPU.
+        long long uploadBytes = INT64_MAX;
+        /// Of a frame; below 0 there is no limit.
+        double secondsLimit = -1.0;
+        EglContext::Options context;
+    };
+
+    /// What became of a frame.
+    struct Frame {
+        RenderResult result = 0; ///< bits of GLRenderContext::ResultBits
+        double seconds = 0.0;    ///< that the objects took
+        std::size_t drawn = 0;
+        std::size_t culled = 0;
+        std::vector<GLRenderContext::Failure> failures;
+    };
+
+    /// Throws ContextError if there is no graphics, and GLRenderException if the picture is too
+    /// large for it.
+    OffscreenViewer(const std::string& viewerName, const Settings& settings);
+    ~OffscreenViewer() override;
+
+    /// Brings the scene up to date and draws one frame for these eyes, each of which gets a
+    /// picture.
+    Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
+    /// Draws until nothing is left out for want of memory or time, or nothing changes any more.
+    /// Returns the last frame.
+    Frame drawWhole(const std::vector<GLRenderContext::Eye>& eyes);
+    /// The picture of an eye: red, green, blue and alpha of each pixel, row 0 at the bottom.
+    std::vector<std::uint8_t> colors(unsigned eye);
+    /// What lies under a rectangle of pixels of the first eye, from the lower left corner, with the
+    /// eyes of the last frame.
+    VRenderContext::PickListPtr pickPixels(int x, int y, int width, int height);
+
+    /// Renderer, version and profile.
+    const std::string& device() const noexcept { return _device; }
+    const Settings& settings() const noexcept { return _settings; }
+    const Keel::StrongPtr<FrameInterruptor, VRenderInterruptor>& frameInterruptor() const noexcept {
+        return _frameInterruptor;
+    }
+    const Keel::StrongPtr<SmoothPrecision, VRenderPrecision>& precision() const noexcept {
+        return _precision;
+    }
+    /// The cache of this viewer; its functions for any thread are meant, such as queue().
+    Keel::WeakPtr<Seagrass> renderCache() const noexcept { return _renderCache; }
+    /// Calls a function with the render context on the render thread, with the GL context current.
+    void onRenderThread(const std::function<void(GLRenderContext&)>& function);
+
+    std::unique_ptr<FrameInfo> makeFrameInfo(const VRenderContext& context,
+                                             const ValuePoolPtr& framePool) const override;
+
+private:
+    /// What lives and dies on the render thread.
+    struct Graphics;
+
+    void open();
+    void close();
+    Frame drawFrame(const std::vector<GLRenderContext::Eye>& eyes);
+    void refill(const Frame& frame);
+
+    const Settings _settings;
+    const Keel::StrongPtr<FrameInterruptor, VRenderInterruptor> _frameInterruptor;
+    const Keel::StrongPtr<SmoothPrecision, VRenderPrecision> _precision;
+    std::string _device;
+    Keel::WeakPtr<Seagrass> _renderCache;
+    std::unique_ptr<Graphics> _graphics;
+    long long _allowance; // for the next frame; the render thread's
+    Keel::ThreadPool _thread;
+};
+
+static_assert(std::is_same_v<Keel::RootOf_t<OffscreenViewer>, OffscreenViewer::ReferenceRoot>);
+
+} // namespace Mirk

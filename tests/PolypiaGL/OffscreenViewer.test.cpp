@@ -1,0 +1,205 @@
+#include <PolypiaGL/OffscreenViewer.hpp>
+
+#include "quad.hpp"
+
+#include <Polypia/PickList.hpp>
+#include <Polypia/VScene.hpp>
+
+#include <sorrel/VActionNotifier.hpp>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+using namespace Mirk;
+using namespace Mirk::GLTest;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+using ViewerPtr = Keel::StrongPtr<OffscreenViewer, VManagedObjectBase>;
+
+/// Asks for memory before it is drawn for the first time.
+class Costly : public Quad {
+public:
+    Costly(const std::string& objectName, std::size_t size)
+        : VObject(objectName, 0, {}), Quad(objectName), _size(new Sized(size)) {}
+
+    using Quad::environment_render;
+    bool environment_render(VRenderContext& context) const override {
+        _isAllowed = _isAllowed || context.allowRendering(*_size);
+        return _isAllowed && Quad::environment_render(context);
+    }
+
+private:
+    struct Sized : Polyp {
+        explicit Sized(std::size_t size) : Polyp(Keel::WeakPtr<Keel::Creature>()), bytes(size) {}
+        std::size_t memsize() const override { return bytes; }
+        const std::size_t bytes;
+    };
+
+    const PolypPtr _size;
+    mutable bool _isAllowed = false;
+};
+
+class OffscreenViewerTest : public testing::Test {
+protected:
+    OffscreenViewerTest() {
+        settings.widthPixels = settings.heightPixels = size;
+        settings.samples = 1;
+    }
+    ~OffscreenViewerTest() override { VActionNotifier::clear(); }
+
+    /// Null with a skip, if there is no graphics.
+    ViewerPtr makeViewer(const std::string& name = "viewer") {
+        std::string reason;
+        if (!tryContext({}, reason)) return {};
+        return ViewerPtr(new OffscreenViewer(name, settings));
+    }
+    static Color at(OffscreenViewer& viewer, int x, int y, unsigned eye = 0) {
+        const auto bytes = viewer.colors(eye);
+        const auto first = 4 * static_cast<std::size_t>((y + size / 2) * size + x + size / 2);
+        return {bytes[first], bytes[first + 1], bytes[first + 2], bytes[first + 3]};
+    }
+
+    OffscreenViewer::Settings settings;
+};
+
+#define MAKE_VIEWER(viewer)                                                                        \
+    const ViewerPtr viewer = makeViewer();                                                         \
+    if (!viewer) POLYPIA_NO_CONTEXT("no graphics")
+
+TEST_F(OffscreenViewerTest, DrawsTheObjectsOfTheDefaultScene) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    quad->color = {1, 0, 0, 1};
+    const auto frame = viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(frame.result, GLRenderContext::Drew);
+    EXPECT_EQ(frame.drawn, 1u);
+    EXPECT_GT(frame.seconds, 0.0);
+    EXPECT_EQ(at(*viewer, 0, 0), red);
+    EXPECT_EQ(at(*viewer, 9, 0), black);
+}
+
+TEST_F(OffscreenViewerTest, DrawsTheSceneAsItIsNow) {
+    MAKE_VIEWER(viewer);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 0u);
+    QuadPtr quad(new Quad("quad"));
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 1u);
+    quad->setVisible(viewer->pool, false);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 0u);
+    quad->setVisible(viewer->pool, true);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 1u);
+    quad = {};
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 0u);
+}
+
+TEST_F(OffscreenViewerTest, HidesAnObjectInOneViewerAlone) {
+    MAKE_VIEWER(viewer);
+    const ViewerPtr other = makeViewer("other");
+    const QuadPtr quad(new Quad("quad"));
+    quad->setVisible(other->pool, false);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 1u);
+    EXPECT_EQ(other->draw({eyeFromAbove()}).drawn, 0u);
+}
+
+TEST_F(OffscreenViewerTest, HasTheBackgroundOfItsSettings) {
+    settings.background = {0, 0, 1, 1};
+    MAKE_VIEWER(viewer);
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(at(*viewer, 0, 0), blue);
+}
+
+TEST_F(OffscreenViewerTest, EachEyeHasItsPicture) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    quad->rectangle.height = 20;
+    viewer->draw({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
+    EXPECT_NE(viewer->colors(0), viewer->colors(1));
+}
+
+TEST_F(OffscreenViewerTest, DrawsAndPicksForManyThreads) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    viewer->draw({eyeFromAbove()});
+    std::atomic<int> found{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int j = 0; j < 10; ++j) {
+                viewer->draw({eyeFromAbove()});
+                if (viewer->pickPixels(32, 32, 1, 1)->Ids.size() == 1) ++found;
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(found, 40);
+}
+
+TEST_F(OffscreenViewerTest, FrameBringsNoMoreToTheGpuThanItsAllowance) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    std::vector<QuadPtr> quads;
+    for (int i = 0; i < 5; ++i)
+        quads.push_back(QuadPtr(new Costly("quad" + std::to_string(i), 40)));
+    const std::vector<std::size_t> drawn{2, 4, 5};
+    for (const std::size_t number : drawn) {
+        EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, number);
+    }
+}
+
+TEST_F(OffscreenViewerTest, WhatIsLargerThanTheAllowanceIsDrawnInTheEnd) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    QuadPtr large(new Costly("large", 1000));
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).result, GLRenderContext::Incomplete);
+    const auto frame = viewer->drawWhole({eyeFromAbove()});
+    EXPECT_EQ(frame.result, GLRenderContext::Drew);
+    large = {};
+}
+
+TEST_F(OffscreenViewerTest, QueuedFunctionsRunBetweenFrames) {
+    MAKE_VIEWER(viewer);
+    std::thread::id ranOn;
+    Keel::StrongPtr<Seagrass>(viewer->renderCache())->queue([&](VRenderContextBasin&) {
+        ranOn = std::this_thread::get_id();
+    });
+    viewer->draw({eyeFromAbove()});
+    EXPECT_NE(ranOn, std::thread::id());
+    EXPECT_NE(ranOn, std::this_thread::get_id());
+}
+
+TEST_F(OffscreenViewerTest, TellsWhatFailed) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    quad->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    testing::internal::CaptureStdout();
+    const auto frame = viewer->draw({eyeFromAbove()});
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(frame.result, GLRenderContext::Failed);
+    ASSERT_EQ(frame.failures.size(), 1u);
+    EXPECT_EQ(frame.failures[0].object, "quad");
+    viewer->onRenderThread([&](GLRenderContext& context) {
+        const auto info = viewer->makeFrameInfo(context, viewer->pool);
+        EXPECT_EQ(info->title, "viewer");
+        EXPECT_EQ(info->details, viewer->device());
+        EXPECT_THAT(info->failures, testing::StartsWith("quad: "));
+    });
+}
+
+TEST_F(OffscreenViewerTest, WhatIsThrownOnTheRenderThreadArrivesAtTheCaller) {
+    MAKE_VIEWER(viewer);
+    EXPECT_THROW(viewer->onRenderThread([](GLRenderContext&) { throw std::runtime_error("no"); }),
+                 std::runtime_error);
+    EXPECT_THROW(viewer->colors(7), std::out_of_range);
+}
+
+TEST_F(OffscreenViewerTest, TooLargeAPictureIsRefused) {
+    std::string reason;
+    if (!tryContext({}, reason)) POLYPIA_NO_CONTEXT(reason);
+    settings.widthPixels = 1 << 24;
+    EXPECT_THROW(OffscreenViewer("large", settings), GLRenderException);
+}
+
+} // namespace
