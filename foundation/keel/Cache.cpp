@@ -5,6 +5,7 @@
 #include <keel/cacheEntry.hpp>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdio>
 #include <exception>
 #include <limits>
@@ -27,6 +28,8 @@ struct Cache::Books {
     CacheEntries entries;
     unsigned long long cost = 0;
     std::size_t enrolled = 0;
+    std::size_t evictions = 0; // under way: objects that have left the books, with their creators
+    std::condition_variable evicted;
 };
 
 /// An object that is to go, taken out of its queue already.
@@ -58,6 +61,24 @@ private:
 };
 
 thread_local const Cache::MakingRoom* Cache::MakingRoom::_innermost = nullptr;
+
+/// Counts an eviction that is under way, and ends it.
+class Cache::Evicting {
+public:
+    explicit Evicting(Cache& cache) : _cache(cache) {}
+    ~Evicting() {
+        {
+            const std::lock_guard lock(_cache._mutex);
+            --_cache._books->evictions;
+        }
+        _cache._books->evicted.notify_all();
+    }
+    Evicting(const Evicting&) = delete;
+    Evicting& operator=(const Evicting&) = delete;
+
+private:
+    Cache& _cache;
+};
 
 CacheBase::CacheBase(const std::string& name) : _name(name) {}
 
@@ -178,8 +199,15 @@ void Cache::makeRoom(const std::type_info& domain, const std::type_info& creator
         // One at a time, as it may take others with it.
         const std::optional<Victim> victim = pickVictim(domain, creator, addition, spared);
         if (!victim) return;
+        const Evicting eviction(*this);
         forget(*victim);
     }
+}
+
+void Cache::waitForEvictions() const {
+    if (MakingRoom::isUnderWay(*this)) return;
+    std::unique_lock lock(_mutex);
+    _books->evicted.wait(lock, [this] { return _books->evictions == 0; });
 }
 
 /// Takes the oldest object that may go out of its queue, unless the cost is low enough.
@@ -193,6 +221,7 @@ std::optional<Cache::Victim> Cache::pickVictim(const std::type_info& domain,
     if (_books->cost <= limit) return std::nullopt;
     CacheEntry* const oldestEntry = oldest(families(domain, creator), spared);
     if (oldestEntry == nullptr) return std::nullopt;
+    ++_books->evictions;
     return takeOut(*oldestEntry);
 }
 
@@ -202,11 +231,11 @@ Cache::Victim Cache::takeOut(CacheEntry& entry) {
     return {&entry, entry.object, entry.creator};
 }
 
-/// The caller holds the lock.
+/// Of what nobody will ask for again, else of what may be made anew. The caller holds the lock.
 CacheEntry* Cache::oldest(const Families& families, const CacheEntry* spared) {
     CacheEntry* found = nullptr;
-    for (const CacheMultiQueue* const family : families) {
-        for (const auto kind : {CacheMultiQueue::GivenUp, CacheMultiQueue::Evictable}) {
+    for (const auto kind : {CacheMultiQueue::GivenUp, CacheMultiQueue::Evictable}) {
+        for (const CacheMultiQueue* const family : families) {
             CacheQueue& queue = *family->queues[kind];
             CacheEntry* candidate = queue.oldest();
             while (candidate != nullptr && candidate == spared && queue.size() > 1) {
@@ -217,6 +246,7 @@ CacheEntry* Cache::oldest(const Families& families, const CacheEntry* spared) {
             if (candidate == nullptr || candidate == spared) continue;
             if (found == nullptr || candidate->lastUse < found->lastUse) found = candidate;
         }
+        if (found != nullptr) return found;
     }
     return found;
 }

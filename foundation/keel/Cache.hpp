@@ -50,7 +50,8 @@ public:
 };
 
 /// Accounts for the cost of objects and has their creators forget the ones that were used the
-/// longest time ago when the cost exceeds the maximum. Thread-safe.
+/// longest time ago when the cost exceeds the maximum; what no creator has any more goes ahead of
+/// all that one has. Thread-safe.
 ///
 /// What is evicted is no longer counted from that moment, although its memory may be freed later:
 /// waiting for that would evict everything else meanwhile. The object for which room is made is
@@ -68,6 +69,10 @@ public:
     /// Drops every object whose owner allows it, and returns their number. Asks each owner once,
     /// but for those of pinned objects. What an owner throws passes through when all were asked.
     std::size_t purge();
+    /// Waits until no other thread is evicting any more: an object that it has chosen is in the
+    /// books no longer, and not yet with its creator. Not for a creator in forget(), for which it
+    /// does nothing, nor with a lock held that a creator may want.
+    void waitForEvictions() const;
     /// Evicts the oldest objects of a domain and creator type, typeid(void) for all, until the cost
     /// and `addition` bytes are within the maximum. The cost is that of all objects, whatever the
     /// types. It stays above where owners refuse or have new objects at once.
@@ -89,6 +94,7 @@ private:
     using Families = std::vector<const CacheMultiQueue*>;
     struct Victim;
     class MakingRoom;
+    class Evicting;
 
     CacheEntry* enrol(const Cacheable& object, const WeakPtr<Creature>& creator, std::size_t bytes,
                       const std::type_info& domain, const std::type_info& creatorType);

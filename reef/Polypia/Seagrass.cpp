@@ -171,6 +171,8 @@ void Seagrass::beforeLastRelease() {
         // While this object is alive: any thread that takes a polyp from its creator either finds
         // it so and hands the polyp in, or comes too late to find a polyp at all.
         evictAll();
+        // What another thread has chosen comes here when its creator gives it up.
+        cache->waitForEvictions();
         cleanup();
         return;
     }

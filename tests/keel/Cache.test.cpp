@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <deque>
+#include <future>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -214,6 +216,60 @@ TEST_F(CacheTest, EvictingAReleasedObjectLeavesTheNewOneOfItsCreator) {
     makers(2, 100);
     EXPECT_EQ(held(all), "1");
     EXPECT_FALSE(released->isEnrolled());
+}
+
+TEST_F(CacheTest, WhatNoCreatorHasAnyMoreGoesAheadOfWhatOneHas) {
+    const auto oldest = makers(1, 100);
+    const auto givenUp = makers(1, 100);
+    const auto released = givenUp[0]->releasePolyp();
+    const auto third = makers(1, 100);
+    const auto fourth = makers(1, 100);
+    EXPECT_EQ(held(oldest), "1");
+    EXPECT_FALSE(released->isEnrolled());
+}
+
+TEST_F(CacheTest, WaitsForTheEvictionsOfOtherThreads) {
+    class Slow : public BlockMaker {
+    public:
+        explicit Slow(const StrongPtr<Cache>& owner) : BlockMaker(owner, 100) {}
+        bool forget() override {
+            isForgetting.set_value();
+            mayGoOn.get_future().wait();
+            hasForgotten = true;
+            return BlockMaker::forget();
+        }
+        std::promise<void> isForgetting, mayGoOn;
+        std::atomic<bool> hasForgotten{false};
+    };
+    const auto slow = Keel::make<Slow>(cache);
+    slow->create();
+    cache->waitForEvictions();
+    std::thread evicting([&] { makers(3, 100); });
+    slow->isForgetting.get_future().wait();
+    std::thread waiting([&] {
+        cache->waitForEvictions();
+        EXPECT_TRUE(slow->hasForgotten);
+    });
+    slow->mayGoOn.set_value();
+    waiting.join();
+    evicting.join();
+}
+
+TEST_F(CacheTest, CreatorInForgetDoesNotWaitForItself) {
+    class Waiting : public BlockMaker {
+    public:
+        explicit Waiting(const StrongPtr<Cache>& owner) : BlockMaker(owner, 100) {}
+        bool forget() override {
+            if (const StrongPtr<Cache, Keel::CacheBase> owner(cache()); owner) {
+                owner->waitForEvictions();
+            }
+            return BlockMaker::forget();
+        }
+    };
+    const auto maker = Keel::make<Waiting>(cache);
+    maker->create();
+    makers(3, 100);
+    EXPECT_FALSE(maker->hasData());
 }
 
 TEST_F(CacheTest, PurgeDropsWhatOwnersAllowAndCountsIt) {
