@@ -4,6 +4,7 @@
 #include <Polypia/VRenderInterruptor.hpp>
 #include <Polypia/VRenderPrecision.hpp>
 #include <PolypiaGL/export.hpp>
+#include <PolypiaGL/fwd.hpp>
 
 #include <sorrel/ValuePool.hpp>
 

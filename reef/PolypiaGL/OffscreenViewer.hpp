@@ -7,6 +7,7 @@
 #include <PolypiaGL/GLFramebuffer.hpp>
 #include <PolypiaGL/GLRenderContext.hpp>
 #include <PolypiaGL/export.hpp>
+#include <PolypiaGL/fwd.hpp>
 
 #include <keel/ThreadPool.hpp>
 #include <rookery/Coordinates.hpp>
