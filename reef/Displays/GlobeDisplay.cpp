@@ -1,0 +1,101 @@
+#include <Displays/GlobeDisplay.hpp>
+
+#include <Displays/HiddenSides.hpp>
+#include <Displays/displayData.hpp>
+#include <Displays/horizon.hpp>
+#include <Displays/stageText.hpp>
+
+#include <globe.frag.glsl.hpp>
+#include <globe.vert.glsl.hpp>
+
+#include <Polypia/VRenderContext.hpp>
+#include <rookery/Geodesy.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Mirk {
+
+namespace {
+
+constexpr std::uint32_t meridians = 360;
+constexpr std::uint32_t parallels = 180;
+
+/// With a ball round the ellipsoid, which is smaller than the one round the corners of the box.
+Skua::BoundingBox earthBounds(double unitsPerMetre) {
+    const double a = Skua::WGS84::semiMajorAxisMetres * unitsPerMetre;
+    const double b = Skua::WGS84::semiMinorAxisMetres * unitsPerMetre;
+    Skua::BoundingBox box({-a, -a, -b}, {a, a, b});
+    box.centre = {};
+    box.radius = a;
+    return box;
+}
+
+RenderBasin::ChunkPtr triangles() {
+    std::vector<std::uint32_t> indices;
+    indices.reserve(std::size_t{6} * meridians * parallels);
+    for (std::uint32_t row = 0; row < parallels; ++row) {
+        for (std::uint32_t column = 0; column < meridians; ++column) {
+            const std::uint32_t a = row * (meridians + 1) + column;
+            const std::uint32_t b = a + meridians + 1;
+            for (const std::uint32_t i : {a, b, a + 1, a + 1, b, b + 1}) indices.push_back(i);
+        }
+    }
+    return shortLived(std::move(indices));
+}
+
+} // namespace
+
+GlobeDisplay::GlobeDisplay(const std::string& displayName, double unitsPerMetre)
+    : VObject(displayName, 0, {}),
+      PolypDisplay(displayName, earthBounds(unitsPerMetre)),
+      _unitsPerMetre(unitsPerMetre) {}
+
+GlobeDisplay::~GlobeDisplay() = default;
+
+void GlobeDisplay::reach(std::span<const vector> directions, std::span<double> reaches) const {
+    const point& corner = bounds().max;
+    for (std::size_t i = 0; i < directions.size(); ++i) {
+        const vector& d = directions[i];
+        // The support function of an ellipsoid.
+        reaches[i] =
+            std::max(reaches[i], norm(vector{corner.x * d.x, corner.y * d.y, corner.z * d.z}));
+    }
+}
+
+bool GlobeDisplay::fill(Polyp& polyp, VRenderContext& context, int) const {
+    const RenderBasin::ProgramPtr program = polyp.insert(context.createProgram(
+        litVertexStage(context, glsl::globe_vert), std::string(glsl::globe_frag), "globe.vert.glsl",
+        "globe.frag.glsl", 1, 1, {}, {}));
+    if (!program) return false;
+    polyp.insert(context.createCoordinates(grid(), "Coordinates"));
+    const auto indices =
+        polyp.insert(context.createAttribute(triangles(), indicesAttribute, "Indices"));
+    if (!indices) return false;
+    polyp.insert(indices->createPainter(RenderNamespace::Triangles));
+
+    const double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
+    (*program)["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
+    polyp.insert(Keel::make<HiddenSides>(context, *program, origin(), 1.0 / _unitsPerMetre,
+                                         [](const VRenderContext&) { return 0.0; }));
+    return true;
+}
+
+/// Relative to the origin, which is the centre of the earth.
+RenderBasin::ChunkPtr GlobeDisplay::grid() const {
+    std::vector<FloatPoint> points;
+    points.reserve(std::size_t{meridians + 1} * (parallels + 1));
+    for (std::uint32_t row = 0; row <= parallels; ++row) {
+        const double latitude = 90.0 - 180.0 * row / parallels;
+        for (std::uint32_t column = 0; column <= meridians; ++column) {
+            const double longitude = 360.0 * column / meridians - 180.0;
+            const vector p = Skua::toEarthCentred({longitude, latitude, 0.0}) - point();
+            points.push_back(toFloat(point() + p * globeScale * _unitsPerMetre));
+        }
+    }
+    return shortLived(std::move(points));
+}
+
+} // namespace Mirk

@@ -1,0 +1,48 @@
+#pragma once
+// The uniforms of display objects that follow their inputs and the context; stands on SlotUpdater.
+
+#include <Displays/displayData.hpp>
+
+#include <Polypia/SlotUpdater.hpp>
+#include <Polypia/VRenderContext.hpp>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace Mirk {
+
+/// A float that follows an input of the object, and is not below 0. One that is not a number is 0.
+inline void insertSize(Polyp& polyp, VRenderContext& context, const std::string& uniform,
+                       const TypedSlot<double>& input) {
+    const auto updater = createSlotUpdater(
+        input, [](const double& value) { return static_cast<float>(std::max(0.0, value)); });
+    polyp.insert(context.createRenderParameter(uniform, updater, typeid(float), 1));
+}
+
+/// The vec2 "ViewportPixels": width and height of what is drawn into.
+inline void insertViewportPixels(Polyp& polyp, VRenderContext& context) {
+    const auto updater = RenderBasin::createRenderLambda([](VRenderContext& present) {
+        const VRenderContext::PixelRectangle pixels = present.getViewport(0);
+        return Skua::FixedArray<float, 2>{static_cast<float>(pixels[2] - pixels[0]),
+                                          static_cast<float>(pixels[3] - pixels[1])};
+    });
+    polyp.insert(context.createRenderParameter("ViewportPixels", updater, typeid(float), 2));
+}
+
+/// For a vertex stage that draws points with colours of their own.
+inline std::string colorDefine(const PointCloud& data) {
+    return data.colors ? "#define HAVE_COLORS\n" : "";
+}
+/// The attribute "Colors" or, if the data have none, the uniform "Color" that follows an input.
+inline void insertColors(Polyp& polyp, VRenderContext& context, const PointCloud& data,
+                         const TypedSlot<Skua::rgba_float_t>& input) {
+    if (data.colors) {
+        polyp.insert(context.createAttribute(data.colors, RenderNamespace::Colors, "Colors"));
+    } else {
+        polyp.insert(
+            context.createRenderParameter("Color", createSlotUpdater(input), typeid(float), 4));
+    }
+}
+
+} // namespace Mirk
