@@ -1,0 +1,428 @@
+// Display objects on the driver: questions to their pictures.
+
+#include <Displays/Displays.hpp>
+
+#include "../PolypiaGL/glFixture.hpp"
+#include "../keel/countedNew.hpp"
+#include "displayData.hpp"
+
+#include <Polypia/ObjectSelection.hpp>
+#include <Polypia/Seagrass.hpp>
+#include <PolypiaGL/GLFramebuffer.hpp>
+#include <PolypiaGL/GLRenderContext.hpp>
+#include <PolypiaGL/glErrors.hpp>
+#include <rookery/Geodesy.hpp>
+#include <sorrel/VActionNotifier.hpp>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace Mirk;
+
+namespace {
+
+using point = Skua::PhysicalSpace::point;
+using vector = Skua::PhysicalSpace::vector;
+using Eye = GLRenderContext::Eye;
+using Pixel = std::array<int, 3>;
+
+constexpr int size = 64; // of the pictures, in pixels
+constexpr Pixel magenta{255, 0, 255};
+constexpr double earth = Skua::WGS84::semiMajorAxisMetres;
+
+/// The picture of one eye, rows from the bottom.
+struct Image {
+    Pixel at(int x, int y) const {
+        const auto first = static_cast<std::size_t>((y * size + x) * 4);
+        return {bytes[first], bytes[first + 1], bytes[first + 2]};
+    }
+    bool isDrawn(int x, int y) const { return at(x, y) != magenta; }
+    int drawnPixels() const {
+        int number = 0;
+        for (int i = 0; i < size * size; ++i) number += isDrawn(i % size, i / size) ? 1 : 0;
+        return number;
+    }
+
+    std::vector<std::uint8_t> bytes;
+};
+
+/// At a place, looking along -z with 90 degrees, so that at a distance of d the picture shows -d
+/// to d.
+Eye eyeAt(const point& place, double near, double far) {
+    Eye eye;
+    eye.camera.position = place;
+    eye.camera.lookAt = place - vector{0, 0, near};
+    eye.camera.up = {0, 1, 0};
+    eye.camera.fieldOfView = 90.0;
+    eye.near = near;
+    eye.far = far;
+    return eye;
+}
+
+class DisplayPictures : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string reason;
+        glContext = GLTest::tryContext({}, reason);
+        if (!glContext) POLYPIA_NO_CONTEXT(reason);
+        glContext->makeCurrent();
+        seagrass = Keel::make<Seagrass>(1ULL << 30, "pictures");
+        context = std::make_unique<GLRenderContext>(*glContext, seagrass,
+                                                    Keel::WeakPtr<VRenderInterruptor>(),
+                                                    Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);
+        context->pool = Keel::make<ValuePool>();
+    }
+    void TearDown() override {
+        if (!glContext) return;
+        objects.clear();
+        context.reset();
+        const Keel::WeakPtr<Seagrass> remains(seagrass);
+        seagrass = {};
+        EXPECT_TRUE(Seagrass::drain(remains));
+        targets.clear();
+        for (const GL::Error& error : GL::drainErrors("the test")) ADD_FAILURE() << error.text();
+        EXPECT_EQ(glContext->ledger()->report(), "");
+        VActionNotifier::clear();
+    }
+
+    template<class Display, class... Arguments>
+    Keel::StrongPtr<Display, VManagedObjectBase> add(Arguments&&... arguments) {
+        const Keel::StrongPtr<Display, VManagedObjectBase> object(
+            new Display("object", std::forward<Arguments>(arguments)...));
+        objects.push_back(object);
+        return object;
+    }
+
+    /// A frame of all objects, one picture for each eye.
+    std::vector<Image> draw(const std::vector<Eye>& eyes, int samples = 1) {
+        targets.clear();
+        std::vector<const GLFramebuffer*> places;
+        for (std::size_t i = 0; i < eyes.size(); ++i) {
+            targets.push_back(std::make_unique<GLFramebuffer>(*glContext, size, size, samples));
+            targets.back()->clear({1.0F, 0.0F, 1.0F, 1.0F});
+            places.push_back(targets.back().get());
+        }
+        context->setTargets(places);
+        context->setEyes(eyes);
+        ObjectSelection selection;
+        for (const RenderAblePtr& object : objects) {
+            selection.insert(0, Keel::WeakPtr<VObject, VManagedObjectBase>(object));
+        }
+        double seconds = 0.0;
+        result = context->renderObjects(selection, seconds, 0, 0);
+        for (const auto& failure : context->failures()) ADD_FAILURE() << failure.report;
+        std::vector<Image> images;
+        for (const auto& target : targets) {
+            images.push_back({std::vector<std::uint8_t>(std::size_t{size} * size * 4)});
+            target->readColors(images.back().bytes);
+        }
+        return images;
+    }
+    Image draw(const Eye& eye, int samples = 1) { return draw(std::vector<Eye>{eye}, samples)[0]; }
+
+    /// With corners left and right at the bottom and in the middle at the top.
+    static TriangleMesh triangle(const point& middle, double halfWidth, const Color& color) {
+        return mesh({middle + vector{-halfWidth, -halfWidth, 0},
+                     middle + vector{halfWidth, -halfWidth, 0}, middle + vector{0, halfWidth, 0}},
+                    {0, 1, 2}, {color, color, color});
+    }
+    /// On the earth, along the parallel.
+    static Polylines parallel(double latitude, double from, double to) {
+        std::vector<point> points;
+        for (double longitude = from; longitude <= to; longitude += 1.0) {
+            points.push_back(Skua::toEarthCentred({longitude, latitude, 0.0}));
+        }
+        return polylines({{1, points}});
+    }
+
+    std::unique_ptr<EglContext> glContext;
+    Keel::StrongPtr<Seagrass> seagrass;
+    std::unique_ptr<GLRenderContext> context;
+    std::vector<std::unique_ptr<GLFramebuffer>> targets;
+    std::vector<RenderAblePtr> objects;
+    VRenderContext::RenderResult result = 0;
+};
+
+TEST_F(DisplayPictures, TriangleIsWhereItIsInTheColourOfItsLight) {
+    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+    // The light comes from above the left shoulder, and the plane faces the eye.
+    const double lightZ = 1.0 / std::sqrt(0.5 * 0.5 + 0.6 * 0.6 + 1.0);
+    const double lit = 0.25 + 0.65 * lightZ + 0.15;
+    const double shine = 0.18 * std::pow(lightZ, 32);
+    const Pixel middle = image.at(32, 32);
+    EXPECT_NEAR(middle[0], std::min(255.0, 255 * (lit + shine)), 1);
+    EXPECT_NEAR(middle[1], 128 * lit + 255 * shine, 1);
+    EXPECT_NEAR(middle[2], 255 * shine, 1);
+    // 16 pixels to the unit: an area of 32 by 32 halves.
+    EXPECT_NEAR(image.drawnPixels(), 512, 32);
+    EXPECT_TRUE(image.isDrawn(18, 17));
+    EXPECT_FALSE(image.isDrawn(18, 46));
+}
+
+TEST_F(DisplayPictures, LightTurnsWithTheEye) {
+    const auto facing = add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {200, 200, 200, 255}));
+    const Pixel upright = draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32);
+    Eye turned = eyeAt({0, 0, 2}, 1, 10);
+    turned.camera.up = {1, 0, 0};
+    EXPECT_EQ(draw(turned).at(32, 32), upright);
+    // Seen from below the plane gets less of the light.
+    Eye below = eyeAt({0, -2, 1}, 1, 10);
+    below.camera.lookAt = {0, 0, 0};
+    below.camera.up = {0, 0, 1};
+    const Pixel slanted = draw(below).at(32, 32);
+    EXPECT_GT(std::abs(slanted[0] - upright[0]), 3);
+}
+
+TEST_F(DisplayPictures, PlainMeshHasTheColourOfItsInput) {
+    TriangleMesh data = triangle({0, 0, 0}, 1.0, {});
+    data.colors = {};
+    const auto object = add<MeshDisplay>(std::move(data));
+    object->color().set(context->pool, {0.0F, 1.0F, 0.0F, 0.0F});
+    const Pixel green = draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32);
+    EXPECT_GT(green[1], 150);
+    EXPECT_EQ(green[0], green[2]);
+    EXPECT_LT(green[0], 10);
+}
+
+TEST_F(DisplayPictures, PebbleOnAPlanetIsSharp) {
+    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    const Image near = draw(eyeAt({0, 0, 2}, 1, 10));
+    objects.clear();
+    // Where single precision has steps of half a unit; with the multiples of a binary digit the
+    // sums are exact.
+    const vector away{6e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125};
+    add<MeshDisplay>(triangle(point() + away, 1.0, {255, 128, 0, 255}));
+    EXPECT_EQ(draw(eyeAt(point{0, 0, 2} + away, 1, 10)).bytes, near.bytes);
+}
+
+TEST_F(DisplayPictures, EachEyeHasItsPicture) {
+    add<MeshDisplay>(triangle({0, 0, 0}, 0.5, {255, 128, 0, 255}));
+    const Eye left = eyeAt({-0.5, 0, 2}, 1, 10);
+    const Eye right = eyeAt({0.5, 0, 2}, 1, 10);
+    const std::vector<Image> both = draw({left, right});
+    EXPECT_EQ(both[0].bytes, draw(left).bytes);
+    EXPECT_EQ(both[1].bytes, draw(right).bytes);
+    // 16 pixels to the unit.
+    EXPECT_TRUE(both[0].isDrawn(40, 30));
+    EXPECT_FALSE(both[0].isDrawn(24, 30));
+    EXPECT_TRUE(both[1].isDrawn(24, 30));
+}
+
+TEST_F(DisplayPictures, EvictedPolypComesBackAsItWas) {
+    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    add<PointDisplay>(cloud({{0.5, 1.5, 0}}));
+    const Image before = draw(eyeAt({0, 0, 2}, 1, 10));
+    EXPECT_EQ(seagrass->lawn(), 2);
+    EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).bytes, before.bytes);
+}
+
+TEST_F(DisplayPictures, FrameOfWhatIsUnchangedAllocatesNothing) {
+    const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    add<GlobeDisplay>();
+    add<LineDisplay>(parallel(60, -180, 180), true);
+    add<MeshDisplay>(triangle({0, 0, earth}, earth, {255, 128, 0, 255}));
+    add<PointDisplay>(cloud({{0, 0, 2 * earth}}));
+    draw({above, above});
+    for (const RenderAblePtr& object : objects) {
+        const long long before = allocationsOfThisThread();
+        EXPECT_TRUE(object->environment_render(*context));
+        EXPECT_EQ(allocationsOfThisThread() - before, 0);
+    }
+}
+
+TEST_F(DisplayPictures, PolypsBeyondTheAllowanceComeInLaterFrames) {
+    for (const double x : {-1.0, 0.0, 1.0}) {
+        add<MeshDisplay>(triangle({x, 0, 0}, 0.25, {255, 128, 0, 255}));
+    }
+    std::vector<int> drawn;
+    for (int frame = 0; frame < 4; ++frame) {
+        // Of one mesh: 3 points of 12 bytes, 3 colours of 4, 3 indices of 4, and the views.
+        context->renderAllowance = 60 + 688 + 30;
+        drawn.push_back(draw(eyeAt({0, 0, 2}, 1, 10)).drawnPixels());
+        EXPECT_EQ((result & GLRenderContext::Incomplete) != 0, frame < 2);
+    }
+    EXPECT_LT(0, drawn[0]);
+    EXPECT_LT(drawn[0], drawn[1]);
+    EXPECT_LT(drawn[1], drawn[2]);
+    EXPECT_EQ(drawn[2], drawn[3]);
+}
+
+// --- Points
+
+TEST_F(DisplayPictures, PointIsADiscOfItsSize) {
+    const auto object = add<PointDisplay>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
+    object->pointSize().set(context->pool, 20.0);
+    for (const int samples : {1, 4}) {
+        const Image image = draw(eyeAt({0, 0, 2}, 1, 10), samples);
+        // In the middle of the picture, between its pixels.
+        EXPECT_EQ(image.at(32, 32), (Pixel{0, 255, 0}));
+        EXPECT_TRUE(image.isDrawn(31 - 9, 31));
+        EXPECT_FALSE(image.isDrawn(31 - 11, 31));
+        EXPECT_FALSE(image.isDrawn(31 - 9, 31 - 9));
+        // The edge is 63 pixels long; half of them can be counted wrongly.
+        EXPECT_NEAR(image.drawnPixels(), std::numbers::pi * 100, 36);
+    }
+}
+
+TEST_F(DisplayPictures, EdgeOfAPointIsSmoothWithSeveralSamples) {
+    const auto object = add<PointDisplay>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
+    object->pointSize().set(context->pool, 20.0);
+    const auto mixed = [&](int samples) {
+        const Image image = draw(eyeAt({0, 0, 2}, 1, 10), samples);
+        int number = 0;
+        for (int i = 0; i < size * size; ++i) {
+            const Pixel pixel = image.at(i % size, i / size);
+            number += pixel != magenta && pixel != Pixel{0, 255, 0} ? 1 : 0;
+        }
+        return number;
+    };
+    EXPECT_EQ(mixed(1), 0);
+    EXPECT_GT(mixed(4), 30);
+}
+
+TEST_F(DisplayPictures, SmallestPointsFillOnePixelEach) {
+    // Everywhere between the centres of pixels, on their corners and on the edges between them.
+    std::vector<point> points;
+    for (int i = 0; i < 9; ++i) {
+        for (int k = 0; k < 9; ++k) points.push_back({-1.0 + i * 0.25, -1.0 + k * 0.25, 0.0});
+    }
+    const auto object = add<PointDisplay>(cloud(points));
+    for (const double pointSize : {0.0, 0.5, 1.0}) {
+        object->pointSize().set(context->pool, pointSize);
+        for (const double shift : {0.0, 1.0 / 32, 0.013, 0.021}) {
+            const Image image = draw(eyeAt({shift, shift, 2}, 1, 10));
+            EXPECT_EQ(image.drawnPixels(), 81) << pointSize << ", " << shift;
+        }
+    }
+}
+
+TEST_F(DisplayPictures, NoPointIsLostWithSeveralSamples) {
+    std::vector<point> points;
+    for (int i = 0; i < 9; ++i) {
+        for (int k = 0; k < 9; ++k) points.push_back({-1.0 + i * 0.23, -1.0 + k * 0.23, 0.0});
+    }
+    const auto object = add<PointDisplay>(cloud(points));
+    object->pointSize().set(context->pool, 1.0);
+    EXPECT_GE(draw(eyeAt({0, 0, 2}, 1, 10), 4).drawnPixels(), 81);
+}
+
+// --- Lines
+
+/// Between two points that the eye at (0, 0, 2) sees 16 pixels apart for each unit.
+Polylines flatLine(const point& from, const point& to) {
+    Polylines data = polylines({{1, {from, to}}});
+    data.coordinates = CoordinateSystem::Geographic;
+    return data;
+}
+
+TEST_F(DisplayPictures, LineIsAsWideAsItsInputSays) {
+    const auto level = add<LineDisplay>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
+    for (const double width : {2.0, 6.0}) {
+        level->lineWidth().set(context->pool, width);
+        const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+        EXPECT_EQ(image.drawnPixels(), size * width) << width;
+    }
+    objects.clear();
+    const auto steep = add<LineDisplay>(flatLine({0, -4, 0}, {0, 4, 0}), false);
+    steep->lineWidth().set(context->pool, 4.0);
+    EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).drawnPixels(), size * 4);
+}
+
+TEST_F(DisplayPictures, BroadLineEndsRound) {
+    const auto line = add<LineDisplay>(flatLine({-1, 0, 0}, {1, 0, 0}), false);
+    line->lineWidth().set(context->pool, 10.0);
+    const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+    // Its ends are at 16 and 48.
+    EXPECT_TRUE(image.isDrawn(12, 32));
+    EXPECT_FALSE(image.isDrawn(10, 32));
+    EXPECT_FALSE(image.isDrawn(12, 36));
+    EXPECT_TRUE(image.isDrawn(17, 36));
+}
+
+TEST_F(DisplayPictures, LineOfOnePixelHasNoGap) {
+    const auto line = add<LineDisplay>(flatLine({-4, 0.3, 0}, {4, 0.9, 0}), false);
+    line->lineWidth().set(context->pool, 1.0);
+    const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+    EXPECT_EQ(image.drawnPixels(), size);
+}
+
+TEST_F(DisplayPictures, LineHasTheColourOfItsLevel) {
+    const auto line = add<LineDisplay>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
+    line->lineWidth().set(context->pool, 4.0);
+    // 0.93, 0.89 and 0.78 of 255.
+    EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32), (Pixel{237, 227, 199}));
+}
+
+TEST_F(DisplayPictures, FarSideOfTheEarthIsLeftOut) {
+    const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    add<LineDisplay>(parallel(-40, -180, 180), true);
+    EXPECT_EQ(draw(above).drawnPixels(), 0);
+    // From below the same line is there.
+    Eye below = above;
+    below.camera.position = {0, 0, -4 * earth};
+    below.camera.lookAt = {0, 0, 0};
+    EXPECT_GT(draw(below).drawnPixels(), 10);
+    EXPECT_EQ(draw({above, below})[0].drawnPixels(), 0);
+}
+
+TEST_F(DisplayPictures, GlobeShowsTheLinesOfItsNearSide) {
+    const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    const auto lines = add<LineDisplay>(parallel(60, -180, 180), true);
+    lines->lineWidth().set(context->pool, 3.0);
+    const Image alone = draw(above);
+    add<GlobeDisplay>();
+    const Image both = draw(above);
+    int drawn = 0, kept = 0;
+    for (int i = 0; i < size * size; ++i) {
+        const int x = i % size, y = i / size;
+        drawn += alone.isDrawn(x, y) ? 1 : 0;
+        kept += alone.isDrawn(x, y) && both.at(x, y) == alone.at(x, y) ? 1 : 0;
+    }
+    ASSERT_GT(drawn, 30);
+    // Across its width a line has one depth, while the globe rises on its inner side.
+    EXPECT_GT(kept, drawn / 3);
+}
+
+TEST_F(DisplayPictures, GlobeIsADiscOfTheSea) {
+    add<GlobeDisplay>();
+    const Image image = draw(eyeAt({0, 0, 4 * earth}, earth, 9 * earth));
+    // Half the angle under which the ellipsoid is seen, and the half width of the picture at 1.
+    const double a = 0.999 * earth, b = 0.999 * Skua::WGS84::semiMinorAxisMetres;
+    const double tangent = a / std::sqrt(16 * earth * earth - b * b);
+    EXPECT_NEAR(image.drawnPixels(), std::numbers::pi * std::pow(tangent * size / 2, 2), 12);
+    const Pixel sea = image.at(30, 37);
+    EXPECT_GT(sea[2], sea[0]);
+}
+
+TEST_F(DisplayPictures, ScaledEarthLooksTheSame) {
+    const auto pictureOf = [&](double scale) {
+        objects.clear();
+        add<GlobeDisplay>(scale);
+        Polylines lines = parallel(60, -180, 180);
+        for (point& p : lines.points->elements()) p = point() + (p - point()) * scale;
+        add<LineDisplay>(std::move(lines), true, scale);
+        return draw(eyeAt({0, 0, 4 * earth * scale}, earth * scale, 9 * earth * scale));
+    };
+    EXPECT_EQ(pictureOf(1.0 / 1024).bytes, pictureOf(1.0).bytes);
+}
+
+TEST_F(DisplayPictures, EarthWithoutPerspectiveIsWhole) {
+    add<GlobeDisplay>();
+    Eye eye = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    eye.camera.lookAt = {0, 0, 0};
+    eye.orthographic = true;
+    const Image image = draw(eye);
+    // At the look-at point the picture shows -4 to 4 radii, hence 8 pixels for each.
+    EXPECT_NEAR(image.drawnPixels(), std::numbers::pi * 64, 12);
+}
+
+} // namespace
