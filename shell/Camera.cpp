@@ -182,13 +182,17 @@ Camera placeCamera(const CameraWishes& wishes, const Sight& sight, const Frame& 
     return camera;
 }
 
-Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect) {
-    const vector f = camera.forward();
-    const double depth = dot(ball.centre - camera.position, f);
+DepthRange depthRangeOf(const Camera& camera, const Skua::BoundingBall& ball) {
+    const double depth = dot(ball.centre - camera.position, camera.forward());
     const double size = sizeOf(ball);
     // A little more than the ball, as points lie on it.
     const double far = std::max(depth, 0.0) + 1.001 * size;
-    const double near = std::max(depth - 1.001 * size, far * 1e-4);
+    return {std::max(depth - 1.001 * size, far * 1e-4), far};
+}
+
+Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect) {
+    const vector f = camera.forward();
+    const auto [near, far] = depthRangeOf(camera, ball);
     const double focal = 1.0 / std::tan(radians(camera.viewAngleDegrees) / 2.0);
 
     // Rows of projection times rotation, each with its translation.

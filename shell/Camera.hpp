@@ -62,8 +62,17 @@ struct Frame {
 /// to the view), or if the data are out of sight for their distance.
 Camera placeCamera(const CameraWishes& wishes, const Sight& sight, const Frame& frame);
 
-/// Projection times model view; eye space looks along -z, depth goes from -1 to 1. Near and far
-/// planes enclose the ball as far as it lies in front of the camera.
+/// Distances from the camera, along its view.
+struct DepthRange {
+    double near;
+    double far;
+};
+
+/// Near and far planes that enclose a ball as far as it lies in front of the camera.
+DepthRange depthRangeOf(const Camera& camera, const Skua::BoundingBall& ball);
+
+/// Projection times model view; eye space looks along -z, depth goes from -1 to 1 within the range
+/// of depthRangeOf().
 Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect);
 
 } // namespace Shell

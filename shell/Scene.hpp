@@ -1,25 +1,23 @@
 #pragma once
-// What a picture shows, from data of files to polyps; stands on Readers and the render backend.
+// What a picture shows, from data of files to display objects; stands on Displays.
 
 #include <Camera.hpp>
 #include <Options.hpp>
 
-#include <Polypia/Polyp.hpp>
-#include <Polypia/RenderBasin.hpp>
+#include <Displays/PolypDisplay.hpp>
 #include <Readers/Dataset.hpp>
 #include <rookery/BoundingBox.hpp>
 
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace Shell {
 
-using PolypPtr = Keel::StrongPtr<Mirk::Polyp, Keel::Cacheable>;
+using DisplayPtr = Keel::StrongPtr<Mirk::PolypDisplay, Mirk::VManagedObjectBase>;
 
-/// Coordinates amid the data and of a size that floats can hold with all that is computed from
-/// them: (world - worldOrigin) / worldUnit.
+/// Coordinates amid the data and of a size whose squares and products numbers hold:
+/// (world - worldOrigin) / worldUnit. Display objects have world / worldUnit.
 struct SceneSpace {
     point worldOrigin;
     double worldUnit = 1.0; ///< a power of two, which changes no digit
@@ -27,32 +25,9 @@ struct SceneSpace {
     point toScene(const point& world) const {
         return point() + (world - worldOrigin) * (1.0 / worldUnit);
     }
-};
-
-/// How a scene is seen: what all programs get.
-struct SceneView {
-    Skua::Quadratic<4, float> modelViewProjection;
-    Skua::FixedArray<float, 3> eyePosition;    ///< in scene space
-    Skua::FixedArray<float, 3> lightDirection; ///< towards the light
-    Skua::FixedArray<float, 2> viewportPixels;
-    int samples;                           ///< of each pixel
-    Skua::FixedArray<float, 4> hiddenSide; ///< of the earth, see horizon.hpp
-};
-
-/// A part of a scene that becomes one polyp.
-class ScenePart {
-public:
-    virtual ~ScenePart();
-    /// Fills the polyp and returns its program. Data may be given up by this.
-    virtual Mirk::RenderBasin::ProgramPtr fill(Mirk::Polyp& polyp, Mirk::RenderBasin& basin) = 0;
-    /// Of the coordinates as they are: of the world at first, then of the scene.
-    virtual Skua::BoundingBox bounds() const = 0;
-    /// Turns coordinates of the world into those of the scene, in double precision.
-    virtual void toScene(const SceneSpace& space) = 0;
-    /// Raises each of the reaches to the largest dot product of its direction with a point.
-    virtual void reach(std::span<const vector> directions, std::span<double> reaches) const = 0;
-    /// How far beyond its coordinates it is drawn.
-    virtual double marginPixels() const;
+    point toDisplays(const point& scene) const {
+        return scene + (worldOrigin - point()) * (1.0 / worldUnit);
+    }
 };
 
 /// The data of files, and the globe if they are on the earth.
@@ -62,34 +37,31 @@ public:
 
     /// Throws std::runtime_error if the numbers are too large to be drawn.
     void add(const std::string& file, Mirk::Dataset&& data);
-    /// To be called when all data are there: chooses the space of the scene and turns all
-    /// coordinates into it.
+    /// To be called when all data are there: chooses the space of the scene and makes the display
+    /// objects, which join the default scene.
     void complete();
 
     const SceneSpace& space() const { return _space; }
-    /// What a camera is to see, in scene space; for as long as the parts are there.
+    /// What a camera is to see, in scene space; for as long as this object lives.
     Sight sight() const;
     /// How far beyond its coordinates something is drawn, in pixels.
     double marginPixels() const;
 
-    /// Makes the polyps of the parts, which are given up; with the context current.
-    void create(Mirk::RenderBasin& basin);
-    void setView(const SceneView& view);
-    /// Brings all data to the GPU without drawing.
-    void upload() const;
-    void draw() const;
-    /// Gives up all GPU state; with the context current.
-    void release();
-
 private:
+    struct Loaded {
+        std::string file;
+        Mirk::Dataset data;
+    };
+
     std::vector<double> reaches(std::span<const vector> directions) const;
+    DisplayPtr makeDisplay(Loaded&& loaded) const;
 
     const RenderOptions& _options;
-    std::vector<std::unique_ptr<ScenePart>> _parts;
-    std::vector<PolypPtr> _polyps;
-    std::vector<Mirk::RenderBasin::ProgramPtr> _programs;
-    Skua::BoundingBox _box;   ///< of the files, in the world
-    Skua::BoundingBall _ball; ///< in scene space
+    std::vector<Loaded> _loaded;
+    std::vector<DisplayPtr> _displays;
+    std::vector<DisplayPtr> _fitted; ///< what cameras look at: not what lies on the globe
+    Skua::BoundingBox _box;          ///< of the files, in the world
+    Skua::BoundingBall _ball;        ///< in scene space
     SceneSpace _space;
     bool _hasEarth = false;
 };

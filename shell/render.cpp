@@ -2,20 +2,13 @@
 
 #include <Scene.hpp>
 #include <StageClock.hpp>
-#include <horizon.hpp>
 
-#include <Polypia/Seagrass.hpp>
-#include <PolypiaGL/EglContext.hpp>
-#include <PolypiaGL/GLFactory.hpp>
-#include <PolypiaGL/GLFramebuffer.hpp>
+#include <PolypiaGL/OffscreenViewer.hpp>
 #include <Readers/ReaderRegistry.hpp>
 #include <Writers/PngWriter.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <memory>
-#include <numbers>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,9 +16,6 @@
 namespace Shell {
 
 namespace {
-
-// Nothing competes for the memory of a single picture.
-constexpr unsigned long long unlimited = ~0ULL;
 
 std::vector<Mirk::Dataset> read(const RenderOptions& options) {
     Mirk::ReadOptions readOptions;
@@ -36,10 +26,6 @@ std::vector<Mirk::Dataset> read(const RenderOptions& options) {
         data.push_back(Mirk::readFile(file, readOptions));
     }
     return data;
-}
-
-Skua::FixedArray<float, 3> toFloats(const vector& v) {
-    return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)};
 }
 
 CameraWishes inScene(CameraWishes wishes, const SceneSpace& space) {
@@ -53,49 +39,31 @@ double partWithin(int sizePixels, double marginPixels) {
     return std::max(0.97 - 2.0 * marginPixels / sizePixels, 0.1);
 }
 
-/// Of what is drawn beyond its coordinates, and a pixel more, as seen from the eye.
-double marginRadians(const Camera& camera, double marginPixels, int heightPixels) {
-    const double halfAngle = camera.viewAngleDegrees * std::numbers::pi / 360.0;
-    return (marginPixels + 1.0) * 2.0 * std::tan(halfAngle) / heightPixels;
-}
-
-SceneView viewOf(const Scene& scene, const RenderOptions& options, int samples) {
+/// The camera of the picture, in the space of the display objects.
+Mirk::GLRenderContext::Eye eyeOf(const Scene& scene, const RenderOptions& options) {
     const Sight sight = scene.sight();
     Frame frame;
     frame.aspect = static_cast<double>(options.widthPixels) / options.heightPixels;
     frame.widthPart = partWithin(options.widthPixels, scene.marginPixels());
     frame.heightPart = partWithin(options.heightPixels, scene.marginPixels());
     const Camera camera = placeCamera(inScene(options.camera, scene.space()), sight, frame);
-    const Matrix4 matrix = modelViewProjection(camera, sight.ball, frame.aspect);
-    SceneView view;
-    for (std::size_t i = 0; i < matrix.size(); ++i) {
-        view.modelViewProjection[i] = static_cast<float>(matrix[i]);
-    }
-    view.eyePosition = toFloats(camera.position - point());
-    // From above the left shoulder.
-    view.lightDirection =
-        toFloats(normalised(camera.up() * 0.6 - camera.right() * 0.5 - camera.forward()));
-    view.viewportPixels = {static_cast<float>(options.widthPixels),
-                           static_cast<float>(options.heightPixels)};
-    view.samples = samples;
-    const SceneSpace& space = scene.space();
-    const auto hidden = hiddenSide(
-        camera.position, marginRadians(camera, scene.marginPixels(), options.heightPixels),
-        space.toScene(point()), space.worldUnit);
-    for (std::size_t i = 0; i < hidden.size(); ++i) {
-        view.hiddenSide[i] = static_cast<float>(hidden[i]);
-    }
-    return view;
+    const DepthRange depths = depthRangeOf(camera, sight.ball);
+    Mirk::GLRenderContext::Eye eye;
+    eye.camera.position = scene.space().toDisplays(camera.position);
+    eye.camera.lookAt = scene.space().toDisplays(camera.focalPoint);
+    eye.camera.up = camera.viewUp;
+    eye.camera.fieldOfView = camera.viewAngleDegrees;
+    eye.near = depths.near;
+    eye.far = depths.far;
+    return eye;
 }
 
 /// Before anything is drawn, and in the words of the option.
-void checkSize(const Mirk::GLContext& context, const RenderOptions& options) {
-    const Mirk::GLLimits& limits = context.limits();
-    const int widest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]);
-    const int highest = std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1]);
+void checkSize(const Mirk::OffscreenViewer& viewer, const RenderOptions& options) {
+    const auto [widest, highest] = viewer.greatestPicture();
     if (options.widthPixels <= widest && options.heightPixels <= highest) return;
     throw std::runtime_error("--resolution: expected at most " + std::to_string(widest) + "," +
-                             std::to_string(highest) + " (" + context.description() + "), got " +
+                             std::to_string(highest) + " (" + viewer.device() + "), got " +
                              std::to_string(options.widthPixels) + "," +
                              std::to_string(options.heightPixels));
 }
@@ -122,29 +90,26 @@ void unpremultiply(std::vector<std::uint8_t>& pixels) {
     }
 }
 
-/// Draws the scene into the cleared framebuffer and takes the picture as rows of RGBA from the
-/// bottom.
-std::vector<std::uint8_t> picture(Scene& scene, Mirk::GLContext& context,
-                                  const Mirk::GLFramebuffer& framebuffer,
-                                  const RenderOptions& options, StageClock& clock) {
-    const auto seagrass = Keel::make<Mirk::Seagrass>(unlimited, "polypia render");
-    Mirk::GLRenderBasin basin(context, seagrass);
-    const SceneView view = viewOf(scene, options, framebuffer.samples());
-    scene.create(basin);
-    scene.setView(view);
-    clock.begin("upload");
-    scene.upload();
-    clock.begin("draw");
-    framebuffer.bind();
-    scene.draw();
-    framebuffer.finish();
-    clock.begin("read back");
-    std::vector<std::uint8_t> pixels(static_cast<std::size_t>(options.widthPixels) *
-                                     static_cast<std::size_t>(options.heightPixels) * 4);
-    framebuffer.readColors(pixels);
-    if (!isOpaque(options.background)) unpremultiply(pixels);
-    scene.release();
-    return pixels;
+Mirk::OffscreenViewer::Settings settingsOf(const RenderOptions& options) {
+    Mirk::OffscreenViewer::Settings settings;
+    settings.widthPixels = options.widthPixels;
+    settings.heightPixels = options.heightPixels;
+    settings.samples = options.samples;
+    settings.background = premultiplied(options.background);
+    settings.context.device = options.device;
+    return settings;
+}
+
+/// A picture without one of its objects would be a wrong one.
+void checkFrame(const Mirk::OffscreenViewer::Frame& frame) {
+    if (!frame.failures.empty()) {
+        const Mirk::GLRenderContext::Failure& failure = frame.failures.front();
+        throw std::runtime_error("cannot draw " + failure.object + ": " + failure.report);
+    }
+    constexpr auto partly = Mirk::GLRenderContext::Incomplete | Mirk::GLRenderContext::Interrupted;
+    if ((frame.result & partly) != 0) {
+        throw std::runtime_error("not all objects could be drawn");
+    }
 }
 
 } // namespace
@@ -164,15 +129,14 @@ void render(const RenderOptions& options) {
     scene.complete();
 
     clock.begin("context");
-    Mirk::EglContext::Options contextOptions;
-    contextOptions.device = options.device;
-    const std::unique_ptr<Mirk::EglContext> context = Mirk::EglContext::create(contextOptions);
-    checkSize(*context, options);
-    const Mirk::GLContext::Scope current(*context);
-    const Mirk::GLFramebuffer framebuffer(*context, options.widthPixels, options.heightPixels,
-                                          options.samples);
-    framebuffer.clear(premultiplied(options.background));
-    const std::vector<std::uint8_t> pixels = picture(scene, *context, framebuffer, options, clock);
+    const Keel::StrongPtr<Mirk::OffscreenViewer, Mirk::VManagedObjectBase> viewer(
+        new Mirk::OffscreenViewer("polypia render", settingsOf(options)));
+    checkSize(*viewer, options);
+    clock.begin("draw");
+    checkFrame(viewer->drawWhole({eyeOf(scene, options)}));
+    clock.begin("read back");
+    std::vector<std::uint8_t> pixels = viewer->colors(0);
+    if (!isOpaque(options.background)) unpremultiply(pixels);
 
     clock.begin("encode");
     writer.write({pixels.data(), static_cast<std::size_t>(options.widthPixels),
@@ -182,7 +146,7 @@ void render(const RenderOptions& options) {
                   Mirk::PngWriter::RowOrder::bottomFirst});
     clock.end();
     if (options.verbose) {
-        std::printf("%s\n%s\n", context->description().c_str(), clock.str().c_str());
+        std::printf("%s\n%s\n", viewer->device().c_str(), clock.str().c_str());
     }
 }
 

@@ -73,9 +73,10 @@ OffscreenViewer::~OffscreenViewer() {
 
 void OffscreenViewer::open() {
     auto graphics = std::make_unique<Graphics>(_settings, *this);
-    // Here already, so that a picture that is too large is told before anything is drawn.
-    graphics->provideTargets(_settings, 1);
     _device = graphics->gl->description();
+    const GLLimits& limits = graphics->gl->limits();
+    _greatestPicture = {std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]),
+                        std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1])};
     setSeagrass(graphics->seagrass);
     _renderCache = graphics->seagrass;
     _graphics = std::move(graphics);

@@ -12,6 +12,7 @@
 #include <keel/ThreadPool.hpp>
 #include <rookery/Coordinates.hpp>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -48,8 +49,8 @@ public:
         std::vector<GLRenderContext::Failure> failures;
     };
 
-    /// Throws ContextError if there is no graphics, and GLRenderException if the picture is too
-    /// large for it.
+    /// Throws ContextError if there is no graphics. Whether it can have pictures of that size is
+    /// seen at the first frame, which throws a GLRenderException else.
     OffscreenViewer(const std::string& viewerName, const Settings& settings);
     ~OffscreenViewer() override;
 
@@ -65,6 +66,8 @@ public:
     /// eyes of the last frame.
     VRenderContext::PickListPtr pickPixels(int x, int y, int width, int height);
 
+    /// The greatest width and height of a picture, in pixels.
+    std::array<int, 2> greatestPicture() const noexcept { return _greatestPicture; }
     /// Renderer, version and profile.
     const std::string& device() const noexcept { return _device; }
     const Settings& settings() const noexcept { return _settings; }
@@ -95,6 +98,7 @@ private:
     const Keel::StrongPtr<FrameInterruptor, VRenderInterruptor> _frameInterruptor;
     const Keel::StrongPtr<SmoothPrecision, VRenderPrecision> _precision;
     std::string _device;
+    std::array<int, 2> _greatestPicture{};
     Keel::WeakPtr<Seagrass> _renderCache;
     std::unique_ptr<Graphics> _graphics;
     long long _allowance; // for the next frame; the render thread's

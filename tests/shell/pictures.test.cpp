@@ -128,7 +128,9 @@ TEST_F(Pictures, AreTheSameForAMeshFarFromZero) {
     const Image here = draw({model("here.ply", torus()), "--resolution=200,200"});
     const Model moved = torus().movedBy({1e9, -3e9, 2e9});
     const Image there = draw({model("there.ply", moved), "--resolution=200,200"});
-    EXPECT_EQ(here.pixels, there.pixels);
+    // The camera stands as far from zero, where coordinates have seven digits less.
+    const Comparison found = compare(there, here);
+    EXPECT_TRUE(found.isWithin({})) << found.pixelsBeyond << found.worst;
 }
 
 TEST_F(Pictures, AreTheSameForACloudFarFromZero) {
@@ -423,8 +425,8 @@ TEST_F(Pictures, ComeWithTheirStagesIfAskedFor) {
     const Outcome outcome = render({model("mesh.ply", torus()), "--resolution=64,64", "--verbose"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.errors, "");
-    for (const char* word : {"OpenGL 4.", "\nread ", ", convert ", ", context ", ", upload ",
-                             ", draw ", ", read back ", ", encode ", ", total "}) {
+    for (const char* word : {"OpenGL 4.", "\nread ", ", convert ", ", context ", ", draw ",
+                             ", read back ", ", encode ", ", total "}) {
         EXPECT_THAT(outcome.output, HasSubstr(word));
     }
     EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 2);
