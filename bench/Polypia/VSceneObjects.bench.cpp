@@ -9,8 +9,7 @@
 
 #include <Polypia/VSceneObjects.hpp>
 
-#include <sorrel/VActionNotifier.hpp>
-
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -28,21 +27,25 @@ public:
             plain.emplace(i % Layers, shownObjects.back());
         }
     }
-    ~Scene() {
-        shownObjects.clear();
-        Mirk::VActionNotifier::clear();
-    }
-
     std::vector<ShownPtr> shownObjects;
     Mirk::VSceneObjects objects;
     std::multimap<int, Mirk::ObjectSelection::WeakObject> plain;
 };
 
-/// Nanoseconds are for each object.
+/// One for each size, for all repetitions; it ends with the process.
+Scene& sceneOf(const benchmark::State& state) {
+    static std::map<std::int64_t, Scene*> scenes;
+    Scene*& scene = scenes[state.range(0)];
+    if (scene == nullptr) scene = new Scene(static_cast<int>(state.range(0)));
+    return *scene;
+}
+
+/// Nanoseconds are for each copy. The number of iterations is given, as that of a copy would be
+/// millions, with a reference each.
 void VSceneObjects_copy(benchmark::State& state) {
-    const Scene scene(static_cast<int>(state.range(0)));
+    const Scene& scene = sceneOf(state);
     sideBySide(
-        state, static_cast<double>(state.range(0)),
+        state, 1,
         [&] {
             Mirk::VSceneObjects copy(scene.objects);
             benchmark::DoNotOptimize(copy);
@@ -52,11 +55,11 @@ void VSceneObjects_copy(benchmark::State& state) {
             benchmark::DoNotOptimize(copy);
         });
 }
-BENCHMARK(VSceneObjects_copy)->Arg(50000)->Apply(withSpread)->Repetitions(15);
+BENCHMARK(VSceneObjects_copy)->Arg(50000)->Apply(withSpread)->Iterations(20)->Repetitions(15);
 
 /// A copy that is changed: that is when the entries are copied. Nanoseconds are for each object.
 void VSceneObjects_copyAndInsert(benchmark::State& state) {
-    const Scene scene(static_cast<int>(state.range(0)));
+    const Scene& scene = sceneOf(state);
     sideBySide(
         state, static_cast<double>(state.range(0)),
         [&] {
@@ -68,11 +71,15 @@ void VSceneObjects_copyAndInsert(benchmark::State& state) {
             copy.emplace(0, scene.shownObjects[0]);
         });
 }
-BENCHMARK(VSceneObjects_copyAndInsert)->Arg(50000)->Apply(withSpread)->Repetitions(15);
+BENCHMARK(VSceneObjects_copyAndInsert)
+    ->Arg(50000)
+    ->Apply(withSpread)
+    ->Iterations(20)
+    ->Repetitions(15);
 
 /// Nanoseconds are for each object.
 void VSceneObjects_render(benchmark::State& state) {
-    Scene scene(static_cast<int>(state.range(0)));
+    Scene& scene = sceneOf(state);
     RecordingContext context;
     double renderTime = 0;
     sideBySide(
@@ -92,6 +99,11 @@ void VSceneObjects_render(benchmark::State& state) {
             benchmark::DoNotOptimize(ball);
         });
 }
-BENCHMARK(VSceneObjects_render)->Arg(1000)->Arg(50000)->Apply(withSpread)->Repetitions(15);
+BENCHMARK(VSceneObjects_render)
+    ->Arg(1000)
+    ->Arg(50000)
+    ->Apply(withSpread)
+    ->Iterations(20)
+    ->Repetitions(15);
 
 } // namespace
