@@ -14,8 +14,8 @@ const char* const defaultSceneName = "DefaultScene";
 
 /// Never destroyed, as display objects may outlive the static objects of this library.
 struct TheDefault {
-    /// Held while the scene is made, with nothing but leaves below it; not while it is announced, as
-    /// who hears of it may ask for it.
+    /// Held while the scene is made, with nothing but leaves below it; not while it is announced,
+    /// as who hears of it may ask for it.
     std::mutex mutex;
     /// The last one that was made. It is another than the object of that name if the name was taken
     /// by something that is no scene.
