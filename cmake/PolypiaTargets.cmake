@@ -82,18 +82,22 @@ endfunction()
 # polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...
 #                   [ENVIRONMENT NAME=value ...])
 #
-# One test program for a folder of tests; its cases are found when the tests are run.
+# One test program for a folder of tests. Its cases are found when the tests are run, and run in a
+# process each; with a sanitizer they share one, as starting it takes longer than most cases.
 # LABEL is the tier: unit (no graphics context), gl (needs one), image (compares pictures).
 function(polypia_add_tests name)
   cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   _polypia_settings(${name})
-  if(POLYPIA_SANITIZE)
-    # A sanitizer and an optimiser together take a minute for a large test, and what matters is the
-    # speed of the libraries.
-    target_compile_options(${name} PRIVATE -O0)
-  endif()
+  # What matters is the speed of the libraries; an optimiser takes up to a minute for a large test.
+  target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  if(POLYPIA_SANITIZE)
+    target_compile_options(${name} PRIVATE -g1) # enough for the lines in reports
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} ENVIRONMENT "${arg_ENVIRONMENT}")
+    return()
+  endif()
   include(GoogleTest)
   # Without the values of parameters, whose printed bytes differ from run to run.
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_MODE PRE_TEST

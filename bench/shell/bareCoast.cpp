@@ -224,12 +224,11 @@ int main(int argc, char** argv) {
     Bare::setView(ofGlobe, view);
     Bare::setView(ofLines, view);
 
-    stages.begin("upload");
+    stages.begin("draw");
     const Drawing globeDrawing(globeShape, ofGlobe, GL_TRIANGLES);
     const Drawing coastDrawing(coastShape, ofLines, GL_LINE_STRIP);
     globeShape = coastShape = {};
 
-    stages.begin("draw");
     picture.clear();
     glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
     globeDrawing.draw();

@@ -90,7 +90,7 @@ int main(int argc, char** argv) {
     Bare::setView(program, Bare::view({1902.28, 1633.87, 5188.04}, {71.03, 64.22, -44.13},
                                       {0.0, 1.0, 0.0}, radius, aspect));
 
-    stages.begin("upload");
+    stages.begin("draw");
     GLuint array = 0;
     glCreateVertexArrays(1, &array);
     Bare::attribute(array, program.attribute("Coordinates"), Bare::buffer(points), 3, GL_FLOAT, 12);
@@ -99,7 +99,6 @@ int main(int argc, char** argv) {
     points = {};
     mesh.indices = {};
 
-    stages.begin("draw");
     picture.clear();
     glBindVertexArray(array);
     glDrawElements(GL_TRIANGLES, count, GL_UNSIGNED_INT, nullptr);
