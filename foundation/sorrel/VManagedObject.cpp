@@ -78,6 +78,16 @@ VManagedObject::~VManagedObject() {
     if (domain.byName.empty()) objects.domains.erase(_rootType);
 }
 
+namespace {
+
+/// Asked of the block: an object that no StrongPtr has taken yet may be under construction on
+/// another thread, and may end there while it is looked at.
+bool isComplete(const VManagedObjectPtr& object) {
+    return object && object.controlBlock()->firstReferenceState() == Keel::ControlBlock::Taken;
+}
+
+} // namespace
+
 VManagedObjectPtr VManagedObject::find(const std::type_info& rootType, const std::string& name) {
     Register& objects = theRegister();
     WeakObject object;
@@ -90,7 +100,7 @@ VManagedObjectPtr VManagedObject::find(const std::type_info& rootType, const std
         object = domain->second.byPriority.at(found->second);
     }
     VManagedObjectPtr live(object);
-    return live && live->isPublished() ? live : VManagedObjectPtr();
+    return isComplete(live) ? live : VManagedObjectPtr();
 }
 
 std::size_t VManagedObject::traverse(const std::type_info& rootType,
@@ -111,7 +121,7 @@ std::size_t VManagedObject::traverse(const std::type_info& rootType,
     std::size_t visited = 0;
     for (const WeakObject& object : found) {
         const VManagedObjectPtr live(object);
-        if (!live || !live->isPublished()) continue;
+        if (!isComplete(live)) continue;
         ++visited;
         if (!iterator.apply(live)) break;
     }

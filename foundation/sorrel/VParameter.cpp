@@ -9,6 +9,21 @@
 
 namespace Mirk {
 
+namespace {
+
+using ContainerPtr = Keel::StrongPtr<VSlotContainer, VManagedObjectBase>;
+
+/// Null unless the object is complete. Asked of the block: one that is being constructed on another
+/// thread can't be looked at, not even for its bases.
+ContainerPtr completeOf(const Keel::WeakPtr<VSlotContainer, VManagedObjectBase>& container) {
+    ContainerPtr live(container);
+    const bool isComplete =
+        live && live.controlBlock()->firstReferenceState() == Keel::ControlBlock::Taken;
+    return isComplete ? live : ContainerPtr();
+}
+
+} // namespace
+
 ValueNotifier::ValueNotifier() = default;
 ValueNotifier::~ValueNotifier() = default;
 
@@ -238,7 +253,10 @@ void VParameter::refresh(VValueBase& copy, const std::string& member) const {
     do {
         age = _value->ageable().age();
         const VValuePtr origin = originOf(member);
-        if (origin && copy.assign(*origin)) copy.ageable().rejuvenate();
+        // A copy that was made between a write and its stamp has the new value and the old age.
+        if (origin && (copy.assign(*origin) || origin->ageable().isYoungerThan(copy.ageable()))) {
+            copy.ageable().rejuvenate();
+        }
         // Who read the origin ahead of another write may have set the copy behind it.
     } while (_value->ageable().age() != age);
 }
@@ -289,14 +307,7 @@ Keel::StrongPtr<VSlotContainer, VManagedObjectBase> VParameter::sourceContainer(
         const std::lock_guard lock(_ownerLock);
         source = _source;
     }
-    Keel::StrongPtr<VSlotContainer, VManagedObjectBase> container(source);
-    // Asked of the block: an object that is being constructed on another thread can't be looked at,
-    // not even for its bases.
-    if (!container ||
-        container.controlBlock()->firstReferenceState() != Keel::ControlBlock::Taken) {
-        return {};
-    }
-    return container;
+    return completeOf(source);
 }
 
 void VParameter::setCreator(VSlotContainer* creator) {
@@ -310,7 +321,7 @@ VManagedObjectPtr VParameter::creator() const {
         const std::lock_guard lock(_ownerLock);
         creator = _creator;
     }
-    return VManagedObjectPtr(creator);
+    return completeOf(creator);
 }
 
 } // namespace Mirk

@@ -30,6 +30,7 @@ void publishTime(const RenderAble& object, const VRenderContext& context, double
 
 bool reportThrown(const RenderAble& object, const char* what) {
     std::printf("EXCEPTION WHILE RENDERING [%s]: %s\n", object.Name().c_str(), what);
+    std::fflush(stdout);
     return false;
 }
 
@@ -53,6 +54,7 @@ bool MultiviewRenderable::exception_safe_multiview_render(
         return reportThrown(*object, text);
     } catch (...) {
         std::printf("UNKOWN EXCEPTION WHILE RENDERING [%s]\n", object->Name().c_str());
+        std::fflush(stdout);
         return false;
     }
 }

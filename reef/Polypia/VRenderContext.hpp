@@ -36,7 +36,7 @@ class POLYPIA_EXPORT VRenderContextBasin : public VContext,
 public:
     /// With a new, empty addendum and one eye.
     explicit VRenderContextBasin(const Keel::WeakPtr<Seagrass>& seagrass);
-    ~VRenderContextBasin() override = 0;
+    ~VRenderContextBasin() override;
 
     /// Has a function run on the render thread, between frames. Any thread. Without a live Seagrass
     /// the function is dropped.

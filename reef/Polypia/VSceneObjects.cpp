@@ -3,11 +3,13 @@
 #include <Polypia/RenderAble.hpp>
 
 #include <keel/Profiler.hpp>
+#include <keel/VerboseStream.hpp>
 #include <rookery/BoundingBox.hpp>
 #include <sorrel/TypedSlot.hpp>
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <mutex>
 #include <utility>
 
@@ -86,11 +88,24 @@ void visitVisible(const ObjectSelection& objects, const ValuePoolPtr& pool, int 
     }
 }
 
+/// Null if there is none. An object that fails to tell its bounds has none: it does not end the
+/// frame for the others.
+BallPtr ballOf(const RenderAble& object, const ValuePoolPtr& pool, bool touchable) {
+    try {
+        return touchable ? object.getTouchableBoundingBall(pool) : object.getBoundingBall(pool);
+    } catch (const std::exception& exception) {
+        Keel::VerboseStream("Polypia").print("the bounds of [%s]: %s", object.Name().c_str(),
+                                             exception.what());
+    } catch (...) {
+        Keel::VerboseStream("Polypia").print("the bounds of [%s]: an exception of an unknown kind",
+                                             object.Name().c_str());
+    }
+    return {};
+}
+
 template<class Volume>
 void addBall(const RenderAble& object, const ValuePoolPtr& pool, bool touchable, Volume& volume) {
-    const BallPtr ball =
-        touchable ? object.getTouchableBoundingBall(pool) : object.getBoundingBall(pool);
-    if (ball) volume.add(*ball);
+    if (const BallPtr ball = ballOf(object, pool, touchable)) volume.add(*ball);
 }
 
 struct Volumes {

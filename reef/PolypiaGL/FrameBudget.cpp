@@ -57,4 +57,8 @@ void FrameInterruptor::beginFrame() {
                                    .count();
 }
 
+void FrameInterruptor::endFrame() {
+    _end = std::chrono::steady_clock::duration::max().count();
+}
+
 } // namespace Mirk

@@ -37,6 +37,8 @@ public:
 
     /// A frame begins now; `timeLimit` nanoseconds later it is interrupted, if that is not below 0.
     void beginFrame();
+    /// The time limit of the frame is void.
+    void endFrame();
 
 private:
     std::atomic<bool> _all{false};

@@ -6,6 +6,7 @@
 #include <PolypiaGL/glMachine.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <utility>
 
@@ -47,11 +48,14 @@ public:
 
 private:
     /// Leaves out the other views after a failure, as the object would change its status with each.
+    /// An object that reports one may call that a success.
     bool drawEachView(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
                       RenderAble::SubContext& sub) const {
+        const std::size_t failures = _context._failures.size();
         for (unsigned eye = 0; eye < views.size(); ++eye) {
             context.openEye(eye);
             if (!_object->render(context, views[eye], sub)) return false;
+            if (_context._failures.size() != failures) return true;
         }
         return true;
     }
@@ -177,11 +181,12 @@ void GLRenderContext::makeItems(const ObjectSelection& objects) {
 VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelection& objects,
                                                             double& renderTime, int firstLayer,
                                                             int lastLayer) {
-    makeItems(objects);
     _failures.clear();
     _drawn = _culled = 0;
     _objectSeconds.clear();
     _boundTarget = nullptr;
+    if (_targets.empty() || _views.empty()) return 0;
+    makeItems(objects);
     RenderResult result = 0;
     std::vector<Waiting> transparent;
     for (const Item& item : _items) {
@@ -245,7 +250,9 @@ double GLRenderContext::distanceOf(const RenderAble& object) const {
     if (!box || _views.empty()) return 0.0;
     const auto& m = _views.front().get().modelView;
     const View::point centre = box->min + (box->max - box->min) * 0.5;
-    return -(m[2] * centre.x + m[6] * centre.y + m[10] * centre.z + m[14]);
+    const double distance = -(m[2] * centre.x + m[6] * centre.y + m[10] * centre.z + m[14]);
+    // What is not a number can't be sorted.
+    return std::isnan(distance) ? 0.0 : distance;
 }
 
 void GLRenderContext::drawIfSeen(const RenderAblePtr& object, const Item& item, double& renderTime,

@@ -16,9 +16,27 @@ using InterruptorPtr = Keel::StrongPtr<FrameInterruptor, VRenderInterruptor>;
 
 InterruptorPtr makeInterruptor(double secondsLimit) {
     InterruptorPtr made(new FrameInterruptor);
-    made->timeLimit = secondsLimit < 0.0 ? -1 : static_cast<std::int64_t>(secondsLimit * 1e9);
+    // Longer than anybody waits is no limit.
+    constexpr double longest = 1e8;
+    made->timeLimit = secondsLimit >= 0.0 && secondsLimit < longest
+                          ? static_cast<std::int64_t>(secondsLimit * 1e9)
+                          : -1;
     return made;
 }
+
+/// Holds for a frame, and for what is picked or queued behind it no more.
+class TimeLimit {
+public:
+    explicit TimeLimit(FrameInterruptor& interruptor) : _interruptor(interruptor) {
+        _interruptor.beginFrame();
+    }
+    TimeLimit(const TimeLimit&) = delete;
+    TimeLimit& operator=(const TimeLimit&) = delete;
+    ~TimeLimit() { _interruptor.endFrame(); }
+
+private:
+    FrameInterruptor& _interruptor;
+};
 
 } // namespace
 
@@ -95,14 +113,14 @@ OffscreenViewer::Frame OffscreenViewer::draw(const std::vector<GLRenderContext::
 }
 
 OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderContext::Eye>& eyes) {
-    // Each frame uploads more than the last, or is allowed twice as much: this ends.
-    constexpr int most = 100;
+    constexpr auto partly = GLRenderContext::Incomplete | GLRenderContext::Interrupted;
     Frame frame = draw(eyes);
-    for (int i = 1; i < most; ++i) {
-        if ((frame.result & (GLRenderContext::Incomplete | GLRenderContext::Interrupted)) == 0) {
-            break;
-        }
-        frame = draw(eyes);
+    bool goesOn = true;
+    while (goesOn && (frame.result & partly) != 0) {
+        const long long allowance = _allowance;
+        const Frame next = draw(eyes);
+        goesOn = next.drawn > frame.drawn || _allowance > allowance;
+        frame = next;
     }
     return frame;
 }
@@ -116,9 +134,11 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
     }
     context.setEyes(eyes);
     context.renderAllowance = _allowance;
-    _frameInterruptor->beginFrame();
     Frame frame;
-    frame.result = render(context, frame.seconds, INT_MIN, INT_MAX);
+    {
+        const TimeLimit limit(*_frameInterruptor);
+        frame.result = render(context, frame.seconds, INT_MIN, INT_MAX);
+    }
     frame.drawn = context.numberOfDrawn();
     frame.culled = context.numberOfCulled();
     frame.failures = context.failures();

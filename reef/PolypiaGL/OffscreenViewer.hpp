@@ -57,7 +57,7 @@ public:
     /// Brings the scene up to date and draws one frame for these eyes, each of which gets a
     /// picture.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
-    /// Draws until nothing is left out for want of memory or time, or nothing changes any more.
+    /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
     /// Returns the last frame.
     Frame drawWhole(const std::vector<GLRenderContext::Eye>& eyes);
     /// The picture of an eye: red, green, blue and alpha of each pixel, row 0 at the bottom.

@@ -1,22 +1,11 @@
 #include <Polypia/SlotUpdater.hpp>
 
-#include "RecordingBasin.hpp"
+#include "RecordingContext.hpp"
 
 #include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
-
-namespace Mirk {
-
-/// As much of a context as an updater looks at.
-class VRenderContext : public VContext {
-public:
-    VRenderContext() : VContext({}) { pool = Keel::make<ValuePool>(); }
-    int views = 2;
-};
-
-} // namespace Mirk
 
 namespace {
 
@@ -34,6 +23,8 @@ public:
 
 class SlotUpdater : public testing::Test {
 protected:
+    SlotUpdater() { context.setNumberOfEyes(2); }
+
     using Recorder = Keel::StrongPtr<RecordingParameter, Mirk::Polyp::Tentacle>;
 
     Recorder parameter(const std::type_info& element, int components,
@@ -42,7 +33,7 @@ protected:
     }
 
     RecordingBasin basin;
-    Mirk::VRenderContext context;
+    RecordingContext context;
     const Keel::StrongPtr<Shape, Mirk::VManagedObjectBase> shape{new Shape("shape")};
 };
 
@@ -95,7 +86,7 @@ TEST_F(SlotUpdater, ConvertsTheValueByTheContext) {
         parameter(typeid(FloatPoint), 2,
                   Mirk::createSlotUpdater(shape->radius, [](const double& radius,
                                                             Mirk::VRenderContext& frame) {
-                      return std::vector<FloatPoint>(static_cast<std::size_t>(frame.views),
+                      return std::vector<FloatPoint>(frame.EyeViews.size(),
                                                      FloatPoint{static_cast<float>(radius), 0, 0});
                   }));
     EXPECT_TRUE(made->updateValue(context));

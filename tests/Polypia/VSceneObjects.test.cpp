@@ -333,9 +333,22 @@ TEST_F(VSceneObjects, AfterAThrowTheContextKeepsWhatItHadUntilTheNextFrame) {
     EXPECT_FALSE(context.visibleVolume);
 }
 
-TEST_F(VSceneObjects, ObjectThatThrowsWhenAskedLeavesTheMutexFree) {
+TEST_F(VSceneObjects, ObjectThatThrowsWhenAskedHasNoBoundsAndDoesNotEndTheFrame) {
     add(shownCube("a", 0, 1))->asked = [] { throw std::runtime_error("no ball"); };
-    EXPECT_THROW(objects.render(context, renderTime, 0, 0), std::runtime_error);
+    add(shownCube("b", 0, 1))->asked = [] { throw 7; };
+    add(shownCube("c", 2, 3));
+    bool wasDrawn = false;
+    context.traversal = [&](const Mirk::ObjectSelection&, double&, int, int) {
+        wasDrawn = true;
+        EXPECT_TRUE(context.visibleVolume);
+        return 0ULL;
+    };
+    testing::internal::CaptureStdout();
+    EXPECT_NO_THROW(objects.render(context, renderTime, 0, 0));
+    const std::string told = testing::internal::GetCapturedStdout();
+    EXPECT_THAT(told, testing::HasSubstr("Polypia: the bounds of [a]: no ball\n"));
+    EXPECT_THAT(told, testing::HasSubstr("[b]: an exception of an unknown kind\n"));
+    EXPECT_TRUE(wasDrawn);
     EXPECT_TRUE(isFree(context.mutex));
 }
 

@@ -101,6 +101,8 @@ TEST_F(FrameInterruptorTest, StopsAFrameAtItsTimeLimit) {
     interruptor->timeLimit = 0;
     interruptor->beginFrame();
     EXPECT_TRUE(interruptor->isInterrupted(pool));
+    interruptor->endFrame();
+    EXPECT_FALSE(interruptor->isInterrupted(pool));
     interruptor->timeLimit = 3'600'000'000'000;
     interruptor->beginFrame();
     EXPECT_FALSE(interruptor->isInterrupted(pool));

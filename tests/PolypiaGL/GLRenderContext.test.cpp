@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -278,6 +279,35 @@ TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
     EXPECT_TRUE(result & GLRenderContext::Incomplete);
     EXPECT_TRUE(result & GLRenderContext::Drew);
     EXPECT_EQ(pixels(*left), expected);
+}
+
+TEST_F(GLRenderContextTest, ReportedFailureOfOneEyeLeavesOutTheOthersWhateverTheResult) {
+    setTwoEyes();
+    const auto quad = add("quad", {});
+    quad->action = [&] {
+        context->notifyError(*quad, RenderException(0x501, "draw", "quad.cpp", 1));
+        return true;
+    };
+    EXPECT_EQ(draw(), GLRenderContext::Failed);
+    EXPECT_EQ(quad->draws, 1);
+    EXPECT_EQ(context->failures().size(), 1u);
+}
+
+TEST_F(GLRenderContextTest, SortsWhatHasNoPlace) {
+    const double infinite = std::numeric_limits<double>::infinity();
+    add<Glass>("near", {-8, -8, 8, 8, 9});
+    const auto nowhere = add<Glass>("nowhere", {-infinite, -8, infinite, 8, 5});
+    add<Glass>("far", {-8, -8, 8, 8, 1});
+    nowhere->action = [] { return true; };
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(context->numberOfDrawn(), 3u);
+}
+
+TEST_F(GLRenderContextTest, WithoutTargetsNothingIsDrawn) {
+    const auto quad = add("quad", {});
+    context->setTargets({});
+    EXPECT_EQ(draw(), 0u);
+    EXPECT_EQ(quad->draws, 0);
 }
 
 TEST_F(GLRenderContextTest, NamesWhatFailed) {

@@ -159,6 +159,23 @@ TEST_F(OffscreenViewerTest, WhatIsLargerThanTheAllowanceIsDrawnInTheEnd) {
     large = {};
 }
 
+TEST_F(OffscreenViewerTest, WholePictureEndsWhereAFrameBringsNothingNew) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    quad->action = [] { return false; };
+    EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result, GLRenderContext::Incomplete);
+    EXPECT_EQ(quad->draws, 2);
+}
+
+TEST_F(OffscreenViewerTest, TimeLimitHoldsForTheFrameAlone) {
+    settings.secondsLimit = 0.0;
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).result, GLRenderContext::Interrupted);
+    viewer->onRenderThread([](GLRenderContext& context) { EXPECT_FALSE(context.isCancelled()); });
+    EXPECT_EQ(viewer->pickPixels(32, 32, 1, 1)->Ids.size(), 1u);
+}
+
 TEST_F(OffscreenViewerTest, QueuedFunctionsRunBetweenFrames) {
     MAKE_VIEWER(viewer);
     std::thread::id ranOn;
