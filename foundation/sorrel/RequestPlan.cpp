@@ -37,7 +37,8 @@ RequestPlan::RequestPlan() : _connectionChanges(connectionChanges.load()) {}
 void RequestPlan::add(const VObjectPtr& object, const std::vector<std::uint64_t>& sources) {
     _sources.insert(_sources.end(), sources.begin(), sources.end());
     const VObject& content = *object;
-    _steps.push_back({Keel::WeakPtr<VObject, VManagedObjectBase>(object), content.serialNumber(),
+    _steps.push_back({Keel::WeakPtr<VObject, VManagedObjectBase>(object),
+                      content.serialNumber(),
                       _sources.size(),
                       {&content, &content.controlBlock(), &content._latestUpdate}});
 }

@@ -184,7 +184,8 @@ std::string VObject::failureReason(const ValuePoolPtr& pool) const {
 VObject::LastUpdate VObject::lastUpdate(const ValuePoolPtr& pool) const {
     const std::lock_guard lock(_recordLock);
     const UpdateRecord* const record = findRecord(pool);
-    return record != nullptr ? LastUpdate{record->age, record->changes, record->failed} : LastUpdate{};
+    return record != nullptr ? LastUpdate{record->age, record->changes, record->failed}
+                             : LastUpdate{};
 }
 
 void VObject::recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, bool failed,
