@@ -93,7 +93,6 @@ function(polypia_add_tests name)
   target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   if(POLYPIA_SANITIZE)
-    target_compile_options(${name} PRIVATE -g1) # enough for the lines in reports
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} ENVIRONMENT "${arg_ENVIRONMENT}")
     return()
