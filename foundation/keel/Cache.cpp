@@ -39,42 +39,43 @@ struct Cache::Victim {
     WeakPtr<Creature> creator;
 };
 
-/// While it exists, the current thread makes room in a cache.
-class Cache::MakingRoom {
+/// While it exists, the current thread evicts from a cache.
+class Cache::Evicting {
 public:
-    explicit MakingRoom(const Cache& cache)
+    explicit Evicting(const Cache& cache)
         : _cache(&cache), _outer(std::exchange(_innermost, this)) {}
-    ~MakingRoom() { _innermost = _outer; }
-    MakingRoom(const MakingRoom&) = delete;
-    MakingRoom& operator=(const MakingRoom&) = delete;
+    ~Evicting() { _innermost = _outer; }
+    Evicting(const Evicting&) = delete;
+    Evicting& operator=(const Evicting&) = delete;
 
+    static bool isUnderWay() { return _innermost != nullptr; }
     static bool isUnderWay(const Cache& cache) {
-        const MakingRoom* scope = _innermost;
+        const Evicting* scope = _innermost;
         while (scope != nullptr && scope->_cache != &cache) scope = scope->_outer;
         return scope != nullptr;
     }
 
 private:
-    static thread_local const MakingRoom* _innermost;
+    static thread_local const Evicting* _innermost;
     const Cache* const _cache;
-    const MakingRoom* const _outer;
+    const Evicting* const _outer;
 };
 
-thread_local const Cache::MakingRoom* Cache::MakingRoom::_innermost = nullptr;
+thread_local const Cache::Evicting* Cache::Evicting::_innermost = nullptr;
 
-/// Counts an eviction that is under way, and ends it.
-class Cache::Evicting {
+/// At its end an object that left the books is with its creator, or in the books again.
+class Cache::VictimScope {
 public:
-    explicit Evicting(Cache& cache) : _cache(cache) {}
-    ~Evicting() {
+    explicit VictimScope(Cache& cache) : _cache(cache) {}
+    ~VictimScope() {
         {
             const std::lock_guard lock(_cache._mutex);
             --_cache._books->evictions;
         }
         _cache._books->evicted.notify_all();
     }
-    Evicting(const Evicting&) = delete;
-    Evicting& operator=(const Evicting&) = delete;
+    VictimScope(const VictimScope&) = delete;
+    VictimScope& operator=(const VictimScope&) = delete;
 
 private:
     Cache& _cache;
@@ -182,7 +183,7 @@ void Cache::makeRoomFor(CacheEntry& entry) {
     // The object is being worked on: it is the youngest.
     markAsUsed(entry);
     // An object that a creator makes while it forgets another: room is made until there is enough.
-    if (MakingRoom::isUnderWay(*this)) return;
+    if (Evicting::isUnderWay(*this)) return;
     makeRoom(typeid(void), typeid(void), 0, &entry);
 }
 
@@ -193,19 +194,23 @@ void Cache::adjust(const std::type_info& domain, const std::type_info& creator,
 
 void Cache::makeRoom(const std::type_info& domain, const std::type_info& creator,
                      unsigned long long addition, CacheEntry* spared) {
-    const MakingRoom scope(*this);
+    const Evicting scope(*this);
     // No more than there are: a creator may have a new object as soon as it has forgotten one.
     for (std::size_t left = size(); left > 0; --left) {
         // One at a time, as it may take others with it.
         const std::optional<Victim> victim = pickVictim(domain, creator, addition, spared);
         if (!victim) return;
-        const Evicting eviction(*this);
+        const VictimScope eviction(*this);
         forget(*victim);
     }
 }
 
+bool Cache::isEvicting() noexcept {
+    return Evicting::isUnderWay();
+}
+
 void Cache::waitForEvictions() const {
-    if (MakingRoom::isUnderWay(*this)) return;
+    if (Evicting::isUnderWay()) return;
     std::unique_lock lock(_mutex);
     _books->evicted.wait(lock, [this] { return _books->evictions == 0; });
 }
@@ -221,13 +226,13 @@ std::optional<Cache::Victim> Cache::pickVictim(const std::type_info& domain,
     if (_books->cost <= limit) return std::nullopt;
     CacheEntry* const oldestEntry = oldest(families(domain, creator), spared);
     if (oldestEntry == nullptr) return std::nullopt;
-    ++_books->evictions;
     return takeOut(*oldestEntry);
 }
 
-/// The caller holds the lock.
+/// For a VictimScope. The caller holds the lock.
 Cache::Victim Cache::takeOut(CacheEntry& entry) {
     dequeue(entry);
+    ++_books->evictions;
     return {&entry, entry.object, entry.creator};
 }
 
@@ -255,9 +260,14 @@ CacheEntry* Cache::oldest(const Families& families, const CacheEntry* spared) {
 bool Cache::forget(const Victim& victim) {
     const StrongPtr<Creature> creator(victim.creator);
     if (!creator) return false;
+    CacheEntry& entry = *victim.entry;
+    {
+        // What was taken from its creator meanwhile is no reason to lose what that has made since.
+        const std::lock_guard lock(_mutex);
+        if (!(entry.object == victim.object) || !(entry.creator == victim.creator)) return false;
+    }
     if (creator->forget()) return true;
     const std::lock_guard lock(_mutex);
-    CacheEntry& entry = *victim.entry;
     const bool isStillOut = entry.object == victim.object && entry.queue == nullptr;
     if (!isStillOut) return false;
     // The owner keeps it: it counts again, and is left alone from now on.
@@ -269,7 +279,9 @@ bool Cache::forget(const Victim& victim) {
 std::size_t Cache::purge() {
     std::size_t dropped = 0;
     std::exception_ptr failure;
+    const Evicting scope(*this);
     for (const Victim& victim : takeAllOut()) {
+        const VictimScope eviction(*this);
         try {
             if (forget(victim)) ++dropped;
         } catch (...) {
@@ -290,11 +302,12 @@ std::vector<Cache::Victim> Cache::takeAllOut() {
     for (const CacheMultiQueue* const family : all) {
         std::vector<CacheEntry*> kept;
         while (CacheEntry* const entry = family->queues[CacheMultiQueue::Pinned]->oldest()) {
-            const Victim victim = takeOut(*entry);
-            if (entry->pinned)
+            if (entry->pinned) {
+                dequeue(*entry);
                 kept.push_back(entry);
-            else
-                victims.push_back(victim);
+            } else {
+                victims.push_back(takeOut(*entry));
+            }
         }
         for (CacheEntry* const entry : kept) enqueue(*entry);
     }

@@ -70,9 +70,12 @@ public:
     /// but for those of pinned objects. What an owner throws passes through when all were asked.
     std::size_t purge();
     /// Waits until no other thread is evicting any more: an object that it has chosen is in the
-    /// books no longer, and not yet with its creator. Not for a creator in forget(), for which it
-    /// does nothing, nor with a lock held that a creator may want.
+    /// books no longer, and not yet with its creator. Not with a lock held that a creator may want,
+    /// nor for a creator in forget(), where isEvicting(): two of them would wait for each other, so
+    /// that it does nothing.
     void waitForEvictions() const;
+    /// Whether the current thread is evicting from any cache: a creator has been asked to forget.
+    static bool isEvicting() noexcept;
     /// Evicts the oldest objects of a domain and creator type, typeid(void) for all, until the cost
     /// and `addition` bytes are within the maximum. The cost is that of all objects, whatever the
     /// types. It stays above where owners refuse or have new objects at once.
@@ -93,8 +96,8 @@ private:
     friend class Cacheable;
     using Families = std::vector<const CacheMultiQueue*>;
     struct Victim;
-    class MakingRoom;
     class Evicting;
+    class VictimScope;
 
     CacheEntry* enrol(const Cacheable& object, const WeakPtr<Creature>& creator, std::size_t bytes,
                       const std::type_info& domain, const std::type_info& creatorType);

@@ -5,6 +5,15 @@
 
 namespace Keel {
 
+namespace {
+
+bool isTaken(const WeakPtr<Creature>& creator) {
+    const ControlBlock* const block = creator.controlBlock();
+    return block != nullptr && block->firstReferenceState() == ControlBlock::Taken;
+}
+
+} // namespace
+
 Cacheable::Cacheable() = default;
 
 Cacheable::Cacheable(const WeakPtr<Creature>& creator) : _creator(creator) {}
@@ -86,7 +95,10 @@ void Cacheable::reportMemsize(std::size_t bytes) {
 
 /// Enrols the object, unless it is already, and makes room for it. Nothing for an object of nobody.
 void Cacheable::enrol() {
-    const StrongPtr<Creature> owner(creator());
+    const WeakPtr<Creature> mine = creator();
+    // A creator that has no strong pointer yet is still being made, and comes back to this then.
+    if (!isTaken(mine)) return;
+    const StrongPtr<Creature> owner(mine);
     if (!owner) return;
     if (_entry.load() == nullptr) {
         const StrongPtr<Cache, CacheBase> cache(owner->cache());

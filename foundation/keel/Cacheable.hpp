@@ -15,8 +15,9 @@ namespace Keel {
 /// An object that belongs to a creator and whose cost is accounted for by the creator's cache.
 ///
 /// It is enrolled in the cache at its first strong pointer, or when it gets a creator after that,
-/// and stays enrolled until it dies or is evicted. It keeps its cache alive. An object without
-/// creator, or whose creator has no cache, is in no cache.
+/// but not before the creator's first strong pointer, and stays enrolled until it dies or is
+/// evicted. It keeps its cache alive. An object without creator, or whose creator has no cache, is
+/// in no cache.
 class KEEL_EXPORT Cacheable : public ReferenceBase<Cacheable> {
 public:
     Cacheable();

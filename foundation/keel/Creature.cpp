@@ -16,6 +16,14 @@ void Creature::enableCaching(bool pinned) const {
     if (const StrongPtr<Cacheable> object = get()) object->pin(pinned);
 }
 
+void Creature::firstReference() {
+    const WeakPtr<Creature> self(*this);
+    if (const StrongPtr<Cacheable> object = get(); object && object->creator() == self) {
+        object->setCreator(self);
+    }
+    enableCaching(false);
+}
+
 // The standard's default: no bucket but one, and a load factor of 1.
 NamedCreatures::NamedCreatures() = default;
 

@@ -34,11 +34,11 @@ public:
     void discardCreation();
     /// True pins the present object of this owner, so that the cache leaves it alone; false makes
     /// it subject to eviction again, which is how objects start. Counts as a use of the object.
-    /// Called with false at the first strong pointer to the owner, and to be called so by a creator
-    /// that has stored a new object.
+    /// Called with false at the first strong pointer to the owner, when an object that it has from
+    /// the start is enrolled, and to be called so by a creator that has stored a new object.
     void enableCaching(bool pinned) const;
 
-    void firstReference() { enableCaching(false); }
+    void firstReference();
 
 private:
     const WeakPtr<Cache, CacheBase> _cache;

@@ -150,7 +150,9 @@ std::vector<VObjectPtr> VActionNotifier::objects() {
 void VActionNotifier::Warning(const std::string& text) {
     const auto listeners = liveListeners();
     for (const auto& listener : listeners) listener->warning(text);
-    if (listeners.empty()) std::fprintf(stderr, "Warning: %s\n", text.c_str());
+    if (!listeners.empty()) return;
+    std::printf("Warning: %s\n", text.c_str());
+    std::fflush(stdout);
 }
 
 } // namespace Mirk

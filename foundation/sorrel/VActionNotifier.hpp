@@ -40,7 +40,7 @@ public:
     /// What the shell holds, in order of announcement.
     static std::vector<VObjectPtr> objects();
 
-    /// Shows a warning: to the listeners; without any it is printed on standard error.
+    /// Shows a warning: to the listeners; without any it is printed on standard output.
     static void Warning(const std::string& text);
 };
 

@@ -22,11 +22,11 @@ int VConnectable::attachUniqueObject(
     auto* const object = dynamic_cast<VObject*>(this);
     if (object == nullptr || !slot) return NoSlot;
     const std::type_info& type = slot->valueType();
-    const UniqueOutput unique = findUniqueOutput(type, preferences, object);
-    VObjectPtr source = unique.object;
-    if (unique.code == NoObject && create) source = createForInput(type, preferences);
-    if (!source) return unique.code;
-    return object->attachParameter(source->getImplementation(type, {}, {}), slot, source->Name());
+    const auto find = create ? findOrCreateUniqueOutput : findUniqueOutput;
+    const UniqueOutput source = find(type, preferences, object);
+    if (!source.object) return source.code;
+    return object->attachParameter(source.object->getImplementation(type, {}, {}), slot,
+                                   source.object->Name());
 }
 
 VSlotPtr VConnectable::CreatedFilteredConnection(const VParameterPtr& parameter) const {

@@ -127,9 +127,8 @@ VObject::iterateParents(const std::function<bool(const VObjectPtr&, const VSlot&
 VObjectPtr VObject::findUniqueOutputObject(const std::type_info& type,
                                            const PreferencesPtr& preferences, bool create,
                                            const VObject* except) {
-    const UniqueOutput unique = findUniqueOutput(type, preferences, except);
-    if (unique.code == NoObject && create) return createForInput(type, preferences);
-    return unique.object;
+    const auto find = create ? findOrCreateUniqueOutput : findUniqueOutput;
+    return find(type, preferences, except).object;
 }
 
 int VObject::attachNewObject(const VSlotPtr& slot, const std::string& creatorName,
@@ -147,8 +146,7 @@ int VObject::attachNewObject(const VSlotPtr& slot, const std::string& creatorNam
     const AttachErrorCode code =
         attachParameter(object->getImplementation(slot->valueType(), {}, {}), slot, object->Name());
     if (code < 0) return code;
-    VActionNotifier::VObjectCreation(object, context, Keel::WeakPtr<VCreatorBase>(creator));
-    object->setup({});
+    announce(object, context, Keel::WeakPtr<VCreatorBase>(creator));
     return code;
 }
 

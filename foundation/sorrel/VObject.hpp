@@ -96,15 +96,16 @@ public:
 
     /// The one object with an output of a type. If there are several, those whose preferences fit
     /// `preferences` best are meant; if there is none and `create` is true, a creator of such
-    /// inputs makes one. Null if there is no single one. `except` is left out; it may be null.
+    /// inputs makes one; two threads at a time get the same. Null if there is no single one.
+    /// `except` is left out; it may be null.
     static VObjectPtr findUniqueOutputObject(const std::type_info& type,
                                              const PreferencesPtr& preferences, bool create,
                                              const VObject* except);
     /// Makes an object and connects one of its outputs to an input of this object. `creatorName` is
     /// the name of the creator, optionally followed by the byte 0x1E and the name for the new
     /// object; without that the new object has the creator's name. The object is announced to the
-    /// shell. `context` goes to the creator. Returns a code of AttachErrorCode; an object that
-    /// can't be connected is given up again.
+    /// shell and set up; what that throws becomes a Warning. `context` goes to the creator. Returns
+    /// a code of AttachErrorCode; an object that can't be connected is given up again.
     int attachNewObject(const VSlotPtr& slot, const std::string& creatorName,
                         const Keel::Intercube& context, const PreferencesPtr& preferences);
 

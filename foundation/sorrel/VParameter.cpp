@@ -191,6 +191,8 @@ VValuePtr VParameter::getLocalValue(const ValuePoolPtr& pool, const std::string&
     if (value &&
         (_value->ageable().age() != before || origin->ageable().isYoungerThan(value->ageable()))) {
         refresh(*value, member);
+        // Who was told of that write may have read the copy ahead of this.
+        notify(value, pool, {}, nullptr);
     }
     return value;
 }

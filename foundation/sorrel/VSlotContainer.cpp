@@ -3,6 +3,7 @@
 #include <sorrel/connectionChanges.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace Mirk {
@@ -356,7 +357,16 @@ void VSlotContainer::setup(const VSlotSet& connected) {
         _isSetUp = true;
         functions.swap(_setups);
     }
-    for (const SetupFunction& function : functions) function(connected);
+    std::exception_ptr failure;
+    for (const SetupFunction& function : functions) {
+        try {
+            function(connected);
+        } catch (...) {
+            // They run once: nobody would call the others again.
+            if (!failure) failure = std::current_exception();
+        }
+    }
+    if (failure) std::rethrow_exception(failure);
 }
 
 bool VSlotContainer::implements(const std::type_info& type) const {

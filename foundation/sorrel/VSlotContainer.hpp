@@ -119,6 +119,7 @@ public:
     void addSetup(SetupFunction function);
     /// Runs the functions of addSetup() in their order, once in the life of the object, after its
     /// connections were made or restored. `connected` are the inputs that are connected already.
+    /// What a function throws passes through when all have run, of several the first.
     void setup(const VSlotSet& connected);
 
     /// Whether there is an output of a value type.

@@ -3,6 +3,8 @@
 #include <sorrel/VActionNotifier.hpp>
 #include <sorrel/VCreatorBase.hpp>
 
+#include <exception>
+#include <mutex>
 #include <vector>
 
 namespace Mirk {
@@ -51,15 +53,39 @@ UniqueOutput findUniqueOutput(const std::type_info& type,
     return finder.result();
 }
 
-VObjectPtr createForInput(const std::type_info& type, const VObject::PreferencesPtr& preferences) {
-    const auto creator = VInputCreatorBase::findBest(type, preferences);
-    if (!creator) return {};
+UniqueOutput findOrCreateUniqueOutput(const std::type_info& type,
+                                      const VObject::PreferencesPtr& preferences,
+                                      const VObject* except) {
+    // Two threads that find none must not make two. A creator may look for its own inputs.
+    static std::recursive_mutex& mutex = *new std::recursive_mutex;
     const Keel::Intercube noContext;
-    VObjectPtr object = creator->make(creator->name(), preferences, noContext);
-    if (!object || !object->implements(type)) return {};
-    VActionNotifier::VObjectCreation(object, noContext, Keel::WeakPtr<VCreatorBase>(creator));
-    object->setup({});
-    return object;
+    Keel::StrongPtr<VInputCreatorBase, VCreatorBase> creator;
+    VObjectPtr object;
+    {
+        const std::lock_guard lock(mutex);
+        UniqueOutput unique = findUniqueOutput(type, preferences, except);
+        if (unique.code != NoObject) return unique;
+        creator = VInputCreatorBase::findBest(type, preferences);
+        if (!creator) return unique;
+        object = creator->make(creator->name(), preferences, noContext);
+        if (!object || !object->implements(type)) return unique;
+    }
+    announce(object, noContext, Keel::WeakPtr<VCreatorBase>(creator));
+    return {object, Attached};
+}
+
+void announce(const VObjectPtr& object, const Keel::Intercube& context,
+              const Keel::WeakPtr<VCreatorBase>& creator) {
+    VActionNotifier::VObjectCreation(object, context, creator);
+    try {
+        object->setup({});
+    } catch (const std::exception& exception) {
+        VActionNotifier::Warning("Could not set up \"" + object->Name() +
+                                 "\": " + exception.what());
+    } catch (...) {
+        VActionNotifier::Warning("Could not set up \"" + object->Name() +
+                                 "\": it threw something that is no exception");
+    }
 }
 
 } // namespace Mirk

@@ -15,7 +15,12 @@ struct UniqueOutput {
 /// preferences fit best.
 UniqueOutput findUniqueOutput(const std::type_info& type,
                               const VObject::PreferencesPtr& preferences, const VObject* except);
-/// Makes and announces an object with an output of a type. Null if no creator can.
-VObjectPtr createForInput(const std::type_info& type, const VObject::PreferencesPtr& preferences);
+/// The same; if there is none, the best creator of such inputs makes and announces one.
+UniqueOutput findOrCreateUniqueOutput(const std::type_info& type,
+                                      const VObject::PreferencesPtr& preferences,
+                                      const VObject* except);
+/// Tells the shell of a new object and sets it up. What that throws becomes a Warning.
+void announce(const VObjectPtr& object, const Keel::Intercube& context,
+              const Keel::WeakPtr<VCreatorBase>& creator);
 
 } // namespace Mirk

@@ -228,7 +228,7 @@ TEST_F(CacheTest, WhatNoCreatorHasAnyMoreGoesAheadOfWhatOneHas) {
     EXPECT_FALSE(released->isEnrolled());
 }
 
-TEST_F(CacheTest, WaitsForTheEvictionsOfOtherThreads) {
+TEST_F(CacheTest, WaitsForTheEvictionsAndPurgesOfOtherThreads) {
     class Slow : public BlockMaker {
     public:
         explicit Slow(const StrongPtr<Cache>& owner) : BlockMaker(owner, 100) {}
@@ -241,18 +241,45 @@ TEST_F(CacheTest, WaitsForTheEvictionsOfOtherThreads) {
         std::promise<void> isForgetting, mayGoOn;
         std::atomic<bool> hasForgotten{false};
     };
-    const auto slow = Keel::make<Slow>(cache);
-    slow->create();
-    cache->waitForEvictions();
-    std::thread evicting([&] { makers(3, 100); });
-    slow->isForgetting.get_future().wait();
-    std::thread waiting([&] {
+    for (const bool purges : {false, true}) {
+        const auto slow = Keel::make<Slow>(cache);
+        slow->create();
         cache->waitForEvictions();
-        EXPECT_TRUE(slow->hasForgotten);
-    });
-    slow->mayGoOn.set_value();
-    waiting.join();
-    evicting.join();
+        std::thread evicting([&] {
+            if (purges)
+                cache->purge();
+            else
+                makers(3, 100);
+        });
+        slow->isForgetting.get_future().wait();
+        std::thread waiting([&] {
+            cache->waitForEvictions();
+            EXPECT_TRUE(slow->hasForgotten);
+        });
+        slow->mayGoOn.set_value();
+        waiting.join();
+        evicting.join();
+    }
+}
+
+TEST_F(CacheTest, LeavesWhatACreatorHasMadeSinceItsFormerObjectWasChosen) {
+    class Thief : public BlockMaker {
+    public:
+        explicit Thief(const StrongPtr<Cache>& owner) : BlockMaker(owner, 100) {}
+        bool forget() override {
+            if (victim) victim->create();
+            return BlockMaker::forget();
+        }
+        StrongPtr<BlockMaker> victim;
+    };
+    const auto thief = Keel::make<Thief>(cache);
+    thief->victim = Keel::make<BlockMaker>(cache, 100u);
+    thief->create();
+    thief->victim->create();
+    EXPECT_EQ(cache->purge(), 1u);
+    EXPECT_EQ(thief->victim->asked, 0);
+    EXPECT_TRUE(thief->victim->hasData());
+    EXPECT_EQ(cache->memsize(false), 100u) << "the new object counts";
 }
 
 TEST_F(CacheTest, CreatorInForgetDoesNotWaitForItself) {
@@ -260,6 +287,7 @@ TEST_F(CacheTest, CreatorInForgetDoesNotWaitForItself) {
     public:
         explicit Waiting(const StrongPtr<Cache>& owner) : BlockMaker(owner, 100) {}
         bool forget() override {
+            EXPECT_TRUE(Cache::isEvicting());
             if (const StrongPtr<Cache, Keel::CacheBase> owner(cache()); owner) {
                 owner->waitForEvictions();
             }
@@ -270,6 +298,9 @@ TEST_F(CacheTest, CreatorInForgetDoesNotWaitForItself) {
     maker->create();
     makers(3, 100);
     EXPECT_FALSE(maker->hasData());
+    maker->create();
+    EXPECT_EQ(cache->purge(), 1u);
+    EXPECT_FALSE(Cache::isEvicting());
 }
 
 TEST_F(CacheTest, PurgeDropsWhatOwnersAllowAndCountsIt) {

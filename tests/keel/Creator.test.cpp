@@ -51,6 +51,24 @@ TEST_F(CreatorTest, HasItsVirtualOperationsInOrder) {
               slotsFrom(3, 12));
 }
 
+TEST_F(CreatorTest, EnrolsWhatItStartsWithWhenItIsMadeItself) {
+    const StrongPtr<Toy, Cacheable> toy(new Toy);
+    class Maker : public Forgetter {
+    public:
+        Maker(const StrongPtr<Cache>& owner, const StrongPtr<Toy, Cacheable>& object)
+            : Forgetter(owner, object) {
+            EXPECT_EQ(object->creator(), WeakPtr<Keel::Creature>(*this));
+            EXPECT_FALSE(object->isEnrolled()) << "which kind of creator has it is not known yet";
+        }
+    };
+    const auto maker = Keel::make<Maker>(cache, toy);
+    EXPECT_TRUE(toy->isEnrolled());
+    cache->adjust(typeid(Toy), typeid(Forgetter), 1000);
+    EXPECT_TRUE(maker->hasData());
+    cache->adjust(typeid(Toy), typeid(Maker), 1000);
+    EXPECT_FALSE(maker->hasData());
+}
+
 TEST_F(CreatorTest, StartsEmptyAndOlderThanEverything) {
     const auto maker = Keel::make<Forgetter>(cache);
     EXPECT_FALSE(maker->hasData());

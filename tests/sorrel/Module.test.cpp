@@ -246,13 +246,13 @@ TEST_F(ModuleTest, SearchesTheModulePathBeforeTheFolderOfTheLibrary) {
 TEST_F(ModuleTest, NamesThatAreTakenAreAWarning) {
     const GraphTest::Registrations registrations;
     const auto first = VCreatorBase::find("Everything");
-    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     {
         const CreatorRegistration<VCreator<GraphTest::Everything>> second(
             "Everything", "", VCreatorBase::PreferencesPtr());
         EXPECT_EQ(VCreatorBase::find("Everything"), first);
     }
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("\"Everything\" already"));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("\"Everything\" already"));
     EXPECT_EQ(VCreatorBase::find("Everything"), first);
 }
 

@@ -89,14 +89,14 @@ TEST_F(VActionNotifierTest, ClearGoesBackwards) {
 }
 
 TEST_F(VActionNotifierTest, WarningGoesToTheListeners) {
-    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     VActionNotifier::Warning("careful");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_THAT(shell->events(), ElementsAre("warning careful"));
     VActionNotifier::removeListener(shell);
-    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     VActionNotifier::Warning("careful");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Warning: careful\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Warning: careful\n");
     EXPECT_EQ(shell->events().size(), 1u);
 }
 

@@ -3,11 +3,16 @@
 #include <sorrel/VActionNotifier.hpp>
 #include <sorrel/VCreatorBase.hpp>
 
+#include "Recorder.hpp"
 #include "Summing.hpp"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <latch>
+#include <stdexcept>
 #include <string>
+#include <thread>
+#include <vector>
 
 using Mirk::VObject;
 using Mirk::VObjectPtr;
@@ -107,6 +112,63 @@ TEST_F(VConnectableTest, MissingObjectIsMadeOnDemand) {
     EXPECT_EQ(made->creatorName(), "Tank");
     EXPECT_EQ(Mirk::VActionNotifier::objects(), std::vector{made}) << "it was announced";
     EXPECT_EQ(Mirk::VObject::findUniqueOutputObject(typeid(Fuel), {}, true, nullptr), made);
+    EXPECT_TRUE(Mirk::unregisterVInput(typeid(Fuel), creator));
+}
+
+TEST_F(VConnectableTest, MissingObjectIsMadeForWhoeverSearches) {
+    const Keel::StrongPtr<TankCreator, Mirk::VCreatorBase> creator(new TankCreator);
+    ASSERT_TRUE(Mirk::registerVInput(typeid(Fuel), creator));
+    EXPECT_FALSE(VObject::findUniqueOutputObject(typeid(Fuel), {}, false, nullptr));
+    const VObjectPtr made = VObject::findUniqueOutputObject(typeid(Fuel), {}, true, nullptr);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(Mirk::VActionNotifier::objects(), std::vector{made});
+    EXPECT_TRUE(Mirk::unregisterVInput(typeid(Fuel), creator));
+}
+
+TEST_F(VConnectableTest, MissingObjectIsMadeOnceForThreadsThatSearchAtOnce) {
+    const Keel::StrongPtr<TankCreator, Mirk::VCreatorBase> creator(new TankCreator);
+    ASSERT_TRUE(Mirk::registerVInput(typeid(Fuel), creator));
+    for (int round = 0; round < 50; ++round) {
+        std::latch start(4);
+        std::vector<VObjectPtr> found(4);
+        std::vector<std::thread> threads;
+        for (VObjectPtr& mine : found) {
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                mine = VObject::findUniqueOutputObject(typeid(Fuel), {}, true, nullptr);
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_TRUE(found[0]);
+        EXPECT_EQ(found, std::vector(4, found[0]));
+        EXPECT_EQ(Mirk::VActionNotifier::objects().size(), 1U);
+        Mirk::VActionNotifier::clear();
+    }
+    EXPECT_TRUE(Mirk::unregisterVInput(typeid(Fuel), creator));
+}
+
+TEST_F(VConnectableTest, SetupThatThrowsBecomesAWarningAndTheObjectServes) {
+    class Leaking : public TankCreator {
+    public:
+        VObjectPtr create(const std::string& objectName, const PreferencesPtr& preferences,
+                          const Keel::Intercube& context) override {
+            const VObjectPtr tank = TankCreator::create(objectName, preferences, context);
+            tank->addSetup([](const Mirk::VSlotSet&) { throw std::runtime_error("no valve"); });
+            tank->addSetup([](const Mirk::VSlotSet&) { throw 1; });
+            return tank;
+        }
+    };
+    const Keel::StrongPtr<Leaking, Mirk::VCreatorBase> creator(new Leaking);
+    ASSERT_TRUE(Mirk::registerVInput(typeid(Fuel), creator));
+    ASSERT_TRUE(Mirk::VCreatorBase::registerCreator(creator));
+    const ShellRecorderPtr shell = listenToShell();
+    EXPECT_EQ(engine->attachUniqueObject(engine->fuel, {}, true), 0);
+    const Keel::Intercube none;
+    EXPECT_EQ(engine->attachNewObject(engine->fuel, "Tank\x1espare", none, {}), 0);
+    EXPECT_THAT(shell->events(),
+                testing::ElementsAre("created Tank", "warning Could not set up \"Tank\": no valve",
+                                     "created spare",
+                                     "warning Could not set up \"spare\": no valve"));
     EXPECT_TRUE(Mirk::unregisterVInput(typeid(Fuel), creator));
 }
 

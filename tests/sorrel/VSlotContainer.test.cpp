@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -181,6 +182,17 @@ TEST_F(VSlotContainerTest, SlotsAreConnectedByNameOrByTheOnlyOutputOfTheirType) 
     EXPECT_EQ(object->connectSlots({}), 0);
     object->detachAll();
     EXPECT_FALSE(object->findInput("b")->isConnected());
+}
+
+TEST_F(VSlotContainerTest, SetupFunctionsRunBehindOneThatThrows) {
+    int calls = 0;
+    object->addSetup([](const Mirk::VSlotSet&) { throw std::runtime_error("first"); });
+    object->addSetup([](const Mirk::VSlotSet&) { throw std::runtime_error("second"); });
+    object->addSetup([&](const Mirk::VSlotSet&) { ++calls; });
+    EXPECT_THAT([&] { object->setup({}); }, testing::ThrowsMessage<std::runtime_error>("first"));
+    EXPECT_EQ(calls, 1);
+    object->setup({});
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(VSlotContainerTest, SetupFunctionsRunOnceInTheirOrder) {
