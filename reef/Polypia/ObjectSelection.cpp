@@ -116,7 +116,10 @@ std::shared_ptr<const ObjectSelection::Drawables> ObjectSelection::drawables() c
         const VObjectPtr live(object);
         if (!live) continue;
         // What an object is can't be told before its construction has ended.
-        if (!live->isPublished()) isComplete = false;
+        if (!live->isPublished()) {
+            isComplete = false;
+            continue;
+        }
         const Keel::StrongPtr<RenderAble, VManagedObjectBase> drawable(live);
         if (drawable) found->push_back({layer, drawable});
     }

@@ -59,9 +59,10 @@ public:
     void iterate(const Visitor& visit) const;
     /// The same for the layers from `first` to `last`, both included.
     void iterate(int first, int last, const Visitor& visit) const;
-    /// The objects that are a RenderAble, in order, as they are now: for walks in each frame, which
-    /// hold no lock. To find out what an object is takes longer than to look at it, so that this is
-    /// done once for a selection and its copies, until it is changed. Never null.
+    /// The objects that are a RenderAble, in order, as they are now, without those whose
+    /// construction has not ended yet: for walks in each frame, which hold no lock. To find out
+    /// what an object is takes longer than to look at it, so that this is done once for a selection
+    /// and its copies, until it is changed. Never null.
     std::shared_ptr<const Drawables> drawables() const;
 
 private:

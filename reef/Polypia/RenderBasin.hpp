@@ -157,7 +157,8 @@ public:
     /// The shader input of an attribute. Only the eight numbers of the enumeration have one.
     static const char* AttributeNames(VertexAttributeTypes attribute);
 
-    /// Null if it has died.
+    /// Null if it has died. For the render thread, which ends it: another upgrades the weak
+    /// pointer.
     Seagrass* getSeagrass() const;
     /// The interactor of the Seagrass, which all its contexts share; empty when the Seagrass has
     /// died. Any thread.

@@ -24,7 +24,7 @@ std::uint64_t threadNumber() noexcept {
 
 std::atomic<std::uint64_t> seagrassEnds{0};
 
-/// Calls `visit(const Polyp&)` for each live polyp of a cache.
+/// Calls `visit(Polyp&)` for each live polyp of a cache.
 template<class Visit>
 void forEachPolyp(const Keel::Cache& cache, const Visit& visit) {
     struct Visitor : Keel::CacheQueue::Iterator {
@@ -167,7 +167,9 @@ Seagrass::~Seagrass() {
 }
 
 void Seagrass::beforeLastRelease() {
-    if (_renderThread == threadNumber()) {
+    // In the middle of a clean-up or an eviction there are locks and other caches that wait.
+    const bool isFree = !Cleaning::isUnderWay() && !Keel::Cache::isEvicting();
+    if (isFree && _renderThread == threadNumber()) {
         // While this object is alive: any thread that takes a polyp from its creator either finds
         // it so and hands the polyp in, or comes too late to find a polyp at all.
         evictAll();
@@ -188,6 +190,7 @@ Keel::StrongPtr<Seagrass> Seagrass::takeSaved() {
 bool Seagrass::drain(const Keel::WeakPtr<Seagrass>& seagrass) {
     if (Keel::StrongPtr<Seagrass> alive(seagrass); alive) {
         const Keel::StrongPtr<Seagrass> saved = alive->takeSaved();
+        alive->dropQueue();
         alive->cleanup();
     }
     return !seagrass;
@@ -201,6 +204,13 @@ void Seagrass::queue(const RenderFunction& function) {
     RenderFunction copy(function);
     const std::lock_guard guard(queueMutex);
     renderQueue.push_front(std::move(copy));
+}
+
+/// Destroyed without the lock, as what they hold may queue others.
+void Seagrass::dropQueue() {
+    std::deque<RenderFunction> dropped;
+    const std::lock_guard guard(queueMutex);
+    dropped.swap(renderQueue);
 }
 
 bool Seagrass::hasQueue() const {
@@ -324,19 +334,23 @@ void Seagrass::evictAll() noexcept try {
 }
 
 void Seagrass::reportSurvivors() const noexcept try {
-    std::string names;
-    std::size_t number = 0;
+    std::vector<PolypPtr> survivors;
     for (const auto& held : _heldElsewhere) {
-        const PolypPtr polyp(held);
-        if (!polyp) continue;
-        names += (number == 0 ? "" : ", ") + polyp->name();
-        ++number;
+        if (PolypPtr polyp(held); polyp) survivors.push_back(std::move(polyp));
     }
-    if (number == 0) return;
+    // Those that a creator has not given up.
+    forEachPolyp(*cache, [&](Polyp& polyp) {
+        const PolypPtr kept(polyp);
+        const bool isKnown = std::find(survivors.begin(), survivors.end(), kept) != survivors.end();
+        if (!isKnown) survivors.push_back(kept);
+    });
+    if (survivors.empty()) return;
+    std::string names;
+    for (const PolypPtr& polyp : survivors) names += (names.empty() ? "" : ", ") + polyp->name();
     Keel::VerboseStream("Polypia").print(
         "~Seagrass: expected that nobody holds polyps of \"%s\" any more, got %zu that will die "
         "without the context: %s",
-        cache->name().c_str(), number, names.c_str());
+        cache->name().c_str(), survivors.size(), names.c_str());
 } catch (...) {
     // Nothing may leave the destructor.
 }

@@ -58,7 +58,8 @@ public:
     /// See the class: on the render thread does the work of the destructor while nobody can be
     /// kept from giving up a polyp here, on any other saves the object for drain().
     void beforeLastRelease() override;
-    /// Ends what is left of a Seagrass after its owner has let go: cleans up and, if nobody else
+    /// Ends what is left of a Seagrass after its owner has let go: drops what is queued, so that
+    /// nobody waits for it any more who holds the Seagrass, cleans up and, if nobody else
     /// holds it any more, destroys it. Returns whether it is gone; if not, somebody holds it at
     /// this moment, and the call is to be repeated. On the render thread, with the context current.
     static bool drain(const Keel::WeakPtr<Seagrass>& seagrass);
@@ -135,6 +136,7 @@ private:
     void evictAll() noexcept;
     void reportSurvivors() const noexcept;
     Keel::StrongPtr<Seagrass> takeSaved();
+    void dropQueue();
 
 protected:
     // The order of the fields, which is that of their end in reverse, is part of the interface.

@@ -107,12 +107,13 @@ VRenderContextBasin::VRenderContextBasin(const Keel::WeakPtr<Seagrass>& theSeagr
 VRenderContextBasin::~VRenderContextBasin() = default;
 
 void VRenderContextBasin::queue(const std::function<void(VRenderContextBasin&)>& function) const {
-    if (Seagrass* const live = getSeagrass()) live->queue(function);
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    if (live) live->queue(function);
 }
 
 int VRenderContextBasin::handleQueue(const std::function<bool()>& stop) {
-    Seagrass* const live = getSeagrass();
-    return live != nullptr ? live->handleQueue(*this, stop) : 0;
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    return live ? live->handleQueue(*this, stop) : 0;
 }
 
 VRenderContext::Font::Font() = default;
@@ -169,7 +170,10 @@ bool VRenderContext::allowRendering(Polyp& polyp) {
     if (isCancelled()) return false;
     // Signed, as an allowance below 0 is used up, too.
     const auto bytes = static_cast<std::int64_t>(polyp.memsize());
-    if (renderAllowance < bytes) return false;
+    if (renderAllowance < bytes) {
+        ++_refusals;
+        return false;
+    }
     renderAllowance -= bytes;
     return true;
 }
@@ -290,18 +294,19 @@ bool VRenderContext::isVisible(const Skua::BoundingBox& box, unsigned eye) const
 UniformBufferPtr
 VRenderContext::mkUniformBuffer(const std::string& name,
                                 const std::function<UniformBufferPtr()>& factory) const {
-    Seagrass* const live = getSeagrass();
-    return live != nullptr ? live->mkUniformBuffer(name, factory) : UniformBufferPtr();
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    return live ? live->mkUniformBuffer(name, factory) : UniformBufferPtr();
 }
 
 void VRenderContext::setUniformBuffer(const std::string& name,
                                       const Keel::WeakPtr<UniformBuffer, Tentacle>& buffer) const {
-    if (Seagrass* const live = getSeagrass()) live->setUniformBuffer(name, buffer);
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    if (live) live->setUniformBuffer(name, buffer);
 }
 
 UniformBufferPtr VRenderContext::getUniformBuffer(const std::string& name) const {
-    Seagrass* const live = getSeagrass();
-    return live != nullptr ? live->getUniformBuffer(name) : UniformBufferPtr();
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    return live ? live->getUniformBuffer(name) : UniformBufferPtr();
 }
 
 } // namespace Mirk

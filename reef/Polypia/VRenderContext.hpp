@@ -140,6 +140,8 @@ public:
     /// from `renderAllowance`, or left there if that is less, or if the frame is cancelled. To be
     /// asked once for each polyp when it has been filled, as only then it has a size.
     bool allowRendering(Polyp& polyp);
+    /// How often that was refused for want of allowance, in the life of the context.
+    std::uint64_t numberOfRefusals() const noexcept { return _refusals; }
 
     /// Width by height of the whole picture, of which this may be a tile.
     double getAspectRatio() const;
@@ -221,6 +223,8 @@ public:
 
 private:
     bool isTile() const;
+
+    std::uint64_t _refusals = 0;
 };
 
 static_assert(std::is_same_v<Keel::RootOf_t<VRenderContext::Font>, Polyp::Tentacle>);

@@ -321,6 +321,33 @@ TEST_F(Seagrass, DestroysWhatWasScheduledInCleanupAndOnThatThread) {
     seagrass->cleanup();
 }
 
+TEST_F(Seagrass, HasNothingCleanableBehindCleanupNotEvenWhatIsHeld) {
+    const PolypPtr held = livingPolyp(lives, 10);
+    seagrass->scheduleDeletion(held);
+    seagrass->scheduleDeletion(livingPolyp(lives, 5));
+    EXPECT_EQ(seagrass->cleanable(), 15U);
+    seagrass->cleanup();
+    EXPECT_EQ(seagrass->cleanable(), 0U);
+    EXPECT_EQ(seagrass->getNumberOfDeletions(), 0U);
+}
+
+TEST_F(Seagrass, TakesADyingPolypOutOfTheCacheAheadOfItsTentacles) {
+    const auto cache = seagrass->getCache();
+    std::size_t enrolled = 1;
+    plan.initialize = [&](Polyp& polyp, Mirk::VRenderContext&) {
+        const auto atEnd =
+            std::make_shared<AtEnd>([&enrolled, cache] { enrolled = cache->size(); });
+        return polyp.insertTentacle(0, Polyp::TentaclePtr(new LivingTentacle(lives, 1, atEnd)));
+    };
+    const auto creator = makeCreator();
+    creator->acquire(anyRenderContext());
+    EXPECT_EQ(cache->size(), 1U);
+    seagrass->prepareForDeletion(creator);
+    seagrass->cleanup();
+    EXPECT_EQ(lives.alive, 0);
+    EXPECT_EQ(enrolled, 0U);
+}
+
 TEST_F(Seagrass, TakesThePolypsOutOfTheCacheWhenTheyDie) {
     const auto creator = filledCreator(10);
     seagrass->scheduleDeletion(creator->releasePolyp());
@@ -708,6 +735,77 @@ TEST_F(Seagrass, NamesAtItsEndThePolypsThatSomebodyStillHolds) {
               "that will die without the context: " +
                   heldSince->name() + ", " + held->name() + "\n");
     EXPECT_EQ(lives.alive, 2);
+}
+
+TEST_F(Seagrass, NamesAtItsEndThePolypsThatACreatorHasKept) {
+    class Keeping : public TestCreator {
+    public:
+        using PolypCreator::PolypCreator;
+        bool forget() override { return false; }
+    };
+    const auto creator = Keel::make<Keeping>(*seagrass, livingPolyp(lives, 1), plan);
+    creator->getPolyp()->setName("kept");
+    testing::internal::CaptureStdout();
+    seagrass = {};
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("got 1 that will die"));
+    EXPECT_EQ(lives.alive, 1);
+}
+
+TEST_F(Seagrass, WaitsForItsOwnerWhenItIsLetGoOfInTheEvictionOfAnother) {
+    const StrongPtr<Mirk::Seagrass> other(new Mirk::Seagrass(1000000, "other"));
+    const WeakPtr<Mirk::Seagrass> remains(seagrass);
+    class LettingGo : public TestCreator {
+    public:
+        using PolypCreator::PolypCreator;
+        bool forget() override {
+            held = {};
+            return PolypCreator::forget();
+        }
+        StrongPtr<Mirk::Seagrass> held;
+    };
+    const auto creator = Keel::make<LettingGo>(*other, livingPolyp(lives, 1), plan);
+    creator->held = std::move(seagrass);
+    testing::internal::CaptureStderr(); // the pointers tell that the object got new references
+    EXPECT_EQ(other->lawn(), 1);
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(remains);
+    EXPECT_TRUE(Mirk::Seagrass::drain(remains));
+    EXPECT_EQ(lives.alive, 0);
+}
+
+TEST_F(Seagrass, EndsBehindAPurgeOnAnotherThread) {
+    std::promise<void> isForgetting, mayGoOn;
+    class Slow : public TestCreator {
+    public:
+        using PolypCreator::PolypCreator;
+        bool forget() override {
+            (*isForgetting).set_value();
+            (*mayGoOn).get_future().wait();
+            return PolypCreator::forget();
+        }
+        std::promise<void>* isForgetting = nullptr;
+        std::promise<void>* mayGoOn = nullptr;
+    };
+    const auto creator = Keel::make<Slow>(*seagrass, livingPolyp(lives, 1), plan);
+    creator->isForgetting = &isForgetting;
+    creator->mayGoOn = &mayGoOn;
+    std::thread other([cache = seagrass->getCache()] {
+        StrongPtr<Keel::Cache, Keel::CacheBase>(cache)->purge();
+    });
+    isForgetting.get_future().wait();
+    const WeakPtr<Mirk::Seagrass> remains(seagrass);
+    std::thread release([&] {
+        std::this_thread::yield();
+        mayGoOn.set_value();
+    });
+    testing::internal::CaptureStderr();
+    seagrass = {};
+    while (!Mirk::Seagrass::drain(remains)) std::this_thread::yield();
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(lives.alive, 0) << "its polyp was given up ahead of its end";
+    EXPECT_EQ(lives.astray, 0);
+    release.join();
+    other.join();
 }
 
 TEST_F(Seagrass, EndsOnTheThreadOfItsOwnerWhenAnotherLetsGoLast) {
