@@ -14,56 +14,84 @@ namespace Mirk {
 
 using Box = Skua::PhysicalSpace::AABB;
 
-/// Draws the object that it was aimed at, for one eye after the other unless it draws all views
-/// itself. One for each context, as objects are drawn one at a time.
+/// Draws the object that it is aimed at, for one eye after the other unless it draws all views
+/// itself. One for each context, as objects are drawn one at a time, or one within another: an
+/// object may pick while it is drawn.
 class GLRenderContext::EachEye final : public MultiviewRenderable {
 public:
+    /// Aims at an object as long as it exists.
+    class Aim {
+    public:
+        Aim(EachEye& eachEye, const RenderAble& object, MultiviewRenderable* own)
+            : _eachEye(eachEye),
+              _object(object),
+              _own(own),
+              _outer(std::exchange(eachEye._aim, this)) {}
+        Aim(const Aim&) = delete;
+        Aim& operator=(const Aim&) = delete;
+        ~Aim() { _eachEye._aim = _outer; }
+
+        /// False of what is hidden.
+        bool wasDrawn() const { return _wasDrawn; }
+
+    private:
+        friend EachEye;
+        EachEye& _eachEye;
+        const RenderAble& _object;
+        MultiviewRenderable* const _own;
+        Aim* const _outer;
+        bool _wasDrawn = false;
+    };
+
     explicit EachEye(GLRenderContext& context) : _context(context) {}
 
-    void aim(const RenderAble& object, MultiviewRenderable* own) {
-        _object = &object;
-        _own = own;
-        wasCalled = false;
+    /// Whether an object is being drawn.
+    bool isAimed() const { return _aim != nullptr; }
+    bool isAimedAt(const RenderAble& object) const {
+        const Aim* aim = _aim;
+        while (aim != nullptr && &aim->_object != &object) aim = aim->_outer;
+        return aim != nullptr;
     }
 
     bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
                           RenderAble::SubContext& sub) override {
-        wasCalled = true;
+        const Aim& aim = *_aim;
+        _aim->_wasDrawn = true;
         try {
             context.openEyes(views);
-            return _own != nullptr ? _own->multiview_render(context, views, sub)
-                                   : drawEachView(context, views, sub);
+            return aim._own != nullptr ? aim._own->multiview_render(context, views, sub)
+                                       : drawEachView(aim._object, context, views, sub);
         } catch (const RenderException&) {
             throw; // noted when the context is notified
         } catch (const std::exception& exception) {
-            note(exception.what());
+            note(aim._object, exception.what());
             throw;
         } catch (...) {
-            note("an exception of an unknown kind");
+            note(aim._object, "an exception of an unknown kind");
             throw;
         }
     }
-
-    bool wasCalled = false;
 
 private:
     /// Leaves out the other views after a failure, as the object would change its status with each.
     /// An object that reports one may call that a success.
-    bool drawEachView(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
+    bool drawEachView(const RenderAble& object, VRenderContext& context,
+                      const LayeredMultiViews::ViewReferences& views,
                       RenderAble::SubContext& sub) const {
         const std::size_t failures = _context._failures.size();
         for (unsigned eye = 0; eye < views.size(); ++eye) {
             context.openEye(eye);
-            if (!_object->render(context, views[eye], sub)) return false;
+            if (!object.render(context, views[eye], sub)) return false;
             if (_context._failures.size() != failures) return true;
         }
         return true;
     }
-    void note(const char* reason) { _context._failures.push_back({_object->Name(), reason}); }
+    void note(const RenderAble& object, const char* reason) {
+        _context._failures.push_back({object.Name(), reason});
+    }
 
     GLRenderContext& _context;
-    const RenderAble* _object = nullptr;
-    MultiviewRenderable* _own = nullptr;
+    Aim* _aim = nullptr;
 };
 
 GLRenderContext::GLRenderContext(GLContext& glContext, const Keel::WeakPtr<Seagrass>& theSeagrass,
@@ -161,20 +189,46 @@ bool GLRenderContext::notifyError(const RenderAble& object, const RenderExceptio
 }
 
 /// Casts cost as much as all else that is done for an object: they are done when the selection
-/// changes.
-void GLRenderContext::makeItems(const ObjectSelection& objects) {
-    if (_selection == objects) return;
-    _selection = objects;
-    _items.clear();
-    _items.reserve(objects.NumberOfObjects());
-    _selection.iterate([this](int layer, const ObjectSelection::WeakObject& weak) {
-        const VObjectPtr object(weak);
-        auto* const renderable = dynamic_cast<RenderAble*>(object.get());
-        if (renderable == nullptr) return true;
-        const auto* const handler = dynamic_cast<RenderAble::TransparencyHandler*>(renderable);
-        _items.push_back({layer, Keel::WeakPtr<RenderAble, VManagedObjectBase>(*renderable),
-                          dynamic_cast<MultiviewRenderable*>(renderable), handler != nullptr});
-        return true;
+/// changes. For the caller to keep, as another selection may be drawn meanwhile.
+std::shared_ptr<const GLRenderContext::Items>
+GLRenderContext::itemsOf(const ObjectSelection& objects) {
+    auto drawables = objects.drawables();
+    if (_items && drawables == _drawables) return _items;
+    const auto items = std::make_shared<Items>();
+    items->reserve(drawables->size());
+    for (const ObjectSelection::Drawable& drawable : *drawables) {
+        const RenderAblePtr object(drawable.object);
+        if (!object) continue;
+        const auto* const handler = dynamic_cast<RenderAble::TransparencyHandler*>(object.get());
+        items->push_back({drawable.layer, drawable.object,
+                          dynamic_cast<MultiviewRenderable*>(object.get()),
+                          dynamic_cast<StereoDraw*>(object.get()), handler != nullptr});
+    }
+    _drawables = std::move(drawables);
+    _items = items;
+    return items;
+}
+
+/// Visits the live objects of the layers in the order in which they are drawn, until false.
+template<class Visit>
+bool GLRenderContext::visitInOrder(const Items& items, int firstLayer, int lastLayer,
+                                   const Visit& visit) const {
+    std::vector<Waiting> transparent;
+    for (const Item& item : items) {
+        if (item.layer < firstLayer || item.layer > lastLayer) continue;
+        const RenderAblePtr object(item.object);
+        if (!object) continue;
+        if (item.isTransparent) {
+            transparent.push_back({&item, distanceOf(*object)});
+        } else if (!visit(object, item)) {
+            return false;
+        }
+    }
+    std::stable_sort(transparent.begin(), transparent.end(),
+                     [](const Waiting& a, const Waiting& b) { return a.distance > b.distance; });
+    return std::all_of(transparent.begin(), transparent.end(), [&](const Waiting& waiting) {
+        const RenderAblePtr object(waiting.item->object);
+        return !object || visit(object, *waiting.item);
     });
 }
 
@@ -186,27 +240,18 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     _objectSeconds.clear();
     _boundTarget = nullptr;
     if (_targets.empty() || _views.empty()) return 0;
-    makeItems(objects);
     RenderResult result = 0;
-    std::vector<Waiting> transparent;
-    for (const Item& item : _items) {
-        if (item.layer < firstLayer || item.layer > lastLayer) continue;
-        if (isCancelled()) return result | Interrupted;
-        const RenderAblePtr object(item.object);
-        if (!object) continue;
-        if (item.isTransparent) {
-            transparent.push_back({&item, distanceOf(*object)});
+    RenderAble::SubContext sub;
+    const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
+        if (isCancelled()) return false;
+        if (isSeen(*object)) {
+            result |= draw(object, item, renderTime, sub);
         } else {
-            drawIfSeen(object, item, renderTime, result);
+            ++_culled;
         }
-    }
-    std::stable_sort(transparent.begin(), transparent.end(),
-                     [](const Waiting& a, const Waiting& b) { return a.distance > b.distance; });
-    for (const Waiting& waiting : transparent) {
-        if (isCancelled()) return result | Interrupted;
-        const RenderAblePtr object(waiting.item->object);
-        if (object) drawIfSeen(object, *waiting.item, renderTime, result);
-    }
+        return true;
+    };
+    if (!visitInOrder(*itemsOf(objects), firstLayer, lastLayer, drawNext)) result |= Interrupted;
     return result;
 }
 
@@ -255,51 +300,75 @@ double GLRenderContext::distanceOf(const RenderAble& object) const {
     return std::isnan(distance) ? 0.0 : distance;
 }
 
-void GLRenderContext::drawIfSeen(const RenderAblePtr& object, const Item& item, double& renderTime,
-                                 RenderResult& result) {
-    const std::optional<Box> bounds = boundsOf(*object);
-    if (bounds && isOutside(*bounds)) {
-        ++_culled;
-        return;
-    }
+bool GLRenderContext::isSeen(const RenderAble& object) const {
+    const std::optional<Box> bounds = boundsOf(object);
+    return !bounds || !isOutside(*bounds);
+}
+
+VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, const Item& item,
+                                                   double& renderTime,
+                                                   RenderAble::SubContext& sub) {
     const double before = renderTime;
     const std::size_t failures = _failures.size();
-    _eachEye->aim(*object, item.own);
-    const bool succeeded =
-        _eachEye->exception_safe_multiview_render(object, renderTime, *this, _views, _sub);
-    if (_failures.size() != failures) {
-        result |= Failed;
-    } else if (!succeeded) {
-        result |= Incomplete;
-    } else if (_eachEye->wasCalled) {
-        result |= Drew;
-        ++_drawn;
+    const std::uint64_t refusals = numberOfRefusals();
+    EachEye::Aim aim(*_eachEye, *object, item.own);
+    bool wasDrawn = drawStereo(object, item, renderTime, sub);
+    bool succeeded = wasDrawn;
+    if (!wasDrawn && _failures.size() == failures) {
+        succeeded =
+            _eachEye->exception_safe_multiview_render(object, renderTime, *this, _views, sub);
+        wasDrawn = aim.wasDrawn();
     }
-    if (_collectsSeconds && _eachEye->wasCalled) noteSeconds(*object, renderTime - before);
+    if (_collectsSeconds && wasDrawn) noteSeconds(*object, renderTime - before);
+    RenderResult result = 0;
+    if (numberOfRefusals() != refusals) result |= Refused;
+    if (_failures.size() != failures) return result | Failed;
+    if (!succeeded) return result | Incomplete;
+    if (!wasDrawn) return result;
+    ++_drawn;
+    return result | Drew;
+}
+
+/// Whether the object has drawn all eyes itself.
+bool GLRenderContext::drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
+                                 RenderAble::SubContext& sub) {
+    if (item.stereo == nullptr || _views.size() < 2 || !object->isVisible(pool)) return false;
+    openEyes(_views);
+    return item.stereo->exception_safe_stereo_render(object, renderTime, *this, _views, sub);
 }
 
 /// Leads all drawing to a target for picking; what belongs to the frame stays as it is.
 class GLRenderContext::Picking {
 public:
-    Picking(GLRenderContext& context, const GL::PickTarget& target)
-        : _context(context),
+    template<class... Where>
+    explicit Picking(GLRenderContext& context, Where... where)
+        : target(context.factory().machine(), where...),
+          _context(context),
+          _outerTarget(std::exchange(context._pickTarget, &target)),
+          _outerEye(context.CurrentEye),
           _failures(context._failures),
-          _precision(std::exchange(context.precision, {})) {
-        context._pickTarget = &target;
-    }
+          _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {}
     Picking(const Picking&) = delete;
     Picking& operator=(const Picking&) = delete;
     ~Picking() {
-        _context._pickTarget = nullptr;
+        target.end();
+        _context._pickTarget = _outerTarget;
         _context._boundTarget = nullptr;
         _context._failures = std::move(_failures);
-        _context.precision = std::move(_precision);
+        if (_context.precision) _context.precision->lastFrameTime = _frameSeconds;
+        // An object that picks goes on drawing where it was.
+        if (_context._eachEye->isAimed()) _context.openEye(_outerEye);
     }
+
+    GL::PickTarget target;
 
 private:
     GLRenderContext& _context;
+    const GL::PickTarget* const _outerTarget;
+    const unsigned _outerEye;
     std::vector<Failure> _failures;
-    Keel::StrongPtr<VRenderPrecision> _precision;
+    // Without it no object gives out the time that it takes.
+    const double _frameSeconds;
 };
 
 VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& objects, int x,
@@ -307,27 +376,25 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
                                                          int firstLayer, int lastLayer) {
     const PickListPtr list(new PickList(x, y, width, height, 0));
     if (width < 1 || height < 1 || _targets.empty() || _views.empty()) return list;
-    makeItems(objects);
-    const GL::PickTarget target(factory().machine(), x, y, list->AlignedWidth, list->AlignedHeight,
-                                _targets.front()->width(), _targets.front()->height());
-    const Picking picking(*this, target);
+    const Picking picking(*this, x, y, list->AlignedWidth, list->AlignedHeight,
+                          _targets.front()->width(), _targets.front()->height());
     const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
+    RenderAble::SubContext sub;
     std::uint32_t number = 0;
-    for (const Item& item : _items) {
-        if (item.layer < firstLayer || item.layer > lastLayer) continue;
-        const RenderAblePtr object(item.object);
-        if (!object) continue;
-        const std::optional<Box> bounds = boundsOf(*object);
-        if (bounds && isOutside(*bounds)) continue;
-        double seconds = 0.0;
-        _eachEye->aim(*object, item.own);
-        _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye, _sub);
-        if (!_eachEye->wasCalled) continue;
-        target.assign(++number);
-        list->Ids[number] = object;
-    }
+    visitInOrder(*itemsOf(objects), firstLayer, lastLayer,
+                 [&](const RenderAblePtr& object, const Item& item) {
+                     if (_eachEye->isAimedAt(*object) || !isSeen(*object)) return true;
+                     double seconds = 0.0;
+                     const EachEye::Aim aim(*_eachEye, *object, item.own);
+                     _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye,
+                                                               sub);
+                     if (!aim.wasDrawn()) return true;
+                     picking.target.assign(++number);
+                     list->Ids[number] = object;
+                     return true;
+                 });
     list->Buffer = Keel::StrongPtr<Keel::TypedChunk<std::uint32_t>, Keel::ChunkBase>(
-        new Keel::Chunk<std::uint32_t>(target.read()));
+        new Keel::Chunk<std::uint32_t>(picking.target.read()));
     return list;
 }
 

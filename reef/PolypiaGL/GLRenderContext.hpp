@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,6 +50,7 @@ public:
         Incomplete = 2,  ///< an object was not drawn and may be another time
         Interrupted = 4, ///< objects were left out, as the frame was cancelled
         Failed = 8,      ///< an object failed
+        Refused = 16,    ///< an object was refused the memory that it asked for
     };
 
     /// What went wrong with an object in the last frame.
@@ -81,7 +83,8 @@ public:
     void eyeOperation(unsigned eye) override;
     /// Draws what is visible of the objects of the layers, in the order of the selection; what
     /// derives from TransparencyHandler after all others, the farthest first. Objects whose bounds
-    /// lie outside of the view of each eye are left out, and counted. What is not drawn through
+    /// lie outside of the view of each eye are left out, and counted. With several eyes an object
+    /// that derives from StereoDraw is asked first whether it draws them. What is not drawn through
     /// multiview_render() is drawn once for each eye.
     RenderResult renderObjects(const ObjectSelection& objects, double& renderTime, int firstLayer,
                                int lastLayer) override;
@@ -89,8 +92,10 @@ public:
     bool notifyError(const RenderAble& object, const RenderException& exception) override;
     /// Makes the GL context current.
     void contextOperation() override;
-    /// Draws for the first eye, with the views of the last setEyes(). Objects are numbered in the
-    /// order in which they are drawn, from 1. The frame's failures and counts stay as they are.
+    /// Draws for the first eye, with the views of the last setEyes() and the precision of the
+    /// frame. Objects are numbered in the order in which they are drawn, from 1; one that fails has
+    /// a number, too, as what it has drawn is to be seen. The frame's failures and counts stay as
+    /// they are. An object may ask for this while it is drawn, and isn't found itself then.
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
@@ -113,8 +118,10 @@ private:
         int layer;
         Keel::WeakPtr<RenderAble, VManagedObjectBase> object;
         MultiviewRenderable* own; // null if it is drawn for one view at a time
+        StereoDraw* stereo;       // null if it knows nothing of stereo
         bool isTransparent;
     };
+    using Items = std::vector<Item>;
     /// Something transparent, and how far behind the first eye.
     struct Waiting {
         const Item* item;
@@ -125,12 +132,17 @@ private:
     using EyePlanes = std::array<std::array<double, 4>, 6>;
 
     static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
-    void makeItems(const ObjectSelection& objects);
+    std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
+    template<class Visit>
+    bool visitInOrder(const Items& items, int firstLayer, int lastLayer, const Visit& visit) const;
     std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object) const;
     bool isOutside(const Skua::PhysicalSpace::AABB& box) const;
     double distanceOf(const RenderAble& object) const;
-    void drawIfSeen(const RenderAblePtr& object, const Item& item, double& renderTime,
-                    RenderResult& result);
+    bool isSeen(const RenderAble& object) const;
+    RenderResult draw(const RenderAblePtr& object, const Item& item, double& renderTime,
+                      RenderAble::SubContext& sub);
+    bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
+                    RenderAble::SubContext& sub);
     void noteSeconds(const RenderAble& object, double seconds);
 
     std::vector<const GLFramebuffer*> _targets;
@@ -140,9 +152,8 @@ private:
     ViewReferences _views;
     std::vector<EyePlanes> _eyePlanes;
     const Keel::StrongPtr<EachEye, VManagedObjectBase> _eachEye;
-    RenderAble::SubContext _sub;
-    ObjectSelection _selection; // for which the items were made
-    std::vector<Item> _items;
+    std::shared_ptr<const ObjectSelection::Drawables> _drawables; // for which items were made
+    std::shared_ptr<const Items> _items;
     std::vector<Failure> _failures;
     std::size_t _drawn = 0;
     std::size_t _culled = 0;

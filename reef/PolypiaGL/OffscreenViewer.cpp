@@ -50,6 +50,7 @@ struct OffscreenViewer::Graphics {
         context->pool = viewer.pool;
     }
     ~Graphics() {
+        seagrass->setPixelBuffer({});
         context.reset();
         framebuffers.clear();
         const Keel::WeakPtr<Seagrass> remains(seagrass);
@@ -61,6 +62,9 @@ struct OffscreenViewer::Graphics {
         while (framebuffers.size() < eyes) {
             framebuffers.push_back(std::make_unique<GLFramebuffer>(
                 *gl, settings.widthPixels, settings.heightPixels, settings.samples));
+        }
+        if (!framebuffers.empty() && !seagrass->getPixelBuffer()) {
+            seagrass->setPixelBuffer(framebuffers.front()->pixelBuffer());
         }
         std::vector<const GLFramebuffer*> targets;
         for (std::size_t i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
@@ -144,15 +148,22 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
     frame.failures = context.failures();
     refill(frame);
     _precision->adaptPrecision();
-    handleComputeQueue(context, [] { return false; });
+    handleQueueOfNow();
     completeFrame();
     return frame;
+}
+
+/// Runs what was queued up to now: what queues itself again each time waits for the next frame.
+void OffscreenViewer::handleQueueOfNow() {
+    bool isReached = false;
+    _graphics->seagrass->queue([&isReached](VRenderContextBasin&) { isReached = true; });
+    handleComputeQueue(*_graphics->context, [&isReached] { return isReached; });
 }
 
 /// A polyp that is larger than the allowance would wait for ever: after a frame that refused and
 /// brought nothing to the GPU the next one may bring twice as much, until something passes.
 void OffscreenViewer::refill(const Frame& frame) {
-    const bool wasRefused = (frame.result & GLRenderContext::Incomplete) != 0;
+    const bool wasRefused = (frame.result & GLRenderContext::Refused) != 0;
     const bool spentNothing = _graphics->context->renderAllowance == _allowance;
     if (!wasRefused || !spentNothing) {
         _allowance = _settings.uploadBytes;

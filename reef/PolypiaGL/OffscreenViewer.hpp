@@ -24,6 +24,7 @@ namespace Mirk {
 /// Draws the default scene, or another one that its input "scene" is connected to, into pictures.
 /// It has a graphics context, a render cache and a render thread of its own. All operations may be
 /// called from any thread but the render thread; they wait for it and throw what was thrown there.
+/// Whoever calls one holds the viewer, so that it never ends on its render thread.
 class POLYPIAGL_EXPORT OffscreenViewer : public Viewer {
 public:
     struct Settings {
@@ -92,6 +93,7 @@ private:
     void open();
     void close();
     Frame drawFrame(const std::vector<GLRenderContext::Eye>& eyes);
+    void handleQueueOfNow();
     void refill(const Frame& frame);
 
     const Settings _settings;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace Mirk::GL {
 
@@ -28,6 +29,14 @@ void main() {
     Pixel = Number;
 }
 )";
+
+/// The part of a row of pixels, from its own begin, that lies in the picture.
+std::pair<int, int> within(int first, int length, int pictureLength) {
+    const auto part = [&](std::int64_t pixel) {
+        return static_cast<int>(std::clamp<std::int64_t>(pixel - first, 0, length));
+    };
+    return {part(0), part(pictureLength)};
+}
 
 [[noreturn]] void fail(const std::string& reason) {
     throw GLRenderException(GL_INVALID_OPERATION, reason, "PickTarget::PickTarget", __FILE__,
@@ -97,19 +106,21 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
     glClearNamedFramebufferfi(_numbersFramebuffer.number(), GL_DEPTH_STENCIL, 0, 1.0F, 0);
 }
 
-PickTarget::~PickTarget() {
+PickTarget::~PickTarget() = default;
+
+void PickTarget::end() const {
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_SCISSOR_TEST);
 }
 
 void PickTarget::bind() const {
     glBindFramebuffer(GL_FRAMEBUFFER, _objectsFramebuffer.number());
-    glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
     // What is wider than its coordinates doesn't reach beyond the picture.
-    const int left = std::clamp(-_x, 0, _width), bottom = std::clamp(-_y, 0, _height);
-    const int right = std::clamp(_pictureWidth - _x, left, _width);
-    const int top = std::clamp(_pictureHeight - _y, bottom, _height);
+    const auto [left, right] = within(_x, _width, _pictureWidth);
+    const auto [bottom, top] = within(_y, _height, _pictureHeight);
     glScissor(left, bottom, right - left, top - bottom);
+    // Of a rectangle that lies far outside, the place in the picture may be no number for OpenGL.
+    if (right > left && top > bottom) glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
     glEnable(GL_SCISSOR_TEST);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);

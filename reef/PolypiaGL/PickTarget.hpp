@@ -29,6 +29,8 @@ public:
 
     /// Draws go here from now on, as if to the whole picture.
     void bind() const;
+    /// Has the driver test neither stencil nor scissor any more.
+    void end() const;
     /// What was drawn since the last call is of the object with that number, if it is in front.
     void assign(std::uint32_t number) const;
     /// The numbers, row by row from the bottom.

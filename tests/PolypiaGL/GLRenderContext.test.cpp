@@ -40,6 +40,24 @@ public:
     std::vector<std::size_t> numberOfViews;
 };
 
+/// Draws both eyes itself, if it likes to.
+class Stereo : public Quad, public StereoDraw {
+public:
+    explicit Stereo(const std::string& objectName) : VObject(objectName, 0, {}), Quad(objectName) {}
+    bool stereo_render(VRenderContext&, const LayeredMultiViews::ViewReferences& views,
+                       SubContext&) override {
+        numberOfViews.push_back(views.size());
+        return stereo();
+    }
+    std::function<bool()> stereo = [] { return true; };
+    std::vector<std::size_t> numberOfViews;
+};
+
+class Precision : public VRenderPrecision {
+public:
+    void adaptPrecision() override {}
+};
+
 class Interruptor : public VRenderInterruptor {
 public:
     void interrupt(const ValuePoolPtr&) override { stops = true; }
@@ -235,6 +253,75 @@ TEST_F(GLRenderContextTest, ObjectThatDrawsAllViewsItselfIsCalledOnce) {
     EXPECT_EQ(own->draws, 0);
 }
 
+TEST_F(GLRenderContextTest, ObjectThatDrawsStereoItselfIsDrawnByThatAlone) {
+    setTwoEyes();
+    const auto stereo = add<Stereo>("stereo", {});
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_THAT(stereo->numberOfViews, ElementsAre(2u));
+    EXPECT_EQ(stereo->draws, 0);
+    EXPECT_EQ(context->numberOfDrawn(), 1u);
+}
+
+TEST_F(GLRenderContextTest, ObjectThatDrawsNoStereoThisTimeIsDrawnLikeAllOthers) {
+    setTwoEyes();
+    const auto stereo = add<Stereo>("stereo", {});
+    stereo->stereo = [] { return false; };
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(stereo->draws, 2);
+    EXPECT_EQ(context->numberOfDrawn(), 1u);
+}
+
+TEST_F(GLRenderContextTest, ObjectThatFailsInStereoIsNotDrawnOnceMore) {
+    setTwoEyes();
+    const auto stereo = add<Stereo>("stereo", {});
+    stereo->stereo = []() -> bool { throw RenderException(0x501, "stereo", "quad.cpp", 1); };
+    EXPECT_EQ(draw(), GLRenderContext::Failed);
+    EXPECT_EQ(stereo->draws, 0);
+    EXPECT_THAT(failedObjects(), ElementsAre("stereo"));
+}
+
+TEST_F(GLRenderContextTest, NobodyIsAskedForStereoWithOneEyeOrWhenHidden) {
+    const auto stereo = add<Stereo>("stereo", {});
+    draw();
+    EXPECT_EQ(stereo->draws, 1);
+    setTwoEyes();
+    stereo->setVisible(context->pool, false);
+    EXPECT_EQ(draw(), 0u);
+    EXPECT_THAT(stereo->numberOfViews, IsEmpty());
+    EXPECT_EQ(stereo->draws, 1);
+}
+
+TEST_F(GLRenderContextTest, TellsWhetherAnObjectWasRefusedMemory) {
+    const auto greedy = add("greedy", {});
+    const PolypPtr large(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    large->expectMemsize(1000);
+    context->renderAllowance = 10;
+    greedy->action = [&] { return context->allowRendering(*large); };
+    EXPECT_EQ(draw(), GLRenderContext::Incomplete | GLRenderContext::Refused);
+    greedy->action = [] { return false; };
+    EXPECT_EQ(draw(), GLRenderContext::Incomplete);
+}
+
+TEST_F(GLRenderContextTest, EachFrameHasASubContextOfItsOwnForAllItsObjects) {
+    class Noting : public Quad, public MultiviewRenderable {
+    public:
+        explicit Noting(const std::string& objectName)
+            : VObject(objectName, 0, {}), Quad(objectName) {}
+        bool multiview_render(VRenderContext&, const LayeredMultiViews::ViewReferences&,
+                              SubContext& sub) override {
+            found.push_back(bool(sub.findInterface<RenderSlice>()));
+            sub.addInterface(Keel::make<RenderSlice>(0.0, 1.0));
+            return true;
+        }
+        std::vector<bool> found;
+    };
+    const auto first = add<Noting>("first", {}), second = add<Noting>("second", {});
+    draw();
+    draw();
+    EXPECT_THAT(first->found, ElementsAre(false, false));
+    EXPECT_THAT(second->found, ElementsAre(true, true));
+}
+
 TEST_F(GLRenderContextTest, FailureOfOneEyeLeavesOutTheOthers) {
     setTwoEyes();
     const auto quad = add("quad", {});
@@ -428,6 +515,73 @@ TEST_F(PickingTest, PassesOverWhatIsHiddenAndFindsWhatIsTransparent) {
     add<Glass>("glass", {-8, -8, 8, 8, 5});
     add("behind", {-16, -16, 16, 16, 0});
     EXPECT_EQ(pickOne(32, 32), "glass");
+}
+
+TEST_F(PickingTest, NumbersWhatIsTransparentBehindTheOthers) {
+    const auto glass = add<Glass>("glass", {-8, -8, 8, 8, 5});
+    const auto opaque = add("opaque", {-16, -16, 16, 16, 0});
+    draw();
+    const auto list = context->pickObjects(objects, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX);
+    EXPECT_EQ(list->Ids.at(1), VObjectPtr(opaque));
+    EXPECT_EQ(list->Ids.at(2), VObjectPtr(glass));
+    EXPECT_EQ(list->Buffer->elements()[0], 2u);
+}
+
+TEST_F(PickingTest, NumbersWhatFails) {
+    const auto broken = add("broken", {});
+    broken->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    draw();
+    const auto list = context->pickObjects(objects, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX);
+    EXPECT_EQ(list->Ids.at(1), VObjectPtr(broken));
+    EXPECT_EQ(list->Buffer->elements()[0], 0u);
+}
+
+TEST_F(PickingTest, KeepsThePrecisionOfTheFrameAndItsTime) {
+    const auto quad = add("quad", {});
+    context->precision = Keel::StrongPtr<VRenderPrecision>(new Precision);
+    draw();
+    const double seconds = context->precision->lastFrameTime;
+    EXPECT_GT(seconds, 0.0);
+    quad->action = [&] {
+        EXPECT_TRUE(context->precision);
+        EXPECT_EQ(context->precision->lastFrameTime, 0.0) << "nobody gives out how long it takes";
+        return true;
+    };
+    context->pickObjects(objects, 0, 0, 1, 1, INT_MIN, INT_MAX);
+    EXPECT_EQ(quad->draws, 2);
+    EXPECT_EQ(context->precision->lastFrameTime, seconds);
+}
+
+TEST_F(PickingTest, MayBeAskedForWhileAnObjectIsDrawn) {
+    setTwoEyes();
+    add("ground", {-20, -20, 20, 20, 0})->color = {0, 1, 0, 1};
+    const auto asking = add("asking", {-8, -8, 8, 8, 10});
+    asking->color = {1, 0, 0, 1};
+    draw();
+    const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
+    EXPECT_NE(leftBefore, rightBefore);
+    std::vector<std::string> found;
+    const VSceneObjects all = objects;
+    asking->action = [&] {
+        const auto list = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX);
+        for (const auto& [number, object] : list->Ids) found.push_back(object->Name());
+        return true;
+    };
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(pixels(*left), leftBefore);
+    EXPECT_EQ(pixels(*right), rightBefore);
+    EXPECT_THAT(found, ElementsAre("ground", "ground")) << "once for each eye";
+}
+
+TEST_F(PickingTest, FarOutsideOfThePictureIsNothing) {
+    add("quad", {});
+    draw();
+    constexpr int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
+    for (const auto& [x, y] :
+         {std::pair(least, 0), {most - 10, 0}, {0, least}, {least, most - 10}}) {
+        const auto list = context->pickObjects(objects, x, y, 5, 5, INT_MIN, INT_MAX);
+        EXPECT_THAT(list->Buffer->elements(), testing::Each(0u));
+    }
 }
 
 TEST_F(PickingTest, OutsideOfThePictureIsNothing) {

@@ -8,6 +8,8 @@
 #include <sorrel/VActionNotifier.hpp>
 
 #include <atomic>
+#include <functional>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -153,7 +155,8 @@ TEST_F(OffscreenViewerTest, WhatIsLargerThanTheAllowanceIsDrawnInTheEnd) {
     settings.uploadBytes = 100;
     MAKE_VIEWER(viewer);
     QuadPtr large(new Costly("large", 1000));
-    EXPECT_EQ(viewer->draw({eyeFromAbove()}).result, GLRenderContext::Incomplete);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).result,
+              GLRenderContext::Incomplete | GLRenderContext::Refused);
     const auto frame = viewer->drawWhole({eyeFromAbove()});
     EXPECT_EQ(frame.result, GLRenderContext::Drew);
     large = {};
@@ -185,6 +188,71 @@ TEST_F(OffscreenViewerTest, QueuedFunctionsRunBetweenFrames) {
     viewer->draw({eyeFromAbove()});
     EXPECT_NE(ranOn, std::thread::id());
     EXPECT_NE(ranOn, std::this_thread::get_id());
+}
+
+TEST_F(OffscreenViewerTest, WhatQueuesItselfAgainRunsOnceBehindEachFrame) {
+    MAKE_VIEWER(viewer);
+    int runs = 0;
+    const Keel::StrongPtr<Seagrass> cache(viewer->renderCache());
+    std::function<void(VRenderContextBasin&)> again = [&](VRenderContextBasin&) {
+        ++runs;
+        cache->queue(again);
+    };
+    cache->queue(again);
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(runs, 1);
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(runs, 2);
+    again = [](VRenderContextBasin&) {};
+    viewer->draw({eyeFromAbove()});
+}
+
+TEST_F(OffscreenViewerTest, GivesItsPixels) {
+    MAKE_VIEWER(viewer);
+    EXPECT_FALSE(viewer->getPixelBuffer()) << "ahead of the first frame";
+    const QuadPtr quad(new Quad("quad"));
+    quad->color = {1, 0, 0, 1};
+    viewer->draw({eyeFromAbove()});
+    viewer->onRenderThread([&](GLRenderContext&) {
+        const auto buffer = viewer->getPixelBuffer();
+        ASSERT_TRUE(buffer);
+        EXPECT_EQ(static_cast<const ViewportGeometry&>(*buffer),
+                  (ViewportGeometry{0, 0, size, size}));
+        float color[1][4] = {};
+        EXPECT_EQ(buffer->readPixelColors(size / 2, size / 2, color, 1, 1, 0), 1);
+        EXPECT_THAT(color[0], ElementsAre(1.0F, 0.0F, 0.0F, 1.0F));
+    });
+}
+
+TEST_F(OffscreenViewerTest, LetsGoOfWhoWaitsForAFunctionThatItWillNotRunAnyMore) {
+    ViewerPtr viewer = makeViewer();
+    if (!viewer) POLYPIA_NO_CONTEXT("no graphics");
+    std::promise<void> isQueued;
+    std::thread waiting([&, cache = Keel::StrongPtr<Seagrass>(viewer->renderCache())] {
+        auto answer = std::make_shared<std::promise<int>>();
+        std::future<int> number = answer->get_future();
+        cache->queue([answer](VRenderContextBasin&) { answer->set_value(1); });
+        answer.reset();
+        isQueued.set_value();
+        EXPECT_THROW(number.get(), std::future_error);
+    });
+    isQueued.get_future().wait();
+    viewer = {};
+    waiting.join();
+}
+
+TEST_F(OffscreenViewerTest, RaisesItsAllowanceOnlyForWhatWasRefused) {
+    settings.uploadBytes = 10;
+    MAKE_VIEWER(viewer);
+    const QuadPtr waiting(new Quad("waiting"));
+    waiting->action = [] { return false; };
+    std::vector<long long> allowances;
+    for (int i = 0; i < 5; ++i) {
+        viewer->draw({eyeFromAbove()});
+        viewer->onRenderThread(
+            [&](GLRenderContext& context) { allowances.push_back(context.renderAllowance); });
+    }
+    EXPECT_THAT(allowances, testing::Each(10));
 }
 
 TEST_F(OffscreenViewerTest, TellsWhatFailed) {
