@@ -96,6 +96,12 @@ bool PolypDisplay::environment_render(VRenderContext& context) const {
     return true;
 }
 
+bool PolypDisplay::multiview_render(VRenderContext& context,
+                                    const LayeredMultiViews::ViewReferences& views,
+                                    SubContext& sub) {
+    return render(context, views.front(), sub);
+}
+
 RenderAble::BoundingBallPtr PolypDisplay::getBoundingBall(const ValuePoolPtr&) const {
     return _bounds;
 }

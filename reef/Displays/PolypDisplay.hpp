@@ -1,10 +1,11 @@
 #pragma once
-// What display objects of one polyp have in common; stands on RenderAble and PolypCreatorKeeper.
+// What display objects of one polyp have in common; stands on MultiviewRenderable and
+// PolypCreatorKeeper.
 
 #include <Displays/export.hpp>
 
+#include <Polypia/MultiviewRenderable.hpp>
 #include <Polypia/PolypCreatorKeeper.hpp>
-#include <Polypia/RenderAble.hpp>
 #include <rookery/BoundingBox.hpp>
 
 #include <span>
@@ -18,7 +19,7 @@ namespace Mirk {
 ///
 /// What goes to the GPU is relative to the object's own origin, so that single precision does for
 /// it; shaders see the views as LayeredMultiViews offers them.
-class DISPLAYS_EXPORT PolypDisplay : public RenderAble {
+class DISPLAYS_EXPORT PolypDisplay : public RenderAble, public MultiviewRenderable {
 public:
     using point = Skua::PhysicalSpace::point;
     using vector = Skua::PhysicalSpace::vector;
@@ -31,6 +32,9 @@ public:
     /// and so brought to the GPU, as soon as VRenderContext::allowRendering() agrees: until then it
     /// is false, and the next frame asks again. False as well without a live Seagrass.
     bool environment_render(VRenderContext& context) const override;
+    /// Draws all views at once, as its programs know them all.
+    bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
+                          SubContext& sub) override;
     /// A Skua::BoundingBox, the same for all pools; empty if there are no data.
     BoundingBallPtr getBoundingBall(const ValuePoolPtr& pool) const override;
 

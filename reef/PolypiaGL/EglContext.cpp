@@ -140,6 +140,10 @@ std::unique_ptr<EglContext> EglContext::createShared() const {
     return std::unique_ptr<EglContext>(new EglContext(_native->display, profile(), _debug, this));
 }
 
+GLContext::Function EglContext::function(const char* name) const {
+    return _native->display->egl().getProcAddress(name);
+}
+
 const std::string& EglContext::source() const {
     return _native->display->source().name;
 }

@@ -35,6 +35,7 @@ public:
     /// Gives up the context; prints if it is current on another thread, where it then lives on.
     ~EglContext() override;
 
+    Function function(const char* name) const override;
     /// Where it comes from, as "device 0 (software)" or "surfaceless".
     const std::string& source() const;
 

@@ -104,6 +104,10 @@ public:
     bool hasExtension(std::string_view name) const { return _extensions.contains(name); }
     /// True if the driver draws on the CPU.
     bool isSoftware() const { return _isSoftware; }
+    /// A function of OpenGL or of an extension of it that the context has; of other names it may be
+    /// null or useless. Any thread.
+    using Function = void (*)();
+    virtual Function function(const char* name) const = 0;
     /// One line for a log: renderer, version and profile.
     std::string description() const;
 

@@ -3,6 +3,7 @@
 #include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
+#include <PolypiaGL/viewAttachment.hpp>
 
 #include <algorithm>
 #include <array>
@@ -41,20 +42,48 @@ GL::RenderbufferId renderbuffer(unsigned format, int width, int height, int samp
     return id;
 }
 
+void checkComplete(const GL::FramebufferId& id, const char* call, const char* constructor) {
+    const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
+    const auto errors = GL::drainErrors(call);
+    if (status == GL_FRAMEBUFFER_COMPLETE && errors.empty()) return;
+    const bool failed = !errors.empty();
+    throw GLRenderException(failed ? static_cast<int>(errors[0].code)
+                                   : GL_INVALID_FRAMEBUFFER_OPERATION,
+                            failed ? errors[0].text() : "the driver refuses the framebuffer",
+                            constructor, __FILE__, __LINE__);
+}
+
 /// Either buffer may be number 0, for none.
 GL::FramebufferId framebuffer(unsigned color, unsigned depth) {
     GL::FramebufferId id = GL::createFramebuffer();
     glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, color);
     glNamedFramebufferRenderbuffer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
                                    depth);
-    const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
-    const auto errors = GL::drainErrors("glNamedRenderbufferStorageMultisample");
-    if (status == GL_FRAMEBUFFER_COMPLETE && errors.empty()) return id;
-    const bool failed = !errors.empty();
-    throw GLRenderException(failed ? static_cast<int>(errors[0].code)
-                                   : GL_INVALID_FRAMEBUFFER_OPERATION,
-                            failed ? errors[0].text() : "the driver refuses the framebuffer",
-                            "GLFramebuffer::GLFramebuffer", __FILE__, __LINE__);
+    checkComplete(id, "glNamedRenderbufferStorageMultisample", "GLFramebuffer::GLFramebuffer");
+    return id;
+}
+
+GL::TextureId layers(unsigned format, int width, int height, int samples, int number) {
+    GL::TextureId id =
+        GL::createTexture(samples > 1 ? GL_TEXTURE_2D_MULTISAMPLE_ARRAY : GL_TEXTURE_2D_ARRAY);
+    if (samples > 1) {
+        glTextureStorage3DMultisample(id.number(), samples, format, width, height, number, GL_TRUE);
+    } else {
+        glTextureStorage3D(id.number(), 1, format, width, height, number);
+    }
+    return id;
+}
+
+int usableSamples(const GLLimits& limits, int samples) {
+    return std::clamp(samples, 1, std::max(1, limits.maxSamples));
+}
+
+/// To the whole picture, the nearest or last on top.
+void drawTo(const GL::FramebufferId& id, int width, int height) {
+    glBindFramebuffer(GL_FRAMEBUFFER, id.number());
+    glViewport(0, 0, width, height);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
 }
 
 } // namespace
@@ -104,26 +133,36 @@ private:
 };
 
 GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
-    : _width(width),
-      _height(height),
-      _samples(std::clamp(samples, 1, std::max(1, context.limits().maxSamples))) {
+    : _width(width), _height(height), _samples(usableSamples(context.limits(), samples)) {
     checkSize(context.limits(), width, height);
     _color = renderbuffer(colorFormat, width, height, _samples);
     _depth = renderbuffer(depthFormat, width, height, _samples);
     _framebuffer = framebuffer(_color.number(), _depth.number());
     if (_samples == 1) return;
     glGetNamedRenderbufferParameteriv(_color.number(), GL_RENDERBUFFER_SAMPLES, &_samples);
-    _resolvedColors.buffer = renderbuffer(colorFormat, width, height, 1);
+    makeResolved();
+}
+
+GLFramebuffer::GLFramebuffer(const GLLayeredFramebuffer& whole, int layer)
+    : _width(whole._width), _height(whole._height), _samples(whole._samples) {
+    _framebuffer = GL::createFramebuffer();
+    glNamedFramebufferTextureLayer(_framebuffer.number(), GL_COLOR_ATTACHMENT0,
+                                   whole._color.number(), 0, layer);
+    glNamedFramebufferTextureLayer(_framebuffer.number(), GL_DEPTH_STENCIL_ATTACHMENT,
+                                   whole._depth.number(), 0, layer);
+    checkComplete(_framebuffer, "glNamedFramebufferTextureLayer", "GLFramebuffer::GLFramebuffer");
+    if (_samples > 1) makeResolved();
+}
+
+void GLFramebuffer::makeResolved() {
+    _resolvedColors.buffer = renderbuffer(colorFormat, _width, _height, 1);
     _resolvedColors.framebuffer = framebuffer(_resolvedColors.buffer.number(), 0);
 }
 
 GLFramebuffer::~GLFramebuffer() = default;
 
 void GLFramebuffer::bind() const {
-    glBindFramebuffer(GL_FRAMEBUFFER, _framebuffer.number());
-    glViewport(0, 0, _width, _height);
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
+    drawTo(_framebuffer, _width, _height);
 }
 
 void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
@@ -184,6 +223,52 @@ void GLFramebuffer::read(const ViewportGeometry& rectangle, int rowPixels, unsig
 
 Keel::StrongPtr<PixelBuffer> GLFramebuffer::pixelBuffer() const {
     return Keel::StrongPtr<PixelBuffer>(new FramebufferPixels(*this));
+}
+
+bool GLLayeredFramebuffer::isPossible(const GLContext& context, GL::Pass pass) {
+    switch (pass) {
+    case GL::Pass::EachView:
+        return true;
+    case GL::Pass::Layers:
+        return context.hasExtension("GL_ARB_shader_viewport_layer_array") ||
+               context.hasExtension("GL_AMD_vertex_shader_layer");
+    case GL::Pass::Extension:
+        return context.hasExtension("GL_OVR_multiview2");
+    }
+    return false;
+}
+
+GLLayeredFramebuffer::GLLayeredFramebuffer(GLContext& context, int width, int height, int samples,
+                                           int views, GL::Pass pass)
+    : _width(width),
+      _height(height),
+      _samples(usableSamples(context.limits(), samples)),
+      _pass(pass) {
+    checkSize(context.limits(), width, height);
+    _color = layers(colorFormat, width, height, _samples, views);
+    _depth = layers(depthFormat, width, height, _samples, views);
+    if (_samples > 1)
+        glGetTextureLevelParameteriv(_color.number(), 0, GL_TEXTURE_SAMPLES, &_samples);
+    _framebuffer = GL::createFramebuffer();
+    if (pass == GL::Pass::Extension) {
+        GL::attachViews(context, _framebuffer, GL_COLOR_ATTACHMENT0, _color, views);
+        GL::attachViews(context, _framebuffer, GL_DEPTH_STENCIL_ATTACHMENT, _depth, views);
+    } else {
+        glNamedFramebufferTexture(_framebuffer.number(), GL_COLOR_ATTACHMENT0, _color.number(), 0);
+        glNamedFramebufferTexture(_framebuffer.number(), GL_DEPTH_STENCIL_ATTACHMENT,
+                                  _depth.number(), 0);
+    }
+    checkComplete(_framebuffer, "glNamedFramebufferTexture",
+                  "GLLayeredFramebuffer::GLLayeredFramebuffer");
+    for (int view = 0; view < views; ++view) {
+        _views.push_back(std::unique_ptr<GLFramebuffer>(new GLFramebuffer(*this, view)));
+    }
+}
+
+GLLayeredFramebuffer::~GLLayeredFramebuffer() = default;
+
+void GLLayeredFramebuffer::bind() const {
+    drawTo(_framebuffer, _width, _height);
 }
 
 } // namespace Mirk

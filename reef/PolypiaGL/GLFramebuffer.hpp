@@ -4,6 +4,7 @@
 #include <Polypia/PixelBuffer.hpp>
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/Pass.hpp>
 #include <PolypiaGL/export.hpp>
 
 #include <keel/StrongPtr.hpp>
@@ -11,9 +12,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
+#include <vector>
 
 namespace Mirk {
+
+class GLLayeredFramebuffer;
 
 /// A picture of 8 bits for each of red, green, blue and alpha, with depth, to be drawn into. Needs
 /// its context current.
@@ -28,6 +33,8 @@ public:
     int width() const { return _width; }
     int height() const { return _height; }
     int samples() const { return _samples; }
+    /// OpenGL's name of the framebuffer.
+    unsigned number() const { return _framebuffer.number(); }
 
     /// Draws go here from now on, to the whole picture, the nearest or last on top.
     void bind() const;
@@ -43,6 +50,10 @@ public:
 
 private:
     friend class FramebufferPixels;
+    friend class GLLayeredFramebuffer;
+
+    /// A layer of another, which has to outlive it.
+    GLFramebuffer(const GLLayeredFramebuffer& whole, int layer);
 
     /// What the read-back takes: one sample for each pixel, of the colours or of the depths.
     struct Resolved {
@@ -50,6 +61,7 @@ private:
         GL::FramebufferId framebuffer;
     };
 
+    void makeResolved();
     /// The framebuffer with one sample for each pixel, brought up to date.
     unsigned resolvedColors() const;
     unsigned resolvedDepths() const;
@@ -67,6 +79,40 @@ private:
     GL::FramebufferId _framebuffer;
     Resolved _resolvedColors;         // empty if there is one sample anyway
     mutable Resolved _resolvedDepths; // made when first read: most pictures go without
+};
+
+/// Pictures of the views of a frame, for draws to all of them in one pass.
+class POLYPIAGL_EXPORT GLLayeredFramebuffer {
+public:
+    /// Whether the driver can draw in that way.
+    static bool isPossible(const GLContext& context, GL::Pass pass);
+
+    /// As GLFramebuffer; `pass` is Layers or Extension.
+    GLLayeredFramebuffer(GLContext& context, int width, int height, int samples, int views,
+                         GL::Pass pass);
+    ~GLLayeredFramebuffer();
+    GLLayeredFramebuffer(const GLLayeredFramebuffer&) = delete;
+    GLLayeredFramebuffer& operator=(const GLLayeredFramebuffer&) = delete;
+
+    /// Draws go to all views from now on.
+    void bind() const;
+    unsigned number() const { return _framebuffer.number(); }
+    unsigned numberOfViews() const { return static_cast<unsigned>(_views.size()); }
+    GL::Pass pass() const { return _pass; }
+    /// The picture of one view; lives as long as this object.
+    const GLFramebuffer& view(unsigned index) const { return *_views.at(index); }
+
+private:
+    friend class GLFramebuffer;
+
+    int _width;
+    int _height;
+    int _samples;
+    GL::Pass _pass;
+    GL::TextureId _color;
+    GL::TextureId _depth;
+    GL::FramebufferId _framebuffer;
+    std::vector<std::unique_ptr<GLFramebuffer>> _views;
 };
 
 } // namespace Mirk

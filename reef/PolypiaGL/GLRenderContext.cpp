@@ -3,6 +3,7 @@
 #include <Polypia/PickList.hpp>
 #include <Polypia/RenderException.hpp>
 #include <PolypiaGL/PickTarget.hpp>
+#include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
 
 #include <algorithm>
@@ -94,18 +95,77 @@ private:
     Aim* _aim = nullptr;
 };
 
+/// Where painters draw the views of this context.
+class GLRenderContext::Targets final : public GL::ViewTargets {
+public:
+    explicit Targets(GLRenderContext& context) : _context(context) {}
+    ~Targets() = default;
+
+    bool bindAll() override {
+        _context._boundTarget = nullptr;
+        if (_context._pickTarget != nullptr) {
+            if (!_context._pickTarget->hasSeveralViews()) return false;
+            _context._pickTarget->bindAll();
+            return true;
+        }
+        if (_context._wholeTarget == nullptr) return false;
+        glBindFramebuffer(GL_FRAMEBUFFER, _context._wholeTarget->number());
+        return true;
+    }
+    void bindView(unsigned view) override {
+        _context._boundTarget = nullptr;
+        _context.selectView(view);
+        if (_context._pickTarget != nullptr) return _context._pickTarget->bindView();
+        const auto& targets = _context._targets;
+        const std::size_t last = targets.size() - 1;
+        glBindFramebuffer(GL_FRAMEBUFFER, targets[std::min<std::size_t>(view, last)]->number());
+    }
+    bool areBound() const override {
+        GLint bound = 0;
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
+        const auto number = static_cast<unsigned>(bound);
+        if (_context._pickTarget != nullptr) return _context._pickTarget->is(number);
+        const GLLayeredFramebuffer* const whole = _context._wholeTarget;
+        if (whole != nullptr && whole->number() == number) return true;
+        return std::any_of(_context._targets.begin(), _context._targets.end(),
+                           [&](const GLFramebuffer* target) { return target->number() == number; });
+    }
+
+private:
+    GLRenderContext& _context;
+};
+
 GLRenderContext::GLRenderContext(GLContext& glContext, const Keel::WeakPtr<Seagrass>& theSeagrass,
                                  const Keel::WeakPtr<VRenderInterruptor>& theInterruptor,
                                  const Keel::StrongPtr<VRenderPrecision>& thePrecision,
                                  long long allowance)
     : BasinOnGL(glContext, theSeagrass, theInterruptor, thePrecision, NumberOfLayers, allowance),
-      _eachEye(new EachEye(*this)) {}
+      _viewTargets(std::make_unique<Targets>(*this)),
+      _eachEye(new EachEye(*this)) {
+    factory().machine().targets = _viewTargets.get();
+}
 
-GLRenderContext::~GLRenderContext() = default;
+GLRenderContext::~GLRenderContext() {
+    factory().machine().targets = nullptr;
+}
 
 void GLRenderContext::setTargets(std::vector<const GLFramebuffer*> targets) {
     _targets = std::move(targets);
+    _wholeTarget = nullptr;
     _boundTarget = nullptr;
+    factory().machine().pass = GL::Pass::EachView;
+    OutputViews = 1;
+}
+
+void GLRenderContext::setTargets(const GLLayeredFramebuffer& target) {
+    std::vector<const GLFramebuffer*> targets;
+    for (unsigned view = 0; view < target.numberOfViews(); ++view) {
+        targets.push_back(&target.view(view));
+    }
+    setTargets(std::move(targets));
+    _wholeTarget = &target;
+    factory().machine().pass = target.pass();
+    if (target.pass() == GL::Pass::Extension) OutputViews = target.numberOfViews();
 }
 
 void GLRenderContext::setEyes(const std::vector<Eye>& eyes) {
@@ -159,11 +219,19 @@ VRenderContext::PixelRectangle GLRenderContext::getViewport(unsigned) const {
 void GLRenderContext::openEyes(const ViewReferences& views) {
     VRenderContext::openEyes(views);
     openEye(0);
+    factory().machine().numberOfViews =
+        static_cast<unsigned>(std::max<std::size_t>(views.size(), 1));
 }
 
 void GLRenderContext::openEye(unsigned eye) {
     VRenderContext::openEye(eye);
     eyeOperation(eye);
+    selectView(eye);
+    factory().machine().firstView = eye;
+    factory().machine().numberOfViews = 1;
+}
+
+void GLRenderContext::selectView(unsigned eye) {
     const View& view = CurrentView(eye, 0);
     factory().setCurrentView(eye);
     factory().setMatrices(view.matrix, view.modelView);
@@ -252,6 +320,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
         return true;
     };
     if (!visitInOrder(*itemsOf(objects), firstLayer, lastLayer, drawNext)) result |= Interrupted;
+    openEye(0);
     return result;
 }
 
@@ -376,8 +445,10 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
                                                          int firstLayer, int lastLayer) {
     const PickListPtr list(new PickList(x, y, width, height, 0));
     if (width < 1 || height < 1 || _targets.empty() || _views.empty()) return list;
+    const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
     const Picking picking(*this, x, y, list->AlignedWidth, list->AlignedHeight,
-                          _targets.front()->width(), _targets.front()->height());
+                          _targets.front()->width(), _targets.front()->height(),
+                          needsAllViews ? static_cast<int>(_views.size()) : 1);
     const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
     RenderAble::SubContext sub;
     std::uint32_t number = 0;

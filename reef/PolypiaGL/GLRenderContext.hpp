@@ -69,13 +69,19 @@ public:
 
     /// The framebuffers of the eyes; they have to outlive the next frame. At least one.
     void setTargets(std::vector<const GLFramebuffer*> targets);
+    /// The same for all eyes in one pass, in the way for which the framebuffer was made. Programs
+    /// that have the text of LayeredMultiViews draw all views at once when openEyes() was called,
+    /// or one if openEye() was; others are drawn again for each view. The picture is the same.
+    /// Programs that were made for another way are to be made anew: to change it, change the number
+    /// of eyes as well.
+    void setTargets(const GLLayeredFramebuffer& target);
     /// Sets the views of all eyes for the next frame, and brings them to the GPU. To be called
     /// behind setTargets(), as the aspect ratio depends on it. Everything is drawn with the views
     /// of layer 2, the world.
     void setEyes(const std::vector<Eye>& eyes);
 
     PixelRectangle getViewport(unsigned index) const override;
-    /// Programs see all eyes from now on, and the first one is drawn.
+    /// Draws go to all these views from now on, in one pass or one after the other.
     void openEyes(const ViewReferences& views) override;
     /// Draws go to the framebuffer of that eye from now on.
     void openEye(unsigned eye) override;
@@ -112,6 +118,7 @@ public:
 private:
     class EachEye;
     class Picking;
+    class Targets;
 
     /// What the traversal needs of an object, found out once for each selection.
     struct Item {
@@ -131,6 +138,7 @@ private:
     /// below 0 for one of them.
     using EyePlanes = std::array<std::array<double, 4>, 6>;
 
+    void selectView(unsigned eye);
     static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
     std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
     template<class Visit>
@@ -146,6 +154,8 @@ private:
     void noteSeconds(const RenderAble& object, double seconds);
 
     std::vector<const GLFramebuffer*> _targets;
+    const GLLayeredFramebuffer* _wholeTarget = nullptr; // of all views, if drawn in one pass
+    const std::unique_ptr<Targets> _viewTargets;
     const GLFramebuffer* _boundTarget = nullptr; // null: to be bound anew
     const GL::PickTarget* _pickTarget = nullptr; // while objects are picked
     UniformBufferPtr _multiView;

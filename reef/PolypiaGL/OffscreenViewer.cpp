@@ -42,7 +42,9 @@ private:
 
 struct OffscreenViewer::Graphics {
     Graphics(const Settings& settings, const OffscreenViewer& viewer)
-        : gl(EglContext::create(settings.context)) {
+        : gl(EglContext::create(settings.context)),
+          pass(GLLayeredFramebuffer::isPossible(*gl, settings.pass) ? settings.pass
+                                                                    : GL::Pass::EachView) {
         gl->makeCurrent();
         seagrass = Keel::make<Seagrass>(settings.cacheBytes, viewer.Name());
         context = std::make_unique<GLRenderContext>(*gl, seagrass, viewer._frameInterruptor,
@@ -53,28 +55,50 @@ struct OffscreenViewer::Graphics {
         seagrass->setPixelBuffer({});
         context.reset();
         framebuffers.clear();
+        layers.reset();
         const Keel::WeakPtr<Seagrass> remains(seagrass);
         seagrass = {};
         while (!Seagrass::drain(remains)) std::this_thread::yield();
     }
-    /// One framebuffer for each eye.
+    /// One framebuffer for each eye, or one for all of several.
     void provideTargets(const Settings& settings, std::size_t eyes) {
+        if (eyes > 1 && pass != GL::Pass::EachView) {
+            if (!layers || layers->numberOfViews() != eyes) {
+                layers.reset();
+                layers = std::make_unique<GLLayeredFramebuffer>(
+                    *gl, settings.widthPixels, settings.heightPixels, settings.samples,
+                    static_cast<int>(eyes), pass);
+            }
+            show(layers->view(0));
+            return context->setTargets(*layers);
+        }
+        layers.reset();
         while (framebuffers.size() < eyes) {
             framebuffers.push_back(std::make_unique<GLFramebuffer>(
                 *gl, settings.widthPixels, settings.heightPixels, settings.samples));
         }
-        if (!framebuffers.empty() && !seagrass->getPixelBuffer()) {
-            seagrass->setPixelBuffer(framebuffers.front()->pixelBuffer());
-        }
+        if (!framebuffers.empty()) show(*framebuffers.front());
         std::vector<const GLFramebuffer*> targets;
         for (std::size_t i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
         context->setTargets(std::move(targets));
+    }
+    const GLFramebuffer& target(unsigned eye) const {
+        return layers ? layers->view(eye) : *framebuffers.at(eye);
+    }
+    /// The pixels of the first eye are those that the cache gives out.
+    void show(const GLFramebuffer& framebuffer) {
+        if (shown == &framebuffer && seagrass->getPixelBuffer()) return;
+        seagrass->setPixelBuffer(framebuffer.pixelBuffer());
+        shown = &framebuffer;
     }
 
     std::unique_ptr<EglContext> gl;
     Keel::StrongPtr<Seagrass> seagrass;
     std::unique_ptr<GLRenderContext> context;
+    const GL::Pass pass;
     std::vector<std::unique_ptr<GLFramebuffer>> framebuffers;
+    std::unique_ptr<GLLayeredFramebuffer> layers;
+    const GLFramebuffer* shown = nullptr;
 };
 
 OffscreenViewer::OffscreenViewer(const std::string& viewerName, const Settings& settings)
@@ -96,6 +120,7 @@ OffscreenViewer::~OffscreenViewer() {
 void OffscreenViewer::open() {
     auto graphics = std::make_unique<Graphics>(_settings, *this);
     _device = graphics->gl->description();
+    _pass = graphics->pass;
     const GLLimits& limits = graphics->gl->limits();
     _greatestPicture = {std::min(limits.maxRenderbufferSize, limits.maxViewportSize[0]),
                         std::min(limits.maxRenderbufferSize, limits.maxViewportSize[1])};
@@ -133,8 +158,8 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
     GLRenderContext& context = *_graphics->context;
     _graphics->seagrass->cleanup();
     _graphics->provideTargets(_settings, eyes.size());
-    for (std::size_t i = 0; i < eyes.size(); ++i) {
-        _graphics->framebuffers[i]->clear(_settings.background);
+    for (unsigned i = 0; i < eyes.size(); ++i) {
+        _graphics->target(i).clear(_settings.background);
     }
     context.setEyes(eyes);
     context.renderAllowance = _allowance;
@@ -177,7 +202,7 @@ std::vector<std::uint8_t> OffscreenViewer::colors(unsigned eye) {
                                      static_cast<std::size_t>(_settings.heightPixels) * 4);
     _thread
         .submit([&] {
-            const GLFramebuffer& framebuffer = *_graphics->framebuffers.at(eye);
+            const GLFramebuffer& framebuffer = _graphics->target(eye);
             framebuffer.finish();
             framebuffer.readColors(pixels);
         })

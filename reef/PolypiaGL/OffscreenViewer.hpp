@@ -38,6 +38,9 @@ public:
         long long uploadBytes = INT64_MAX;
         /// Of a frame; below 0 there is no limit.
         double secondsLimit = -1.0;
+        /// How several eyes are drawn, if the driver can do so; else one after the other. The
+        /// picture is the same.
+        GL::Pass pass = GL::Pass::EachView;
         EglContext::Options context;
     };
 
@@ -71,6 +74,8 @@ public:
     std::array<int, 2> greatestPicture() const noexcept { return _greatestPicture; }
     /// Renderer, version and profile.
     const std::string& device() const noexcept { return _device; }
+    /// How several eyes are drawn.
+    GL::Pass pass() const noexcept { return _pass; }
     const Settings& settings() const noexcept { return _settings; }
     const Keel::StrongPtr<FrameInterruptor, VRenderInterruptor>& frameInterruptor() const noexcept {
         return _frameInterruptor;
@@ -100,6 +105,7 @@ private:
     const Keel::StrongPtr<FrameInterruptor, VRenderInterruptor> _frameInterruptor;
     const Keel::StrongPtr<SmoothPrecision, VRenderPrecision> _precision;
     std::string _device;
+    GL::Pass _pass = GL::Pass::EachView;
     std::array<int, 2> _greatestPicture{};
     Keel::WeakPtr<Seagrass> _renderCache;
     std::unique_ptr<Graphics> _graphics;

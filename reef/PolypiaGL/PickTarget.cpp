@@ -4,6 +4,7 @@
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
+#include <PolypiaGL/viewAttachment.hpp>
 
 #include <algorithm>
 #include <string>
@@ -59,29 +60,27 @@ ProgramId numberProgram() {
     return program;
 }
 
-RenderbufferId renderbuffer(unsigned format, int width, int height) {
-    RenderbufferId id = createRenderbuffer();
-    glNamedRenderbufferStorage(id.number(), format, width, height);
-    return id;
-}
-
-FramebufferId framebuffer(const RenderbufferId& depth, unsigned numbers) {
-    FramebufferId id = createFramebuffer();
-    glNamedFramebufferRenderbuffer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER,
-                                   depth.number());
-    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, numbers);
-    if (numbers == 0) glNamedFramebufferDrawBuffer(id.number(), GL_NONE);
+void checkComplete(const FramebufferId& id) {
     const GLenum status = glCheckNamedFramebufferStatus(id.number(), GL_FRAMEBUFFER);
     if (!drainErrors("glNamedRenderbufferStorage").empty() || status != GL_FRAMEBUFFER_COMPLETE) {
         fail("the driver refuses a framebuffer for picking");
     }
+}
+
+/// With the first layer of the depths, and with numbers unless that is 0.
+FramebufferId framebuffer(const TextureId& depths, unsigned numbers) {
+    FramebufferId id = createFramebuffer();
+    glNamedFramebufferTextureLayer(id.number(), GL_DEPTH_STENCIL_ATTACHMENT, depths.number(), 0, 0);
+    glNamedFramebufferRenderbuffer(id.number(), GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, numbers);
+    if (numbers == 0) glNamedFramebufferDrawBuffer(id.number(), GL_NONE);
+    checkComplete(id);
     return id;
 }
 
 } // namespace
 
 PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, int pictureWidth,
-                       int pictureHeight)
+                       int pictureHeight, int views)
     : _machine(machine),
       _x(x),
       _y(y),
@@ -94,10 +93,19 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
         fail("expected a rectangle of at most " + std::to_string(greatest) + " x " +
              std::to_string(greatest) + " pixels to pick from");
     }
-    _numbers = renderbuffer(GL_R32UI, width, height);
-    _depth = renderbuffer(GL_DEPTH24_STENCIL8, width, height);
-    _objectsFramebuffer = framebuffer(_depth, 0);
-    _numbersFramebuffer = framebuffer(_depth, _numbers.number());
+    _numbers = createRenderbuffer();
+    glNamedRenderbufferStorage(_numbers.number(), GL_R32UI, width, height);
+    _depths = createTexture(GL_TEXTURE_2D_ARRAY);
+    glTextureStorage3D(_depths.number(), 1, GL_DEPTH24_STENCIL8, width, height, views);
+    _objectsFramebuffer = framebuffer(_depths, 0);
+    _numbersFramebuffer = framebuffer(_depths, _numbers.number());
+    if (views > 1) {
+        _viewsFramebuffer = createFramebuffer();
+        attachViews(machine.context, _viewsFramebuffer, GL_DEPTH_STENCIL_ATTACHMENT, _depths,
+                    views);
+        glNamedFramebufferDrawBuffer(_viewsFramebuffer.number(), GL_NONE);
+        checkComplete(_viewsFramebuffer);
+    }
     _program = numberProgram();
     _noAttributes = createVertexArray();
     const GLuint background = 0;
@@ -107,6 +115,19 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
 }
 
 PickTarget::~PickTarget() = default;
+
+void PickTarget::bindAll() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, _viewsFramebuffer.number());
+}
+
+void PickTarget::bindView() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, _objectsFramebuffer.number());
+}
+
+bool PickTarget::is(unsigned framebuffer) const {
+    return framebuffer == _objectsFramebuffer.number() ||
+           (_viewsFramebuffer && framebuffer == _viewsFramebuffer.number());
+}
 
 void PickTarget::end() const {
     glDisable(GL_STENCIL_TEST);

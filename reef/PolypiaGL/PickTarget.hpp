@@ -20,15 +20,23 @@ class Machine;
 class PickTarget {
 public:
     /// `x` and `y` are where the rectangle lies in a picture of pictureWidth by pictureHeight
-    /// pixels; it may reach beyond the picture. Throws a GLRenderException if the driver refuses.
+    /// pixels; it may reach beyond the picture. With several views programs draw all of them by
+    /// GL_OVR_multiview2, of which the first one counts. Throws a GLRenderException if the driver
+    /// refuses.
     PickTarget(Machine& machine, int x, int y, int width, int height, int pictureWidth,
-               int pictureHeight);
+               int pictureHeight, int views);
     ~PickTarget();
     PickTarget(const PickTarget&) = delete;
     PickTarget& operator=(const PickTarget&) = delete;
 
     /// Draws go here from now on, as if to the whole picture.
     void bind() const;
+    /// Changes nothing but the framebuffer, to that of several views or back.
+    void bindAll() const;
+    void bindView() const;
+    bool hasSeveralViews() const { return bool(_viewsFramebuffer); }
+    /// Whether that is OpenGL's name of a framebuffer of this.
+    bool is(unsigned framebuffer) const;
     /// Has the driver test neither stencil nor scissor any more.
     void end() const;
     /// What was drawn since the last call is of the object with that number, if it is in front.
@@ -45,8 +53,9 @@ private:
     const int _pictureWidth;
     const int _pictureHeight;
     RenderbufferId _numbers;
-    RenderbufferId _depth;
+    TextureId _depths;                 // with stencil; a layer for each view
     FramebufferId _objectsFramebuffer; // depth and stencil only
+    FramebufferId _viewsFramebuffer;   // the same of all views; empty if there is one
     FramebufferId _numbersFramebuffer;
     ProgramId _program;
     VertexArrayId _noAttributes;

@@ -13,5 +13,6 @@
 #include <PolypiaGL/ObjectId.hpp>
 #include <PolypiaGL/ObjectLedger.hpp>
 #include <PolypiaGL/OffscreenViewer.hpp>
+#include <PolypiaGL/Pass.hpp>
 #include <PolypiaGL/Profile.hpp>
 #include <PolypiaGL/fwd.hpp>

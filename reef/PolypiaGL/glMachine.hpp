@@ -4,6 +4,7 @@
 
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/Pass.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 
 #include <array>
@@ -14,6 +15,20 @@
 namespace Mirk::GL {
 
 class GLVertexAttribute;
+
+/// Where the views of a frame are drawn to.
+class ViewTargets {
+public:
+    /// Draws go to all views; false if there is no way to that.
+    virtual bool bindAll() = 0;
+    /// Draws go to one view, which is the current one of the machine, with its matrices.
+    virtual void bindView(unsigned view) = 0;
+    /// Whether draws go here at all: objects may draw into pictures of their own.
+    virtual bool areBound() const = 0;
+
+protected:
+    ~ViewTargets() = default;
+};
 
 /// The shared state of a basin and its tentacles, which hold it strongly: it dies with the last of
 /// them. Render thread only.
@@ -58,6 +73,12 @@ public:
     /// Raised when one of the matrices changes, so that programs send them again.
     std::uint64_t matrixStamp = 1;
     unsigned currentView = 0;
+    /// How programs that are made from now on draw several views.
+    Pass pass = Pass::EachView;
+    /// What is drawn goes to these views of the targets; without targets to what is bound.
+    unsigned firstView = 0;
+    unsigned numberOfViews = 1;
+    ViewTargets* targets = nullptr;
     bool checksErrors = true;
     /// Vertices that may wait in the driver's queue; 0 for any number. Drivers that draw on the
     /// CPU keep about 130 bytes for each.

@@ -78,6 +78,43 @@ private:
     bool _callersRestart;
 };
 
+/// Calls `draw(int instances)` once for each view that the machine asks for, or once for all of
+/// them if the program can do so.
+template<class Draw>
+void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
+    const Pass pass = program != nullptr ? program->pass() : Pass::EachView;
+    const bool isPlain = pass == Pass::EachView && machine.pass == Pass::EachView;
+    if (machine.targets == nullptr || (isPlain && machine.numberOfViews == 1)) return draw(1);
+    const unsigned first = machine.firstView, end = first + machine.numberOfViews;
+    const bool isInFrame = machine.targets->areBound();
+    const bool drawsAll = isInFrame && machine.numberOfViews > 1;
+    switch (pass) {
+    case Pass::EachView:
+        if (!isInFrame) return draw(1);
+        for (unsigned view = first; view < end; ++view) {
+            machine.targets->bindView(view);
+            if (program != nullptr) program->selectView();
+            draw(1);
+        }
+        return;
+    case Pass::Layers:
+        if (drawsAll && machine.targets->bindAll()) {
+            program->setInteger(ownViewName, static_cast<int>(first));
+            return draw(static_cast<int>(machine.numberOfViews));
+        }
+        for (unsigned view = first; view < end; ++view) {
+            if (isInFrame) machine.targets->bindView(view);
+            program->setInteger(ownViewName, static_cast<int>(view));
+            draw(1);
+        }
+        return;
+    case Pass::Extension:
+        program->setInteger(ownViewName, drawsAll ? 0 : static_cast<int>(first) + 1);
+        if (isInFrame) machine.targets->bindAll();
+        return draw(1);
+    }
+}
+
 } // namespace
 
 GLPainter::GLPainter(MachinePtr machine, RenderNamespace::Primitive primitive, int vertices)
@@ -102,7 +139,8 @@ bool GLPainter::draw(const Polyp& polyp) {
         const VertexLayout layout(*_machine, program.get());
         std::optional<IndexLayout> indexLayout;
         if (_indices) indexLayout.emplace(*_machine, *_indices);
-        drawInParts(glMode, wanted);
+        drawViews(*_machine, program.get(),
+                  [&](int instances) { drawInParts(glMode, wanted, instances); });
     }
     _machine->check("Painter::draw");
     return true;
@@ -159,33 +197,34 @@ unsigned GLPainter::mode(const GLProgram* program) const {
     }
 }
 
-void GLPainter::drawInParts(unsigned glMode, Range range) const {
+void GLPainter::drawInParts(unsigned glMode, Range range, int instances) const {
     const Cutting cutting = cuttingOf(glMode);
-    const auto queue = static_cast<std::int64_t>(_machine->queuedVertices);
+    const auto queue = static_cast<std::int64_t>(_machine->queuedVertices) / instances;
     // Where indices begin a strip of triangles anew, nobody knows which of them are turned round.
     const bool isWhole = cutting.step == 0 || (_indices && glMode == GL_TRIANGLE_STRIP);
     if (queue == 0 || isWhole || range.count <= queue) {
-        drawRange(glMode, range);
+        drawRange(glMode, range, instances);
         return;
     }
     const std::int64_t part =
         std::max(queue / cutting.step * cutting.step, cutting.step + cutting.overlap);
     for (std::int64_t done = 0; done < range.count; done += part - cutting.overlap) {
-        drawRange(glMode, {range.first + done, std::min(part, range.count - done)});
+        drawRange(glMode, {range.first + done, std::min(part, range.count - done)}, instances);
         glFinish();
     }
 }
 
-void GLPainter::drawRange(unsigned glMode, Range range) const {
+void GLPainter::drawRange(unsigned glMode, Range range, int instances) const {
     if (!_indices) {
-        glDrawArrays(glMode, static_cast<GLint>(range.first), static_cast<GLsizei>(range.count));
+        glDrawArraysInstanced(glMode, static_cast<GLint>(range.first),
+                              static_cast<GLsizei>(range.count), instances);
         return;
     }
     const unsigned type = _indices->type();
     // An offset that travels as a pointer, as OpenGL wants it.
     const auto* const offset = reinterpret_cast<const void*>(range.first * indexBytes(type));
-    glDrawElements(glMode, static_cast<GLsizei>(range.count),
-                   type == GL_INT ? unsigned{GL_UNSIGNED_INT} : type, offset);
+    glDrawElementsInstanced(glMode, static_cast<GLsizei>(range.count),
+                            type == GL_INT ? unsigned{GL_UNSIGNED_INT} : type, offset, instances);
 }
 
 GLDispatcher::GLDispatcher(MachinePtr machine, unsigned x, unsigned y, unsigned z)

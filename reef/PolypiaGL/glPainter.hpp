@@ -37,8 +37,8 @@ private:
     Range rangeInPiece(const Polyp& polyp, Range all, unsigned mode) const;
     bool isInPieces(const Polyp& polyp) const;
     unsigned mode(const class GLProgram* program) const;
-    void drawInParts(unsigned mode, Range range) const;
-    void drawRange(unsigned mode, Range range) const;
+    void drawInParts(unsigned mode, Range range, int instances) const;
+    void drawRange(unsigned mode, Range range, int instances) const;
 
     MachinePtr _machine;
     RenderNamespace::Primitive _primitive;

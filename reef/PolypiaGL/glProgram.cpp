@@ -374,6 +374,22 @@ GLProgram::Switches neededSwitches(const std::vector<StageSource>& stages) {
     return needed;
 }
 
+bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
+    return std::any_of(stages.begin(), stages.end(),
+                       [&](const StageSource& source) { return source.stage == stage; });
+}
+
+/// What a program can take part in: its text has to know of views.
+Pass passOf(const std::vector<StageSource>& stages, Pass wanted) {
+    const bool knowsViews = std::any_of(stages.begin(), stages.end(), [](const StageSource& s) {
+        return s.stage == Stage::Vertex && s.code.find("zelk_setViewID") != std::string::npos &&
+               s.code.find("ZELK_DO_MULTIVIEW_VIA_LAYER_ID") != std::string::npos;
+    });
+    // Drivers that have the extension refuse geometry stages with it.
+    const bool isPossible = wanted == Pass::Layers || !hasStage(stages, Stage::Geometry);
+    return knowsViews && isPossible ? wanted : Pass::EachView;
+}
+
 int maximumVertices(const ProgramParameters& parameters) {
     const auto found = parameters.find("GeometryMaxVertices");
     if (found == parameters.end()) return AdaptOptions().maxVertices;
@@ -395,15 +411,27 @@ GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
     options.geometryInput = static_cast<GeometryInput>(input);
     options.geometryOutput = static_cast<GeometryOutput>(output);
     options.maxVertices = maximumVertices(parameters);
+    _pass = passOf(stages, _machine->pass);
+    build(stages, options);
+    if (_pass != Pass::EachView && _usesMatrices) {
+        // There is one set of these at a time.
+        _pass = Pass::EachView;
+        build(stages, options);
+    }
+    _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
+    _switches = neededSwitches(stages);
+}
+
+void GLProgram::build(const std::vector<StageSource>& stages, AdaptOptions options) {
+    options.pass = _pass;
+    if (_pass == Pass::Layers)
+        options.platformDefines += "#define ZELK_DO_MULTIVIEW_VIA_LAYER_ID 1\n";
+    if (_pass == Pass::Extension) options.platformDefines += "#define ZELK_HAVE_multiview2 1\n";
     std::vector<StageText> texts;
     for (const StageSource& source : stages) texts.push_back({source.stage, source.code});
     const AdaptedProgram adapted = adaptProgram(texts, options);
     link(stages, adapted);
-    readInterface(std::any_of(stages.begin(), stages.end(), [](const StageSource& source) {
-        return source.stage == Stage::Geometry;
-    }));
-    _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
-    _switches = neededSwitches(stages);
+    readInterface(hasStage(stages, Stage::Geometry));
 }
 
 ShaderId GLProgram::compile(const AdaptedStage& stage, const StageSource& source,
@@ -453,9 +481,12 @@ void GLProgram::link(const std::vector<StageSource>& stages, const AdaptedProgra
 }
 
 void GLProgram::readInterface(bool hasGeometryStage) {
+    _uniforms.clear();
+    _attributes.clear();
+    _usesMatrices = false;
     for (const Resource& uniform : resources(_id.number(), GL_UNIFORM)) {
         _uniforms[uniform.name] = {uniform.location, uniform.type, uniform.size};
-        const bool own = uniform.name.starts_with(ownNamePrefix);
+        const bool own = uniform.name.starts_with(ownNamePrefix) && uniform.name != ownViewName;
         if (own || uniform.name.starts_with("gl_")) _usesMatrices = true;
     }
     for (const Resource& input : resources(_id.number(), GL_PROGRAM_INPUT)) {
@@ -496,10 +527,14 @@ std::size_t GLProgram::memsize() const {
     return bytes;
 }
 
-void GLProgram::prepare(const Polyp& polyp) {
-    _machine->useProgram(_id.number());
+void GLProgram::selectView() {
     setInteger(viewName, static_cast<int>(_machine->currentView));
     if (_usesMatrices) sendMatrices();
+}
+
+void GLProgram::prepare(const Polyp& polyp) {
+    _machine->useProgram(_id.number());
+    selectView();
     sendChanges();
     bindBlocks(polyp);
     bindSamplers(polyp);

@@ -55,6 +55,10 @@ public:
     bool takesLines() const { return _takesLines; }
     /// -1 for none, and for built-in ones.
     int attributeLocation(std::string_view name) const;
+    /// How it draws several views: as the machine does, unless its text doesn't allow that.
+    Pass pass() const { return _pass; }
+    /// Has it draw the current view of the machine from now on.
+    void selectView();
     /// Sets an integer or sampler if the program declares it.
     void setInteger(const char* name, int value);
 
@@ -73,6 +77,7 @@ private:
         Switches switches;
     };
 
+    void build(const std::vector<StageSource>& stages, AdaptOptions options);
     ShaderId compile(const AdaptedStage& stage, const StageSource& source,
                      const LineTable& lines) const;
     void link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted);
@@ -96,6 +101,7 @@ private:
     std::uint64_t _sentMatrices = 0;
     std::vector<CallerState> _callers;        // one for each time that it is active
     std::vector<Polyp::TentaclePtr> _sampled; // bound by the last prepare()
+    Pass _pass = Pass::EachView;
     bool _isCompute = false;
     bool _takesLines = false;
     Switches _switches{};

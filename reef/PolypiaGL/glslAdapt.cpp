@@ -397,8 +397,8 @@ public:
         sortExtensions();
         eraseWarnings();
         readWords();
-        if (_stage == Stage::Fragment && _options.pick) writePickID();
-        if (_options.layeredViews) writeLayer();
+        if (_options.pass == Pass::Layers) writeLayer();
+        if (_options.pass == Pass::Extension && _stage == Stage::Vertex) writeOnlyView();
     }
 
     Stage stage() const { return _stage; }
@@ -450,9 +450,8 @@ private:
     void readWords();
     void noteVarying(const Word& word);
     void noteFixedName(const Word& word);
-    void writePickID();
+    void writeOnlyView();
     void writeLayer();
-    bool replacesOutputs() const { return isCore() || _options.pick; }
     Stage inputStage() const {
         return _stage == Stage::Fragment && _hasGeometryStage ? Stage::Geometry : Stage::Vertex;
     }
@@ -491,7 +490,7 @@ private:
     std::string _hoisted; // #extension lines that came too late
     std::string _macros;
     std::string _before, _after; // statements around the text's own main
-    std::string _ownGlobals;     // declarations ahead of the wrapping main
+    std::string _ownUniforms;
     std::vector<std::string> _extraExtensions;
     bool _usesFixedNames = false;
     Varyings _reads{}, _writes{};
@@ -529,7 +528,6 @@ long StageAdapter::raisedVersion() const {
     if (_stage == Stage::Compute) return _version.isGiven ? given : 430;
     if (_stage == Stage::Geometry) return std::max(given, 150L); // no geometry stages before
     if (isCore()) return std::max(given, 140L); // 130 has no gl_InstanceID in a core context
-    if (_stage == Stage::Fragment && _options.pick) return std::max(given, 130L); // uint
     return given;
 }
 
@@ -591,7 +589,7 @@ std::vector<std::string> StageAdapter::enabledExtensions() const {
         names.emplace_back("GL_ARB_gpu_shader5");
     if (_number >= 130 && _number < 420 && hasExtension("GL_ARB_shading_language_420pack"))
         names.emplace_back("GL_ARB_shading_language_420pack");
-    const bool locatesOutputs = _stage == Stage::Fragment && replacesOutputs();
+    const bool locatesOutputs = _stage == Stage::Fragment && isCore();
     const bool locates = locatesOutputs || (_stage == Stage::Vertex && isCore());
     if (locates && _number < 330 && hasExtension("GL_ARB_explicit_attrib_location"))
         names.emplace_back("GL_ARB_explicit_attrib_location");
@@ -629,7 +627,7 @@ void StageAdapter::noteVarying(const Word& word) {
 void StageAdapter::noteFixedName(const Word& word) {
     const std::string_view plain = withoutPrefix(name(word));
     const auto output = findName(fixedOutputs, plain);
-    if (_stage == Stage::Fragment && output && replacesOutputs()) {
+    if (_stage == Stage::Fragment && output && isCore()) {
         _outputs[*output] = true;
         return;
     }
@@ -687,8 +685,10 @@ void StageAdapter::editInputMember(const Word& array) {
 
 void StageAdapter::editCoreWord(const Word& word) {
     const std::string_view plain = withoutPrefix(name(word));
+    if (_options.pass == Pass::Layers && _stage == Stage::Vertex && plain == "InstanceID")
+        return replace(word, "(gl_InstanceID + zelk_b_view)");
     const bool isFragment = _stage == Stage::Fragment;
-    if (isFragment && replacesOutputs() && findName(fixedOutputs, plain))
+    if (isFragment && isCore() && findName(fixedOutputs, plain))
         return replace(word, ownName(plain));
     if (!isCore()) return;
 
@@ -704,12 +704,15 @@ void StageAdapter::editCoreWord(const Word& word) {
 // ---------------------------------------------------------------------------------------------
 // Text that is added
 
-void StageAdapter::writePickID() {
-    _ownGlobals += "layout(location = 1) out uint zelk_b_pick;\nuniform uint zelk_b_pickID;\n";
-    _after += "zelk_b_pick = zelk_b_pickID; ";
+/// Of the other views each vertex lies outside of the picture.
+void StageAdapter::writeOnlyView() {
+    _ownUniforms += "uniform int zelk_b_view; ";
+    _after += "if (zelk_b_view > 0 && int(gl_ViewID_OVR) + 1 != zelk_b_view) "
+              "gl_Position = vec4(2.0, 2.0, 2.0, 1.0); ";
 }
 
 void StageAdapter::writeLayer() {
+    if (_stage != Stage::Compute) _ownUniforms += "uniform int zelk_b_view; ";
     if (_stage == Stage::Vertex && !_hasGeometryStage) {
         _after += "gl_Layer = gl_InstanceID; ";
         _extraExtensions.emplace_back(hasExtension("GL_ARB_shader_viewport_layer_array")
@@ -717,9 +720,10 @@ void StageAdapter::writeLayer() {
                                           : "GL_AMD_vertex_shader_layer");
     }
     if (_stage == Stage::Geometry)
-        _macros += "#define EmitVertex() (gl_Layer = int(zelk_getViewID()), EmitVertex())\n";
+        _macros += "#define EmitVertex() (gl_Layer = int(zelk_getViewID()) - zelk_b_view, "
+                   "EmitVertex())\n";
     if (_stage == Stage::Fragment) {
-        _macros += "#define zelk_getViewID() uint(gl_Layer)\n";
+        _macros += "#define zelk_getViewID() uint(gl_Layer + zelk_b_view)\n";
         if (_number < 430) _extraExtensions.emplace_back("GL_ARB_fragment_layer_viewport");
     }
 }
@@ -731,6 +735,7 @@ std::string StageAdapter::declarations() const {
         text.append(qualifier).append(" ").append(type).append(" ").append(name);
         text.append(suffix).append("; ");
     };
+    text += _ownUniforms;
     if (_stage == Stage::Geometry) {
         const std::string_view in = layoutName(_options.geometryInput);
         const std::string_view out = layoutName(_options.geometryOutput);
@@ -803,8 +808,8 @@ std::string StageAdapter::prefix(LineTable& lines, const std::string& lineOfDecl
 std::string StageAdapter::suffix(LineTable& lines) const {
     if (_before.empty() && _after.empty()) return {};
     const bool isContinued = !_scan.text.empty() && _scan.text.back() == '\\';
-    return (isContinued ? "\n\n" : "\n") + ownLineDirective(lines) + _ownGlobals +
-           "#undef main\nvoid main() { " + _before + "zelk_b_main(); " + _after + "}\n";
+    return (isContinued ? "\n\n" : "\n") + ownLineDirective(lines) + "#undef main\nvoid main() { " +
+           _before + "zelk_b_main(); " + _after + "}\n";
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -3,6 +3,7 @@
 // of it. Pure text; stands on glslScan and LineTable, needs no context.
 
 #include <PolypiaGL/LineTable.hpp>
+#include <PolypiaGL/Pass.hpp>
 #include <PolypiaGL/Profile.hpp>
 #include <PolypiaGL/export.hpp>
 
@@ -46,13 +47,11 @@ struct AdaptOptions {
     GeometryOutput geometryOutput = GeometryOutput::None;
     int maxVertices = 64;
 
-    /// One instance for each view, drawn into the layer of its number. The text needs
-    /// `ZELK_DO_MULTIVIEW_VIA_LAYER_ID`, which belongs to the platform defines.
-    bool layeredViews = false;
-
-    /// Fragment stages also write the uniform `zelk_b_pickID` to colour output 1 (unsigned
-    /// integer), where they do not discard.
-    bool pick = false;
+    /// What the platform defines have the text of the views do: `ZELK_DO_MULTIVIEW_VIA_LAYER_ID`
+    /// belongs to Layers, `ZELK_HAVE_multiview2` to Extension. Programs of one pass have an integer
+    /// uniform `zelk_b_view` to draw a single view all the same: Layers draws instance 0 of that
+    /// view to layer 0; Extension draws all views at 0, else view zelk_b_view - 1 alone.
+    Pass pass = Pass::EachView;
 
     /// False for a driver that loses large line numbers: all `#line` directives are dropped, and
     /// messages count in the composed text.
@@ -77,6 +76,7 @@ struct AdaptedProgram {
 /// and `gl_ModelViewMatrix` and its kin become uniforms `zelk_b_ModelViewMatrix` and so on, which
 /// the backend sets.
 inline constexpr std::string_view ownNamePrefix = "zelk_b_";
+inline constexpr const char* ownViewName = "zelk_b_view";
 
 /// Adapts the stages of one program together. Never fails: what it can't read or repair stays as it
 /// is, so that the driver reports it at its place. Any bytes are legal; the time is linear in them.

@@ -111,6 +111,31 @@ protected:
             places.push_back(targets.back().get());
         }
         context->setTargets(places);
+        drawObjects(eyes);
+        std::vector<Image> images;
+        for (const auto& target : targets) images.push_back(imageOf(*target));
+        return images;
+    }
+    /// The same in one pass.
+    std::vector<Image> drawInLayers(const std::vector<Eye>& eyes, int samples) {
+        // Programs are made anew.
+        seagrass->lawn();
+        const GLLayeredFramebuffer whole(*glContext, size, size, samples,
+                                         static_cast<int>(eyes.size()), GL::Pass::Layers);
+        std::vector<Image> images;
+        for (unsigned i = 0; i < eyes.size(); ++i) whole.view(i).clear({1.0F, 0.0F, 1.0F, 1.0F});
+        context->setTargets(whole);
+        drawObjects(eyes);
+        for (unsigned i = 0; i < eyes.size(); ++i) images.push_back(imageOf(whole.view(i)));
+        context->setTargets(std::vector<const GLFramebuffer*>());
+        return images;
+    }
+    static Image imageOf(const GLFramebuffer& target) {
+        Image image{std::vector<std::uint8_t>(std::size_t{size} * size * 4)};
+        target.readColors(image.bytes);
+        return image;
+    }
+    void drawObjects(const std::vector<Eye>& eyes) {
         context->setEyes(eyes);
         ObjectSelection selection;
         for (const RenderAblePtr& object : objects) {
@@ -119,12 +144,6 @@ protected:
         double seconds = 0.0;
         result = context->renderObjects(selection, seconds, 0, 0);
         for (const auto& failure : context->failures()) ADD_FAILURE() << failure.report;
-        std::vector<Image> images;
-        for (const auto& target : targets) {
-            images.push_back({std::vector<std::uint8_t>(std::size_t{size} * size * 4)});
-            target->readColors(images.back().bytes);
-        }
-        return images;
     }
     Image draw(const Eye& eye, int samples = 1) { return draw(std::vector<Eye>{eye}, samples)[0]; }
 
@@ -215,6 +234,28 @@ TEST_F(DisplayPictures, EachEyeHasItsPicture) {
     EXPECT_TRUE(both[0].isDrawn(40, 30));
     EXPECT_FALSE(both[0].isDrawn(24, 30));
     EXPECT_TRUE(both[1].isDrawn(24, 30));
+}
+
+TEST_F(DisplayPictures, AllEyesInOnePassAreAsOneAfterTheOther) {
+    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers)) {
+        GTEST_SKIP() << "the driver can't draw in this way";
+    }
+    add<GlobeDisplay>();
+    add<LineDisplay>(parallel(60, -180, 180), true);
+    add<LineDisplay>(parallel(10, 0, 360), true);
+    add<MeshDisplay>(triangle({0, 0, 1.5 * earth}, 0.5 * earth, {255, 128, 0, 255}));
+    add<PointDisplay>(cloud({{0, earth, 2 * earth}}));
+    const Eye left = eyeAt({-0.1 * earth, 0.2 * earth, 3 * earth}, 0.5 * earth, 9 * earth);
+    const Eye right = eyeAt({0.2 * earth, 0.1 * earth, 3 * earth}, 0.5 * earth, 9 * earth);
+    for (const int samples : {1, 4}) {
+        const std::vector<Image> passes = draw({left, right}, samples);
+        const std::vector<Image> layers = drawInLayers({left, right}, samples);
+        EXPECT_TRUE(layers[0].bytes == passes[0].bytes);
+        EXPECT_TRUE(layers[1].bytes == passes[1].bytes);
+        EXPECT_FALSE(layers[0].bytes == layers[1].bytes);
+        EXPECT_GT(layers[0].drawnPixels(), 300);
+        seagrass->lawn();
+    }
 }
 
 TEST_F(DisplayPictures, EvictedPolypComesBackAsItWas) {

@@ -351,7 +351,7 @@ TEST_P(MultiView, LayersShowTheSameBytesAsPasses) {
         GTEST_SKIP() << "no vertex stage of this driver can choose a layer";
     }
     lookAtPlanet();
-    adaptation.layeredViews = true;
+    adaptation.pass = GL::Pass::Layers;
     adaptation.platformDefines = "#define ZELK_DO_MULTIVIEW_VIA_LAYER_ID 1\n";
     const auto pictures = picturesOfPasses();
     for (const std::string version : {"330", "450"}) {
@@ -364,7 +364,7 @@ TEST_P(MultiView, LayersShowTheSameBytesAsPasses) {
 
 TEST_P(MultiView, LayersByAGeometryStageShowTheSameBytesAsPasses) {
     lookAtPlanet();
-    adaptation.layeredViews = true;
+    adaptation.pass = GL::Pass::Layers;
     adaptation.platformDefines = "#define ZELK_DO_MULTIVIEW_VIA_LAYER_ID 1\n";
     const auto pictures = picturesOfPasses();
     for (const std::string version : {"330", "450"}) {

@@ -754,7 +754,7 @@ TEST(glslAdapt, CoreGeometryStageReadsMembersFromOwnArrays) {
 
 TEST(glslAdapt, LayeredViewsWriteTheLayer) {
     AdaptOptions options = bare();
-    options.layeredViews = true;
+    options.pass = Pass::Layers;
     options.extensions = {"GL_ARB_shader_viewport_layer_array"};
     const std::string text = "#version 410\nvoid main() {}\n";
     EXPECT_THAT(adapt(V, text, options),
@@ -763,39 +763,39 @@ TEST(glslAdapt, LayeredViewsWriteTheLayer) {
                       EndsWith("void main() { zelk_b_main(); gl_Layer = gl_InstanceID; }\n")));
     EXPECT_THAT(adapt(F, text, options),
                 AllOf(HasSubstr("#extension GL_ARB_fragment_layer_viewport : enable\n"),
-                      HasSubstr("#define zelk_getViewID() uint(gl_Layer)\n"),
+                      HasSubstr("#define zelk_getViewID() uint(gl_Layer + zelk_b_view)\n"),
                       Not(HasSubstr("zelk_b_main"))));
     EXPECT_THAT(adapt(F, "#version 430\n", options), Not(HasSubstr("#extension")));
 
     const auto program = adaptProgram({{V, text}, {G, text}}, options);
     EXPECT_THAT(program.stages[0].text, Not(HasSubstr("gl_Layer")));
-    EXPECT_THAT(program.stages[1].text, HasSubstr("#define EmitVertex() (gl_Layer = "
-                                                  "int(zelk_getViewID()), EmitVertex())\n"));
+    EXPECT_THAT(program.stages[1].text,
+                HasSubstr("#define EmitVertex() (gl_Layer = "
+                          "int(zelk_getViewID()) - zelk_b_view, EmitVertex())\n"));
     options.extensions = {};
     EXPECT_THAT(adapt(V, text, options), HasSubstr("GL_AMD_vertex_shader_layer"));
 }
 
-TEST(glslAdapt, PickingWritesTheNumberBehindMain) {
-    AdaptOptions options = compatibility();
-    options.pick = true;
-    EXPECT_EQ(adapt(F, "#version 110\nvoid main() { gl_FragColor = vec4(1); }", options),
-              "#version 130\n"
-              "#line 1000000\n"
-              "#extension GL_ARB_gpu_shader5 : enable\n"
-              "#extension GL_ARB_shading_language_420pack : enable\n"
-              "#extension GL_ARB_explicit_attrib_location : enable\n"
-              "#define main zelk_b_main\n"
-              "#line 0\n"
-              "            \n"
-              "layout(location = 0) out vec4 zelk_b_FragColor; \n"
-              "#line 1\n"
-              "void main() { zelk_b_FragColor = vec4(1); }\n"
-              "#line 1000000\n"
-              "layout(location = 1) out uint zelk_b_pick;\n"
-              "uniform uint zelk_b_pickID;\n"
-              "#undef main\n"
-              "void main() { zelk_b_main(); zelk_b_pick = zelk_b_pickID; }\n");
-    EXPECT_THAT(adapt(V, "#version 330\nvoid main(){}\n", options), Not(HasSubstr("pick")));
+TEST(glslAdapt, LayeredViewsMayBeASingleOne) {
+    AdaptOptions options = bare();
+    options.pass = Pass::Layers;
+    const std::string text = "#version 410\nint view = gl_InstanceID;\nvoid main() {}\n";
+    EXPECT_THAT(adapt(V, text, options),
+                AllOf(HasSubstr("uniform int zelk_b_view;"),
+                      HasSubstr("int view = (gl_InstanceID + zelk_b_view);\n")));
+    EXPECT_THAT(adapt(F, text, options), HasSubstr("int view = gl_InstanceID;\n"));
+}
+
+TEST(glslAdapt, ViewsOfTheExtensionMayBeASingleOne) {
+    AdaptOptions options = bare();
+    options.pass = Pass::Extension;
+    const std::string text = "#version 410\nvoid main() {}\n";
+    EXPECT_THAT(adapt(V, text, options),
+                AllOf(HasSubstr("uniform int zelk_b_view;"),
+                      EndsWith("void main() { zelk_b_main(); if (zelk_b_view > 0 && "
+                               "int(gl_ViewID_OVR) + 1 != zelk_b_view) "
+                               "gl_Position = vec4(2.0, 2.0, 2.0, 1.0); }\n")));
+    EXPECT_THAT(adapt(F, text, options), Not(HasSubstr("zelk_b_")));
 }
 
 // -------------------------------------------------------------------------------------------------
@@ -815,9 +815,10 @@ TEST(glslAdapt, LineEndsOfAllKindsCount) {
 
 TEST(glslAdapt, WrappingMainWorksBehindABackslashAndWithoutLineEnd) {
     AdaptOptions options = bare();
-    options.pick = true;
-    EXPECT_THAT(adapt(F, "#version 330\nint a; \\", options), HasSubstr("int a; \\\n\n#line"));
-    EXPECT_THAT(adapt(F, "#version 330\n// end", options), HasSubstr("// end\n#line"));
+    options.pass = Pass::Layers;
+    EXPECT_THAT(adapt(V, "#version 330\nint a; \\", options), HasSubstr("int a; \\\n\n#line"));
+    EXPECT_THAT(adapt(V, "#version 330\n// end", options),
+                HasSubstr("// end\nuniform int zelk_b_view; \n\n#line"));
 }
 
 TEST(glslAdapt, MalformedTextComesThrough) {
@@ -865,7 +866,7 @@ TEST(glslAdapt, MalformedTextComesThrough) {
         for (const Stage stage : {V, G, F, C})
             for (const std::string& text : texts) {
                 AdaptOptions options = bare(profile);
-                options.pick = options.layeredViews = true;
+                options.pass = Pass::Layers;
                 options.geometryInput = GeometryInput::Points;
                 options.geometryOutput = GeometryOutput::Points;
                 EXPECT_THAT(adapt(stage, text, options), HasSubstr("#line")) << text;
@@ -936,7 +937,7 @@ TEST(glslAdapt, RandomTokensComeThroughAndTheResultIsTheSameTwice) {
             stages.push_back({stage, text});
         }
         AdaptOptions options = round % 2 == 0 ? core() : bare();
-        options.pick = round % 3 == 0;
+        options.pass = round % 3 == 0 ? Pass::Layers : Pass::EachView;
         options.geometryInput = GeometryInput::Lines;
         const auto once = adaptProgram(stages, options);
         const auto again = adaptProgram(stages, options);

@@ -115,20 +115,10 @@ TEST_P(GlslDriver, TakesTheDefaultStages) {
               "");
 }
 
-TEST_P(GlslDriver, TakesPickingOfTheDefaultStages) {
-    options.pick = true;
-    for (const std::string version : {"130", "330", "450 core", "150 compatibility"}) {
-        std::string vertex = vertexText, fragment = fragmentText;
-        vertex.replace(9, 3, version);
-        fragment.replace(9, 3, version);
-        EXPECT_EQ(build({{Stage::Vertex, vertex}, {Stage::Fragment, fragment}}), "") << version;
-    }
-}
-
 TEST_P(GlslDriver, TakesLayeredViews) {
     if (!context->hasExtension("GL_ARB_shader_viewport_layer_array"))
         GTEST_SKIP() << "no GL_ARB_shader_viewport_layer_array";
-    options.layeredViews = true;
+    options.pass = GL::Pass::Layers;
     const std::string vertex = "#version 450\nvoid main() { gl_Position = vec4(0); }\n";
     const std::string geometry =
         "#version 450\nlayout(points) in; layout(points, max_vertices = 1) out;\n"
