@@ -486,6 +486,11 @@ void GLProgram::readInterface(bool hasGeometryStage) {
     _usesMatrices = false;
     for (const Resource& uniform : resources(_id.number(), GL_UNIFORM)) {
         _uniforms[uniform.name] = {uniform.location, uniform.type, uniform.size};
+        // OpenGL tells the first element of an array only; the others follow it.
+        for (int i = 1; i < uniform.size && uniform.location >= 0; ++i) {
+            _uniforms[uniform.name + '[' + std::to_string(i) + ']'] = {
+                uniform.location + i, uniform.type, uniform.size - i};
+        }
         const bool own = uniform.name.starts_with(ownNamePrefix) && uniform.name != ownViewName;
         if (own || uniform.name.starts_with("gl_")) _usesMatrices = true;
     }

@@ -205,6 +205,20 @@ TEST_P(GLProgramTest, EveryVariantReachesTheUniformOfItsType) {
               (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
 }
 
+TEST_P(GLProgramTest, ElementsOfArraysAreReachedByTheirNumber) {
+    const auto shader = withUniforms("uniform vec3 values[3];", "values[2].x + values[1].y");
+    using Triple = Skua::FixedArray<float, 3>;
+    (*shader)["values[2]"] = Triple{7, 8, 9};
+    (*shader)["values[1]"] = std::vector<Triple>{{4, 5, 6}};
+    shader->prepare(*polyp);
+    EXPECT_THAT(uniform(shader, "values[2]", 3), ElementsAre(7, 8, 9));
+    EXPECT_THAT(uniform(shader, "values[1]", 3), ElementsAre(4, 5, 6));
+    EXPECT_THAT(uniform(shader, "values", 3), ElementsAre(0, 0, 0));
+    EXPECT_EQ(shader->uniformLocation("values[2]"), shader->uniformLocation("values") + 2);
+    EXPECT_FALSE(shader->hasUniform("values[3]"));
+    EXPECT_FALSE(shader->hasUniform("values[-1]"));
+}
+
 TEST_P(GLProgramTest, ArraysReachArrays) {
     const auto shader = withUniforms("uniform vec3 values[3]; uniform float weights[2];",
                                      "values[2].x + weights[1]");
