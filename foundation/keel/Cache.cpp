@@ -114,7 +114,11 @@ CacheEntry* Cache::enrol(const Cacheable& object, const WeakPtr<Creature>& creat
     entry.bytes = bytes;
     entry.pinned = false;
     entry.refused = false;
-    entry.family = &map->byCreator[creatorType];
+    CacheMultiQueue& family = map->byCreator[creatorType];
+    family.domain = &domain;
+    family.creator = &creatorType;
+    ++family.objects;
+    entry.family = &family;
     markAsUsed(entry);
     enqueue(entry);
     return &entry;
@@ -123,7 +127,17 @@ CacheEntry* Cache::enrol(const Cacheable& object, const WeakPtr<Creature>& creat
 void Cache::remove(CacheEntry& entry) {
     const std::lock_guard lock(_mutex);
     if (entry.queue != nullptr) dequeue(entry);
+    if (--entry.family->objects == 0) drop(*entry.family);
+    entry.family = nullptr;
     _books->entries.giveBack(entry);
+}
+
+/// The caller holds the lock.
+void Cache::drop(const CacheMultiQueue& family) {
+    const std::type_info& domain = *family.domain;
+    CacheMap& map = *_books->byDomain[domain];
+    map.byCreator.erase(*family.creator);
+    if (map.byCreator.size() == 0) _books->byDomain.erase(domain);
 }
 
 void Cache::resize(CacheEntry& entry, std::size_t bytes) {
@@ -266,29 +280,42 @@ bool Cache::forget(const Victim& victim) {
         const std::lock_guard lock(_mutex);
         if (!(entry.object == victim.object) || !(entry.creator == victim.creator)) return false;
     }
-    if (creator->forget()) return true;
+    try {
+        if (creator->forget()) return true;
+    } catch (...) {
+        keep(victim);
+        throw;
+    }
+    keep(victim);
+    return false;
+}
+
+/// Of an object whose owner keeps it: it counts again, and is left alone from now on.
+void Cache::keep(const Victim& victim) {
+    CacheEntry& entry = *victim.entry;
     const std::lock_guard lock(_mutex);
     const bool isStillOut = entry.object == victim.object && entry.queue == nullptr;
-    if (!isStillOut) return false;
-    // The owner keeps it: it counts again, and is left alone from now on.
+    if (!isStillOut) return;
     entry.refused = true;
     enqueue(entry);
-    return false;
 }
 
 std::size_t Cache::purge() {
     std::size_t dropped = 0;
     std::exception_ptr failure;
-    const Evicting scope(*this);
-    for (const Victim& victim : takeAllOut()) {
-        const VictimScope eviction(*this);
-        try {
-            if (forget(victim)) ++dropped;
-        } catch (...) {
-            // All are out of their queues by now: nobody would ask the others again.
-            if (!failure) failure = std::current_exception();
+    {
+        const Evicting scope(*this);
+        for (const Victim& victim : takeAllOut()) {
+            const VictimScope eviction(*this);
+            try {
+                if (forget(victim)) ++dropped;
+            } catch (...) {
+                // All are out of their queues by now: nobody would ask the others again.
+                if (!failure) failure = std::current_exception();
+            }
         }
     }
+    makeRoom(typeid(void), typeid(void), 0, nullptr);
     if (failure) std::rethrow_exception(failure);
     return dropped;
 }
@@ -362,18 +389,15 @@ std::size_t Cache::size() const {
 }
 
 bool Cache::iterate(CacheQueue::Iterator& visitor) const {
-    Families all;
+    std::vector<StrongPtr<CacheQueue, Cacheable>> all;
     {
         const std::lock_guard lock(_mutex);
-        all = families(typeid(void), typeid(void));
-    }
-    // Families are never removed, so that they may be read without lock.
-    for (const CacheMultiQueue* const family : all) {
-        for (const StrongPtr<CacheQueue, Cacheable>& queue : family->queues) {
-            if (!queue->iterate(visitor)) return false;
+        for (const CacheMultiQueue* const family : families(typeid(void), typeid(void))) {
+            all.insert(all.end(), family->queues.begin(), family->queues.end());
         }
     }
-    return true;
+    return std::all_of(all.begin(), all.end(),
+                       [&](const auto& queue) { return queue->iterate(visitor); });
 }
 
 void Cache::list_info() const {

@@ -30,7 +30,8 @@ private:
     const std::string _name;
 };
 
-/// The objects of one kind of object and one kind of creator.
+/// The objects of one kind of object and one kind of creator. It ends with the last of them, as the
+/// types may belong to a module that is unloaded then.
 struct KEEL_EXPORT CacheMultiQueue {
     enum Kind : std::size_t {
         GivenUp,   ///< nobody's: waiting for their end, still taking room
@@ -38,6 +39,9 @@ struct KEEL_EXPORT CacheMultiQueue {
         Pinned,    ///< must stay, or its owner has refused to give it up
     };
     std::array<StrongPtr<CacheQueue, Cacheable>, 3> queues;
+    const std::type_info* domain = nullptr;
+    const std::type_info* creator = nullptr;
+    std::size_t objects = 0; ///< those that have been evicted and live on included
 
     CacheMultiQueue();
 };
@@ -67,7 +71,8 @@ public:
     std::atomic<unsigned long long> maxCost;
 
     /// Drops every object whose owner allows it, and returns their number. Asks each owner once,
-    /// but for those of pinned objects. What an owner throws passes through when all were asked.
+    /// but for those of pinned objects. Evicts what owners have made meanwhile if that is too much.
+    /// What an owner throws passes through when all were asked.
     std::size_t purge();
     /// Waits until no other thread is evicting any more: an object that it has chosen is in the
     /// books no longer, and not yet with its creator. Not with a lock held that a creator may want,
@@ -120,6 +125,8 @@ private:
     Victim takeOut(CacheEntry& entry);
     std::vector<Victim> takeAllOut();
     bool forget(const Victim& victim);
+    void keep(const Victim& victim);
+    void drop(const CacheMultiQueue& family);
     Families families(const std::type_info& domain, const std::type_info& creator) const;
 
     struct Books;

@@ -29,7 +29,7 @@ public:
     // Null while the entry is in no queue.
     CacheQueue* queue = nullptr;
     // The type-wise queues of the object, for the moves between them.
-    const struct CacheMultiQueue* family = nullptr;
+    struct CacheMultiQueue* family = nullptr;
     // Raised whenever the entry leaves a queue: what the queue still has of it is then void. Read
     // by each queue that has a void record of the entry, under that queue's own lock.
     std::atomic<std::uint32_t> stamp{0};

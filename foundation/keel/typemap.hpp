@@ -25,8 +25,12 @@ public:
 
     /// The value of a type, made by its default constructor if there is none.
     T& operator[](const std::type_info& type) {
-        return _values.try_emplace(std::type_index(type), &type, T()).first->second.second;
+        const auto [entry, isNew] = _values.try_emplace(std::type_index(type));
+        if (isNew) entry->second.first = &type;
+        return entry->second.second;
     }
+    /// Removes the entry of a type, if there is one: ahead of the end of the module that has it.
+    void erase(const std::type_info& type) { _values.erase(std::type_index(type)); }
     /// The value of a type, or null.
     const T* find(const std::type_info& type) const {
         const auto found = _values.find(std::type_index(type));

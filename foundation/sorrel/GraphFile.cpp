@@ -164,6 +164,8 @@ private:
             work();
         } catch (const std::exception& exception) {
             report(line, place + ": " + exception.what());
+        } catch (...) {
+            report(line, place + ": it threw something that is no exception");
         }
     }
 
@@ -196,8 +198,10 @@ private:
         for (const PendingConnection& pending : _connections) connect(pending);
         for (const LoadedObject& made : _objects) readPools(made);
         for (const LoadedObject& made : _objects) {
-            VActionNotifier::VObjectCreation(made.object, _context,
-                                             Keel::WeakPtr<VCreatorBase>(made.creator));
+            guard(made.line, quoted(made.name), [&] {
+                VActionNotifier::VObjectCreation(made.object, _context,
+                                                 Keel::WeakPtr<VCreatorBase>(made.creator));
+            });
             _loaded.objects.emplace_back(made.name, made.object);
         }
         for (const LoadedObject& made : _objects) {

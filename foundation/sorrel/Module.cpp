@@ -1,6 +1,7 @@
 #include <sorrel/Module.hpp>
 
 #include <keel/Environment.hpp>
+#include <keel/Typename.hpp>
 
 #include <dlfcn.h>
 
@@ -61,6 +62,26 @@ public:
 
 private:
     const std::function<std::string(const VObject&)> _ask;
+};
+
+/// Looks for objects of any kind whose class is one of those.
+class ClassFinder : public VManagedObjectIterator {
+public:
+    explicit ClassFinder(std::function<bool(const std::type_info&)> isMeant)
+        : _isMeant(std::move(isMeant)) {}
+
+    bool apply(const VManagedObjectPtr& found) override {
+        const VManagedObjectBase& object = *found;
+        const std::type_info& type = typeid(object);
+        if (!_isMeant(type)) return true;
+        use = "an object of type \"" + Keel::Typename(type) + "\" lives";
+        return false;
+    }
+
+    std::string use;
+
+private:
+    const std::function<bool(const std::type_info&)> _isMeant;
 };
 
 std::vector<fs::path> librariesIn(const fs::path& folder, std::error_code& error) {
@@ -232,6 +253,9 @@ std::string Module::usedBy(const std::vector<WeakCreator>& creators) const {
     UseFinder finder([this](const VObject& object) { return usedBy(object); });
     VManagedObject::traverse(typeid(VObject), finder);
     if (!finder.use.empty()) return finder.use;
+    ClassFinder objects([this](const std::type_info& type) { return contains(type); });
+    VManagedObject::traverseAll(objects);
+    if (!objects.use.empty()) return objects.use;
     for (const WeakCreator& creator : creators) {
         const Keel::StrongPtr<VCreatorBase> live(creator);
         // One reference is the module's own, and one is ours.

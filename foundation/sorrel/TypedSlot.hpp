@@ -32,7 +32,8 @@ bool writeParameter(const VParameterPtr& parameter, const ValuePoolPtr& pool, co
     const VValuePtr place = pool ? parameter->getValue(pool) : parameter->DefaultValue();
     VTypedValueBase<T>* const typed = typedValue<T>(place.get());
     if (typed == nullptr) return false;
-    if (typed->set(value)) {
+    // The copies in pools may differ from a global value that is what it was.
+    if (typed->set(value) || (!pool && parameter->refreshCopies())) {
         const bool isGlobal = place == parameter->DefaultValue();
         parameter->notifyValueChange(place, isGlobal ? ValuePoolPtr() : pool, {}, except);
     }

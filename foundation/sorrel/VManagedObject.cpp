@@ -128,4 +128,19 @@ std::size_t VManagedObject::traverse(const std::type_info& rootType,
     return visited;
 }
 
+void VManagedObject::traverseAll(VManagedObjectIterator& iterator) {
+    Register& objects = theRegister();
+    std::vector<WeakObject> found;
+    {
+        const std::lock_guard lock(objects.mutex);
+        for (const auto& [type, domain] : objects.domains) {
+            for (const auto& [key, object] : domain.byPriority) found.push_back(object);
+        }
+    }
+    for (const WeakObject& object : found) {
+        const VManagedObjectPtr live(object);
+        if (isComplete(live) && !iterator.apply(live)) return;
+    }
+}
+
 } // namespace Mirk

@@ -62,6 +62,9 @@ public:
     static std::size_t traverse(const std::type_info& rootType, VManagedObjectIterator& iterator,
                                 int first = INT_MIN, int last = INT_MAX);
 
+    /// Visits the objects of all root types, in no order, until the visitor returns false.
+    static void traverseAll(VManagedObjectIterator& iterator);
+
     const std::string name;
     /// Place in the order of walks; of what is drawn, the layer.
     const int priority;

@@ -190,6 +190,9 @@ void VObject::recordUpdate(const ValuePoolPtr& pool, Keel::Ageable::Age age, boo
                            const std::string& reason) {
     UpdateRecord record{Keel::WeakPtr<ValuePool>(pool), age, 0, failed, reason};
     const std::lock_guard lock(_recordLock);
+    // Of two requests at once the one that began last knows the inputs best.
+    const UpdateRecord* const present = findRecord(pool);
+    if (present != nullptr && present->age > age) return;
     std::swap(_latestUpdate, record);
     std::erase_if(_earlierUpdates, [&](const UpdateRecord& earlier) {
         const bool poolIsDead = earlier.pool.controlBlock() != nullptr && !earlier.pool;

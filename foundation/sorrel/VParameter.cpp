@@ -219,7 +219,10 @@ bool VParameter::setValueFromText(const ValuePoolPtr& pool, const std::string& t
     const VValuePtr value = pool ? getValue(pool) : DefaultValue();
     if (!value) return false;
     const TextResult result = readText(*value, text);
-    if (result == TextResult::Changed) {
+    // The copies in pools may differ from a global value that is what it was.
+    const bool hasChanged = result == TextResult::Changed ||
+                            (result != TextResult::Unreadable && !pool && refreshCopies());
+    if (hasChanged) {
         notifyValueChange(value, value == DefaultValue() ? ValuePoolPtr() : pool);
     }
     return result != TextResult::Unreadable;
@@ -249,24 +252,32 @@ VValuePtr VParameter::originOf(const std::string& member) const {
     return member.empty() ? _value : _value->component(member);
 }
 
-/// Sets a local value to what the global value is now.
-void VParameter::refresh(VValueBase& copy, const std::string& member) const {
+/// Sets a local value to what the global value is now. Whether it was another before.
+bool VParameter::refresh(VValueBase& copy, const std::string& member) const {
+    bool hasChanged = false;
     Keel::Ageable::Age age = Keel::Ageable::Ooooold;
     do {
         age = _value->ageable().age();
         const VValuePtr origin = originOf(member);
         // A copy that was made between a write and its stamp has the new value and the old age.
-        if (origin && (copy.assign(*origin) || origin->ageable().isYoungerThan(copy.ageable()))) {
+        const bool isOther = origin && copy.assign(*origin);
+        hasChanged = hasChanged || isOther;
+        if (isOther || (origin && origin->ageable().isYoungerThan(copy.ageable()))) {
             copy.ageable().rejuvenate();
         }
         // Who read the origin ahead of another write may have set the copy behind it.
     } while (_value->ageable().age() != age);
+    return hasChanged;
 }
 
-void VParameter::refreshCopies() const {
+bool VParameter::refreshCopies() const {
+    bool hasChanged = false;
     for (const ValuePoolPtr& pool : shadows()) {
-        for (const auto& [member, copy] : pool->findValues(*this)) refresh(*copy, member);
+        for (const auto& [member, copy] : pool->findValues(*this)) {
+            hasChanged = refresh(*copy, member) || hasChanged;
+        }
     }
+    return hasChanged;
 }
 
 void VParameter::setProperty(const std::string& name, const VValuePtr& value,

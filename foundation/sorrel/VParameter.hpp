@@ -157,6 +157,10 @@ public:
                            const ValueNotifierList* exceptList = nullptr,
                            const ValueMap* properties = nullptr) const;
 
+    /// Sets the copies of the global value in all pools to what that is now. Whether one was
+    /// another before. Tells nobody: see notifyValueChange(), which does this as well.
+    bool refreshCopies() const;
+
     /// Stores a named side value, such as "min", "max" or "help", and notifies if it is another
     /// value than before. Side values are not local; `pool` is told to the watchers.
     void setProperty(const std::string& name, const VValuePtr& value,
@@ -191,8 +195,7 @@ public:
 
 private:
     VValuePtr originOf(const std::string& member) const;
-    void refresh(VValueBase& copy, const std::string& member) const;
-    void refreshCopies() const;
+    bool refresh(VValueBase& copy, const std::string& member) const;
 
     const Keel::Ageable* const _valueAge; // of _value; null without one
     std::atomic<bool> _local{false};

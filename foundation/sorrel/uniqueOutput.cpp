@@ -76,8 +76,8 @@ UniqueOutput findOrCreateUniqueOutput(const std::type_info& type,
 
 void announce(const VObjectPtr& object, const Keel::Intercube& context,
               const Keel::WeakPtr<VCreatorBase>& creator) {
-    VActionNotifier::VObjectCreation(object, context, creator);
     try {
+        VActionNotifier::VObjectCreation(object, context, creator);
         object->setup({});
     } catch (const std::exception& exception) {
         VActionNotifier::Warning("Could not set up \"" + object->Name() +

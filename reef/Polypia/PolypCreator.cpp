@@ -34,9 +34,7 @@ PolypPtr PolypBasicCreator::create() {
 /// valid otherwise.
 class PolypBasicCreator::Filling {
 public:
-    explicit Filling(PolypBasicCreator& creator) : _creator(creator), _polyp(creator.create()) {
-        _polyp->expectMemsize(creator._lastFilledBytes);
-    }
+    explicit Filling(PolypBasicCreator& creator) : _creator(creator), _polyp(creator.create()) {}
     ~Filling() {
         if (_isComplete) return;
         // What is never taken must not drive others out of the cache.
@@ -63,6 +61,7 @@ private:
 PolypPtr PolypBasicCreator::recreate(const std::function<bool(Polyp&)>& initialize) {
     giveUpPolyp();
     Filling filling(*this);
+    filling.polyp().expectMemsize(_lastFilledBytes);
     if (!initialize(filling.polyp())) return {};
     return filling.complete();
 }

@@ -156,7 +156,9 @@ Seagrass::Seagrass(unsigned long long maxCost, const std::string& name)
 
 Seagrass::~Seagrass() {
     ++seagrassEnds;
-    // Tasks may use what is about to end.
+    // Tasks may use what is about to end, or wait for what they have queued.
+    _isEnding = true;
+    dropQueue();
     endThreads();
     const Cleaning cleaning(*this);
     destroyScheduled();
@@ -203,6 +205,7 @@ std::uint64_t Seagrass::numberOfEnds() noexcept {
 void Seagrass::queue(const RenderFunction& function) {
     RenderFunction copy(function);
     const std::lock_guard guard(queueMutex);
+    if (_isEnding) return;
     renderQueue.push_front(std::move(copy));
 }
 
@@ -318,15 +321,18 @@ void Seagrass::destroyScheduled() {
         if (polyp.controlBlock()->strong() == 1) continue; // and dies
         const Keel::WeakPtr<Polyp, Keel::Cacheable> held(polyp);
         polyp = {};
-        _heldElsewhere.push_back(held);
+        _survivors.push_back(held);
     }
-    std::erase_if(_heldElsewhere, [](const auto& polyp) { return !polyp; });
+    std::erase_if(_survivors, [](const auto& polyp) { return !polyp; });
     if (deletionQueue) deletionQueue->purge();
 }
 
 /// Has all creators give up their polyps.
 void Seagrass::evictAll() noexcept try {
-    forEachPolyp(*cache, [](const Polyp& polyp) { polyp.pin(false); });
+    forEachPolyp(*cache, [this](Polyp& polyp) {
+        polyp.pin(false);
+        _survivors.emplace_back(polyp);
+    });
     cache->purge();
 } catch (...) {
     Keel::VerboseStream("Polypia").print("Seagrass: emptying the cache \"%s\" failed: %s",
@@ -335,15 +341,12 @@ void Seagrass::evictAll() noexcept try {
 
 void Seagrass::reportSurvivors() const noexcept try {
     std::vector<PolypPtr> survivors;
-    for (const auto& held : _heldElsewhere) {
-        if (PolypPtr polyp(held); polyp) survivors.push_back(std::move(polyp));
+    for (const auto& survivor : _survivors) {
+        PolypPtr polyp(survivor);
+        const bool isNew =
+            polyp && std::find(survivors.begin(), survivors.end(), polyp) == survivors.end();
+        if (isNew) survivors.push_back(std::move(polyp));
     }
-    // Those that a creator has not given up.
-    forEachPolyp(*cache, [&](Polyp& polyp) {
-        const PolypPtr kept(polyp);
-        const bool isKnown = std::find(survivors.begin(), survivors.end(), kept) != survivors.end();
-        if (!isKnown) survivors.push_back(kept);
-    });
     if (survivors.empty()) return;
     std::string names;
     for (const PolypPtr& polyp : survivors) names += (names.empty() ? "" : ", ") + polyp->name();

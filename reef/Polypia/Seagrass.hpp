@@ -61,7 +61,8 @@ public:
     /// Ends what is left of a Seagrass after its owner has let go: drops what is queued, so that
     /// nobody waits for it any more who holds the Seagrass, cleans up and, if nobody else
     /// holds it any more, destroys it. Returns whether it is gone; if not, somebody holds it at
-    /// this moment, and the call is to be repeated. On the render thread, with the context current.
+    /// this moment, and the call is to be repeated. On the render thread, with the context current,
+    /// and not from within a clean-up or a creator's forget(), where nothing can end.
     static bool drain(const Keel::WeakPtr<Seagrass>& seagrass);
 
     // For any thread.
@@ -154,8 +155,9 @@ private:
     /// Numbers of threads, see threadNumber().
     std::atomic<std::uint64_t> _renderThread;
     std::atomic<std::uint64_t> _cleaner{0}; // the thread that destroys polyps, or 0
-    // Polyps that outlived their deletion; the render thread's.
-    std::vector<Keel::WeakPtr<Polyp, Keel::Cacheable>> _heldElsewhere;
+    // Polyps that outlived their deletion, and at the end all of the cache; the render thread's.
+    std::vector<Keel::WeakPtr<Polyp, Keel::Cacheable>> _survivors;
+    std::atomic<bool> _isEnding{false};
     mutable std::mutex _savedMutex;   // guards _saved
     Keel::StrongPtr<Seagrass> _saved; // itself, from the last release elsewhere to drain()
 };

@@ -93,7 +93,7 @@ class FramebufferPixels : public PixelBuffer {
 public:
     explicit FramebufferPixels(const GLFramebuffer& framebuffer)
         : PixelBuffer({0, 0, framebuffer.width(), framebuffer.height()}),
-          _framebuffer(framebuffer) {}
+          _framebuffer(framebuffer._self) {}
 
     int readPixelColors(int x, int y, float (*colors)[4], unsigned long long width,
                         unsigned long long height, unsigned int stride) const override {
@@ -107,6 +107,7 @@ public:
 private:
     int read(int x, int y, float* target, long long components, unsigned format,
              unsigned long long width, unsigned long long height, unsigned stride) const {
+        if (*_framebuffer == nullptr) return 0;
         const auto clip = [](long long from, unsigned long long length, long long size) {
             const auto wanted =
                 static_cast<long long>(std::min<unsigned long long>(length, 0x7FFFFFFFU));
@@ -124,12 +125,13 @@ private:
                                          static_cast<int>(top - bottom)};
         // Rows so far apart are no more than one.
         const bool isOneRow = row > std::numeric_limits<int>::max();
-        _framebuffer.read(rectangle, isOneRow ? rectangle.Width : static_cast<int>(row), format,
-                          GL_FLOAT, first);
+        (*_framebuffer)
+            ->read(rectangle, isOneRow ? rectangle.Width : static_cast<int>(row), format, GL_FLOAT,
+                   first);
         return rectangle.Width * rectangle.Height;
     }
 
-    const GLFramebuffer& _framebuffer;
+    const std::shared_ptr<const GLFramebuffer* const> _framebuffer;
 };
 
 GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
@@ -159,7 +161,9 @@ void GLFramebuffer::makeResolved() {
     _resolvedColors.framebuffer = framebuffer(_resolvedColors.buffer.number(), 0);
 }
 
-GLFramebuffer::~GLFramebuffer() = default;
+GLFramebuffer::~GLFramebuffer() {
+    *_self = nullptr;
+}
 
 void GLFramebuffer::bind() const {
     drawTo(_framebuffer, _width, _height);
@@ -225,15 +229,20 @@ Keel::StrongPtr<PixelBuffer> GLFramebuffer::pixelBuffer() const {
     return Keel::StrongPtr<PixelBuffer>(new FramebufferPixels(*this));
 }
 
-bool GLLayeredFramebuffer::isPossible(const GLContext& context, GL::Pass pass) {
+bool GLLayeredFramebuffer::isPossible(const GLContext& context, GL::Pass pass, int views) {
+    constexpr GLenum maxViews = 0x9631; // GL_MAX_VIEWS_OVR, which our headers lack
+    GLint most =
+        std::min(context.limits().maxFramebufferLayers, context.limits().maxArrayTextureLayers);
     switch (pass) {
     case GL::Pass::EachView:
         return true;
     case GL::Pass::Layers:
-        return context.hasExtension("GL_ARB_shader_viewport_layer_array") ||
-               context.hasExtension("GL_AMD_vertex_shader_layer");
+        return views <= most && (context.hasExtension("GL_ARB_shader_viewport_layer_array") ||
+                                 context.hasExtension("GL_AMD_vertex_shader_layer"));
     case GL::Pass::Extension:
-        return context.hasExtension("GL_OVR_multiview2");
+        if (!context.hasExtension("GL_OVR_multiview2")) return false;
+        glGetIntegerv(maxViews, &most);
+        return views <= most;
     }
     return false;
 }

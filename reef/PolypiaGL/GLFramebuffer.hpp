@@ -45,7 +45,7 @@ public:
     /// Copies the picture: red, green, blue and alpha of each pixel, row 0 at the bottom, without
     /// gaps. `pixels` has room for width * height * 4 bytes.
     void readColors(std::span<std::uint8_t> pixels) const;
-    /// Read-back of rectangles, for the life of this object.
+    /// Read-back of rectangles; of none when this object has ended.
     Keel::StrongPtr<PixelBuffer> pixelBuffer() const;
 
 private:
@@ -71,6 +71,9 @@ private:
     void read(const ViewportGeometry& rectangle, int rowPixels, unsigned format, unsigned type,
               void* target) const;
 
+    // For pixel buffers: null when this has ended.
+    const std::shared_ptr<const GLFramebuffer*> _self =
+        std::make_shared<const GLFramebuffer*>(this);
     int _width;
     int _height;
     int _samples;
@@ -84,8 +87,8 @@ private:
 /// Pictures of the views of a frame, for draws to all of them in one pass.
 class POLYPIAGL_EXPORT GLLayeredFramebuffer {
 public:
-    /// Whether the driver can draw in that way.
-    static bool isPossible(const GLContext& context, GL::Pass pass);
+    /// Whether the driver can draw so many views in that way. With the context current.
+    static bool isPossible(const GLContext& context, GL::Pass pass, int views);
 
     /// As GLFramebuffer; `pass` is Layers or Extension.
     GLLayeredFramebuffer(GLContext& context, int width, int height, int samples, int views,

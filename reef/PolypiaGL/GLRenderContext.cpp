@@ -163,6 +163,8 @@ void GLRenderContext::setTargets(const GLLayeredFramebuffer& target) {
         targets.push_back(&target.view(view));
     }
     setTargets(std::move(targets));
+    // A single view is drawn as always.
+    if (target.numberOfViews() < 2) return;
     _wholeTarget = &target;
     factory().machine().pass = target.pass();
     if (target.pass() == GL::Pass::Extension) OutputViews = target.numberOfViews();
@@ -213,7 +215,13 @@ GLRenderContext::EyePlanes GLRenderContext::planesOf(const View& view, int width
 
 VRenderContext::PixelRectangle GLRenderContext::getViewport(unsigned) const {
     if (_targets.empty()) return {0, 0, 0, 0};
+    if (_picture) return {0, 0, _picture->widthPixels, _picture->heightPixels};
     return {0, 0, _targets.front()->width(), _targets.front()->height()};
+}
+
+void GLRenderContext::showPart(const std::optional<Part>& part) {
+    _picture = part;
+    _boundTarget = nullptr;
 }
 
 void GLRenderContext::openEyes(const ViewReferences& views) {
@@ -243,6 +251,10 @@ void GLRenderContext::eyeOperation(unsigned eye) {
     const GLFramebuffer* const target = _targets[std::min<std::size_t>(eye, _targets.size() - 1)];
     if (target == _boundTarget) return;
     target->bind();
+    if (_picture) {
+        glViewport(-_picture->left, -_picture->bottom, _picture->widthPixels,
+                   _picture->heightPixels);
+    }
     _boundTarget = target;
 }
 
@@ -390,7 +402,7 @@ VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, 
     }
     if (_collectsSeconds && wasDrawn) noteSeconds(*object, renderTime - before);
     RenderResult result = 0;
-    if (numberOfRefusals() != refusals) result |= Refused;
+    if (numberOfRefusals() != refusals) result |= RefusedMemory;
     if (_failures.size() != failures) return result | Failed;
     if (!succeeded) return result | Incomplete;
     if (!wasDrawn) return result;
@@ -415,6 +427,7 @@ public:
           _context(context),
           _outerTarget(std::exchange(context._pickTarget, &target)),
           _outerEye(context.CurrentEye),
+          _outerViews(context.factory().machine().numberOfViews),
           _failures(context._failures),
           _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {}
     Picking(const Picking&) = delete;
@@ -426,7 +439,9 @@ public:
         _context._failures = std::move(_failures);
         if (_context.precision) _context.precision->lastFrameTime = _frameSeconds;
         // An object that picks goes on drawing where it was.
-        if (_context._eachEye->isAimed()) _context.openEye(_outerEye);
+        if (!_context._eachEye->isAimed()) return;
+        _context.openEye(_outerEye);
+        _context.factory().machine().numberOfViews = _outerViews;
     }
 
     GL::PickTarget target;
@@ -435,6 +450,7 @@ private:
     GLRenderContext& _context;
     const GL::PickTarget* const _outerTarget;
     const unsigned _outerEye;
+    const unsigned _outerViews;
     std::vector<Failure> _failures;
     // Without it no object gives out the time that it takes.
     const double _frameSeconds;
@@ -446,8 +462,10 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     const PickListPtr list(new PickList(x, y, width, height, 0));
     if (width < 1 || height < 1 || _targets.empty() || _views.empty()) return list;
     const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
-    const Picking picking(*this, x, y, list->AlignedWidth, list->AlignedHeight,
-                          _targets.front()->width(), _targets.front()->height(),
+    const PixelRectangle picture = getViewport(0);
+    const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
+    const Picking picking(*this, x + left, y + bottom, list->AlignedWidth, list->AlignedHeight,
+                          picture[2], picture[3],
                           needsAllViews ? static_cast<int>(_views.size()) : 1);
     const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
     RenderAble::SubContext sub;

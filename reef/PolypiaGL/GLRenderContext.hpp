@@ -46,11 +46,19 @@ public:
 
     /// The bits of a RenderResult.
     enum ResultBits : RenderResult {
-        Drew = 1,        ///< at least one object was drawn
-        Incomplete = 2,  ///< an object was not drawn and may be another time
-        Interrupted = 4, ///< objects were left out, as the frame was cancelled
-        Failed = 8,      ///< an object failed
-        Refused = 16,    ///< an object was refused the memory that it asked for
+        Drew = 1,           ///< at least one object was drawn
+        Incomplete = 2,     ///< an object was not drawn and may be another time
+        Interrupted = 4,    ///< objects were left out, as the frame was cancelled
+        Failed = 8,         ///< an object failed
+        RefusedMemory = 16, ///< an object was refused the memory that it asked for
+    };
+
+    /// Where a target lies in a picture, from its lower left corner, and how large that is.
+    struct Part {
+        int left = 0;
+        int bottom = 0;
+        int widthPixels = 0;
+        int heightPixels = 0;
     };
 
     /// What went wrong with an object in the last frame.
@@ -80,6 +88,14 @@ public:
     /// of layer 2, the world.
     void setEyes(const std::vector<Eye>& eyes);
 
+    /// From the next frame on the targets show that part of a larger picture, for pictures beyond
+    /// the limits of framebuffers; nothing means all of it, as at first. Views, line widths and
+    /// whatever else is measured in pixels are those of the whole picture, which may be as large as
+    /// GLLimits::maxViewportSize. To be called ahead of setEyes(). The pixels of pickObjects() are
+    /// those of the targets.
+    void showPart(const std::optional<Part>& part);
+
+    /// Of the whole picture.
     PixelRectangle getViewport(unsigned index) const override;
     /// Draws go to all these views from now on, in one pass or one after the other.
     void openEyes(const ViewReferences& views) override;
@@ -101,7 +117,8 @@ public:
     /// Draws for the first eye, with the views of the last setEyes() and the precision of the
     /// frame. Objects are numbered in the order in which they are drawn, from 1; one that fails has
     /// a number, too, as what it has drawn is to be seen. The frame's failures and counts stay as
-    /// they are. An object may ask for this while it is drawn, and isn't found itself then.
+    /// they are. An object may ask for this while it is drawn, and isn't found itself then; as all
+    /// others are locked in turn, nobody else may draw or hold them at that time.
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
@@ -155,6 +172,7 @@ private:
 
     std::vector<const GLFramebuffer*> _targets;
     const GLLayeredFramebuffer* _wholeTarget = nullptr; // of all views, if drawn in one pass
+    std::optional<Part> _picture;                       // if that is larger than the targets
     const std::unique_ptr<Targets> _viewTargets;
     const GLFramebuffer* _boundTarget = nullptr; // null: to be bound anew
     const GL::PickTarget* _pickTarget = nullptr; // while objects are picked

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <stdexcept>
 #include <thread>
 
 namespace Mirk {
@@ -42,10 +43,9 @@ private:
 
 struct OffscreenViewer::Graphics {
     Graphics(const Settings& settings, const OffscreenViewer& viewer)
-        : gl(EglContext::create(settings.context)),
-          pass(GLLayeredFramebuffer::isPossible(*gl, settings.pass) ? settings.pass
-                                                                    : GL::Pass::EachView) {
+        : gl(EglContext::create(settings.context)), pass(settings.pass) {
         gl->makeCurrent();
+        if (!GLLayeredFramebuffer::isPossible(*gl, pass, 2)) pass = GL::Pass::EachView;
         seagrass = Keel::make<Seagrass>(settings.cacheBytes, viewer.Name());
         context = std::make_unique<GLRenderContext>(*gl, seagrass, viewer._frameInterruptor,
                                                     viewer._precision, settings.uploadBytes);
@@ -60,30 +60,44 @@ struct OffscreenViewer::Graphics {
         seagrass = {};
         while (!Seagrass::drain(remains)) std::this_thread::yield();
     }
-    /// One framebuffer for each eye, or one for all of several.
-    void provideTargets(const Settings& settings, std::size_t eyes) {
-        if (eyes > 1 && pass != GL::Pass::EachView) {
-            if (!layers || layers->numberOfViews() != eyes) {
-                layers.reset();
-                layers = std::make_unique<GLLayeredFramebuffer>(
-                    *gl, settings.widthPixels, settings.heightPixels, settings.samples,
-                    static_cast<int>(eyes), pass);
-            }
-            show(layers->view(0));
-            return context->setTargets(*layers);
+    /// One framebuffer for each eye, or one for all of several. What was there before goes when
+    /// nothing refers to it any more.
+    void provideTargets(const Settings& settings, unsigned eyes) {
+        const bool isOnePass = eyes > 1 && pass != GL::Pass::EachView &&
+                               GLLayeredFramebuffer::isPossible(*gl, pass, static_cast<int>(eyes));
+        if (isOnePass) {
+            provideLayers(settings, eyes);
+        } else {
+            provideEach(settings, eyes);
         }
-        layers.reset();
+        numberOfEyes = eyes;
+    }
+    void provideLayers(const Settings& settings, unsigned eyes) {
+        if (layers && layers->numberOfViews() == eyes) return context->setTargets(*layers);
+        auto made =
+            std::make_unique<GLLayeredFramebuffer>(*gl, settings.widthPixels, settings.heightPixels,
+                                                   settings.samples, static_cast<int>(eyes), pass);
+        context->setTargets(*made);
+        show(made->view(0));
+        layers = std::move(made);
+    }
+    void provideEach(const Settings& settings, unsigned eyes) {
         while (framebuffers.size() < eyes) {
             framebuffers.push_back(std::make_unique<GLFramebuffer>(
                 *gl, settings.widthPixels, settings.heightPixels, settings.samples));
         }
-        if (!framebuffers.empty()) show(*framebuffers.front());
         std::vector<const GLFramebuffer*> targets;
-        for (std::size_t i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
+        for (unsigned i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
         context->setTargets(std::move(targets));
+        if (!framebuffers.empty()) show(*framebuffers.front());
+        layers.reset();
     }
     const GLFramebuffer& target(unsigned eye) const {
-        return layers ? layers->view(eye) : *framebuffers.at(eye);
+        if (eye >= numberOfEyes) {
+            throw std::out_of_range("expected one of the " + std::to_string(numberOfEyes) +
+                                    " eyes of the last frame, got eye " + std::to_string(eye));
+        }
+        return layers ? layers->view(eye) : *framebuffers[eye];
     }
     /// The pixels of the first eye are those that the cache gives out.
     void show(const GLFramebuffer& framebuffer) {
@@ -95,7 +109,8 @@ struct OffscreenViewer::Graphics {
     std::unique_ptr<EglContext> gl;
     Keel::StrongPtr<Seagrass> seagrass;
     std::unique_ptr<GLRenderContext> context;
-    const GL::Pass pass;
+    GL::Pass pass;
+    unsigned numberOfEyes = 0;
     std::vector<std::unique_ptr<GLFramebuffer>> framebuffers;
     std::unique_ptr<GLLayeredFramebuffer> layers;
     const GLFramebuffer* shown = nullptr;
@@ -157,7 +172,7 @@ OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderCont
 OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderContext::Eye>& eyes) {
     GLRenderContext& context = *_graphics->context;
     _graphics->seagrass->cleanup();
-    _graphics->provideTargets(_settings, eyes.size());
+    _graphics->provideTargets(_settings, static_cast<unsigned>(eyes.size()));
     for (unsigned i = 0; i < eyes.size(); ++i) {
         _graphics->target(i).clear(_settings.background);
     }
@@ -172,7 +187,8 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
     frame.culled = context.numberOfCulled();
     frame.failures = context.failures();
     refill(frame);
-    _precision->adaptPrecision();
+    // What was cut off tells nothing of how long a whole frame takes.
+    if ((frame.result & GLRenderContext::Interrupted) == 0) _precision->adaptPrecision();
     handleQueueOfNow();
     completeFrame();
     return frame;
@@ -188,7 +204,7 @@ void OffscreenViewer::handleQueueOfNow() {
 /// A polyp that is larger than the allowance would wait for ever: after a frame that refused and
 /// brought nothing to the GPU the next one may bring twice as much, until something passes.
 void OffscreenViewer::refill(const Frame& frame) {
-    const bool wasRefused = (frame.result & GLRenderContext::Refused) != 0;
+    const bool wasRefused = (frame.result & GLRenderContext::RefusedMemory) != 0;
     const bool spentNothing = _graphics->context->renderAllowance == _allowance;
     if (!wasRefused || !spentNothing) {
         _allowance = _settings.uploadBytes;

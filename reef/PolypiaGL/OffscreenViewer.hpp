@@ -13,6 +13,7 @@
 #include <rookery/Coordinates.hpp>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -64,7 +65,8 @@ public:
     /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
     /// Returns the last frame.
     Frame drawWhole(const std::vector<GLRenderContext::Eye>& eyes);
-    /// The picture of an eye: red, green, blue and alpha of each pixel, row 0 at the bottom.
+    /// The picture of an eye of the last frame: red, green, blue and alpha of each pixel, row 0 at
+    /// the bottom.
     std::vector<std::uint8_t> colors(unsigned eye);
     /// What lies under a rectangle of pixels of the first eye, from the lower left corner, with the
     /// eyes of the last frame.
@@ -109,7 +111,7 @@ private:
     std::array<int, 2> _greatestPicture{};
     Keel::WeakPtr<Seagrass> _renderCache;
     std::unique_ptr<Graphics> _graphics;
-    long long _allowance; // for the next frame; the render thread's
+    std::atomic<long long> _allowance; // for the next frame; written by the render thread
     Keel::ThreadPool _thread;
 };
 

@@ -102,7 +102,7 @@ void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
             program->setInteger(ownViewName, static_cast<int>(first));
             return draw(static_cast<int>(machine.numberOfViews));
         }
-        for (unsigned view = first; view < end; ++view) {
+        for (unsigned view = first; view < (isInFrame ? end : first + 1); ++view) {
             if (isInFrame) machine.targets->bindView(view);
             program->setInteger(ownViewName, static_cast<int>(view));
             draw(1);

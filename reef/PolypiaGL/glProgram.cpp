@@ -381,13 +381,17 @@ bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
 
 /// What a program can take part in: its text has to know of views.
 Pass passOf(const std::vector<StageSource>& stages, Pass wanted) {
-    const bool knowsViews = std::any_of(stages.begin(), stages.end(), [](const StageSource& s) {
-        return s.stage == Stage::Vertex && s.code.find("zelk_setViewID") != std::string::npos &&
-               s.code.find("ZELK_DO_MULTIVIEW_VIA_LAYER_ID") != std::string::npos;
+    const auto names = [](const StageSource& source, const char* text) {
+        return source.code.find(text) != std::string::npos;
+    };
+    const bool know = std::all_of(stages.begin(), stages.end(), [&](const StageSource& source) {
+        // Who undefines the switches wants a view at a time.
+        if (names(source, "#undef ZELK_")) return false;
+        return source.stage == Stage::Fragment || names(source, "ZELK_DO_MULTIVIEW_VIA_LAYER_ID");
     });
     // Drivers that have the extension refuse geometry stages with it.
     const bool isPossible = wanted == Pass::Layers || !hasStage(stages, Stage::Geometry);
-    return knowsViews && isPossible ? wanted : Pass::EachView;
+    return know && isPossible ? wanted : Pass::EachView;
 }
 
 int maximumVertices(const ProgramParameters& parameters) {

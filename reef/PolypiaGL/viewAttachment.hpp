@@ -8,7 +8,8 @@
 namespace Mirk::GL {
 
 /// Attaches the layers of a texture, one for each view. Programs of that many views are drawn into
-/// such a framebuffer, and no others. Throws a GLRenderException if the driver has no such function.
+/// such a framebuffer, and no others. Throws a GLRenderException if the driver has no such
+/// function.
 void attachViews(const GLContext& context, const FramebufferId& framebuffer, unsigned attachment,
                  const TextureId& texture, int views);
 

@@ -237,7 +237,7 @@ TEST_F(DisplayPictures, EachEyeHasItsPicture) {
 }
 
 TEST_F(DisplayPictures, AllEyesInOnePassAreAsOneAfterTheOther) {
-    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers)) {
+    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers, 2)) {
         GTEST_SKIP() << "the driver can't draw in this way";
     }
     add<GlobeDisplay>();

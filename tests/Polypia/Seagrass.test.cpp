@@ -713,9 +713,65 @@ TEST_F(Seagrass, PrintsAtItsEndWhatACreatorHasThrownAndEmptiesTheOthers) {
     const auto next = filledCreator(10);
     testing::internal::CaptureStdout();
     seagrass = {};
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Polypia: Seagrass: emptying the cache \"window\" failed: mine\n");
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_THAT(printed,
+                HasSubstr("Polypia: Seagrass: emptying the cache \"window\" failed: mine\n"));
+    EXPECT_THAT(printed, HasSubstr("got 1 that will die without the context"));
     EXPECT_FALSE(next->hasData());
+    EXPECT_EQ(lives.alive, 0);
+}
+
+TEST_F(Seagrass, NamesAtItsEndAPolypThatWasTakenFromItsCreator) {
+    const auto creator = filledCreator(10);
+    const PolypPtr taken = creator->releasePolyp();
+    testing::internal::CaptureStdout();
+    seagrass = {};
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr(": " + taken->name() + "\n"));
+}
+
+TEST_F(Seagrass, DropsItsQueueWhenItsOwnerLetsGo) {
+    bool isDropped = false;
+    auto atEnd = std::make_shared<AtEnd>([&] { isDropped = true; });
+    seagrass->queue([atEnd](Mirk::VRenderContextBasin&) {});
+    const SeagrassPtr holder = seagrass;
+    const WeakPtr<Mirk::Seagrass> remains(seagrass);
+    atEnd.reset();
+    seagrass = {};
+    EXPECT_FALSE(Mirk::Seagrass::drain(remains));
+    EXPECT_TRUE(isDropped);
+    EXPECT_FALSE(holder->hasQueue());
+}
+
+TEST_F(Seagrass, EndsWhileATaskOfItsPoolWaitsForAFunctionThatItHasQueued) {
+    std::promise<void> isQueued;
+    Mirk::Seagrass& object = *seagrass;
+    seagrass->post([&] {
+        auto answer = std::make_shared<std::promise<void>>();
+        const std::future<void> result = answer->get_future();
+        object.queue([answer](Mirk::VRenderContextBasin&) { answer->set_value(); });
+        answer.reset();
+        isQueued.set_value();
+        result.wait();
+    });
+    isQueued.get_future().wait();
+    seagrass = {};
+    SUCCEED() << "the task was let go of";
+}
+
+TEST_F(Seagrass, WaitsForItsOwnerWhenItIsLetGoOfInTheCleanUpOfAnother) {
+    const StrongPtr<Mirk::Seagrass> other(new Mirk::Seagrass(1000000, "other"));
+    const WeakPtr<Mirk::Seagrass> remains(seagrass);
+    const auto creator = filledCreator(1);
+    auto letGo = std::make_shared<AtEnd>(
+        [held = std::make_shared<SeagrassPtr>(std::move(seagrass))] { *held = {}; });
+    other->scheduleDeletion(livingPolyp(lives, 1, letGo));
+    letGo.reset();
+    testing::internal::CaptureStderr();
+    other->cleanup();
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(remains);
+    EXPECT_EQ(lives.alive, 1);
+    EXPECT_TRUE(Mirk::Seagrass::drain(remains));
     EXPECT_EQ(lives.alive, 0);
 }
 

@@ -40,6 +40,18 @@ public:
     std::vector<std::size_t> numberOfViews;
 };
 
+/// Draws all views in one call, ahead of which it may fail.
+class Whole : public Quad, public MultiviewRenderable {
+public:
+    explicit Whole(const std::string& objectName) : VObject(objectName, 0, {}), Quad(objectName) {}
+    bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
+                          SubContext& sub) override {
+        if (whole && !whole()) return false;
+        return render(context, views.front(), sub);
+    }
+    std::function<bool()> whole;
+};
+
 /// Draws both eyes itself, if it likes to.
 class Stereo : public Quad, public StereoDraw {
 public:
@@ -291,13 +303,49 @@ TEST_F(GLRenderContextTest, NobodyIsAskedForStereoWithOneEyeOrWhenHidden) {
     EXPECT_EQ(stereo->draws, 1);
 }
 
+TEST_F(GLRenderContextTest, PartsOfAPictureMakeUpTheWhole) {
+    constexpr int columns = 3, rows = 2;
+    add("quad", {-20.5, -13.25, 11, 21.75, 3})->color = {1, 0.5F, 0, 1};
+    add("other", {-3, -30, 28.5, 5, 10})->color = {0, 0.5F, 1, 1};
+    const auto drawInto = [&](const GLFramebuffer& target,
+                              const std::optional<GLRenderContext::Part>& part) {
+        context->setTargets({&target});
+        context->showPart(part);
+        context->setEyes({eyeFromAbove()});
+        EXPECT_EQ(context->getViewport(0),
+                  (VRenderContext::PixelRectangle{0, 0, columns * size, rows * size}));
+        target.clear({0, 0, 0, 1});
+        double seconds = 0;
+        EXPECT_EQ(objects.render(*context, seconds, INT_MIN, INT_MAX), GLRenderContext::Drew);
+    };
+    const GLFramebuffer whole(*gl, columns * size, rows * size, 4);
+    drawInto(whole, {});
+    std::vector<std::uint8_t> expected(std::size_t{4} * columns * size * rows * size);
+    whole.readColors(expected);
+    const GLFramebuffer tile(*gl, size, size, 4);
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            drawInto(tile,
+                     GLRenderContext::Part{column * size, row * size, columns * size, rows * size});
+            const auto bytes = pixels(tile);
+            for (int line = 0; line < size; ++line) {
+                const auto from = bytes.begin() + 4 * line * size;
+                const auto to =
+                    expected.begin() + 4 * ((row * size + line) * columns * size + column * size);
+                EXPECT_TRUE(std::equal(from, from + 4 * size, to)) << row << column << line;
+            }
+        }
+    }
+    context->setTargets({});
+}
+
 TEST_F(GLRenderContextTest, TellsWhetherAnObjectWasRefusedMemory) {
     const auto greedy = add("greedy", {});
     const PolypPtr large(new Polyp(Keel::WeakPtr<Keel::Creature>()));
     large->expectMemsize(1000);
     context->renderAllowance = 10;
     greedy->action = [&] { return context->allowRendering(*large); };
-    EXPECT_EQ(draw(), GLRenderContext::Incomplete | GLRenderContext::Refused);
+    EXPECT_EQ(draw(), GLRenderContext::Incomplete | GLRenderContext::RefusedMemory);
     greedy->action = [] { return false; };
     EXPECT_EQ(draw(), GLRenderContext::Incomplete);
 }
@@ -346,9 +394,10 @@ TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
     std::vector<QuadPtr> broken;
     for (int i = 0; i < 100; ++i) {
         const double x = number(-32, 28), y = number(-32, 28);
-        const auto quad =
-            add("quad" + std::to_string(i),
-                {x, y, x + number(1, 20), y + number(1, 20), static_cast<double>(number(0, 50))});
+        const Rectangle place{x, y, x + number(1, 20), y + number(1, 20),
+                              static_cast<double>(number(0, 50))};
+        const std::string name = "quad" + std::to_string(i);
+        const QuadPtr quad = i % 2 == 0 ? add(name, place) : QuadPtr(add<Whole>(name, place));
         quad->color = {0.01F * static_cast<float>(i), 0.5F, 1, 1};
         if (number(0, 2) == 0) broken.push_back(quad);
     }
@@ -357,7 +406,9 @@ TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
     const auto expected = pixels(*left);
     for (std::size_t i = 0; i < broken.size(); ++i) {
         broken[i]->setVisible(context->pool, true);
-        broken[i]->action = throwers[i % throwers.size()];
+        // Some fail where they draw, others where their drawing of all views begins.
+        const Keel::StrongPtr<Whole, VManagedObjectBase> whole(broken[i]);
+        (whole ? whole->whole : broken[i]->action) = throwers[i % throwers.size()];
     }
     testing::internal::CaptureStdout();
     const auto result = draw();
@@ -571,6 +622,42 @@ TEST_F(PickingTest, MayBeAskedForWhileAnObjectIsDrawn) {
     EXPECT_EQ(pixels(*left), leftBefore);
     EXPECT_EQ(pixels(*right), rightBefore);
     EXPECT_THAT(found, ElementsAre("ground", "ground")) << "once for each eye";
+}
+
+TEST_F(PickingTest, LeavesAllViewsOpenForWhoAsksForIt) {
+    setTwoEyes();
+    add("ground", {-20, -20, 20, 20, 0})->color = {0, 1, 0, 1};
+    const auto asking = add<Whole>("asking", {-8, -8, 8, 8, 10});
+    asking->color = {1, 0, 0, 1};
+    draw();
+    const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
+    std::size_t found = 0;
+    const VSceneObjects all = objects;
+    asking->whole = [&] {
+        found = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX)->Ids.size();
+        return true;
+    };
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(found, 1u);
+    EXPECT_EQ(pixels(*left), leftBefore);
+    EXPECT_EQ(pixels(*right), rightBefore);
+}
+
+TEST_F(PickingTest, TellsThePixelsOfAPartOfAPicture) {
+    const auto quad = add("quad", {-8, -8, 8, 8});
+    // The upper right quarter of a picture twice the size, in which a unit has two pixels.
+    context->showPart(GLRenderContext::Part{size, size, 2 * size, 2 * size});
+    setOneEye();
+    draw();
+    EXPECT_EQ(at(*left, -size / 2, -size / 2), white);
+    EXPECT_EQ(at(*left, 16 - size / 2, 0), black);
+    const auto number = [&](int x, int y) {
+        return context->pickObjects(objects, x, y, 1, 1, INT_MIN, INT_MAX)->Buffer->elements()[0];
+    };
+    EXPECT_EQ(number(0, 0), 1u);
+    EXPECT_EQ(number(15, 15), 1u);
+    EXPECT_EQ(number(16, 15), 0u);
+    EXPECT_EQ(number(15, 16), 0u);
 }
 
 TEST_F(PickingTest, FarOutsideOfThePictureIsNothing) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 
 using namespace Mirk;
@@ -121,6 +122,36 @@ TEST_F(OffscreenViewerTest, EachEyeHasItsPicture) {
     EXPECT_NE(viewer->colors(0), viewer->colors(1));
 }
 
+TEST_F(OffscreenViewerTest, HasNoPictureOfAnEyeThatTheLastFrameDidNotHave) {
+    MAKE_VIEWER(viewer);
+    EXPECT_THROW(viewer->colors(0), std::out_of_range);
+    viewer->draw({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
+    EXPECT_NO_THROW(viewer->colors(1));
+    viewer->draw({eyeFromAbove()});
+    EXPECT_THROW(viewer->colors(1), std::out_of_range);
+    viewer->draw({});
+    EXPECT_THROW(viewer->colors(0), std::out_of_range);
+}
+
+TEST_F(OffscreenViewerTest, PixelsThatSomebodyHoldsEndWithTheirPicture) {
+    settings.pass = GL::Pass::Layers;
+    MAKE_VIEWER(viewer);
+    viewer->draw({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
+    const auto held = viewer->getPixelBuffer();
+    float color[1][4] = {};
+    const auto read = [&] {
+        int number = 0;
+        viewer->onRenderThread(
+            [&](GLRenderContext&) { number = held->readPixelColors(0, 0, color, 1, 1, 0); });
+        return number;
+    };
+    EXPECT_EQ(read(), 1);
+    viewer->draw({eyeFromAbove()});
+    const bool wasOnePass = viewer->pass() == GL::Pass::Layers;
+    EXPECT_EQ(read(), wasOnePass ? 0 : 1);
+    EXPECT_EQ(viewer->getPixelBuffer() == held, !wasOnePass);
+}
+
 TEST_F(OffscreenViewerTest, DrawsAndPicksForManyThreads) {
     MAKE_VIEWER(viewer);
     const QuadPtr quad(new Quad("quad"));
@@ -156,7 +187,7 @@ TEST_F(OffscreenViewerTest, WhatIsLargerThanTheAllowanceIsDrawnInTheEnd) {
     MAKE_VIEWER(viewer);
     QuadPtr large(new Costly("large", 1000));
     EXPECT_EQ(viewer->draw({eyeFromAbove()}).result,
-              GLRenderContext::Incomplete | GLRenderContext::Refused);
+              GLRenderContext::Incomplete | GLRenderContext::RefusedMemory);
     const auto frame = viewer->drawWhole({eyeFromAbove()});
     EXPECT_EQ(frame.result, GLRenderContext::Drew);
     large = {};

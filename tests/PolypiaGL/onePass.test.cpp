@@ -52,9 +52,7 @@ public:
     };
 
     Staged(const std::string& objectName, Stages stages)
-        : VObject(objectName, 0, {}),
-          RenderAble(objectName, 0, {}),
-          _stages(std::move(stages)) {}
+        : VObject(objectName, 0, {}), RenderAble(objectName, 0, {}), _stages(std::move(stages)) {}
     ~Staged() override {
         const Keel::StrongPtr<Seagrass> live(_seagrass);
         if (live) live->scheduleDeletion(std::move(_polyp));
@@ -94,8 +92,8 @@ private:
         program->bindUniformBlock(GLRenderContext::MultiViewBlock,
                                   context.getUniformBuffer(GLRenderContext::MultiViewBlock));
         _polyp->insert(program);
-        _polyp->insert(context.createPainter(hasGeometry ? Points : TriangleStrip,
-                                             hasGeometry ? 1 : 4));
+        _polyp->insert(
+            context.createPainter(hasGeometry ? Points : TriangleStrip, hasGeometry ? 1 : 4));
         _polyp->prepareWave();
         context.setNumberOfViews(*_polyp);
         isOnePass = program->hasUniform("zelk_b_view");
@@ -151,6 +149,30 @@ out vec4 color;
 void main() { color = vec4(0.9, 0.1, 0.8, 1.0); }
 )"};
 
+/// On the screen, whatever the view; with a geometry stage that knows nothing of views.
+const Staged::Stages byScreen{
+    R"(#version 330
+VIEWS
+void main() {
+    zelk_setViewID();
+    gl_Position = vec4(-0.9, 0.1, 0.0, 1.0);
+}
+)",
+    R"(#version 330
+layout(points) in;
+layout(triangle_strip, max_vertices = 4) out;
+void main() {
+    for (int i = 0; i < 4; ++i) {
+        gl_Position = gl_in[0].gl_Position + vec4(0.25 * (i & 1), 0.5 * (i >> 1), 0.0, 0.0);
+        EmitVertex();
+    }
+}
+)",
+    R"(#version 330
+out vec4 color;
+void main() { color = vec4(0.4, 0.4, 0.4, 1.0); }
+)"};
+
 /// Knows nothing but the matrices of the view that is drawn.
 const Staged::Stages byMatrices{
     R"(#version 330 compatibility
@@ -184,7 +206,7 @@ protected:
         std::string reason;
         const auto context = tryContext({}, reason);
         if (!context) POLYPIA_NO_CONTEXT(reason);
-        if (!GLLayeredFramebuffer::isPossible(*context, GetParam())) {
+        if (!GLLayeredFramebuffer::isPossible(*context, GetParam(), 5)) {
             GTEST_SKIP() << "the driver can't draw in this way";
         }
     }
@@ -202,8 +224,10 @@ protected:
         add<AllAtOnce>("all", {-10, -20, 14, 4, 10}, {1, 0, 0, 1});
         add<OneByOne>("one by one", {0, -10, 24, 14, 20}, {0, 0, 1, 1});
         add<Quad>("each eye", {-6, -6, 6, 6, 40}, {1, 1, 0, 1});
-        for (const auto& [name, stages] :
-             {std::pair("fragments", byFragments), {"geometry", byGeometry}, {"matrices", byMatrices}}) {
+        for (const auto& [name, stages] : {std::pair("fragments", byFragments),
+                                           {"geometry", byGeometry},
+                                           {"screen", byScreen},
+                                           {"matrices", byMatrices}}) {
             const StagedPtr staged(new Staged(name, stages));
             objects.push_back(staged);
             allStaged.push_back(staged);
@@ -297,7 +321,7 @@ TEST_P(OnePass, PicksAsItDoesWithOneViewAfterTheOther) {
     const Names found = inViewer(GetParam(), pick);
     EXPECT_EQ(found, inViewer(Pass::EachView, pick));
     for (const char* const name : {"ground", "all", "one by one", "each eye", "fragments",
-                                   "geometry", "matrices"}) {
+                                   "geometry", "screen", "matrices"}) {
         EXPECT_THAT(found, testing::Contains(name));
     }
 }
@@ -333,7 +357,7 @@ TEST(OnePassOfNoDriver, IsOneViewAfterTheOther) {
     settings.pass = Pass::Extension;
     const Keel::StrongPtr<OffscreenViewer, VManagedObjectBase> viewer(
         new OffscreenViewer("viewer", settings));
-    const bool isPossible = GLLayeredFramebuffer::isPossible(*context, Pass::Extension);
+    const bool isPossible = GLLayeredFramebuffer::isPossible(*context, Pass::Extension, 2);
     EXPECT_EQ(viewer->pass(), isPossible ? Pass::Extension : Pass::EachView);
 }
 

@@ -347,6 +347,49 @@ TEST_F(CacheTest, PurgeAsksCreatorsThatMakeNewObjectsOnlyOnce) {
     EXPECT_EQ(cache->memsize(false), 200u);
 }
 
+TEST_F(CacheTest, PurgeEvictsWhatWasMadeMeanwhileIfItIsTooMuch) {
+    cache->maxCost = 1000;
+    const auto one = Keel::make<Replacer>(cache, 100u);
+    one->create();
+    const auto plain = makers(1, 100);
+    cache->maxCost = 50;
+    cache->purge();
+    EXPECT_GE(one->asked, 2) << "once by the purge, once for the room";
+}
+
+TEST_F(CacheTest, ObjectWhoseCreatorThrowsStaysInTheBooks) {
+    class Thrower : public BlockMaker {
+    public:
+        using BlockMaker::BlockMaker;
+        bool forget() override { throw std::runtime_error("mine"); }
+    };
+    const auto thrower = Keel::make<Thrower>(cache, 100u);
+    thrower->create();
+    EXPECT_THROW(cache->purge(), std::runtime_error);
+    EXPECT_EQ(cache->size(), 1u);
+    EXPECT_EQ(cache->memsize(false), 100u);
+    EXPECT_TRUE(thrower->getPolyp()->isEnrolled());
+}
+
+TEST_F(CacheTest, ForgetsAKindOfObjectsWithTheLastOfThem) {
+    auto all = makers(2, 10);
+    auto held = all[0]->getPolyp();
+    cache->purge();
+    testing::internal::CaptureStdout();
+    cache->list_info();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("BlockMaker"))
+        << "one is evicted and lives";
+    held->setCreator(*all[0]);
+    EXPECT_EQ(cache->size(), 1u);
+    held = {};
+    testing::internal::CaptureStdout();
+    cache->list_info();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
+                testing::Not(testing::HasSubstr("BlockMaker")));
+    all[0]->create();
+    EXPECT_EQ(cache->size(), 1u);
+}
+
 TEST_F(CacheTest, EvictionEndsWhereCreatorsMakeNewObjectsAllTheTime) {
     cache->maxCost = 100;
     const auto one = Keel::make<Replacer>(cache, 100u);

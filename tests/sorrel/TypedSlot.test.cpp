@@ -66,6 +66,30 @@ TEST_F(TypedSlotTest, ReadOnADeadParameterLeavesTheTarget) {
     EXPECT_FALSE(Mirk::readSlot<double>(VSlotPtr(new Mirk::VSlot("empty", 0, {})), pool, target));
     EXPECT_FALSE(Mirk::readSlot<double>({}, pool, target));
     EXPECT_EQ(target, 4.5);
+    Mirk::TypedSlot<double> slot(object.get(), "gone", 1.0, 0);
+    static_cast<VSlotPtr&>(slot) = VSlotPtr(new Mirk::VSlot("gone", 0, {}));
+    EXPECT_FALSE(slot.get(pool, target));
+    EXPECT_EQ(target, 4.5);
+    static_cast<VSlotPtr&>(slot) = {};
+    EXPECT_FALSE(slot.get(pool, target));
+    EXPECT_EQ(target, 4.5);
+}
+
+TEST_F(TypedSlotTest, WriteOfTheGlobalValueThatItHasSetsTheCopiesAll) {
+    const Mirk::TypedSlot<int> slot(object.get(), "number", 1, 0);
+    slot->parameter()->Localize();
+    slot.set(pool, 5);
+    EXPECT_EQ(slot.value(pool), 5);
+    const WatcherPtr watcher(new Watcher);
+    slot->parameter()->addNotifier(watcher);
+    slot.set({}, 1);
+    EXPECT_EQ(slot.value(pool), 1);
+    EXPECT_EQ(watcher->changes, 1);
+    slot.set({}, 1);
+    EXPECT_EQ(watcher->changes, 1);
+    slot.set(pool, 7);
+    EXPECT_TRUE(slot->parameter()->setValueFromText({}, "1"));
+    EXPECT_EQ(slot.value(pool), 1);
 }
 
 TEST_F(TypedSlotTest, ReadOfAnotherTypeLeavesTheTarget) {
