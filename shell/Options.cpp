@@ -1,111 +1,277 @@
 #include <Options.hpp>
 
 #include <UsageError.hpp>
+#include <optionValues.hpp>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
+#include <filesystem>
+#include <functional>
 #include <limits>
-#include <system_error>
+#include <map>
+#include <utility>
 
 namespace Shell {
 
 namespace {
 
-/// The value of an option, with the words for one that won't do.
-struct Value {
-    [[noreturn]] void refuse() const {
-        throw UsageError(option + ": expected " + expected + ", got '" + text + "'");
-    }
+using Text = const std::string&;
 
-    std::string option;
-    std::string text;
-    std::string expected;
+/// An option whose value is taken as text, so that all words about wrong ones are ours.
+void addOption(CLI::App& command, Text name, Text help, const std::function<void(Text)>& take) {
+    command.add_option_function<std::string>(name, take, help);
+}
+
+// --- What the commands have in common ------------------------------------------------------------
+
+void addCamera(CLI::App& command, CameraWishes& camera) {
+    addOption(command, "--camera-position", "Where the camera stands: X,Y,Z",
+              [&](Text text) { camera.position = pointOf("--camera-position", text); });
+    addOption(command, "--camera-focal-point", "What it looks at: X,Y,Z",
+              [&](Text text) { camera.focalPoint = pointOf("--camera-focal-point", text); });
+    addOption(command, "--camera-view-up", "What is up in the picture: X,Y,Z",
+              [&](Text text) { camera.viewUp = vectorOf("--camera-view-up", text); });
+    addOption(command, "--camera-view-angle", "Height of the picture in degrees, 0.001 to 170 (30)",
+              [&](Text text) {
+                  camera.viewAngleDegrees = number(
+                      {"--camera-view-angle", text, "degrees from 0.001 to 170"}, 0.001, 170);
+              });
+}
+
+void addLook(CLI::App& command, PictureOptions& options) {
+    addOption(command, "--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text text) {
+        options.lineWidthPixels =
+            number({"--line-width", text, "pixels from 0.1 to 100"}, 0.1, 100);
+    });
+    addOption(command, "--point-size", "In pixels, 1 to 100 (3)", [&](Text text) {
+        options.pointSizePixels = number({"--point-size", text, "pixels from 1 to 100"}, 1, 100);
+    });
+    addOption(command, "--samples", "Samples of each pixel against jagged edges, 1 to 64 (4)",
+              [&](Text text) {
+                  const Value value{"--samples", text, "a whole number from 1 to 64"};
+                  options.samples = wholeNumber(value, number(value, 1, 64), 1, 64);
+              });
+    command.add_flag("--grounding-line", options.groundingLine,
+                     "Draws Antarctica's grounding line too");
+}
+
+void addWords(CLI::App& command, PictureOptions& options) {
+    addOption(command, "--report",
+              "Tells everything to standard output, for programs; the one form is \"json\"",
+              [&](Text text) {
+                  if (text != "json") Value{"--report", text, "'json'"}.refuse();
+                  options.report = true;
+              });
+    command.add_flag("-v,--verbose", options.verbose, "Tells what is done and how long it takes");
+}
+
+void addPicture(CLI::App& command, PictureOptions& options) {
+    addOption(command, "--resolution", "Size in pixels W,H (1024,768)", [&](Text text) {
+        const std::vector<int> size = sizeOf("--resolution", text);
+        options.widthPixels = size[0];
+        options.heightPixels = size[1];
+    });
+    addCamera(command, options.camera);
+    addLook(command, options);
+    addOption(command, "--device",
+              "Graphics device: a number, \"surfaceless\" or \"default\" (the best)",
+              [&](Text text) { options.device = deviceOf("--device", text); });
+    addWords(command, options);
+}
+
+void checkPicture(const PictureOptions& options) {
+    if (!options.verbose || !options.report) return;
+    throw UsageError("--verbose: expected without --report, which tells the same");
+}
+
+constexpr const char* kindsOfFiles =
+    "Coastlines, rivers and borders (GSHHG netCDF), meshes and clouds of points "
+    "(OFF, OBJ, PLY, STL; gzip too)";
+
+// --- render --------------------------------------------------------------------------------------
+
+/// The options for stereo as they come, in any order.
+struct StereoWords {
+    std::optional<StereoLayout> layout;
+    std::optional<double> eyeSeparation;
+    std::optional<double> convergence;
+    bool toeIn = false;
 };
 
-/// Numbers parted by commas, as many as wanted.
-std::vector<double> numbers(const Value& value, std::size_t least, std::size_t most) {
-    std::vector<double> result;
-    const char* next = value.text.data();
-    const char* const end = next + value.text.size();
-    for (;;) {
-        double number = 0;
-        const auto [stop, error] = std::from_chars(next, end, number);
-        if (error != std::errc() || !std::isfinite(number)) value.refuse();
-        result.push_back(number);
-        if (stop == end) break;
-        if (*stop != ',') value.refuse();
-        next = stop + 1;
-    }
-    if (result.size() < least || result.size() > most) value.refuse();
-    return result;
+StereoLayout layoutOf(Text text) {
+    static const std::map<std::string, StereoLayout> layouts{
+        {"side-by-side", StereoLayout::sideBySide},
+        {"anaglyph", StereoLayout::anaglyph},
+        {"separate", StereoLayout::separate}};
+    const auto found = layouts.find(text);
+    if (found != layouts.end()) return found->second;
+    Value{"--stereo", text, "'side-by-side', 'anaglyph' or 'separate'"}.refuse();
 }
 
-double number(const Value& value, double least, double most) {
-    const double result = numbers(value, 1, 1)[0];
-    if (result < least || result > most) value.refuse();
-    return result;
+void addStereo(CLI::App& command, StereoWords& words) {
+    addOption(command, "--stereo",
+              "Draws for two eyes: \"side-by-side\" is one picture twice as wide with the left "
+              "eye's on the left; \"anaglyph\" has the red of the left eye's with the green and "
+              "blue of the right eye's, each as it is; \"separate\" is two files, named with "
+              "-left and -right",
+              [&](Text text) { words.layout = layoutOf(text); });
+    addOption(command, "--eye-separation",
+              "Between the eyes, in distances of the focal point, 0.0001 to 1 (0.03)",
+              [&](Text text) {
+                  words.eyeSeparation =
+                      number({"--eye-separation", text, "a number from 0.0001 to 1"}, 0.0001, 1);
+              });
+    addOption(command, "--convergence",
+              "Distance of what both eyes see at the same place, in units of the data (that of "
+              "the focal point)",
+              [&](Text text) {
+                  const Value value{"--convergence", text, "a distance above 0 and up to 1e100"};
+                  words.convergence =
+                      number(value, std::numeric_limits<double>::denorm_min(), 1e100);
+              });
+    command.add_flag("--toe-in", words.toeIn,
+                     "Turns the eyes to the focal point; else they look parallel, through skewed "
+                     "frusta");
 }
 
-int wholeNumber(const Value& value, double number, int most) {
-    if (!(number >= 1 && number <= most) || number != std::floor(number)) value.refuse();
-    return static_cast<int>(number);
-}
-
-point pointOf(const std::string& option, const std::string& text) {
-    // Squares of what lies between two such points are numbers still.
-    constexpr double farthest = 1e100;
-    const Value value{option, text, "three numbers X,Y,Z from -1e100 to 1e100"};
-    const auto v = numbers(value, 3, 3);
-    for (const double coordinate : v) {
-        if (std::abs(coordinate) > farthest) value.refuse();
-    }
-    return {v[0], v[1], v[2]};
-}
-
-vector vectorOf(const std::string& option, const std::string& text) {
-    const Value value{option, text, "three numbers X,Y,Z that are not all 0"};
-    const auto v = numbers(value, 3, 3);
-    // Made as long as the largest is, whose square can be too large or too small a number.
-    const double largest = std::max({std::abs(v[0]), std::abs(v[1]), std::abs(v[2])});
-    if (largest == 0) value.refuse();
-    return {v[0] / largest, v[1] / largest, v[2] / largest};
-}
-
-/// "#RRGGBB", "#RRGGBBAA", or three or four numbers from 0 to 1.
-Skua::rgba_float_t colorOf(const std::string& option, const std::string& text) {
-    const Value value{option, text,
-                      "#RRGGBB, #RRGGBBAA, or three or four numbers R,G,B,A from 0 to 1"};
-    Skua::rgba_float_t color{0, 0, 0, 1};
-    if (text.starts_with('#')) {
-        if (text.size() != 7 && text.size() != 9) value.refuse();
-        for (std::size_t i = 0; 2 * i + 1 < text.size(); ++i) {
-            unsigned byte = 0;
-            const char* const first = text.data() + 1 + 2 * i;
-            const auto [stop, error] = std::from_chars(first, first + 2, byte, 16);
-            if (error != std::errc() || stop != first + 2) value.refuse();
-            color[i] = static_cast<float>(byte) / 255.0F;
+std::optional<StereoOptions> stereoOf(const StereoWords& words) {
+    if (!words.layout) {
+        const std::pair<bool, const char*> others[] = {
+            {words.eyeSeparation.has_value(), "--eye-separation"},
+            {words.convergence.has_value(), "--convergence"},
+            {words.toeIn, "--toe-in"}};
+        for (const auto& [isGiven, option] : others) {
+            if (isGiven) throw UsageError(std::string(option) + ": expected with --stereo only");
         }
-        return color;
+        return {};
     }
-    const auto components = numbers(value, 3, 4);
-    for (std::size_t i = 0; i < components.size(); ++i) {
-        if (components[i] < 0 || components[i] > 1) value.refuse();
-        color[i] = static_cast<float>(components[i]);
+    if (words.toeIn && words.convergence) {
+        throw UsageError("--convergence: expected without --toe-in, which turns the eyes to the "
+                         "focal point");
     }
-    return color;
+    StereoOptions options;
+    options.layout = *words.layout;
+    options.eyeSeparation = words.eyeSeparation.value_or(options.eyeSeparation);
+    options.convergence = words.convergence;
+    options.toeIn = words.toeIn;
+    return options;
 }
 
-std::string deviceOf(const std::string& option, const std::string& text) {
-    const bool isNumber =
-        !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == text.npos;
-    if (isNumber || text == "surfaceless" || text == "default") return text;
-    Value{option, text, "a device number, 'surfaceless' or 'default'"}.refuse();
+/// `polypia render`.
+class RenderCommand {
+public:
+    explicit RenderCommand(CLI::App& program)
+        : app(*program.add_subcommand("render", "Draws files into a PNG picture.")) {
+        app.add_option("FILE", _options.files, kindsOfFiles)->required();
+        app.add_option("-o,--output", _options.output, "The picture to write")->required();
+        addPicture(app, _options);
+        addOption(app, "--background-color", "#RRGGBB[AA], or R,G,B[,A] from 0 to 1",
+                  [&](Text text) { _options.background = colorOf("--background-color", text); });
+        addStereo(app, _stereo);
+    }
+
+    // The program writes into this.
+    RenderCommand(const RenderCommand&) = delete;
+    RenderCommand& operator=(const RenderCommand&) = delete;
+
+    RenderOptions options() const {
+        checkPicture(_options);
+        if (!std::filesystem::path(_options.output).has_filename()) {
+            Value{"--output", _options.output, "the name of a file"}.refuse();
+        }
+        RenderOptions result = _options;
+        result.stereo = stereoOf(_stereo);
+        return result;
+    }
+
+    CLI::App& app;
+
+private:
+    RenderOptions _options;
+    StereoWords _stereo;
+};
+
+// --- pick ----------------------------------------------------------------------------------------
+
+bool isNumber(Text word) {
+    return numberIn(word).has_value();
 }
+
+/// Of two or four numbers; it lies in the picture.
+PixelRectangle rectangleOf(const std::vector<std::string>& words, const PictureOptions& options) {
+    Value value{"X Y [W H]", "",
+                "whole numbers of pixels within the picture of " +
+                    std::to_string(options.widthPixels) + " x " +
+                    std::to_string(options.heightPixels)};
+    for (Text word : words) value.text += (value.text.empty() ? "" : " ") + word;
+    const auto within = [&](std::size_t i, int least, int most) {
+        return wholeNumber(value, *numberIn(words[i]), least, most);
+    };
+    PixelRectangle result;
+    result.x = within(0, 0, options.widthPixels - 1);
+    result.y = within(1, 0, options.heightPixels - 1);
+    if (words.size() == 2) return result;
+    result.width = within(2, 1, options.widthPixels - result.x);
+    result.height = within(3, 1, options.heightPixels - result.y);
+    return result;
+}
+
+/// `polypia pick`.
+class PickCommand {
+public:
+    explicit PickCommand(CLI::App& program)
+        : app(*program.add_subcommand(
+              "pick", "Tells what lies under pixels of the picture that `render` would draw with "
+                      "the same options.")) {
+        app.add_option("FILE", _words,
+                       std::string(kindsOfFiles) +
+                           ". Behind them the rectangle of pixels: X Y from the upper left "
+                           "corner of the picture, from 0, and W H for more than one pixel. A "
+                           "file whose name is a number is given as ./5")
+            ->required();
+        addPicture(app, _options);
+    }
+
+    // The program writes into this.
+    PickCommand(const PickCommand&) = delete;
+    PickCommand& operator=(const PickCommand&) = delete;
+
+    PickOptions options() const {
+        checkPicture(_options);
+        const auto firstNumber = std::find_if(_words.begin(), _words.end(), isNumber);
+        PickOptions result = _options;
+        result.files.assign(_words.begin(), firstNumber);
+        const std::vector<std::string> rectangle(firstNumber, _words.end());
+        checkOrder(result.files, rectangle);
+        result.rectangle = rectangleOf(rectangle, _options);
+        return result;
+    }
+
+    CLI::App& app;
+
+private:
+    static void checkOrder(const std::vector<std::string>& files,
+                           const std::vector<std::string>& rectangle) {
+        const auto word = std::find_if_not(rectangle.begin(), rectangle.end(), isNumber);
+        if (word != rectangle.end()) {
+            throw UsageError("X Y [W H]: expected numbers behind all files, got '" + *word +
+                             "' behind '" + *(word - 1) +
+                             "'; a file whose name is a number is given as ./" + *(word - 1));
+        }
+        if (files.empty()) throw UsageError("FILE: expected a file ahead of X Y [W H], got none");
+        if (rectangle.size() == 2 || rectangle.size() == 4) return;
+        throw UsageError("X Y [W H]: expected two or four numbers behind the files, got " +
+                         std::to_string(rectangle.size()));
+    }
+
+    std::vector<std::string> _words; ///< files and numbers
+    PickOptions _options;
+};
+
+// --- Words about the whole -----------------------------------------------------------------------
 
 /// In our words, or those of CLI11 where they are good.
 std::string words(const CLI::ParseError& error) {
@@ -117,8 +283,9 @@ std::string words(const CLI::ParseError& error) {
 }
 
 std::string wrongCommand(int argc, const char* const* argv) {
-    return "expected the command 'render', got " +
-           (argc > 1 ? "'" + std::string(argv[1]) + "'" : std::string("none"));
+    return "expected the command 'render' or 'pick', got " +
+           (argc > 1 ? "'" + std::string(argv[1]) + "'" : std::string("none")) +
+           "; see polypia --help";
 }
 
 } // namespace
@@ -127,74 +294,26 @@ Command parseCommandLine(int argc, const char* const* argv) {
     CLI::App app("Turns files of scientific data into pictures.", "polypia");
     app.set_version_flag("--version", std::string("polypia " POLYPIA_VERSION));
     app.require_subcommand(1);
-    CLI::App* const render = app.add_subcommand("render", "Draws files into a PNG picture.");
-
-    Command command;
-    RenderOptions& options = command.options;
-    render
-        ->add_option("FILE", options.files,
-                     "Coastlines, rivers and borders (GSHHG netCDF), meshes and clouds of points "
-                     "(OFF, OBJ, PLY, STL; gzip too)")
-        ->required();
-    render->add_option("-o,--output", options.output, "The picture to write")->required();
-
-    // Each is taken as text, so that all words about wrong ones are ours.
-    const auto add = [render](const std::string& name, const std::string& help, auto take) {
-        render->add_option_function<std::string>(
-            name, [name, take](const std::string& text) { take(name, text); }, help);
+    const RenderCommand render(app);
+    const PickCommand pick(app);
+    const auto parsedCommand = [&]() -> const CLI::App* {
+        if (render.app.parsed()) return &render.app;
+        return pick.app.parsed() ? &pick.app : nullptr;
     };
-    using Text = const std::string&;
-    add("--resolution", "Size in pixels W,H (1024,768)", [&](Text name, Text text) {
-        const Value value{name, text, "a size in pixels W,H of at least 1,1"};
-        const auto size = numbers(value, 2, 2);
-        constexpr int most = std::numeric_limits<int>::max();
-        options.widthPixels = wholeNumber(value, size[0], most);
-        options.heightPixels = wholeNumber(value, size[1], most);
-    });
-    add("--camera-position", "Where the camera stands: X,Y,Z",
-        [&](Text name, Text text) { options.camera.position = pointOf(name, text); });
-    add("--camera-focal-point", "What it looks at: X,Y,Z",
-        [&](Text name, Text text) { options.camera.focalPoint = pointOf(name, text); });
-    add("--camera-view-up", "What is up in the picture: X,Y,Z",
-        [&](Text name, Text text) { options.camera.viewUp = vectorOf(name, text); });
-    add("--camera-view-angle", "Height of the picture in degrees, 0.001 to 170 (30)",
-        [&](Text name, Text text) {
-            options.camera.viewAngleDegrees =
-                number({name, text, "degrees from 0.001 to 170"}, 0.001, 170);
-        });
-    add("--background-color", "#RRGGBB[AA], or R,G,B[,A] from 0 to 1",
-        [&](Text name, Text text) { options.background = colorOf(name, text); });
-    add("--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text name, Text text) {
-        options.lineWidthPixels = number({name, text, "pixels from 0.1 to 100"}, 0.1, 100);
-    });
-    add("--point-size", "In pixels, 1 to 100 (3)", [&](Text name, Text text) {
-        options.pointSizePixels = number({name, text, "pixels from 1 to 100"}, 1, 100);
-    });
-    add("--samples", "Samples of each pixel against jagged edges, 1 to 64 (4)",
-        [&](Text name, Text text) {
-            const Value value{name, text, "a whole number from 1 to 64"};
-            options.samples = wholeNumber(value, number(value, 1, 64), 64);
-        });
-    add("--device", "Graphics device: a number, \"surfaceless\" or \"default\" (the best)",
-        [&](Text name, Text text) { options.device = deviceOf(name, text); });
-    render->add_flag("--grounding-line", options.groundingLine,
-                     "Draws Antarctica's grounding line too");
-    render->add_flag("-v,--verbose", options.verbose, "Tells what is done and how long it takes");
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        command.text = render->parsed() ? render->help() : app.help("", CLI::AppFormatMode::All);
-        return command;
+        const CLI::App* const command = parsedCommand();
+        return command != nullptr ? command->help() : app.help("", CLI::AppFormatMode::All);
     } catch (const CLI::CallForVersion&) {
-        command.text = "polypia " POLYPIA_VERSION "\n";
-        return command;
+        return "polypia " POLYPIA_VERSION "\n";
     } catch (const CLI::ParseError& error) {
-        throw UsageError((render->parsed() ? words(error) : wrongCommand(argc, argv)) +
-                         "; see polypia render --help");
+        const CLI::App* const command = parsedCommand();
+        if (command == nullptr) throw UsageError(wrongCommand(argc, argv));
+        throw UsageError(words(error) + "; see polypia " + command->get_name() + " --help");
     }
-    if (options.output.empty()) throw UsageError("--output: expected the name of a file, got ''");
-    command.render = true;
-    return command;
+    if (render.app.parsed()) return render.options();
+    return pick.options();
 }
 
 } // namespace Shell

@@ -1,5 +1,7 @@
 #include <Scene.hpp>
 
+#include <objectNames.hpp>
+
 #include <Displays/GlobeDisplay.hpp>
 #include <Displays/LineDisplay.hpp>
 #include <Displays/MeshDisplay.hpp>
@@ -9,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 #include <variant>
@@ -19,6 +20,8 @@ namespace Shell {
 namespace {
 
 using PointChunk = Mirk::ChunkPtr<point>;
+
+constexpr const char* globeName = "globe";
 
 const PointChunk& pointsOf(const Mirk::Dataset& data) {
     return std::visit([](const auto& content) -> const PointChunk& { return content.points; },
@@ -58,7 +61,7 @@ void scalePoints(const PointChunk& points, double factor) {
 
 } // namespace
 
-Scene::Scene(const RenderOptions& options) : _options(options) {}
+Scene::Scene(const PictureOptions& options) : _options(options) {}
 
 void Scene::add(const std::string& file, Mirk::Dataset&& data) {
     if (std::holds_alternative<Mirk::Polylines>(data)) {
@@ -80,32 +83,36 @@ void Scene::complete() {
     _space.worldUnit = worldUnitOf(ball.radius);
     _ball = Skua::BoundingBall(point(), std::max(ball.radius, 0.0) / _space.worldUnit);
     if (_hasEarth) {
-        _displays.emplace_back(new Mirk::GlobeDisplay("globe", 1.0 / _space.worldUnit));
+        const DisplayPtr globe(new Mirk::GlobeDisplay(globeName, 1.0 / _space.worldUnit));
+        _objects.push_back({globe, ""});
+        _fitted.push_back(globe);
     }
-    _fitted = _displays;
-    for (Loaded& loaded : _loaded) {
-        const bool liesOnTheGlobe = std::holds_alternative<Mirk::Polylines>(loaded.data);
-        _displays.push_back(makeDisplay(std::move(loaded)));
-        if (!liesOnTheGlobe) _fitted.push_back(_displays.back());
+    std::vector<std::string> files;
+    for (const Loaded& loaded : _loaded) files.push_back(loaded.file);
+    const std::vector<std::string> names = objectNames(files, _hasEarth ? globeName : "");
+    for (std::size_t i = 0; i < _loaded.size(); ++i) {
+        const bool liesOnTheGlobe = std::holds_alternative<Mirk::Polylines>(_loaded[i].data);
+        const DisplayPtr display = makeDisplay(names[i], std::move(_loaded[i].data));
+        _objects.push_back({display, files[i]});
+        if (!liesOnTheGlobe) _fitted.push_back(display);
     }
     _loaded.clear();
 }
 
-DisplayPtr Scene::makeDisplay(Loaded&& loaded) const {
-    const std::string name = std::filesystem::path(loaded.file).stem().string();
+DisplayPtr Scene::makeDisplay(const std::string& name, Mirk::Dataset&& data) const {
     const double scale = 1.0 / _space.worldUnit;
-    scalePoints(pointsOf(loaded.data), scale);
-    if (auto* const lines = std::get_if<Mirk::Polylines>(&loaded.data)) {
+    scalePoints(pointsOf(data), scale);
+    if (auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
         const Keel::StrongPtr<Mirk::LineDisplay, Mirk::VManagedObjectBase> display(
             new Mirk::LineDisplay(name, std::move(*lines), _options.samples > 1, scale));
         display->lineWidth().set({}, _options.lineWidthPixels);
         return display;
     }
-    if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&loaded.data)) {
+    if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
         return DisplayPtr(new Mirk::MeshDisplay(name, std::move(*mesh)));
     }
     const Keel::StrongPtr<Mirk::PointDisplay, Mirk::VManagedObjectBase> display(
-        new Mirk::PointDisplay(name, std::move(std::get<Mirk::PointCloud>(loaded.data))));
+        new Mirk::PointDisplay(name, std::move(std::get<Mirk::PointCloud>(data))));
     display->pointSize().set({}, _options.pointSizePixels);
     return display;
 }
@@ -137,8 +144,8 @@ std::vector<double> Scene::reaches(std::span<const vector> directions) const {
 
 double Scene::marginPixels() const {
     double margin = 0.0;
-    for (const DisplayPtr& display : _displays) {
-        margin = std::max(margin, display->marginPixels({}));
+    for (const Object& object : _objects) {
+        margin = std::max(margin, object.display->marginPixels({}));
     }
     return margin;
 }

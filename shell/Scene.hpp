@@ -33,7 +33,12 @@ struct SceneSpace {
 /// The data of files, and the globe if they are on the earth.
 class Scene {
 public:
-    explicit Scene(const RenderOptions& options);
+    struct Object {
+        DisplayPtr display;
+        std::string file; ///< none for the globe
+    };
+
+    explicit Scene(const PictureOptions& options);
 
     /// Throws std::runtime_error if the numbers are too large to be drawn.
     void add(const std::string& file, Mirk::Dataset&& data);
@@ -41,6 +46,9 @@ public:
     /// objects, which join the default scene.
     void complete();
 
+    /// In the order of the files, behind the globe. The name of an object tells its file from the
+    /// others.
+    const std::vector<Object>& objects() const { return _objects; }
     const SceneSpace& space() const { return _space; }
     /// What a camera is to see, in scene space; for as long as this object lives.
     Sight sight() const;
@@ -54,11 +62,11 @@ private:
     };
 
     std::vector<double> reaches(std::span<const vector> directions) const;
-    DisplayPtr makeDisplay(Loaded&& loaded) const;
+    DisplayPtr makeDisplay(const std::string& name, Mirk::Dataset&& data) const;
 
-    const RenderOptions& _options;
+    const PictureOptions& _options;
     std::vector<Loaded> _loaded;
-    std::vector<DisplayPtr> _displays;
+    std::vector<Object> _objects;
     std::vector<DisplayPtr> _fitted; ///< what cameras look at: not what lies on the globe
     Skua::BoundingBox _box;          ///< of the files, in the world
     Skua::BoundingBall _ball;        ///< in scene space

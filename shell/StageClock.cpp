@@ -6,8 +6,8 @@ namespace Shell {
 
 namespace {
 
-double milliseconds(std::chrono::steady_clock::duration duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
+double seconds(std::chrono::steady_clock::duration duration) {
+    return std::chrono::duration<double>(duration).count();
 }
 
 } // namespace
@@ -22,19 +22,23 @@ void StageClock::begin(const std::string& stage) {
 
 void StageClock::end() {
     if (!_stage.empty()) {
-        _milliseconds.emplace_back(_stage, milliseconds(Clock::now() - _stageStarted));
+        _stages.push_back({_stage, seconds(Clock::now() - _stageStarted)});
     }
     _stage.clear();
+}
+
+double StageClock::totalSeconds() const {
+    return seconds(Clock::now() - _started);
 }
 
 std::string StageClock::str() const {
     std::string text;
     char number[64];
-    for (const auto& [stage, time] : _milliseconds) {
-        std::snprintf(number, sizeof number, " %.1f ms, ", time);
-        text += stage + number;
+    for (const Stage& stage : _stages) {
+        std::snprintf(number, sizeof number, " %.1f ms, ", 1e3 * stage.seconds);
+        text += stage.name + number;
     }
-    std::snprintf(number, sizeof number, "total %.1f ms", milliseconds(Clock::now() - _started));
+    std::snprintf(number, sizeof number, "total %.1f ms", 1e3 * totalSeconds());
     return text + number;
 }
 

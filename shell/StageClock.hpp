@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Shell {
@@ -11,11 +10,20 @@ namespace Shell {
 /// Stages one after the other; each lasts until the next begins.
 class StageClock {
 public:
+    struct Stage {
+        std::string name;
+        double seconds;
+    };
+
     StageClock();
 
     void begin(const std::string& stage);
     /// Ends the last stage.
     void end();
+    /// Those that have ended.
+    const std::vector<Stage>& stages() const { return _stages; }
+    /// Since the clock was made.
+    double totalSeconds() const;
     /// "read 123.4 ms, convert 5.6 ms, ..., total 200.0 ms"
     std::string str() const;
 
@@ -25,7 +33,7 @@ private:
     Clock::time_point _started;
     Clock::time_point _stageStarted;
     std::string _stage;
-    std::vector<std::pair<std::string, double>> _milliseconds;
+    std::vector<Stage> _stages;
 };
 
 } // namespace Shell

@@ -1,11 +1,12 @@
 #include <Options.hpp>
 #include <UsageError.hpp>
+#include <onOneLine.hpp>
+#include <pick.hpp>
 #include <render.hpp>
 
 #include <Polypia/RenderException.hpp>
 #include <PolypiaGL/ContextError.hpp>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -13,6 +14,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <variant>
 
 namespace {
 
@@ -24,31 +26,24 @@ int report(const std::string& message, int code) {
     return code;
 }
 
-/// Names of files and values of options may hold anything.
-std::string onOneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char letter) {
-            const auto code = static_cast<unsigned char>(letter);
-            return code < 0x20 || code == 0x7f;
-        },
-        '?');
-    return text;
-}
-
 /// Reports that a text did not get out: the disk behind standard output may be full.
 int flushOutput() {
     if (std::fflush(stdout) == 0) return 0;
     return report(std::string("cannot write to standard output: ") + std::strerror(errno), failed);
 }
 
-int run(int argc, char** argv) {
-    const Shell::Command command = Shell::parseCommandLine(argc, argv);
-    if (command.render) {
-        Shell::render(command.options);
-    } else {
-        std::fputs(command.text.c_str(), stdout);
+/// What a command has to tell.
+struct Execution {
+    std::string operator()(const std::string& text) const { return text; }
+    std::string operator()(const Shell::RenderOptions& options) const {
+        return Shell::render(options);
     }
+    std::string operator()(const Shell::PickOptions& options) const { return Shell::pick(options); }
+};
+
+int run(int argc, char** argv) {
+    const std::string text = std::visit(Execution(), Shell::parseCommandLine(argc, argv));
+    std::fputs(text.c_str(), stdout);
     return flushOutput();
 }
 
@@ -60,7 +55,7 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const Shell::UsageError& error) {
-        return report(onOneLine(error.what()), misused);
+        return report(Shell::onOneLine(error.what()), misused);
     } catch (const Mirk::ContextError& error) {
         return report(error.what(), failed); // a line for each device that was tried
     } catch (const Mirk::RenderException& error) {
@@ -68,6 +63,6 @@ int main(int argc, char** argv) {
     } catch (const std::bad_alloc&) {
         return report("there is not enough memory", failed);
     } catch (const std::exception& error) {
-        return report(onOneLine(error.what()), failed);
+        return report(Shell::onOneLine(error.what()), failed);
     }
 }

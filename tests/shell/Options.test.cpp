@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 using namespace Shell;
@@ -18,9 +20,19 @@ Command parse(std::vector<const char*> words) {
     return parseCommandLine(static_cast<int>(words.size()), words.data());
 }
 
+RenderOptions parseRender(std::vector<const char*> words) {
+    words.insert(words.begin(), "render");
+    return std::get<RenderOptions>(parse(std::move(words)));
+}
+
+PickOptions parsePick(std::vector<const char*> words) {
+    words.insert(words.begin(), "pick");
+    return std::get<PickOptions>(parse(std::move(words)));
+}
+
 /// Of `polypia render a.ply -o a.png` with one option more.
 RenderOptions parseOption(const char* option) {
-    return parse({"render", "a.ply", "-o", "a.png", option}).options;
+    return parseRender({"a.ply", "-o", "a.png", option});
 }
 
 std::string errorOf(const std::vector<const char*>& words) {
@@ -33,9 +45,7 @@ std::string errorOf(const std::vector<const char*>& words) {
 }
 
 TEST(OptionsTest, AreTheUsualOnesUnlessGiven) {
-    const Command command = parse({"render", "a.ply", "-o", "a.png"});
-    EXPECT_TRUE(command.render);
-    const RenderOptions& options = command.options;
+    const RenderOptions options = parseRender({"a.ply", "-o", "a.png"});
     EXPECT_THAT(options.files, ElementsAre("a.ply"));
     EXPECT_EQ(options.output, "a.png");
     EXPECT_EQ(options.widthPixels, 1024);
@@ -43,18 +53,22 @@ TEST(OptionsTest, AreTheUsualOnesUnlessGiven) {
     EXPECT_EQ(options.samples, 4);
     EXPECT_EQ(options.camera.viewAngleDegrees, 30.0);
     EXPECT_FALSE(options.camera.position || options.camera.focalPoint || options.camera.viewUp);
-    EXPECT_FALSE(options.verbose || options.groundingLine);
+    EXPECT_FALSE(options.verbose || options.groundingLine || options.report || options.stereo);
     EXPECT_EQ(options.device, "");
 }
 
 TEST(OptionsTest, TakeSeveralFilesOnBothSidesOfOthers) {
-    EXPECT_THAT(parse({"render", "a.ply", "-o", "a.png", "b.nc", "c.off"}).options.files,
+    EXPECT_THAT(parseRender({"a.ply", "-o", "a.png", "b.nc", "c.off"}).files,
                 ElementsAre("a.ply", "b.nc", "c.off"));
 }
 
 TEST(OptionsTest, TakeFilesThatLookLikeOptionsBehindTwoDashes) {
-    EXPECT_THAT(parse({"render", "-o", "a.png", "--", "--a.ply"}).options.files,
-                ElementsAre("--a.ply"));
+    EXPECT_THAT(parseRender({"-o", "a.png", "--", "--a.ply"}).files, ElementsAre("--a.ply"));
+}
+
+TEST(OptionsTest, TakeFilesWithTheNamesOfCommands) {
+    EXPECT_THAT(parseRender({"pick", "render", "-o", "a.png"}).files,
+                ElementsAre("pick", "render"));
 }
 
 TEST(OptionsTest, AreUnderstood) {
@@ -73,12 +87,108 @@ TEST(OptionsTest, AreUnderstood) {
     EXPECT_TRUE(parseOption("--grounding-line").groundingLine);
     EXPECT_TRUE(parseOption("--verbose").verbose);
     EXPECT_TRUE(parseOption("-v").verbose);
+    EXPECT_TRUE(parseOption("--report=json").report);
+}
+
+TEST(OptionsTest, AreThoseOfStereoOnlyWithIt) {
+    EXPECT_EQ(parseOption("--stereo=side-by-side").stereo->layout, StereoLayout::sideBySide);
+    EXPECT_EQ(parseOption("--stereo=anaglyph").stereo->layout, StereoLayout::anaglyph);
+    const StereoOptions usual = *parseOption("--stereo=separate").stereo;
+    EXPECT_EQ(usual.layout, StereoLayout::separate);
+    EXPECT_EQ(usual.eyeSeparation, 0.03);
+    EXPECT_FALSE(usual.convergence || usual.toeIn);
+    const StereoOptions skewed = *parseRender({"a.ply", "-o", "a.png", "--convergence=5e6",
+                                               "--eye-separation=0.1", "--stereo=anaglyph"})
+                                      .stereo;
+    EXPECT_EQ(skewed.eyeSeparation, 0.1);
+    EXPECT_EQ(skewed.convergence, 5e6);
+    EXPECT_TRUE(
+        parseRender({"a.ply", "-o", "a.png", "--toe-in", "--stereo=anaglyph"}).stereo->toeIn);
+}
+
+TEST(OptionsTest, ThatAreOfNoUseTogetherAreRefused) {
+    struct {
+        std::vector<const char*> options;
+        const char* expected;
+    } const cases[] = {
+        {{"--toe-in"}, "--toe-in: expected with --stereo only"},
+        {{"--eye-separation=0.1"}, "--eye-separation: expected with --stereo only"},
+        {{"--convergence=5"}, "--convergence: expected with --stereo only"},
+        {{"--stereo=anaglyph", "--toe-in", "--convergence=5"},
+         "--convergence: expected without --toe-in"},
+        {{"--report=json", "-v"}, "--verbose: expected without --report"},
+    };
+    for (const auto& each : cases) {
+        std::vector<const char*> words{"render", "a.ply", "-o", "a.png"};
+        words.insert(words.end(), each.options.begin(), each.options.end());
+        EXPECT_THAT(errorOf(words), HasSubstr(each.expected));
+    }
+}
+
+TEST(OptionsTest, OfAPickEndWithOnePixelOrARectangle) {
+    const PickOptions one = parsePick({"a.ply", "b.nc", "1023", "0"});
+    EXPECT_THAT(one.files, ElementsAre("a.ply", "b.nc"));
+    EXPECT_THAT(
+        (std::vector{one.rectangle.x, one.rectangle.y, one.rectangle.width, one.rectangle.height}),
+        ElementsAre(1023, 0, 1, 1));
+    const PickOptions whole = parsePick({"a.ply", "0", "0", "--resolution=64,32", "64", "32"});
+    EXPECT_THAT(whole.files, ElementsAre("a.ply"));
+    EXPECT_THAT((std::vector{whole.rectangle.x, whole.rectangle.y, whole.rectangle.width,
+                             whole.rectangle.height}),
+                ElementsAre(0, 0, 64, 32));
+}
+
+TEST(OptionsTest, OfAPickAreThoseOfThePicture) {
+    const PickOptions options = parsePick(
+        {"a.ply", "1", "2", "--resolution=640,480", "--camera-position=1,2,3", "--line-width=5",
+         "--point-size=6", "--samples=1", "--device=1", "--grounding-line", "--report=json"});
+    EXPECT_EQ(options.widthPixels, 640);
+    EXPECT_EQ(options.camera.position, (point{1, 2, 3}));
+    EXPECT_EQ(options.lineWidthPixels, 5);
+    EXPECT_EQ(options.pointSizePixels, 6);
+    EXPECT_EQ(options.samples, 1);
+    EXPECT_EQ(options.device, "1");
+    EXPECT_TRUE(options.groundingLine && options.report);
+}
+
+TEST(OptionsTest, OfAPickTakeFilesWhoseNamesAreNearlyNumbers) {
+    EXPECT_THAT(parsePick({"./5", "5a", "nan", "1,2", "1", "2"}).files,
+                ElementsAre("./5", "5a", "nan", "1,2"));
+}
+
+TEST(OptionsTest, OfAPickRefuseWhatIsNoRectangleInThePicture) {
+    struct {
+        std::vector<const char*> words;
+        const char* expected;
+    } const cases[] = {
+        {{"a.ply"}, "X Y [W H]: expected two or four numbers behind the files, got 0"},
+        {{"a.ply", "1"}, "got 1"},
+        {{"a.ply", "1", "2", "3"}, "got 3"},
+        {{"a.ply", "1", "2", "3", "4", "5"}, "got 5"},
+        {{"a.ply", "-1", "2"}, "within the picture of 64 x 32, got '-1 2'"},
+        {{"a.ply", "64", "0"}, "within the picture of 64 x 32, got '64 0'"},
+        {{"a.ply", "0", "32"}, "got '0 32'"},
+        {{"a.ply", "0.5", "2"}, "whole numbers of pixels"},
+        {{"a.ply", "1e999", "2"}, "got '1e999 2'"},
+        {{"a.ply", "1", "1", "0", "1"}, "got '1 1 0 1'"},
+        {{"a.ply", "1", "1", "1", "-1"}, "got '1 1 1 -1'"},
+        {{"a.ply", "1", "0", "64", "1"}, "got '1 0 64 1'"},
+        {{"a.ply", "0", "1", "1", "4000000000"}, "got '0 1 1 4000000000'"},
+        {{"a.ply", "1", "x"}, "got 'x' behind '1'"},
+        {{"5", "a.ply", "1", "2"}, "a file whose name is a number is given as ./5"},
+        {{"1", "2"}, "FILE: expected a file ahead of X Y [W H]"},
+    };
+    for (const auto& each : cases) {
+        std::vector<const char*> words{"pick", "--resolution=64,32"};
+        words.insert(words.end(), each.words.begin(), each.words.end());
+        EXPECT_THAT(errorOf(words), HasSubstr(each.expected));
+    }
 }
 
 TEST(OptionsTest, MayBeWordsOfTheirOwnAlsoWithAMinus) {
-    const Command command =
-        parse({"render", "a.ply", "-o", "a.png", "--camera-position", "-1,2,3"});
-    EXPECT_EQ(command.options.camera.position, (point{-1, 2, 3}));
+    const RenderOptions options =
+        parseRender({"a.ply", "-o", "a.png", "--camera-position", "-1,2,3"});
+    EXPECT_EQ(options.camera.position, (point{-1, 2, 3}));
 }
 
 TEST(OptionsTest, KeepTheDirectionOfAViewUpOfAnySize) {
@@ -146,7 +256,15 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"NamedColour", "--background-color=red"}, Refusal{"NoLineWidth", "--line-width=0"},
         Refusal{"WideLine", "--line-width=101"}, Refusal{"NegativePointSize", "--point-size=-3"},
         Refusal{"NoSample", "--samples=0"}, Refusal{"PartOfASample", "--samples=1.5"},
-        Refusal{"UnknownDevice", "--device=best"}, Refusal{"NegativeDevice", "--device=-1"}),
+        Refusal{"UnknownDevice", "--device=best"}, Refusal{"NegativeDevice", "--device=-1"},
+        Refusal{"UnknownStereo", "--stereo=3d"}, Refusal{"StereoInCapitals", "--stereo=Anaglyph"},
+        Refusal{"EyesInOnePlace", "--eye-separation=0"},
+        Refusal{"EyesOnOtherSides", "--eye-separation=-0.1"},
+        Refusal{"EyesFarApart", "--eye-separation=1.1"},
+        Refusal{"NoConvergence", "--convergence=0"},
+        Refusal{"ConvergenceBehind", "--convergence=-1"},
+        Refusal{"ConvergenceNowhere", "--convergence=inf"},
+        Refusal{"UnknownReport", "--report=xml"}),
     [](const auto& each) { return each.param.name; });
 
 TEST(OptionsTest, RefuseWhatIsNoCommandLine) {
@@ -154,13 +272,16 @@ TEST(OptionsTest, RefuseWhatIsNoCommandLine) {
         std::vector<const char*> words;
         const char* expected;
     } const cases[] = {
-        {{}, "expected the command 'render', got none"},
-        {{"rendr", "a.ply"}, "expected the command 'render', got 'rendr'"},
-        {{"--verbose"}, "expected the command 'render', got '--verbose'"},
+        {{}, "expected the command 'render' or 'pick', got none"},
+        {{"rendr", "a.ply"}, "expected the command 'render' or 'pick', got 'rendr'"},
+        {{"--verbose"}, "expected the command 'render' or 'pick', got '--verbose'"},
         {{"render", "-o", "a.png"}, "FILE is required"},
         {{"render", "a.ply"}, "--output is required"},
+        {{"pick"}, "FILE is required; see polypia pick --help"},
+        {{"pick", "a.ply", "1", "2", "-o", "a.png"}, "see polypia pick --help"},
         {{"render", "a.ply", "-o"}, "--output: expected one value"},
         {{"render", "a.ply", "-o", ""}, "--output: expected the name of a file, got ''"},
+        {{"render", "a.ply", "-o", "out/"}, "--output: expected the name of a file, got 'out/'"},
         {{"render", "a.ply", "-o", "a.png", "-o", "b.png"}, "--output: expected one value"},
         {{"render", "a.ply", "-o", "a.png", "--resolution"}, "--resolution: expected one value"},
         {{"render", "a.ply", "-o", "a.png", "--colour=1"}, "--colour"},
@@ -175,14 +296,19 @@ TEST(OptionsTest, RefuseWhatIsNoCommandLine) {
 }
 
 TEST(OptionsTest, GiveTheTextsThatAreAskedFor) {
-    EXPECT_EQ(parse({"--version"}).text, "polypia " POLYPIA_VERSION "\n");
+    const auto textOf = [](const std::vector<const char*>& words) {
+        return std::get<std::string>(parse(words));
+    };
+    EXPECT_EQ(textOf({"--version"}), "polypia " POLYPIA_VERSION "\n");
     for (const std::vector<const char*>& words :
          {std::vector<const char*>{"--help"}, {"render", "--help"}, {"render", "-h"}}) {
-        const Command command = parse(words);
-        EXPECT_FALSE(command.render);
-        for (const char* option : {"--output", "--resolution", "--camera-view-angle", "--device"}) {
-            EXPECT_THAT(command.text, HasSubstr(option));
+        for (const char* option :
+             {"--output", "--resolution", "--camera-view-angle", "--device", "--toe-in"}) {
+            EXPECT_THAT(textOf(words), HasSubstr(option));
         }
+    }
+    for (const char* word : {"X Y", "upper left", "./5", "--resolution", "--report"}) {
+        EXPECT_THAT(textOf({"pick", "--help"}), HasSubstr(word));
     }
 }
 

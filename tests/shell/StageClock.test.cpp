@@ -17,6 +17,19 @@ TEST(StageClockTest, TellsTheStagesInTheirOrderAndTheTotal) {
                                           "total [0-9]+\\.[0-9] ms"));
 }
 
+TEST(StageClockTest, HasTheStagesInSeconds) {
+    StageClock clock;
+    clock.begin("read");
+    clock.begin("draw");
+    clock.end();
+    ASSERT_EQ(clock.stages().size(), 2u);
+    EXPECT_EQ(clock.stages()[0].name, "read");
+    EXPECT_EQ(clock.stages()[1].name, "draw");
+    const double sum = clock.stages()[0].seconds + clock.stages()[1].seconds;
+    EXPECT_GE(sum, 0.0);
+    EXPECT_GE(clock.totalSeconds(), sum);
+}
+
 TEST(StageClockTest, LeavesOutAStageThatHasNotEnded) {
     StageClock clock;
     clock.begin("read");

@@ -1,11 +1,12 @@
 #pragma once
-// Runs the program polypia as a user does, in a process of its own; stands on GoogleTest.
+// Runs the program polypia as a user does, in a process of its own; stands on GoogleTest
+// and TemporaryFolder.
+
+#include "temporaryFolder.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <ostream>
@@ -13,27 +14,6 @@
 #include <vector>
 
 namespace Shell::Test {
-
-/// A folder that goes with its object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string path() const { return _path.string(); }
-    std::string path(const std::string& name) const { return (_path / name).string(); }
-    /// The path of the new file.
-    std::string write(const std::string& name, const std::string& content) const;
-    /// Names of what is in it, hidden ones too.
-    std::vector<std::string> names() const;
-
-private:
-    std::filesystem::path _path;
-};
-
-std::string contentOf(const std::string& path);
 
 /// What surrounds the process.
 struct Surroundings {

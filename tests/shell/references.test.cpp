@@ -61,4 +61,12 @@ TEST_F(References, ShowPoints) {
     expectReference("points", {input("spiral.ply", spiral().ply()), "--point-size=6"});
 }
 
+TEST_F(References, ShowAMeshToTwoEyesSideBySide) {
+    expectReference("side-by-side", {input("torus.ply", torus().ply()), "--stereo=side-by-side"});
+}
+
+TEST_F(References, ShowAMeshThroughColouredGlasses) {
+    expectReference("anaglyph", {input("torus.ply", torus().ply()), "--stereo=anaglyph"});
+}
+
 } // namespace

@@ -8,7 +8,7 @@ namespace {
 
 TEST(Usage, IsToldOnStandardOutputWhenAskedFor) {
     for (const std::vector<std::string>& words :
-         {std::vector<std::string>{"--help"}, {"-h"}, {"render", "--help"}}) {
+         {std::vector<std::string>{"--help"}, {"-h"}, {"render", "--help"}, {"pick", "-h"}}) {
         const Outcome outcome = run(words);
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.errors, "");
@@ -43,7 +43,7 @@ TEST_P(Misuse, EndsWithTwoAndOneLineAndNoFile) {
 INSTANTIATE_TEST_SUITE_P(
     Usage, Misuse,
     testing::Values(
-        Case{"NoCommand", {}, {"'render'"}}, Case{"UnknownCommand", {"draw"}, {"'draw'"}},
+        Case{"NoCommand", {}, {"'render'", "'pick'"}}, Case{"UnknownCommand", {"draw"}, {"'draw'"}},
         Case{"NoFile", {"render", "-o", "PICTURE"}, {"FILE"}},
         Case{"NoOutput", {"render", "a.ply"}, {"--output"}},
         Case{"UnknownOption", {"render", "a.ply", "-o", "PICTURE", "--size=5,5"}, {"--size=5,5"}},
@@ -56,6 +56,19 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"ASizeOfLetters",
              {"render", "a.ply", "-o", "PICTURE", "--resolution=big"},
              {"--resolution", "'big'"}},
+        Case{"ToeInOfOneEye",
+             {"render", "a.ply", "-o", "PICTURE", "--toe-in"},
+             {"--toe-in", "--stereo"}},
+        Case{"AnUnknownStereo",
+             {"render", "a.ply", "-o", "PICTURE", "--stereo=3d"},
+             {"'side-by-side', 'anaglyph' or 'separate'", "'3d'"}},
+        Case{"AnUnknownReport", {"pick", "a.ply", "1", "1", "--report=xml"}, {"'json'", "'xml'"}},
+        Case{"APickOutsideOfThePicture",
+             {"pick", "a.ply", "1024", "767"},
+             {"1024 x 768", "'1024 767'"}},
+        Case{"APickFromANegativePlace", {"pick", "a.ply", "-1", "5"}, {"'-1 5'"}},
+        Case{"APickOfLetters", {"pick", "a.ply", "left", "top"}, {"X Y [W H]", "got 0"}},
+        Case{"APickWithAnOutput", {"pick", "a.ply", "1", "1", "-o", "PICTURE"}, {"pick --help"}},
         Case{"AValueOfSeveralLines",
              {"render", "a.ply", "-o", "PICTURE", "--resolution=5\n,5"},
              {"--resolution", "'5?,5'"}},
