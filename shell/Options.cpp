@@ -21,37 +21,38 @@ namespace {
 using Text = const std::string&;
 
 /// An option whose value is taken as text, so that all words about wrong ones are ours.
-void addOption(CLI::App& command, Text name, Text help, const std::function<void(Text)>& take) {
-    command.add_option_function<std::string>(name, take, help);
+void addOption(CLI::App& command, Text name, Text help,
+               const std::function<void(Text name, Text text)>& take) {
+    command.add_option_function<std::string>(
+        name, [name, take](Text text) { take(name, text); }, help);
 }
 
 // --- What the commands have in common ------------------------------------------------------------
 
 void addCamera(CLI::App& command, CameraWishes& camera) {
     addOption(command, "--camera-position", "Where the camera stands: X,Y,Z",
-              [&](Text text) { camera.position = pointOf("--camera-position", text); });
+              [&](Text name, Text text) { camera.position = pointOf(name, text); });
     addOption(command, "--camera-focal-point", "What it looks at: X,Y,Z",
-              [&](Text text) { camera.focalPoint = pointOf("--camera-focal-point", text); });
+              [&](Text name, Text text) { camera.focalPoint = pointOf(name, text); });
     addOption(command, "--camera-view-up", "What is up in the picture: X,Y,Z",
-              [&](Text text) { camera.viewUp = vectorOf("--camera-view-up", text); });
-    addOption(command, "--camera-view-angle", "Height of the picture in degrees, 0.001 to 170 (30)",
-              [&](Text text) {
-                  camera.viewAngleDegrees = number(
-                      {"--camera-view-angle", text, "degrees from 0.001 to 170"}, 0.001, 170);
-              });
+              [&](Text name, Text text) { camera.viewUp = vectorOf(name, text); });
+    addOption(
+        command, "--camera-view-angle", "Height of the picture in degrees, 0.001 to 170 (30)",
+        [&](Text name, Text text) {
+            camera.viewAngleDegrees = number({name, text, "degrees from 0.001 to 170"}, 0.001, 170);
+        });
 }
 
 void addLook(CLI::App& command, PictureOptions& options) {
-    addOption(command, "--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text text) {
-        options.lineWidthPixels =
-            number({"--line-width", text, "pixels from 0.1 to 100"}, 0.1, 100);
+    addOption(command, "--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text name, Text text) {
+        options.lineWidthPixels = number({name, text, "pixels from 0.1 to 100"}, 0.1, 100);
     });
-    addOption(command, "--point-size", "In pixels, 1 to 100 (3)", [&](Text text) {
-        options.pointSizePixels = number({"--point-size", text, "pixels from 1 to 100"}, 1, 100);
+    addOption(command, "--point-size", "In pixels, 1 to 100 (3)", [&](Text name, Text text) {
+        options.pointSizePixels = number({name, text, "pixels from 1 to 100"}, 1, 100);
     });
     addOption(command, "--samples", "Samples of each pixel against jagged edges, 1 to 64 (4)",
-              [&](Text text) {
-                  const Value value{"--samples", text, "a whole number from 1 to 64"};
+              [&](Text name, Text text) {
+                  const Value value{name, text, "a whole number from 1 to 64"};
                   options.samples = wholeNumber(value, number(value, 1, 64), 1, 64);
               });
     command.add_flag("--grounding-line", options.groundingLine,
@@ -61,16 +62,16 @@ void addLook(CLI::App& command, PictureOptions& options) {
 void addWords(CLI::App& command, PictureOptions& options) {
     addOption(command, "--report",
               "Tells everything to standard output, for programs; the one form is \"json\"",
-              [&](Text text) {
-                  if (text != "json") Value{"--report", text, "'json'"}.refuse();
+              [&](Text name, Text text) {
+                  if (text != "json") Value{name, text, "'json'"}.refuse();
                   options.report = true;
               });
     command.add_flag("-v,--verbose", options.verbose, "Tells what is done and how long it takes");
 }
 
 void addPicture(CLI::App& command, PictureOptions& options) {
-    addOption(command, "--resolution", "Size in pixels W,H (1024,768)", [&](Text text) {
-        const std::vector<int> size = sizeOf("--resolution", text);
+    addOption(command, "--resolution", "Size in pixels W,H (1024,768)", [&](Text name, Text text) {
+        const std::vector<int> size = sizeOf(name, text);
         options.widthPixels = size[0];
         options.heightPixels = size[1];
     });
@@ -78,7 +79,7 @@ void addPicture(CLI::App& command, PictureOptions& options) {
     addLook(command, options);
     addOption(command, "--device",
               "Graphics device: a number, \"surfaceless\" or \"default\" (the best)",
-              [&](Text text) { options.device = deviceOf("--device", text); });
+              [&](Text name, Text text) { options.device = deviceOf(name, text); });
     addWords(command, options);
 }
 
@@ -101,14 +102,14 @@ struct StereoWords {
     bool toeIn = false;
 };
 
-StereoLayout layoutOf(Text text) {
+StereoLayout layoutOf(Text name, Text text) {
     static const std::map<std::string, StereoLayout> layouts{
         {"side-by-side", StereoLayout::sideBySide},
         {"anaglyph", StereoLayout::anaglyph},
         {"separate", StereoLayout::separate}};
     const auto found = layouts.find(text);
     if (found != layouts.end()) return found->second;
-    Value{"--stereo", text, "'side-by-side', 'anaglyph' or 'separate'"}.refuse();
+    Value{name, text, "'side-by-side', 'anaglyph' or 'separate'"}.refuse();
 }
 
 void addStereo(CLI::App& command, StereoWords& words) {
@@ -117,18 +118,18 @@ void addStereo(CLI::App& command, StereoWords& words) {
               "eye's on the left; \"anaglyph\" has the red of the left eye's with the green and "
               "blue of the right eye's, each as it is; \"separate\" is two files, named with "
               "-left and -right",
-              [&](Text text) { words.layout = layoutOf(text); });
-    addOption(command, "--eye-separation",
-              "Between the eyes, in distances of the focal point, 0.0001 to 1 (0.03)",
-              [&](Text text) {
-                  words.eyeSeparation =
-                      number({"--eye-separation", text, "a number from 0.0001 to 1"}, 0.0001, 1);
-              });
+              [&](Text name, Text text) { words.layout = layoutOf(name, text); });
+    addOption(
+        command, "--eye-separation",
+        "Between the eyes, in distances of the focal point, 0.0001 to 1 (0.03)",
+        [&](Text name, Text text) {
+            words.eyeSeparation = number({name, text, "a number from 0.0001 to 1"}, 0.0001, 1);
+        });
     addOption(command, "--convergence",
               "Distance of what both eyes see at the same place, in units of the data (that of "
               "the focal point)",
-              [&](Text text) {
-                  const Value value{"--convergence", text, "a distance above 0 and up to 1e100"};
+              [&](Text name, Text text) {
+                  const Value value{name, text, "a distance above 0 and up to 1e100"};
                   words.convergence =
                       number(value, std::numeric_limits<double>::denorm_min(), 1e100);
               });
@@ -169,7 +170,7 @@ public:
         app.add_option("-o,--output", _options.output, "The picture to write")->required();
         addPicture(app, _options);
         addOption(app, "--background-color", "#RRGGBB[AA], or R,G,B[,A] from 0 to 1",
-                  [&](Text text) { _options.background = colorOf("--background-color", text); });
+                  [&](Text name, Text text) { _options.background = colorOf(name, text); });
         addStereo(app, _stereo);
     }
 
