@@ -69,8 +69,8 @@ void deactivateGroup(Room* const first, Room* end, const Polyp& polyp) {
 
 } // namespace
 
-/// The entries that a wave has still ahead of it. Goes by the prepared order of the polyp as long
-/// as that stands, else by the map.
+/// The entries that a wave, or an update, has still ahead of it. Goes by the prepared order of the
+/// polyp as long as that stands, else by the map.
 class Polyp::Ahead {
 public:
     Ahead(const Polyp& polyp, Iterator from)
@@ -315,8 +315,18 @@ void Polyp::addCompletionTask(const CompletionTask& task) {
 }
 
 bool Polyp::updateValues(VRenderContext& context) const {
-    return std::all_of(tentacles.begin(), tentacles.end(),
-                       [&](const auto& entry) { return entry.second->updateValue(context); });
+    Ahead ahead(*this, tentacles.begin());
+    return updateRest(ahead, context);
+}
+
+/// Not inlined, as GCC 12 takes what Ahead does to its polyp for a dangling pointer then.
+[[gnu::noinline]] bool Polyp::updateRest(Ahead& ahead, VRenderContext& context) {
+    while (ahead.next != ahead.end) {
+        const TentaclePtr& tentacle = ahead.next->second;
+        ahead.advance();
+        if (!tentacle->updateValue(context)) return false;
+    }
+    return true;
 }
 
 bool Polyp::insertTentacle(int key, const TentaclePtr& tentacle) {

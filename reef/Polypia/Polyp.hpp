@@ -96,7 +96,8 @@ public:
     std::size_t complete(VRenderContext& context);
     void addCompletionTask(const CompletionTask& task);
     /// Has every tentacle refresh its data, in the order of keys. The first false ends the walk and
-    /// is returned. A dead entry stops the process.
+    /// is returned. A dead entry stops the process. A tentacle may insert and erase others
+    /// meanwhile.
     bool updateValues(VRenderContext& context) const;
 
     /// Inserts as the last of the tentacles at `key`, and returns whether there was a tentacle to
@@ -156,6 +157,7 @@ private:
 
     int wavePasses(Activity_t mask) const;
     int waveGroup(Ahead& ahead, Activity_t mask) const;
+    static bool updateRest(Ahead& ahead, VRenderContext& context);
     void orderWave();
     void discardWaveOrder() noexcept;
     std::uint32_t greatestChunk(std::uint32_t vertices, std::size_t& widestBytes) const;

@@ -74,8 +74,8 @@ void storeInPrograms(const Polyp& polyp, const std::string& name,
                      const RenderNamespace::ProgramVariables::Variant& value) {
     const auto [first, last] = polyp.get_programs();
     for (auto entry = first; entry != last; ++entry) {
-        const RenderBasin::ProgramPtr program(entry->second);
-        if (program && program->hasUniform(name.c_str())) (*program)[name] = value;
+        auto* const program = dynamic_cast<RenderBasin::Program*>(entry->second.get());
+        if (program != nullptr && program->hasUniform(name.c_str())) (*program)[name] = value;
     }
 }
 

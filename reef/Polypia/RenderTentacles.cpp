@@ -3,6 +3,7 @@
 #include <keel/VerboseStream.hpp>
 
 #include <algorithm>
+#include <iterator>
 
 namespace Mirk {
 
@@ -54,13 +55,17 @@ RenderBasin::Painter::Painter() = default;
 RenderBasin::Painter::~Painter() = default;
 
 bool RenderBasin::Painter::activate(const Polyp& polyp) {
-    constexpr unsigned long all = ~0UL;
-    if (polyp.NumberOfTentacles(Polyp::ProgramKey, Polyp::LastProgramKey, all) <= 1) {
-        if (const ProgramPtr program(polyp.getProgram(all)); program) program->prepare(polyp);
+    const auto [first, last] = polyp.get_programs();
+    const auto counts = [](const auto& entry) {
+        return entry.second && entry.second->activityMask != 0;
+    };
+    const auto next = std::find_if(first, last, counts);
+    if (next == last) return draw(polyp);
+    if (std::none_of(std::next(next), last, counts)) {
+        if (const ProgramPtr program(next->second); program) program->prepare(polyp);
         return draw(polyp);
     }
-    const auto [first, last] = polyp.get_programs();
-    for (auto entry = first; entry != last; ++entry) {
+    for (auto entry = next; entry != last; ++entry) {
         const ProgramPtr program(entry->second);
         if (!program) continue;
         program->prepare(polyp);

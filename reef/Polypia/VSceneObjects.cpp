@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <exception>
 #include <mutex>
+#include <typeinfo>
 #include <utility>
 
 namespace Mirk {
@@ -22,8 +23,12 @@ const ValueTypeRegistration<VSceneObjects> sceneObjectsType("VSceneObjects");
 using BallPtr = VSceneObjects::BoundingBallPtr;
 using BoxPtr = Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>;
 
-/// The box as which a ball was told, or null.
+/// The box as which a ball was told, or null. Nearly all are of that very class, and to find that
+/// out takes a tenth of the time of a cast.
 const Skua::BoundingBox* boxOf(const Skua::BoundingBall& ball) {
+    if (typeid(ball) == typeid(Skua::BoundingBox)) {
+        return static_cast<const Skua::BoundingBox*>(&ball);
+    }
     return dynamic_cast<const Skua::BoundingBox*>(&ball);
 }
 

@@ -842,6 +842,35 @@ TEST_F(Polyp, UpdatingStopsAtTheFirstFalse) {
     EXPECT_EQ(calls(), "updateValue a, updateValue b");
 }
 
+TEST_F(Polyp, TentaclesMayComeAndGoWhileOneIsUpdated) {
+    class Changing : public PlainTentacle {
+    public:
+        explicit Changing(std::function<void()> change)
+            : PlainTentacle(0), _change(std::move(change)) {}
+        bool updateValue(Mirk::VRenderContext&) override {
+            _change();
+            return true;
+        }
+
+    private:
+        const std::function<void()> _change;
+    };
+    for (const bool isPrepared : {false, true}) {
+        SCOPED_TRACE(isPrepared);
+        polyp->clear();
+        polyp->insert(TentaclePtr(new Changing([&] {
+            polyp->eraseTentacle(polyp->get_range(1, 1).first->second);
+            add(3, "inserted");
+        })));
+        add(1, "erased");
+        add(2, "kept");
+        if (isPrepared) polyp->prepareWave();
+        log->take();
+        EXPECT_TRUE(polyp->updateValues(anyRenderContext()));
+        EXPECT_EQ(calls(), "updateValue kept, updateValue inserted");
+    }
+}
+
 TEST_F(Polyp, UpdatingADeadEntryStopsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     addDead(0);
