@@ -1,6 +1,8 @@
 #include <Polypia/MultiviewRenderable.hpp>
 
 #include "RecordingContext.hpp"
+#include "sceneQuestions.hpp"
+#include "stoppedClock.hpp"
 
 #include <keel/VerboseStream.hpp>
 #include <sorrel/VActionNotifier.hpp>
@@ -55,11 +57,6 @@ public:
     std::function<bool()> action = [] { return true; };
 };
 
-class Precision : public Mirk::VRenderPrecision {
-public:
-    void adaptPrecision() override {}
-};
-
 class MultiviewRenderableTest : public testing::Test {
 protected:
     ~MultiviewRenderableTest() override { Mirk::VActionNotifier::clear(); }
@@ -83,7 +80,7 @@ protected:
         return value;
     }
     void setLastFrameTime(double seconds) {
-        context.precision = Keel::make<Precision>();
+        context.precision = Keel::make<PlainPrecision>();
         context.precision->lastFrameTime = seconds;
     }
 
@@ -141,6 +138,17 @@ TEST_F(MultiviewRenderableTest, PublishesNothingWithoutATimeOfTheFrameBefore) {
     EXPECT_TRUE(draw());
     EXPECT_EQ(published(object->renderTimeOutput()), 0);
     EXPECT_EQ(published(object->renderTimeContributionOutput()), 0);
+}
+
+TEST_F(MultiviewRenderableTest, NoTimeAtAllLeavesThePublishedOneAlone) {
+    setLastFrameTime(0.1);
+    object->renderTimeOutput().set({}, 7.0);
+    object->renderTimeContributionOutput().set({}, 0.7);
+    const StoppedClock clock;
+    EXPECT_TRUE(draw());
+    EXPECT_EQ(renderTime, 0.5);
+    EXPECT_EQ(published(object->renderTimeOutput()), 7.0);
+    EXPECT_EQ(published(object->renderTimeContributionOutput()), 0.7);
 }
 
 TEST_F(MultiviewRenderableTest, FailureIsReturnedWithoutATime) {

@@ -102,6 +102,15 @@ TEST_F(PickList, ReadsRowsOfTheAlignedWidthFromTheStartOfTheBuffer) {
     EXPECT_EQ((*touched)(1, 1).first, a);
 }
 
+TEST_F(PickList, GreatestNumberIsOneLikeAnyOther) {
+    constexpr std::uint32_t greatest = 0xFFFFFFFF;
+    Mirk::PickList list(0, 0, 1, 1, 0);
+    list.Ids = {{greatest, a}, {greatest - 1, b}};
+    fill(list, {greatest});
+    const auto touched = list.computeTouchList();
+    EXPECT_EQ((*touched)(0, 0), TouchedPixel(a, greatest));
+}
+
 TEST_F(PickList, LeavesPixelsOfUnknownNumbersEmpty) {
     Mirk::PickList list(0, 0, 2, 2, 0);
     list.Ids = {{2, a}, {4, b}};

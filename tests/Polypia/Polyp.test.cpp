@@ -3,6 +3,7 @@
 #include "RecordingBasin.hpp"
 #include "anyRenderContext.hpp"
 #include "memberOrder.hpp"
+#include "traceOfTest.hpp"
 #include "virtualSlot.hpp"
 
 #include "../keel/countedNew.hpp"
@@ -17,11 +18,7 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -546,7 +543,7 @@ TEST_F(Polyp, WaveAllocatesNothing) {
 }
 
 TEST_F(Polyp, WaveIsOneScopeOfTheProfiler) {
-    if (std::getenv("POLYPIA_TRACE") != nullptr) {
+    if (isTraced()) {
         add(0, "a");
         polyp->setName("the traced one");
         polyp->wave(All);
@@ -554,30 +551,14 @@ TEST_F(Polyp, WaveIsOneScopeOfTheProfiler) {
         EXPECT_THROW(polyp->wave(All), RenderException);
         return;
     }
-    // A trace begins with a process: this case runs itself once more.
-    namespace fs = std::filesystem;
-    std::string folder = (fs::temp_directory_path() / "polyp-trace-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(folder.data()), nullptr);
-    const std::string trace = folder + "/trace.json";
-    const std::string program = fs::read_symlink("/proc/self/exe").string();
-    const std::string command = "POLYPIA_TRACE='" + trace + "' '" + program +
-                                "' --gtest_filter=Polyp.WaveIsOneScopeOfTheProfiler >'" + folder +
-                                "/out' 2>&1";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    std::ostringstream text;
-    text << std::ifstream(trace).rdbuf();
-    fs::remove_all(folder);
-    std::size_t scopes = 0;
-    std::istringstream lines(text.str());
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find("\"int Mirk::Polyp::wave(Activity_t) const\"") == std::string::npos) continue;
-        ++scopes;
+    const auto scopes = traceOfThisTest("\"int Mirk::Polyp::wave(Activity_t) const\"");
+    EXPECT_EQ(scopes.size(), 2U) << "it is closed when the wave throws, too";
+    for (const std::string& scope : scopes) {
         for (const char* const part : {"\"Polypia\"", "\"reef/Polypia/Polyp\"",
                                        "\"the traced one\"", "\"line\":247", "\"level\":5"}) {
-            EXPECT_THAT(line, HasSubstr(part));
+            EXPECT_THAT(scope, HasSubstr(part));
         }
     }
-    EXPECT_EQ(scopes, 2U) << "it is closed when the wave throws, too; trace:\n" << text.str();
 }
 
 // ---------------------------------------------------------------------------- Chunks

@@ -10,9 +10,12 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 using Mirk::RenderAble;
@@ -115,6 +118,22 @@ TEST_F(RenderAbleTest, HasItsSlotsInTheirOrder) {
     EXPECT_EQ(inputs[0]->Name(), Mirk::Zelk::renderobject_visibility);
     EXPECT_EQ(inputs[0]->expertLevel(), 10);
     EXPECT_STREQ(RenderAble::VisibilitySlotName(), Mirk::Zelk::renderobject_visibility);
+}
+
+TEST_F(RenderAbleTest, MakesItsSlotsInOneOrder) {
+    // Parameters are numbered as they are made.
+    std::vector<std::pair<std::uint64_t, std::string>> made;
+    for (const auto& slot : object->outputs()) {
+        made.emplace_back(slot->parameter().controlBlock()->serial(), slot->Name());
+    }
+    for (const auto& slot : object->inputs()) {
+        made.emplace_back(slot->ownParameter().controlBlock()->serial(), slot->Name());
+    }
+    std::sort(made.begin(), made.end());
+    std::vector<std::string> order;
+    for (const auto& [serial, name] : made) order.push_back(name);
+    EXPECT_THAT(order, ElementsAre("renderable", Mirk::Zelk::renderobject_visibility,
+                                   Mirk::Zelk::rendertime_contribution, "rendertime"));
 }
 
 TEST_F(RenderAbleTest, OffersItselfWithoutHoldingItself) {

@@ -2,6 +2,7 @@
 // end their cache and begin a new one.
 
 #include "anyRenderContext.hpp"
+#include "lifeDuration.hpp"
 #include "renderCache.hpp"
 
 #include <Polypia/PolypCreatorKeeper.hpp>
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <mutex>
 #include <random>
 #include <string>
@@ -23,19 +23,6 @@ using Mirk::PolypPtr;
 using Mirk::Seagrass;
 
 namespace {
-
-// How long threads may meet in ever new ways; nothing is expected of the time.
-#if defined(__SANITIZE_THREAD__)
-constexpr std::chrono::seconds duration{20};
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-constexpr std::chrono::seconds duration{20};
-#else
-constexpr std::chrono::seconds duration{2};
-#endif
-#else
-constexpr std::chrono::seconds duration{2};
-#endif
 
 constexpr std::size_t objectBytes = 100;
 constexpr std::size_t numberOfObjects = 64;
@@ -162,7 +149,7 @@ TEST_P(RenderCacheLife, EveryTentacleDiesOnTheThreadOfItsContext) {
     std::vector<std::thread> threads;
     for (unsigned i = 1; i <= 2; ++i) threads.emplace_back([this, i] { render(i); });
     for (unsigned i = 1; i <= 8; ++i) threads.emplace_back([this, i] { work(100 + i); });
-    std::this_thread::sleep_for(duration);
+    std::this_thread::sleep_for(lifeDuration());
     isRunning = false;
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(lives.alive, 0) << "all caches have ended, with the objects still there";

@@ -2,6 +2,7 @@
 // its own, and while a third thread asks both viewers for volumes and texts and picks in them.
 
 #include "RecordingContext.hpp"
+#include "lifeDuration.hpp"
 
 #include <Polypia/MetaViewer.hpp>
 #include <Polypia/Seagrass.hpp>
@@ -15,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <future>
 #include <memory>
 #include <random>
@@ -28,19 +28,6 @@ using Keel::WeakPtr;
 using Mirk::Seagrass;
 
 namespace {
-
-// How long threads may meet in ever new ways; nothing is expected of the time.
-#if defined(__SANITIZE_THREAD__)
-constexpr std::chrono::seconds duration{20};
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-constexpr std::chrono::seconds duration{20};
-#else
-constexpr std::chrono::seconds duration{2};
-#endif
-#else
-constexpr std::chrono::seconds duration{2};
-#endif
 
 constexpr std::size_t numberOfObjects = 32;
 
@@ -234,7 +221,7 @@ TEST_F(SceneLife, ObjectsAndViewersGoOnWhileEverybodyAsks) {
     }
     for (unsigned i = 1; i <= 2; ++i) changers.emplace_back([this, i] { change(i); });
     std::thread interaction([this] { interact(); });
-    std::this_thread::sleep_for(duration);
+    std::this_thread::sleep_for(lifeDuration());
     // First those who wait for others.
     isInteracting = false;
     interaction.join();

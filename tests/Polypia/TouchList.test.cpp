@@ -169,6 +169,14 @@ TEST_F(TouchList, CountsObjectsThatAcceptOncePerPixelInTheOrderOfStorage) {
     EXPECT_THAT(refusing->touches, ElementsAre(20U));
 }
 
+TEST_F(TouchList, TellsAnObjectTheGreatestNumberAsItIs) {
+    const NotingPtr object(new Noting(true));
+    const ListPtr touched = list(1, 1);
+    (*touched)(0, 0) = {object, 0xFFFFFFFFU};
+    EXPECT_EQ(touched->pickAction(0), 1);
+    EXPECT_THAT(object->touches, ElementsAre(0xFFFFFFFFU));
+}
+
 TEST_F(TouchList, CountsTouchableObjectsWithoutAnAnswerOfTheirOwn) {
     const ListPtr touched = list(2, 2);
     for (TouchedPixel& pixel : touched->vector()) pixel = {VObjectPtr(new Silent), 1};

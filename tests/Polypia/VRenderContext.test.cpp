@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -436,6 +437,112 @@ TEST_F(VRenderContextTest, IdentityIsShiftedByJitter) {
     EXPECT_NEAR(view().matrix[12], 0.02, Small);
 }
 
+TEST_F(VRenderContextTest, IdentityIsShiftedByAllThatAJitterHas) {
+    setPixels(200, 100);
+    Jitter jitter;
+    jitter.pixelY = -3;
+    jitter.eyeX = 0.5;
+    jitter.eyeY = 1;
+    jitter.focus = 4;
+    jitter.offsetX = 0.125;
+    jitter.offsetY = 0.25;
+    context.setTileAwareIdentity(0, 2, 3, jitter, 0);
+    // From -1 to 1, less 0.5 * 2 / 4 + 0.125, and less -3 pixels of 0.02 + 1 * 2 / 4 + 0.25.
+    EXPECT_NEAR(view().left, -1.375, Small);
+    EXPECT_NEAR(view().right, 0.625, Small);
+    EXPECT_NEAR(view().bottom, -1.69, Small);
+    EXPECT_NEAR(view().top, 0.31, Small);
+    EXPECT_TRUE(view().orthographic);
+}
+
+TEST_F(VRenderContextTest, PixelsOfAJitterAreThoseOfTheCutSquare) {
+    setPixels(200, 100);
+    context.zoom = {2, 0.25, 0.5};
+    Jitter jitter;
+    jitter.pixelY = 1;
+    context.setTileAwareIdentity(0, -1, 1, jitter, 0);
+    // A side of 1 and 100 pixels.
+    EXPECT_NEAR(view().bottom, -0.01, Small);
+    EXPECT_NEAR(view().top, 0.99, Small);
+}
+
+/// A context with a viewport of its own for each number, ten times as wide as high.
+class ManyViewports : public RecordingContext {
+public:
+    using RecordingContext::RecordingContext;
+    PixelRectangle getViewport(unsigned index) const override {
+        const int height = 100 * (static_cast<int>(index) + 1);
+        RecordingContext::getViewport(index);
+        return {0, 0, 10 * height, height};
+    }
+};
+
+class ViewportTest : public testing::Test {
+protected:
+    ViewportTest() {
+        context.setNumberOfEyes(3);
+        jitter.pixelX = 1;
+    }
+    /// The eye 2 has got a projection that is shifted by one pixel of so many, and no other eye.
+    void expectShiftOfOnePixelIn(double widthPixels) const {
+        const View& view = context.CurrentView(2, 0);
+        EXPECT_NEAR((view.right + view.left) / (view.right - view.left), -2 / widthPixels, Small);
+        for (unsigned eye = 0; eye < 2; ++eye) {
+            EXPECT_FALSE(context.CurrentView(eye, 0).perspective);
+            EXPECT_FALSE(context.CurrentView(eye, 0).orthographic);
+        }
+    }
+
+    ManyViewports context;
+    Jitter jitter;
+};
+
+TEST_F(ViewportTest, PerspectiveIsThatOfTheEyeWithThePixelsOfTheViewport) {
+    context.CurrentView(2, 0).camera.fieldOfView = 90;
+    context.setTileAwarePerspective(90, 1, 3, false, 2, jitter, 4);
+    expectShiftOfOnePixelIn(5000);
+    EXPECT_NEAR(context.CurrentView(2, 0).top, 1, Small);
+    EXPECT_NEAR(context.CurrentView(2, 0).corners[0].x, -10, Small);
+    EXPECT_EQ(context.CurrentView(0, 0).corners[0].x, -1);
+}
+
+TEST_F(ViewportTest, OrthographicProjectionTakesTheCameraOfTheEye) {
+    auto& camera = context.CurrentView(2, 0).camera;
+    camera.position = {0, 0, 30};
+    camera.lookAt = {0, 0, 0};
+    context.setTileAwarePerspective(90, 1, 100, true, 2, jitter, 1);
+    expectShiftOfOnePixelIn(2000);
+    EXPECT_NEAR(context.CurrentView(2, 0).top, 30, Small);
+}
+
+TEST_F(ViewportTest, FrustumIsThatOfTheEyeWithThePixelsOfTheViewport) {
+    context.setTileAwareFrustum(1, {-1, 1, -1, 1}, 1, 3, false, 2, jitter, 2);
+    expectShiftOfOnePixelIn(3000);
+    context.setProjectionFrustum({-1, 1, -1, 1}, 1, 3, true, 2, jitter, 3);
+    expectShiftOfOnePixelIn(4000);
+}
+
+TEST_F(ViewportTest, IdentityIsThatOfTheEyeWithThePixelsOfTheViewport) {
+    context.setTileAwareIdentity(2, -1, 1, jitter, 1);
+    expectShiftOfOnePixelIn(2000);
+}
+
+TEST_F(ViewportTest, EyeViewTakesTheFirstViewport) {
+    Mirk::VCamera camera;
+    context.setEyeView(camera, 1, 100, false, 2, 0.5, 10, 0, false);
+    EXPECT_EQ(context.askedViewport, 0u);
+    EXPECT_NE(context.CurrentView(2, 0).camera.position.x, 0);
+    EXPECT_TRUE(context.CurrentView(2, 0).perspective);
+    EXPECT_FALSE(context.CurrentView(0, 0).perspective);
+    EXPECT_EQ(context.CurrentView(1, 0).camera.position.x, 0);
+}
+
+TEST_F(ViewportTest, EyeThatDoesNotExistIsTheFirst) {
+    context.setTileAwareIdentity(7, -1, 1, {}, 0);
+    EXPECT_TRUE(context.CurrentView(0, 0).orthographic);
+    EXPECT_FALSE(context.CurrentView(2, 0).orthographic);
+}
+
 class EyeTest : public VRenderContextTest {
 protected:
     EyeTest() {
@@ -494,6 +601,26 @@ TEST_F(VRenderContextTest, FrustumDoesNotDependOnTheGivenRectangle) {
     context.updateFrustum({-7, 9, -3, 5}, 0);
     EXPECT_EQ(view().corners[0].x, before[0].x);
     EXPECT_EQ(view().corners[7].y, before[7].y);
+}
+
+TEST_F(VRenderContextTest, FrustumOfAZoomHasTheCornersOfItsPart) {
+    setPixels(200, 100);
+    context.zoom = {2, 0.25, 0.5};
+    View& eye = context.CurrentView(0, 0);
+    eye.camera.position = {0, 0, 0};
+    eye.camera.lookAt = {0, 0, -1};
+    eye.camera.up = {0, 1, 0};
+    setPerspective(90, 1, 3);
+    // Of a square from -1 to 1 the part from (-0.5, 0) to (0.5, 1), twice as wide by the aspect:
+    // near corners at the distance of 1, then far ones at 3.
+    const Point expected[]{{-1, 1, -1}, {1, 1, -1}, {-1, 0, -1}, {1, 0, -1},
+                           {-3, 3, -3}, {3, 3, -3}, {-3, 0, -3}, {3, 0, -3}};
+    for (std::size_t corner = 0; corner < 8; ++corner) {
+        SCOPED_TRACE(corner);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            EXPECT_NEAR(view().corners[corner][axis], expected[corner][axis], Small);
+        }
+    }
 }
 
 class VisibilityTest : public VRenderContextTest {
@@ -574,8 +701,12 @@ TEST_F(VRenderContextTest, QueueIsThatOfTheSeagrassAndGetsThisContext) {
     EXPECT_EQ(given, &context);
 }
 
-TEST_F(VRenderContextTest, ThereAreNoFontsByDefault) {
+TEST_F(VRenderContextTest, ThereAreNeitherFontsNorTextsByDefault) {
     EXPECT_FALSE(context.getFont({"sans"}, {}, {}, {}));
+    // A reference that is never looked at: no class of properties is defined here.
+    alignas(std::max_align_t) static std::byte memory[64];
+    const auto& properties = reinterpret_cast<const Mirk::VTextRenderProperties&>(memory);
+    EXPECT_FALSE(context.createTextTentacle("text", properties, {}));
 }
 
 TEST_F(VRenderContextTest, FontIsATentacleBesideTheParametersForEveryActivity) {

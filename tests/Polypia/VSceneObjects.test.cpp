@@ -1,7 +1,9 @@
 #include <Polypia/VSceneObjects.hpp>
 
 #include "RecordingContext.hpp"
+#include "sceneQuestions.hpp"
 #include "shownObject.hpp"
+#include "traceOfTest.hpp"
 
 #include <sorrel/VActionNotifier.hpp>
 
@@ -25,29 +27,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-
-class Precision : public Mirk::VRenderPrecision {
-public:
-    void adaptPrecision() override {}
-};
-
-std::vector<std::string> names(const Mirk::ObjectSelection& selection) {
-    std::vector<std::string> names;
-    selection.iterate([&](int layer, const Mirk::ObjectSelection::WeakObject& entry) {
-        names.push_back(std::to_string(layer) + (entry ? entry->BaseName() : " dead"));
-        return true;
-    });
-    return names;
-}
-
-bool isFree(std::mutex& mutex) {
-    return std::async(std::launch::async,
-                      [&] {
-                          const std::unique_lock lock(mutex, std::try_to_lock);
-                          return lock.owns_lock();
-                      })
-        .get();
-}
 
 class VSceneObjects : public testing::Test {
 protected:
@@ -290,6 +269,21 @@ TEST_F(VSceneObjects, ContextIsFilledWithItsMutexHeld) {
     EXPECT_FALSE(wasFree);
 }
 
+TEST_F(VSceneObjects, FrameIsAScopeOfTheProfilerThatIsClosedAfterAThrowToo) {
+    if (isTraced()) {
+        objects.render(context, renderTime, 0, 0);
+        context.traversal = [](const Mirk::ObjectSelection&, double&, int, int) -> std::uint64_t {
+            throw std::runtime_error("no traversal");
+        };
+        EXPECT_THROW(objects.render(context, renderTime, 0, 0), std::runtime_error);
+        return;
+    }
+    // Scopes that are never closed are not in the trace.
+    const auto scopes = traceOfThisTest("\"Scene Rendering\"");
+    EXPECT_EQ(scopes.size(), 2U);
+    for (const std::string& scope : scopes) EXPECT_THAT(scope, testing::HasSubstr("\"Polypia\""));
+}
+
 struct LayerCase {
     const char* name;
     int layer;
@@ -314,7 +308,7 @@ INSTANTIATE_TEST_SUITE_P(, TouchableLayers,
                          [](const auto& layer) { return std::string(layer.param.name); });
 
 TEST_F(VSceneObjects, AfterAThrowTheContextKeepsWhatItHadUntilTheNextFrame) {
-    const auto precision = Keel::make<Precision>();
+    const auto precision = Keel::make<PlainPrecision>();
     context.precision = precision;
     precision->lastFrameTime = 3;
     add(shownCube("a", 0, 1));
@@ -359,7 +353,7 @@ TEST_F(VSceneObjects, StoresTheTimeInThePrecisionIfThereIsOne) {
     };
     EXPECT_EQ(objects.render(context, renderTime, 0, 0), 3U);
     EXPECT_EQ(renderTime, 0.5);
-    const auto precision = Keel::make<Precision>();
+    const auto precision = Keel::make<PlainPrecision>();
     context.precision = precision;
     EXPECT_EQ(objects.render(context, renderTime, 0, 0), 3U);
     EXPECT_EQ(precision->lastFrameTime, 0.5);

@@ -2,6 +2,7 @@
 
 #include "RecordingContext.hpp"
 #include "memberOrder.hpp"
+#include "sceneQuestions.hpp"
 #include "shownObject.hpp"
 
 #include <Polypia/MetaViewer.hpp>
@@ -15,8 +16,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <functional>
-#include <future>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -64,24 +65,6 @@ public:
 };
 using ViewerPtr = Keel::StrongPtr<TestViewer, Mirk::VManagedObjectBase>;
 using MetaViewerPtr = Keel::StrongPtr<Mirk::MetaViewer, Mirk::VManagedObjectBase>;
-
-std::vector<std::string> names(const Mirk::ObjectSelection& selection) {
-    std::vector<std::string> names;
-    selection.iterate([&](int layer, const Mirk::ObjectSelection::WeakObject& entry) {
-        names.push_back(std::to_string(layer) + (entry ? entry->BaseName() : " dead"));
-        return true;
-    });
-    return names;
-}
-
-bool isFree(std::mutex& mutex) {
-    return std::async(std::launch::async,
-                      [&] {
-                          const std::unique_lock lock(mutex, std::try_to_lock);
-                          return lock.owns_lock();
-                      })
-        .get();
-}
 
 /// A buffer without pixels.
 class NoPixels : public Mirk::PixelBuffer {
@@ -240,6 +223,21 @@ TEST_F(Viewer, FrameShowsTheSceneAsItWasWhenItBegan) {
     EXPECT_THAT(drawn, ElementsAre("0a"));
     context.traversal = draw;
     viewer->render(context, renderTime, 0, 0);
+    EXPECT_THAT(drawn, ElementsAre("0a", "0b"));
+}
+
+TEST_F(Viewer, ReadsTheSceneForAFrameWithTheMutexOfTheContextHeld) {
+    add(shown("a"));
+    request(*viewer);
+    drawsNames();
+    std::unique_lock lock(context.mutex);
+    std::thread render([&] { viewer->render(context, renderTime, -10, 10); });
+    // Long enough for a frame that doesn't wait to read the scene as it is now.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    add(shown("b"));
+    request(*viewer);
+    lock.unlock();
+    render.join();
     EXPECT_THAT(drawn, ElementsAre("0a", "0b"));
 }
 
@@ -404,6 +402,22 @@ TEST_F(Viewer, ForwardsToItsSeagrass) {
     EXPECT_EQ(viewer->getPixelBuffer(), buffer);
 }
 
+TEST_F(Viewer, AnotherSeagrassReplacesTheOneBefore) {
+    const auto first = Keel::make<Mirk::Seagrass>(1000, "first");
+    const auto second = Keel::make<Mirk::Seagrass>(1000, "second");
+    first->queue([](Mirk::VRenderContextBasin&) {});
+    viewer->setSeagrass(first);
+    const int held = first.controlBlock()->weak();
+    viewer->setSeagrass(first);
+    EXPECT_EQ(first.controlBlock()->weak(), held);
+    EXPECT_TRUE(viewer->hasQueue());
+    viewer->setSeagrass(second);
+    EXPECT_FALSE(viewer->hasQueue());
+    EXPECT_LT(first.controlBlock()->weak(), held) << "the viewer has let go of it";
+    viewer->setSeagrass({});
+    EXPECT_FALSE(viewer->hasQueue());
+}
+
 TEST_F(Viewer, CompletesItsFrameForAllThatLive) {
     class Completion : public TestViewer::FrameCompletion {
     public:
@@ -461,10 +475,7 @@ TEST_F(Viewer, HandsTheFrameInfoToAnActionAndEndsIt) {
 }
 
 TEST_F(Viewer, FrameGrabberHoldsWhatAPictureShouldBeLike) {
-    class Precision : public Mirk::VRenderPrecision {
-        void adaptPrecision() override {}
-    };
-    const auto precision = Keel::StrongPtr<Mirk::VRenderPrecision>(new Precision);
+    const auto precision = Keel::StrongPtr<Mirk::VRenderPrecision>(new PlainPrecision);
     const auto addendum = Keel::make<Mirk::VContext::Addendum>();
     const Mirk::Viewer::FrameGrabber grabber({1920, 1080}, {480, 270}, precision, addendum);
     EXPECT_EQ(grabber.name, "");
