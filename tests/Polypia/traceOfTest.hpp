@@ -24,9 +24,9 @@ inline std::vector<std::string> traceOfThisTest(const std::string& text) {
     if (::mkdtemp(folder.data()) == nullptr) return {"no folder for a trace"};
     const std::string trace = folder + "/trace.json";
     const std::string program = fs::read_symlink("/proc/self/exe").string();
-    const std::string command = "POLYPIA_TRACE='" + trace + "' '" + program + "' --gtest_filter=" +
-                                test.test_suite_name() + "." + test.name() + " >'" + folder +
-                                "/out' 2>&1";
+    const std::string command = "POLYPIA_TRACE='" + trace + "' '" + program +
+                                "' --gtest_filter=" + test.test_suite_name() + "." + test.name() +
+                                " >'" + folder + "/out' 2>&1";
     EXPECT_EQ(std::system(command.c_str()), 0);
     std::vector<std::string> found;
     std::ifstream lines(trace);
