@@ -80,9 +80,8 @@ public:
     bool environment_render(VRenderContext& context) const override {
         if (!_polyp || !context.isValid(*_polyp)) fill(context);
         RenderBasin::Program& program = *RenderBasin::ProgramPtr(_program);
-        program["Place"] = Skua::FixedArray<float, 3>{static_cast<float>(place.x),
-                                                      static_cast<float>(place.y),
-                                                      static_cast<float>(place.z)};
+        program["Place"] = Skua::FixedArray<float, 3>{
+            static_cast<float>(place.x), static_cast<float>(place.y), static_cast<float>(place.z)};
         const auto pixels = context.getViewport(0);
         program["Reach"] =
             Skua::FixedArray<float, 2>{2.0F * radiusPixels / static_cast<float>(pixels[2]),
@@ -143,9 +142,9 @@ protected:
         if (!gl) POLYPIA_NO_CONTEXT(reason);
         gl->makeCurrent();
         seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
-        context = std::make_unique<GLRenderContext>(*gl, seagrass,
-                                                    Keel::WeakPtr<VRenderInterruptor>(),
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
+        context =
+            std::make_unique<GLRenderContext>(*gl, seagrass, Keel::WeakPtr<VRenderInterruptor>(),
+                                              Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
         context->pool = Keel::make<ValuePool>();
     }
     void TearDown() override {
@@ -266,7 +265,9 @@ protected:
         eye.separation = GetParam().separation;
     }
 
-    static double dot(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+    static double dot(const Vector& a, const Vector& b) {
+        return a.x * b.x + a.y * b.y + a.z * b.z;
+    }
     static Vector cross(const Vector& a, const Vector& b) {
         return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
     }
@@ -275,9 +276,7 @@ protected:
     /// Directions of a camera: to the right, up, and where it looks.
     struct Directions {
         Directions(const Point& from, const Point& to, const Vector& up)
-            : ahead(unit(to - from)),
-              right(unit(cross(ahead, up))),
-              upwards(cross(right, ahead)) {}
+            : ahead(unit(to - from)), right(unit(cross(ahead, up))), upwards(cross(right, ahead)) {}
         Vector ahead, right, upwards;
     };
 
@@ -291,8 +290,7 @@ protected:
         const Vector toLookAt = camera.lookAt - camera.position;
         const double aside = eye.separation * std::sqrt(dot(toLookAt, toLookAt));
         const Point place = camera.position + middle.right * aside;
-        const Directions own =
-            eye.toeIn ? Directions(place, camera.lookAt, camera.up) : middle;
+        const Directions own = eye.toeIn ? Directions(place, camera.lookAt, camera.up) : middle;
         const Vector toPoint = point - place;
         const double atWindow = eye.focus / dot(toPoint, own.ahead);
         const double x = dot(toPoint, own.right) * atWindow + (eye.toeIn ? 0.0 : aside);
@@ -327,8 +325,8 @@ TEST_P(StereoTest, PointsAreDrawnWhereTheEyeSeesThem) {
           Point(0.25, 1.5, -0.75), Point(1.5, 0.5, 0.125)}) {
         dotObject->place = point;
         const std::array<double, 2> expected = seen(point);
-        for (const double place : {expected[0], width - expected[0], expected[1],
-                                   height - expected[1]}) {
+        for (const double place :
+             {expected[0], width - expected[0], expected[1], height - expected[1]}) {
             ASSERT_GT(place, Dot::radiusPixels + 1) << "the spot has to be in the picture";
         }
         // Among the two eyes of a frame, so that it is the view of this one that counts.
@@ -398,8 +396,8 @@ TEST_F(FramePictures, ZoomOfTwoIsAPartOfAPictureOfTwiceTheSize) {
     const Picture part = large.part(x, y, 64, 64);
     EXPECT_NE(zoomed, Picture(64, 64));
     // Both have the same rays, rounded to single precision each in its own way, and drivers place
-    // vertices in steps of 1/256 of a pixel: a pixel may differ if an edge passes its middle by less
-    // than that, which is about one in a hundred of the 300 at edges.
+    // vertices in steps of 1/256 of a pixel: a pixel may differ if an edge passes its middle by
+    // less than that, which is about one in a hundred of the 300 at edges.
     EXPECT_LE(differingPixels(zoomed, part), 6);
 }
 
