@@ -23,8 +23,8 @@ const ValueTypeRegistration<VSceneObjects> sceneObjectsType("VSceneObjects");
 using BallPtr = VSceneObjects::BoundingBallPtr;
 using BoxPtr = Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>;
 
-/// The box as which a ball was told, or null. Nearly all are of that very class, and to find that
-/// out takes a tenth of the time of a cast.
+/// The box as which a ball was told, or null. Nearly all are of that very class, which is found out
+/// faster than by a cast.
 const Skua::BoundingBox* boxOf(const Skua::BoundingBall& ball) {
     if (typeid(ball) == typeid(Skua::BoundingBox)) {
         return static_cast<const Skua::BoundingBox*>(&ball);
