@@ -26,6 +26,11 @@ void VConnectionTypeColors::set(const std::type_info& type, const std::string& c
     table().colors[type] = color;
 }
 
+void VConnectionTypeColors::erase(const std::type_info& type) {
+    const std::lock_guard lock(table().mutex);
+    table().colors.erase(type);
+}
+
 std::string VConnectionTypeColors::get(const std::type_info& type) {
     const std::lock_guard lock(table().mutex);
     const auto found = table().colors.find(type);

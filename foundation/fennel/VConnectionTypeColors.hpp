@@ -14,6 +14,8 @@ class FENNEL_EXPORT VConnectionTypeColors {
 public:
     /// Records a colour, in place of the one that was recorded for the type.
     static void set(const std::type_info& type, const std::string& color);
+    /// Forgets the colour of a type: for modules that have set one and are to be unloaded.
+    static void erase(const std::type_info& type);
     /// The recorded colour, or "".
     static std::string get(const std::type_info& type);
 };

@@ -130,6 +130,17 @@ std::optional<std::string> failureOf(const Part& part) {
 
 /// An object that waits for its sources, and the next of its inputs to be looked at.
 struct VRequest::Pending {
+    /// Whether a source has changed the inputs of this object, which waits for it: then all are
+    /// looked at again, of which those that are up to date cost nothing.
+    bool takesNewInputs() {
+        const VSlotContainer::InputTable present = object->inputTable();
+        if (present == inputs) return false;
+        inputs = present;
+        next = 0;
+        sources.clear();
+        return true;
+    }
+
     VObjectPtr object;
     VSlotContainer::InputTable inputs;
     std::size_t next = 0;
@@ -199,6 +210,7 @@ void VRequest::walk(VObject& root, double precision) {
             lookAtNextInput(path);
             continue;
         }
+        if (path.back().takesNewInputs()) continue;
         const Pending finished = std::move(path.back());
         const bool succeeded = bringUpToDate(*finished.object, precision) && !finished.failed;
         path.pop_back();

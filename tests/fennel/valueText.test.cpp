@@ -230,6 +230,8 @@ TEST(VConnectionTypeColors, GivesTheColorThatWasSetLast) {
     Mirk::VConnectionTypeColors::set(typeid(Unknown), "red");
     Mirk::VConnectionTypeColors::set(typeid(Unknown), "#00ff00");
     EXPECT_EQ("#00ff00", Mirk::VConnectionTypeColors::get(typeid(Unknown)));
+    Mirk::VConnectionTypeColors::erase(typeid(Unknown));
+    EXPECT_EQ("", Mirk::VConnectionTypeColors::get(typeid(Unknown)));
 }
 
 TEST(ValueTypes, AreKnownByName) {

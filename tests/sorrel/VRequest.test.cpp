@@ -241,6 +241,32 @@ TEST_F(VRequestTest, UpdateThatAsksForWhoWaitsForItIsACycle) {
     EXPECT_THAT(request.cycles(), ElementsAre("source -> ... -> source"));
 }
 
+TEST_F(VRequestTest, SourceMayConnectWhatWaitsForIt) {
+    class Connecting : public Summing {
+    public:
+        using Summing::Summing;
+        bool update(VRequest& request, double precision) override {
+            if (late && waiting) waiting->addSource(*late);
+            waiting = {};
+            return Summing::update(request, precision);
+        }
+        SummingPtr waiting, late;
+    };
+    const Keel::StrongPtr<Connecting, Mirk::VManagedObjectBase> source(new Connecting("source"));
+    const SummingPtr consumer = makeSumming("consumer"), late = makeSumming("late");
+    late->own.set(pool, 3.0);
+    consumer->addSource(*source);
+    source->waiting = consumer;
+    source->late = late;
+    VRequest request(pool);
+    EXPECT_TRUE(request.process(*consumer, 1.0));
+    EXPECT_EQ(late->updates, 1);
+    EXPECT_EQ(source->updates, 1);
+    double sum = 0;
+    EXPECT_TRUE(consumer->sum.get(pool, sum));
+    EXPECT_EQ(sum, 3.0);
+}
+
 TEST_F(VRequestTest, UpdateMayConnectItsObject) {
     DoingPtr connecting;
     connecting = DoingPtr(new Doing("connecting", [&](VRequest&) {
