@@ -252,16 +252,16 @@ TEST_F(VRequestTest, SourceMayConnectWhatWaitsForIt) {
         }
         SummingPtr waiting, late;
     };
-    const Keel::StrongPtr<Connecting, Mirk::VManagedObjectBase> source(new Connecting("source"));
+    const Keel::StrongPtr<Connecting, Mirk::VManagedObjectBase> busy(new Connecting("busy"));
     const SummingPtr consumer = makeSumming("consumer"), late = makeSumming("late");
     late->own.set(pool, 3.0);
-    consumer->addSource(*source);
-    source->waiting = consumer;
-    source->late = late;
+    consumer->addSource(*busy);
+    busy->waiting = consumer;
+    busy->late = late;
     VRequest request(pool);
     EXPECT_TRUE(request.process(*consumer, 1.0));
     EXPECT_EQ(late->updates, 1);
-    EXPECT_EQ(source->updates, 1);
+    EXPECT_EQ(busy->updates, 1);
     double sum = 0;
     EXPECT_TRUE(consumer->sum.get(pool, sum));
     EXPECT_EQ(sum, 3.0);
