@@ -42,7 +42,8 @@ public:
 
     /// Brings an object up to date, see above. `precision` goes to update(). False if the last
     /// update of the object in this pool failed, or that of anything it depends on, or if it
-    /// depends on itself. An update() may call this for further objects.
+    /// depends on itself. An update() may call this for further objects, which keeps its own object
+    /// locked: two that do so for each other's objects, on two threads, wait for ever.
     bool process(VObject& object, double precision);
 
     /// How many objects update() was called on.
