@@ -91,8 +91,8 @@ Rectangle shifted(const Rectangle& rectangle, const Shift& shift) {
 /// in units of the normal's length: above 0 the box is outside.
 double beyond(const FrustumPlane& plane, const Skua::BoundingBox& box) {
     const View::vector& n = plane.normal;
-    const View::point farthest(n.x > 0.0 ? box.max.x : box.min.x, n.y > 0.0 ? box.max.y : box.min.y,
-                               n.z > 0.0 ? box.max.z : box.min.z);
+    const View::point farthest{n.x > 0.0 ? box.max.x : box.min.x, n.y > 0.0 ? box.max.y : box.min.y,
+                               n.z > 0.0 ? box.max.z : box.min.z};
     const View::vector d = plane.corner - farthest;
     return d.x * n.x + d.y * n.y + d.z * n.z;
 }

@@ -349,7 +349,7 @@ std::optional<Box> GLRenderContext::boundsOf(const RenderAble& object) const {
         return box->empty() ? std::nullopt : std::optional(Box{box->min, box->max});
     }
     if (ball->emptyBall()) return {};
-    const View::vector reach(ball->radius, ball->radius, ball->radius);
+    const View::vector reach{ball->radius, ball->radius, ball->radius};
     return Box{ball->centre - reach, ball->centre + reach};
 }
 

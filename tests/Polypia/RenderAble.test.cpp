@@ -51,6 +51,7 @@ class Sliced : public Drawn {
 public:
     explicit Sliced(const std::string& objectName)
         : VObject(objectName, 0, {}), Drawn(objectName) {}
+    using Drawn::environment_render;
     bool environment_render(Mirk::VRenderContext&, double begin, double end) const override {
         limits.assign({begin, end});
         return true;
@@ -299,7 +300,7 @@ TEST_F(RenderAbleTest, ContextPrintsAFailureByDefaultAndSaysFalse) {
 
 TEST_F(RenderAbleTest, BoundingBallIsThatOfTheState) {
     EXPECT_FALSE(object->getBoundingBall(context.pool));
-    const auto ball = Keel::make<Skua::BoundingBall>(View::point(1, 2, 3), 4.0);
+    const auto ball = Keel::make<Skua::BoundingBall>(View::point{1, 2, 3}, 4.0);
     object->myState(context.pool)->addInterface(ball);
     EXPECT_EQ(object->getBoundingBall(context.pool).get(), ball.get());
     EXPECT_EQ(object->getTouchableBoundingBall(context.pool).get(), ball.get());

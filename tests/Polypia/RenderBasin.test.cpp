@@ -328,7 +328,12 @@ TEST_F(RenderBasin, StorageFormIsThatOfTheSameRequest) {
     const auto of = [](const Basin::ChunkFactory& factory) {
         return Basin::StorageForm(factory, StorageFlags::None);
     };
-    const auto lambda = [](int number) { return [number] { return Basin::ChunkPtr(); }; };
+    const auto lambda = [](int number) {
+        return [number] {
+            static_cast<void>(number);
+            return Basin::ChunkPtr();
+        };
+    };
     EXPECT_EQ(of(lambda(1)), of(lambda(2))) << "one lambda, whatever it captures";
     EXPECT_NE(of(lambda(1)), of([] { return Basin::ChunkPtr(); }));
     EXPECT_EQ(of(someChunk), of(&someChunk));

@@ -77,7 +77,7 @@ protected:
 };
 
 Box boxAround(const Point& centre, double reach) {
-    const View::vector d(reach, reach, reach);
+    const View::vector d{reach, reach, reach};
     return {centre - d, centre + d};
 }
 

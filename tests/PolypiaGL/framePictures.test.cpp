@@ -321,8 +321,8 @@ protected:
 TEST_P(StereoTest, PointsAreDrawnWhereTheEyeSeesThem) {
     const auto dotObject = add(new Dot);
     for (const Point& point :
-         {Point(0.5, 0.25, -0.25), Point(0, 0, 0), Point(1, -1, 1), Point(-2, 3, -2.5),
-          Point(0.25, 1.5, -0.75), Point(1.5, 0.5, 0.125)}) {
+         {Point{0.5, 0.25, -0.25}, Point{0, 0, 0}, Point{1, -1, 1}, Point{-2, 3, -2.5},
+          Point{0.25, 1.5, -0.75}, Point{1.5, 0.5, 0.125}}) {
         dotObject->place = point;
         const std::array<double, 2> expected = seen(point);
         for (const double place :
