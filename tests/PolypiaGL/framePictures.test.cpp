@@ -120,12 +120,7 @@ void main() {
 }
 )",
                                   "dot.vert", "dot.frag", 1, 1, {}, {});
-        program->bindUniformBlock(GLRenderContext::MultiViewBlock,
-                                  context.getUniformBuffer(GLRenderContext::MultiViewBlock));
-        _polyp->insert(program);
-        _polyp->insert(context.createPainter(TriangleStrip, 4));
-        _polyp->prepareWave();
-        context.setNumberOfViews(*_polyp);
+        completePolyp(*_polyp, context, program, context.createPainter(TriangleStrip, 4));
         _program = program;
     }
 

@@ -89,13 +89,9 @@ private:
             {composed(context, _stages.geometry, "GEOMETRY")},
             hasGeometry ? TriangleStripOutput : NoGeometryOutput, "staged.geom", 1,
             {composed(context, _stages.fragment, "FRAGMENT")}, "staged.frag", 1, {}, {});
-        program->bindUniformBlock(GLRenderContext::MultiViewBlock,
-                                  context.getUniformBuffer(GLRenderContext::MultiViewBlock));
-        _polyp->insert(program);
-        _polyp->insert(
+        completePolyp(
+            *_polyp, context, program,
             context.createPainter(hasGeometry ? Points : TriangleStrip, hasGeometry ? 1 : 4));
-        _polyp->prepareWave();
-        context.setNumberOfViews(*_polyp);
         isOnePass = program->hasUniform("zelk_b_view");
     }
 

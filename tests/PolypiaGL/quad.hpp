@@ -20,6 +20,18 @@ struct Rectangle {
     double height = 0;
 };
 
+/// Inserts what a polyp of one program needs, which reads the views of the context.
+inline void completePolyp(Polyp& polyp, VRenderContext& context,
+                          const RenderBasin::ProgramPtr& program,
+                          const RenderBasin::PainterPtr& painter) {
+    program->bindUniformBlock(GLRenderContext::MultiViewBlock,
+                              context.getUniformBuffer(GLRenderContext::MultiViewBlock));
+    polyp.insert(program);
+    polyp.insert(painter);
+    polyp.prepareWave();
+    context.setNumberOfViews(polyp);
+}
+
 /// A rectangle of one colour.
 class Quad : public RenderAble {
 public:
@@ -95,12 +107,7 @@ void main() {
 }
 )",
                                   "quad.vert", "quad.frag", 1, 1, {}, {});
-        program->bindUniformBlock(GLRenderContext::MultiViewBlock,
-                                  context.getUniformBuffer(GLRenderContext::MultiViewBlock));
-        _polyp->insert(program);
-        _polyp->insert(context.createPainter(TriangleStrip, 4));
-        _polyp->prepareWave();
-        context.setNumberOfViews(*_polyp);
+        completePolyp(*_polyp, context, program, context.createPainter(TriangleStrip, 4));
         _program = program;
         return program;
     }
