@@ -91,6 +91,10 @@ void GLFactory::setCurrentView(unsigned view) {
     _machine->currentView = view;
 }
 
+void GLFactory::restoreState() {
+    _machine->drawState.restore();
+}
+
 void GLFactory::setQueuedVertices(std::size_t vertices) {
     _machine->queuedVertices = vertices;
 }

@@ -43,6 +43,10 @@ public:
     void setMatrices(const Matrix& projection, const Matrix& modelView);
     /// The view that "zelk_CurrentViewID" tells to programs.
     void setCurrentView(unsigned view);
+    /// Has OpenGL's program, vertex array and switches for programs be as they were before the
+    /// frame, which keeps them from one object to the next. For objects that call OpenGL
+    /// themselves, ahead of that; they leave these as they find them.
+    void restoreState();
     /// Vertices that may wait in the driver's queue, 0 for any number: longer draws are cut into
     /// parts that are waited for. 0 at first, but for drivers on the CPU, which need memory for
     /// each vertex that waits.

@@ -320,6 +320,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     _objectSeconds.clear();
     _boundTarget = nullptr;
     if (_targets.empty() || _views.empty()) return 0;
+    const GL::DrawState::Scope drawState(factory().machine().drawState);
     RenderResult result = 0;
     RenderAble::SubContext sub;
     const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
@@ -464,6 +465,7 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
     const PixelRectangle picture = getViewport(0);
     const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
+    const GL::DrawState::Scope drawState(factory().machine().drawState);
     const Picking picking(*this, x + left, y + bottom, list->AlignedWidth, list->AlignedHeight,
                           picture[2], picture[3],
                           needsAllViews ? static_cast<int>(_views.size()) : 1);

@@ -156,13 +156,13 @@ void PickTarget::assign(std::uint32_t number) const {
     glViewport(0, 0, _width, _height);
     glStencilFunc(GL_EQUAL, mark, 0xFF);
     glStencilOp(GL_KEEP, GL_KEEP, GL_ZERO);
-    _machine.useProgram(_program.number());
+    const DrawState::Scope scope(_machine.drawState);
+    _machine.drawState.useProgram(_program.number());
+    _machine.drawState.setSwitches({});
     glProgramUniform1ui(_program.number(), glGetUniformLocation(_program.number(), "Number"),
                         number);
-    glBindVertexArray(_noAttributes.number());
+    _machine.drawState.bindVertexArray(_noAttributes.number());
     glDrawArrays(GL_TRIANGLES, 0, 3);
-    glBindVertexArray(0);
-    _machine.useProgram(0);
     _machine.check("PickTarget::assign");
     bind();
 }

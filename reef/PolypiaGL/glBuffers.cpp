@@ -43,7 +43,10 @@ bool BufferMemory::upload(const void* data, std::size_t bytes) {
         _bytes = 0;
         return true;
     }
-    if (!_id) _id = createBuffer();
+    if (!_id) {
+        _id = createBuffer();
+        _serial = _machine->nextSerial();
+    }
     _machine->report("ahead of glNamedBufferData");
     glNamedBufferData(_id.number(), static_cast<GLsizeiptr>(bytes), data, GL_STATIC_DRAW);
     if (glGetError() != GL_NO_ERROR) {
@@ -291,22 +294,22 @@ void GLVertexAttribute::uploadSource() {
     _source = {};
 }
 
-void GLVertexAttribute::setLayout(unsigned array, unsigned location) const {
-    const int components = _format.components;
+VertexSource GLVertexAttribute::vertexSource() const {
+    using Conversion = VertexSource::Conversion;
     const unsigned kind = hints & 0xFU;
-    if (kind == DoublePrecision && _format.isDouble()) {
-        glVertexArrayAttribLFormat(array, location, components, type(), 0);
-    } else if (!_format.isFloatingPoint() && (kind == SignedInteger || kind == UnsignedInteger)) {
-        glVertexArrayAttribIFormat(array, location, components, type(), 0);
-    } else {
+    const auto conversion = [&] {
+        if (kind == DoublePrecision && _format.isDouble()) return Conversion::Double;
+        const bool areWhole = kind == SignedInteger || kind == UnsignedInteger;
+        if (areWhole && !_format.isFloatingPoint()) return Conversion::Integer;
         // Bytes and shorts stand for 0 to 1, integers for themselves.
-        const GLboolean normalised = _format.bytes < sizeof(int) ? GL_TRUE : GL_FALSE;
-        glVertexArrayAttribFormat(array, location, components, type(), normalised, 0);
-    }
-    glVertexArrayAttribBinding(array, location, location);
-    glVertexArrayVertexBuffer(array, location, _memory.number(), 0,
-                              static_cast<GLsizei>(elementBytes()));
-    glEnableVertexArrayAttrib(array, location);
+        return _format.bytes < sizeof(int) ? Conversion::Normalised : Conversion::ToFloat;
+    };
+    return {_memory.serial(),
+            _memory.number(),
+            type(),
+            _format.components,
+            static_cast<int>(elementBytes()),
+            conversion()};
 }
 
 bool GLVertexAttribute::activate(const Polyp& polyp) {

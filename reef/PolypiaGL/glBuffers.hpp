@@ -30,6 +30,8 @@ public:
     void clear();
 
     unsigned number() const { return _id.number(); }
+    /// Changes with the number.
+    std::uint64_t serial() const { return _serial; }
     const MachinePtr& machine() const { return _machine; }
 
 private:
@@ -37,6 +39,7 @@ private:
 
     MachinePtr _machine;
     BufferId _id;
+    std::uint64_t _serial = 0;
     std::size_t _bytes = 0;
     bool _isMapped = false;
 };
@@ -135,8 +138,7 @@ public:
     const BufferMemory& memory() const { return _memory; }
     /// Brings the data to the GPU, if they are not there yet.
     void uploadSource();
-    /// Has a vertex array feed this location from the data.
-    void setLayout(unsigned vertexArray, unsigned location) const;
+    VertexSource vertexSource() const;
 
 private:
     bool isNarrowed() const;

@@ -15,18 +15,13 @@ constexpr std::size_t softwareQueue = 250000;
 
 } // namespace
 
-Machine::Machine(GLContext& theContext) : context(theContext), vertexArray(createVertexArray()) {
+Machine::Machine(GLContext& theContext) : context(theContext), drawState(context.profile()) {
     if (context.isSoftware()) queuedVertices = softwareQueue;
     // The greatest index starts a new strip.
     glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
 }
 
 Machine::~Machine() = default;
-
-void Machine::useProgram(unsigned program) {
-    glUseProgram(program);
-    _program = program;
-}
 
 void Machine::check(const char* call) const {
     if (!checksErrors) return;

@@ -1,10 +1,10 @@
 #pragma once
 // What all tentacles of one context share: the context, its current state, matrices for programs of
-// the fixed-function names. Internal to the backend; stands on GLContext and ObjectId.
+// the fixed-function names. Internal to the backend; stands on GLContext and DrawState.
 
 #include <PolypiaGL/GLContext.hpp>
-#include <PolypiaGL/ObjectId.hpp>
 #include <PolypiaGL/Pass.hpp>
+#include <PolypiaGL/glDrawState.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 
 #include <array>
@@ -14,6 +14,7 @@
 
 namespace Mirk::GL {
 
+class GLProgram;
 class GLVertexAttribute;
 
 /// Where the views of a frame are drawn to.
@@ -42,10 +43,6 @@ public:
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    void useProgram(unsigned program);
-    /// The program that useProgram() has set last.
-    unsigned currentProgram() const { return _program; }
-
     /// Throws for the first error that OpenGL has kept, if checks are on; names what was done.
     void check(const char* call) const;
     /// The same for an activate(): the wave does not deactivate what has thrown, so that it has to
@@ -65,7 +62,11 @@ public:
     static constexpr Matrix identity() { return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; }
 
     GLContext& context;
-    VertexArrayId vertexArray; ///< empty but while something is drawn
+    DrawState drawState;
+    /// The one that was activated or prepared last, of those that are active; null without one.
+    GLProgram* program = nullptr;
+    /// For buffers, see VertexSource.
+    std::uint64_t nextSerial() { return ++_serial; }
     /// Those that are active, in the order of activation.
     std::vector<const GLVertexAttribute*> attributes;
     Matrix projection = identity();
@@ -85,7 +86,7 @@ public:
     std::size_t queuedVertices = 0;
 
 private:
-    unsigned _program = 0;
+    std::uint64_t _serial = 0;
 };
 
 using MachinePtr = std::shared_ptr<Machine>;

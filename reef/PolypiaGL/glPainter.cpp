@@ -48,36 +48,6 @@ std::int64_t indexBytes(unsigned type) {
     }
 }
 
-/// Has the vertex array of the machine, which is bound, take the indices.
-class IndexLayout {
-public:
-    IndexLayout(const Machine& machine, const GLVertexAttribute& indices)
-        : _array(machine.vertexArray.number()),
-          _callersRestart(glIsEnabled(GL_PRIMITIVE_RESTART_FIXED_INDEX) == GL_TRUE) {
-        glVertexArrayElementBuffer(_array, indices.memory().number());
-        // With fewer bits the greatest index is one that meshes use.
-        setRestart(indexBytes(indices.type()) == 4);
-    }
-    ~IndexLayout() {
-        setRestart(_callersRestart);
-        glVertexArrayElementBuffer(_array, 0);
-    }
-    IndexLayout(const IndexLayout&) = delete;
-    IndexLayout& operator=(const IndexLayout&) = delete;
-
-private:
-    static void setRestart(bool enabled) {
-        if (enabled) {
-            glEnable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
-        } else {
-            glDisable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
-        }
-    }
-
-    unsigned _array;
-    bool _callersRestart;
-};
-
 /// Calls `draw(int instances)` once for each view that the machine asks for, or once for all of
 /// them if the program can do so.
 template<class Draw>
@@ -99,17 +69,17 @@ void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
         return;
     case Pass::Layers:
         if (drawsAll && machine.targets->bindAll()) {
-            program->setInteger(ownViewName, static_cast<int>(first));
+            program->setLayer(static_cast<int>(first));
             return draw(static_cast<int>(machine.numberOfViews));
         }
         for (unsigned view = first; view < (isInFrame ? end : first + 1); ++view) {
             if (isInFrame) machine.targets->bindView(view);
-            program->setInteger(ownViewName, static_cast<int>(view));
+            program->setLayer(static_cast<int>(view));
             draw(1);
         }
         return;
     case Pass::Extension:
-        program->setInteger(ownViewName, drawsAll ? 0 : static_cast<int>(first) + 1);
+        program->setLayer(drawsAll ? 0 : static_cast<int>(first) + 1);
         if (isInFrame) machine.targets->bindAll();
         return draw(1);
     }
@@ -124,26 +94,31 @@ GLPainter::GLPainter(MachinePtr machine, RenderNamespace::Primitive primitive, I
     : _machine(std::move(machine)), _primitive(primitive), _indices(std::move(indices)) {}
 
 bool GLPainter::draw(const Polyp& polyp) {
-    const Keel::StrongPtr<GLProgram, Polyp::Tentacle> program = currentProgram(polyp, *_machine);
-    if (program && program->isCompute()) return true;
-    const unsigned glMode = mode(program.get());
+    GLProgram* const program = _machine->program;
+    if (program != nullptr && program->isCompute()) return true;
+    const unsigned glMode = mode(program);
     const bool inPieces = isInPieces(polyp);
     const Range wanted = inPieces ? rangeInPiece(polyp, range(polyp), glMode) : range(polyp);
     if (wanted.count <= 0) return true;
-    if (program) {
-        const std::uint32_t firstOfPiece = inPieces ? polyp.currentChunk * polyp.chunkElements : 0;
-        program->setInteger("zelk_FirstVertexOfChunk", static_cast<int>(firstOfPiece));
+    const DrawState::Scope scope(_machine->drawState);
+    if (program != nullptr) {
+        program->setFirstVertexOfChunk(inPieces ? polyp.currentChunk * polyp.chunkElements : 0);
+    } else {
+        _machine->drawState.useCallersProgram();
     }
     if (_indices) _indices->uploadSource();
-    {
-        const VertexLayout layout(*_machine, program.get());
-        std::optional<IndexLayout> indexLayout;
-        if (_indices) indexLayout.emplace(*_machine, *_indices);
-        drawViews(*_machine, program.get(),
-                  [&](int instances) { drawInParts(glMode, wanted, instances); });
-    }
+    const VertexLayout layout(*_machine, program);
+    if (_indices) layoutIndices();
+    drawViews(*_machine, program, [&](int instances) { drawInParts(glMode, wanted, instances); });
     _machine->check("Painter::draw");
     return true;
+}
+
+void GLPainter::layoutIndices() const {
+    const BufferMemory& memory = _indices->memory();
+    _machine->drawState.setIndices(memory.serial(), memory.number());
+    // With fewer bits the greatest index is one that meshes use.
+    _machine->drawState.setPrimitiveRestart(indexBytes(_indices->type()) == 4);
 }
 
 bool GLPainter::isInPieces(const Polyp& polyp) const {

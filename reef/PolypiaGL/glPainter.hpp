@@ -35,6 +35,7 @@ private:
 
     Range range(const Polyp& polyp) const;
     Range rangeInPiece(const Polyp& polyp, Range all, unsigned mode) const;
+    void layoutIndices() const;
     bool isInPieces(const Polyp& polyp) const;
     unsigned mode(const class GLProgram* program) const;
     void drawInParts(unsigned mode, Range range, int instances) const;

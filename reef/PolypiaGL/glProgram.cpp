@@ -11,7 +11,9 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace Mirk::GL {
 
@@ -22,6 +24,7 @@ using FloatPoint = Skua::Coordinates<Skua::Cartesian3D, float>::point;
 
 constexpr const char* linkFunction = "RenderBasin::createProgram";
 constexpr const char* viewName = "zelk_CurrentViewID";
+constexpr const char* firstVertexName = "zelk_FirstVertexOfChunk";
 
 unsigned shaderType(Stage stage) {
     switch (stage) {
@@ -134,9 +137,9 @@ Components components(const Variant& value) {
         value);
 }
 
-/// The value relative to the origin if it is a point. Only single points are: those in arrays are
+/// The value relative to the origin, if it is a point. Only single points are: those in arrays are
 /// relative to something already.
-Variant relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& value) {
+std::optional<Variant> relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& value) {
     if (const auto* const point = std::get_if<Skua::PhysicalSpace::point>(&value)) {
         return *point - origin;
     }
@@ -146,7 +149,24 @@ Variant relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& val
                           static_cast<float>(static_cast<double>(point->y) - origin.y),
                           static_cast<float>(static_cast<double>(point->z) - origin.z)};
     }
-    return value;
+    return {};
+}
+
+/// The components of a value that is one vector of floats, or one float; null for others.
+std::pair<const float*, int> floatsOf(const Variant& value) {
+    return std::visit(
+        []<class T>(const T& content) -> std::pair<const float*, int> {
+            if constexpr (std::is_same_v<T, float>) {
+                return {&content, 1};
+            } else if constexpr (std::is_same_v<T, Skua::FixedArray<float, 2>> ||
+                                 std::is_same_v<T, Skua::FixedArray<float, 3>> ||
+                                 std::is_same_v<T, Skua::FixedArray<float, 4>>) {
+                return {content.data(), static_cast<int>(content.size())};
+            } else {
+                return {nullptr, 0};
+            }
+        },
+        value);
 }
 
 /// Shape of a uniform type.
@@ -320,6 +340,14 @@ void setUnsigneds(unsigned program, int location, int count, int components,
     }
 }
 
+void setIntegerUniform(unsigned program, int location, unsigned type, int value) {
+    if (type == GL_UNSIGNED_INT) {
+        glProgramUniform1ui(program, location, static_cast<GLuint>(value));
+    } else {
+        glProgramUniform1i(program, location, value);
+    }
+}
+
 void setMatrices(unsigned program, int location, int count, int columns, const float* values) {
     switch (columns) {
     case 2:
@@ -331,38 +359,9 @@ void setMatrices(unsigned program, int location, int count, int columns, const f
     }
 }
 
-/// State that a program needs by what its text names. The last one has no constant beyond the
-/// compatibility profile, in which alone it can be switched: in the other it is always on.
-constexpr std::array<GLenum, 4> switchNames{GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1,
-                                            GL_PROGRAM_POINT_SIZE, 0x8861 /* GL_POINT_SPRITE */};
-static_assert(switchNames.size() == GLProgram::Switches().size());
-
-bool exists(GLenum name, Profile profile) {
-    return name != switchNames.back() || profile == Profile::Compatibility;
-}
-
-void setSwitches(const GLProgram::Switches& enabled, Profile profile) {
-    for (std::size_t i = 0; i < switchNames.size(); ++i) {
-        if (!exists(switchNames[i], profile)) continue;
-        if (enabled[i]) {
-            glEnable(switchNames[i]);
-        } else {
-            glDisable(switchNames[i]);
-        }
-    }
-}
-
-GLProgram::Switches currentSwitches(Profile profile) {
-    GLProgram::Switches enabled{};
-    for (std::size_t i = 0; i < switchNames.size(); ++i) {
-        enabled[i] = exists(switchNames[i], profile) && glIsEnabled(switchNames[i]) == GL_TRUE;
-    }
-    return enabled;
-}
-
 /// What the stages need. Fragment stages read clip distances and do not write them.
-GLProgram::Switches neededSwitches(const std::vector<StageSource>& stages) {
-    GLProgram::Switches needed{};
+ProgramSwitches neededSwitches(const std::vector<StageSource>& stages) {
+    ProgramSwitches needed{};
     for (const StageSource& source : stages) {
         const std::string text = GlslScan(source.code).blank;
         const auto names = [&](const char* name) { return text.find(name) != std::string::npos; };
@@ -498,6 +497,9 @@ void GLProgram::readInterface(bool hasGeometryStage) {
         const bool own = uniform.name.starts_with(ownNamePrefix) && uniform.name != ownViewName;
         if (own || uniform.name.starts_with("gl_")) _usesMatrices = true;
     }
+    _view = {findUniform(viewName), {}};
+    _layer = {findUniform(ownViewName), {}};
+    _firstVertexOfChunk = {findUniform(firstVertexName), {}};
     for (const Resource& input : resources(_id.number(), GL_PROGRAM_INPUT)) {
         _attributes[input.name] = input.location;
     }
@@ -508,24 +510,29 @@ void GLProgram::readInterface(bool hasGeometryStage) {
 }
 
 bool GLProgram::activate(const Polyp& polyp) {
-    GLint program = 0;
-    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
-    _callers.push_back(
-        {static_cast<unsigned>(program), currentSwitches(_machine->context.profile())});
-    _machine->useProgram(_id.number());
+    _machine->drawState.enter();
+    _outer.push_back(std::exchange(_machine->program, this));
+    select();
     _machine->check("Program::activate", [&] { deactivate(polyp); });
     return true;
 }
 
 bool GLProgram::deactivate(const Polyp& polyp) {
-    if (_callers.empty()) return true;
+    if (_outer.empty()) return true;
     releaseSamplers(polyp);
-    const CallerState& caller = _callers.back();
-    setSwitches(caller.switches, _machine->context.profile());
-    _machine->useProgram(caller.program);
-    _callers.pop_back();
+    _machine->program = _outer.back();
+    _outer.pop_back();
+    // What draws next selects its own.
+    if (_machine->program != nullptr) _machine->program->select();
+    _machine->drawState.leave();
     _machine->report("Program::deactivate");
     return true;
+}
+
+void GLProgram::select() const {
+    _machine->drawState.useProgram(_id.number());
+    // Enabled for a program that does not write them clip distances would clip at random.
+    _machine->drawState.setSwitches(_switches);
 }
 
 std::size_t GLProgram::memsize() const {
@@ -537,29 +544,21 @@ std::size_t GLProgram::memsize() const {
 }
 
 void GLProgram::selectView() {
-    setInteger(viewName, static_cast<int>(_machine->currentView));
+    sendOwn(_view, static_cast<int>(_machine->currentView));
     if (_usesMatrices) sendMatrices();
 }
 
 void GLProgram::prepare(const Polyp& polyp) {
-    _machine->useProgram(_id.number());
+    if (!_outer.empty()) _machine->program = this;
+    select();
     selectView();
     sendChanges();
     bindBlocks(polyp);
     bindSamplers(polyp);
-    // Enabled for a program that does not write them clip distances would clip at random.
-    setSwitches(_switches, _machine->context.profile());
     _machine->check("Program::prepare");
 }
 
 void GLProgram::sendChanges() {
-    const auto sendIfChanged = [&](const std::string& name, const Variant& value) {
-        if (name == viewName) return; // the view that is being drawn stands above a variable
-        const auto found = _sent.find(name);
-        if (found != _sent.end() && found->second == value) return;
-        send(name, relativeTo(worldOrigin(), value));
-        _sent[name] = value;
-    };
     // The first map wins over the others.
     forEachKind([&](const auto& values) {
         for (const auto& [name, value] : values) {
@@ -569,23 +568,39 @@ void GLProgram::sendChanges() {
     for (const auto& [name, value] : *this) sendIfChanged(name, value);
 }
 
+void GLProgram::sendIfChanged(const std::string& name, const Variant& value) {
+    auto found = _sent.find(name);
+    const bool isNew = found == _sent.end();
+    if (isNew) found = _sent.try_emplace(name, Sent{findUniform(name), value}).first;
+    auto& [uniform, sent] = found->second;
+    if (uniform == nullptr || isOwn(uniform) || (!isNew && sent == value)) return;
+    const std::optional<Variant> relative = relativeTo(worldOrigin(), value);
+    send(*uniform, relative ? *relative : value);
+    sent = value;
+}
+
 void GLProgram::setProgramVariable(const std::string& name,
                                    const ProgramVariables::value_type& variable,
                                    const RenderBasin::FloatedOrigin& origin) const {
-    send(name, relativeTo(origin.worldOrigin, variable.second));
-    _sent[name] = variable.second;
+    const Uniform* const uniform = findUniform(name);
+    if (uniform == nullptr || isOwn(uniform)) return;
+    const std::optional<Variant> relative = relativeTo(origin.worldOrigin, variable.second);
+    send(*uniform, relative ? *relative : variable.second);
+    _sent.insert_or_assign(name, Sent{uniform, variable.second});
 }
 
-void GLProgram::send(const std::string& name, const Variant& value) const {
-    const Uniform* const found = findUniform(name);
-    if (found == nullptr || found->location < 0) return;
-    const Uniform& uniform = *found;
+void GLProgram::send(const Uniform& uniform, const Variant& value) const {
+    if (uniform.location < 0) return;
     const Shape shape = shapeOf(uniform.type);
     if (shape.components == 0) return;
+    const unsigned program = _id.number();
+    const auto [floats, number] = floatsOf(value);
+    if (shape.base == Shape::Float && shape.columns == 0 && shape.components == number) {
+        return setFloats(program, uniform.location, 1, number, floats);
+    }
     const std::vector<double> values = fitted(components(value), shape, uniform.size);
     const int count = static_cast<int>(values.size()) / shape.components;
     if (count == 0) return;
-    const unsigned program = _id.number();
     if (shape.columns != 0) {
         setMatrices(program, uniform.location, count, shape.columns,
                     converted<float>(values).data());
@@ -602,14 +617,21 @@ void GLProgram::send(const std::string& name, const Variant& value) const {
     }
 }
 
-void GLProgram::setInteger(const char* name, int value) {
+bool GLProgram::isOwn(const Uniform* uniform) const {
+    return uniform == _view.uniform || uniform == _layer.uniform ||
+           uniform == _firstVertexOfChunk.uniform;
+}
+
+void GLProgram::sendOwn(OwnInteger& own, int value) {
+    if (own.uniform == nullptr || own.sent == value) return;
+    setIntegerUniform(_id.number(), own.uniform->location, own.uniform->type, value);
+    own.sent = value;
+}
+
+void GLProgram::setInteger(const std::string& name, int value) const {
     const Uniform* const uniform = findUniform(name);
     if (uniform == nullptr) return;
-    if (uniform->type == GL_UNSIGNED_INT) {
-        glProgramUniform1ui(_id.number(), uniform->location, static_cast<GLuint>(value));
-    } else {
-        glProgramUniform1i(_id.number(), uniform->location, value);
-    }
+    setIntegerUniform(_id.number(), uniform->location, uniform->type, value);
 }
 
 const GLProgram::Uniform* GLProgram::findUniform(std::string_view name) const {
@@ -666,12 +688,12 @@ void GLProgram::bindSamplers(const Polyp& polyp) {
     for (const auto& [name, texture] : SamplerBindings) {
         if (!texture || !texture->activate(polyp)) continue;
         _sampled.push_back(texture);
-        setInteger(name.c_str(), texture->getTextureUnit());
+        setInteger(name, texture->getTextureUnit());
     }
     const auto [first, last] = polyp.get_range(Polyp::TextureKey, Polyp::ComputeKey - 1);
     for (auto entry = first; entry != last; ++entry) {
         const Keel::StrongPtr<GLTexture, Polyp::Tentacle> texture(entry->second);
-        if (texture) setInteger(texture->samplerName.c_str(), texture->getTextureUnit());
+        if (texture) setInteger(texture->samplerName, texture->getTextureUnit());
     }
 }
 
@@ -702,16 +724,6 @@ void GLProgram::sendMatrices() {
         setMatrices(_id.number(), found->second.location, 1, values.size() == 9 ? 3 : 4,
                     converted<float>(values).data());
     }
-}
-
-Keel::StrongPtr<GLProgram, Polyp::Tentacle> currentProgram(const Polyp& polyp,
-                                                           const Machine& machine) {
-    const auto [first, last] = polyp.get_programs();
-    for (auto entry = first; entry != last; ++entry) {
-        const Keel::StrongPtr<GLProgram, Polyp::Tentacle> program(entry->second);
-        if (program && program->nativeHandle() == machine.currentProgram()) return program;
-    }
-    return {};
 }
 
 } // namespace Mirk::GL

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,11 +60,11 @@ public:
     Pass pass() const { return _pass; }
     /// Has it draw the current view of the machine from now on.
     void selectView();
-    /// Sets an integer or sampler if the program declares it.
-    void setInteger(const char* name, int value);
-
-    /// Clip distances 0 and 1, point size by program, point sprites.
-    using Switches = std::array<bool, 4>;
+    /// For programs that draw several views at once: the view, or what GLPainter tells of them.
+    void setLayer(int value) { sendOwn(_layer, value); }
+    void setFirstVertexOfChunk(std::uint32_t vertex) {
+        sendOwn(_firstVertexOfChunk, static_cast<int>(vertex));
+    }
 
 private:
     struct Uniform {
@@ -71,10 +72,15 @@ private:
         unsigned type;
         int size;
     };
-    /// What to go back to.
-    struct CallerState {
-        unsigned program;
-        Switches switches;
+    /// A uniform that the backend sets, whatever variables say.
+    struct OwnInteger {
+        const Uniform* uniform = nullptr;
+        std::optional<int> sent;
+    };
+    /// What the GPU has, to send only what has changed.
+    struct Sent {
+        const Uniform* uniform; ///< null if the program has none of that name
+        Variant value;
     };
 
     void build(const std::vector<StageSource>& stages, AdaptOptions options);
@@ -83,8 +89,15 @@ private:
     void link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted);
     void readInterface(bool hasGeometryStage);
     const Uniform* findUniform(std::string_view name) const;
+    /// Has OpenGL use it for what is drawn next.
+    void select() const;
     void sendChanges();
-    void send(const std::string& name, const ProgramVariables::Variant& value) const;
+    void sendIfChanged(const std::string& name, const Variant& value);
+    void send(const Uniform& uniform, const Variant& value) const;
+    void sendOwn(OwnInteger& own, int value);
+    bool isOwn(const Uniform* uniform) const;
+    /// Sets an integer or sampler if the program declares it.
+    void setInteger(const std::string& name, int value) const;
     void sendMatrices();
     void bindBlocks(const Polyp& polyp);
     void bindSamplers(const Polyp& polyp);
@@ -96,20 +109,18 @@ private:
     std::map<std::string, int, std::less<>> _attributes;
     std::map<unsigned, UniformBufferPtr> _uniformBlocks;
     std::map<unsigned, Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>> _storageBlocks;
-    // What the GPU has, to send only what has changed.
-    mutable std::map<std::string, ProgramVariables::Variant> _sent;
+    mutable std::map<std::string, Sent, std::less<>> _sent;
+    OwnInteger _view;
+    OwnInteger _layer;
+    OwnInteger _firstVertexOfChunk;
     std::uint64_t _sentMatrices = 0;
-    std::vector<CallerState> _callers;        // one for each time that it is active
+    std::vector<GLProgram*> _outer;           // for each time that it is active
     std::vector<Polyp::TentaclePtr> _sampled; // bound by the last prepare()
     Pass _pass = Pass::EachView;
     bool _isCompute = false;
     bool _takesLines = false;
-    Switches _switches{};
+    ProgramSwitches _switches{};
     bool _usesMatrices = false;
 };
-
-/// The program of the polyp that the machine has in use; empty if it has none of these.
-Keel::StrongPtr<GLProgram, Polyp::Tentacle> currentProgram(const Polyp& polyp,
-                                                           const Machine& machine);
 
 } // namespace Mirk::GL

@@ -81,16 +81,24 @@ void setArray(const FixedArray& fixed, unsigned buffer, int components, unsigned
 
 } // namespace
 
-VertexLayout::VertexLayout(const Machine& machine, const GLProgram* program) : _machine(machine) {
-    glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &_callersArray);
-    glBindVertexArray(machine.vertexArray.number());
-    const auto named = [&](const GLVertexAttribute& attribute) {
+VertexLayout::VertexLayout(Machine& machine, const GLProgram* program) : _machine(machine) {
+    machine.drawState.bindVertexArray();
+    const auto named = [program](const GLVertexAttribute& attribute) {
         return program != nullptr ? program->attributeLocation(attribute.name()) : -1;
     };
+    bool areAllNamed = true;
     for (const GLVertexAttribute* attribute : machine.attributes) {
-        place(*attribute, named(*attribute));
+        const int location = named(*attribute);
+        areAllNamed = areAllNamed && location >= 0;
+        place(*attribute, location);
     }
-    for (const GLVertexAttribute* attribute : machine.attributes) {
+    if (!areAllNamed) placeByNumber(program, named);
+    machine.drawState.limitVertices(_locations);
+}
+
+template<class Named>
+void VertexLayout::placeByNumber(const GLProgram* program, const Named& named) {
+    for (const GLVertexAttribute* attribute : _machine.attributes) {
         if (named(*attribute) >= 0 || placeFixed(*attribute, program)) continue;
         const int location = genericAttribute(attribute->number());
         if (location >= 0 && (_locations & (1U << location)) == 0) place(*attribute, location);
@@ -98,24 +106,16 @@ VertexLayout::VertexLayout(const Machine& machine, const GLProgram* program) : _
 }
 
 VertexLayout::~VertexLayout() {
-    const unsigned array = _machine.vertexArray.number();
-    constexpr int anyStride = 16;
-    for (unsigned location = 0; _locations >> location != 0; ++location) {
-        if ((_locations >> location & 1U) == 0) continue;
-        glDisableVertexArrayAttrib(array, location);
-        glVertexArrayVertexBuffer(array, location, 0, 0, anyStride);
-    }
     for (std::size_t number = 0; _fixedArrays >> number != 0; ++number) {
         if ((_fixedArrays >> number & 1U) == 0) continue;
         constexpr int anyNumber = 3;
         setArray(fixedArrays[number], 0, anyNumber, GL_FLOAT);
     }
-    glBindVertexArray(static_cast<GLuint>(_callersArray));
 }
 
 void VertexLayout::place(const GLVertexAttribute& attribute, int location) {
     if (location < 0) return;
-    attribute.setLayout(_machine.vertexArray.number(), static_cast<unsigned>(location));
+    _machine.drawState.setVertices(static_cast<unsigned>(location), attribute.vertexSource());
     _locations |= 1U << location;
 }
 

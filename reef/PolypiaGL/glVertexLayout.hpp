@@ -8,8 +8,7 @@ namespace Mirk::GL {
 
 class GLProgram;
 
-/// Binds the vertex array of the machine with all active attributes, and empties it at its end: an
-/// array that kept a buffer would keep its memory, too.
+/// Binds the vertex array of the machine with all active attributes.
 ///
 /// An attribute feeds the input of its name or, without one, the place of its number unless an
 /// input that has its own attribute is there. In a compatibility context it feeds the
@@ -17,7 +16,7 @@ class GLProgram;
 class VertexLayout {
 public:
     /// `program` may be null.
-    VertexLayout(const Machine& machine, const GLProgram* program);
+    VertexLayout(Machine& machine, const GLProgram* program);
     ~VertexLayout();
 
     VertexLayout(const VertexLayout&) = delete;
@@ -25,12 +24,14 @@ public:
 
 private:
     void place(const GLVertexAttribute& attribute, int location);
+    /// Those that have no input of their name.
+    template<class Named>
+    void placeByNumber(const GLProgram* program, const Named& named);
     bool placeFixed(const GLVertexAttribute& attribute, const GLProgram* program);
 
-    const Machine& _machine;
+    Machine& _machine;
     unsigned _locations = 0;   // bits of those in use
     unsigned _fixedArrays = 0; // bits by attribute number
-    int _callersArray = 0;
 };
 
 } // namespace Mirk::GL

@@ -1,0 +1,152 @@
+#include <PolypiaGL/glDrawState.hpp>
+
+#include <PolypiaGL/glHeaders.hpp>
+
+#include <bit>
+
+namespace Mirk::GL {
+
+namespace {
+
+/// By Switch. Point sprites have no constant beyond the compatibility profile, in which alone they
+/// can be switched: in the other they are always on.
+constexpr std::array<GLenum, 5> names{GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1, GL_PROGRAM_POINT_SIZE,
+                                      0x8861 /* GL_POINT_SPRITE */,
+                                      GL_PRIMITIVE_RESTART_FIXED_INDEX};
+
+bool exists(std::size_t number, Profile profile) {
+    return number != static_cast<std::size_t>(Switch::PointSprite) ||
+           profile == Profile::Compatibility;
+}
+
+void setFormat(unsigned array, unsigned location, const VertexSource& source) {
+    switch (source.conversion) {
+    case VertexSource::Conversion::Double:
+        return glVertexArrayAttribLFormat(array, location, source.components, source.type, 0);
+    case VertexSource::Conversion::Integer:
+        return glVertexArrayAttribIFormat(array, location, source.components, source.type, 0);
+    default:
+        return glVertexArrayAttribFormat(
+            array, location, source.components, source.type,
+            source.conversion == VertexSource::Conversion::Normalised ? GL_TRUE : GL_FALSE, 0);
+    }
+}
+
+bool haveSameFormat(const VertexSource& a, const VertexSource& b) {
+    return a.type == b.type && a.components == b.components && a.conversion == b.conversion;
+}
+
+/// Calls `visit(unsigned location)` for each bit.
+template<class Visit>
+void forEachBit(unsigned bits, const Visit& visit) {
+    for (; bits != 0; bits &= bits - 1) visit(static_cast<unsigned>(std::countr_zero(bits)));
+}
+
+} // namespace
+
+DrawState::DrawState(Profile profile) : _profile(profile), _vertexArray(createVertexArray()) {}
+
+DrawState::~DrawState() = default;
+
+void DrawState::know() {
+    if (_isKnown) return;
+    GLint program = 0, array = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &array);
+    _callers.program = static_cast<unsigned>(program);
+    _callers.vertexArray = static_cast<unsigned>(array);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        _callers.switches[i] = exists(i, _profile) && glIsEnabled(names[i]) == GL_TRUE;
+    }
+    _current = _callers;
+    _isKnown = _depth > 0;
+}
+
+void DrawState::restore() noexcept {
+    if (!_isKnown) return;
+    emptyVertexArray();
+    bindVertexArray(_callers.vertexArray);
+    useCallersProgram();
+    constexpr auto restart = static_cast<std::size_t>(Switch::PrimitiveRestart);
+    set(Switch::PrimitiveRestart, _callers.switches[restart]);
+    _isKnown = false;
+}
+
+void DrawState::useProgram(unsigned program) {
+    know();
+    if (program == _current.program) return;
+    glUseProgram(program);
+    _current.program = program;
+}
+
+void DrawState::useCallersProgram() {
+    know();
+    useProgram(_callers.program);
+    for (std::size_t i = 0; i < ProgramSwitches().size(); ++i) {
+        set(static_cast<Switch>(i), _callers.switches[i]);
+    }
+}
+
+void DrawState::setSwitches(const ProgramSwitches& enabled) {
+    for (std::size_t i = 0; i < enabled.size(); ++i) set(static_cast<Switch>(i), enabled[i]);
+}
+
+void DrawState::set(Switch which, bool enabled) {
+    know();
+    const auto i = static_cast<std::size_t>(which);
+    if (_current.switches[i] == enabled || !exists(i, _profile)) return;
+    if (enabled) {
+        glEnable(names[i]);
+    } else {
+        glDisable(names[i]);
+    }
+    _current.switches[i] = enabled;
+}
+
+void DrawState::bindVertexArray() {
+    bindVertexArray(_vertexArray.number());
+}
+
+void DrawState::bindVertexArray(unsigned array) {
+    know();
+    if (array == _current.vertexArray) return;
+    glBindVertexArray(array);
+    _current.vertexArray = array;
+}
+
+void DrawState::setVertices(unsigned location, const VertexSource& source) {
+    const unsigned array = _vertexArray.number();
+    VertexSource& present = _sources[location];
+    const bool isFed = (_locations >> location & 1U) != 0;
+    if (!isFed || !haveSameFormat(present, source)) setFormat(array, location, source);
+    if (!isFed || present.serial != source.serial || present.strideBytes != source.strideBytes) {
+        glVertexArrayVertexBuffer(array, location, source.buffer, 0, source.strideBytes);
+    }
+    if (!isFed) glEnableVertexArrayAttrib(array, location);
+    present = source;
+    _locations |= 1U << location;
+}
+
+void DrawState::limitVertices(unsigned locations) {
+    const unsigned array = _vertexArray.number();
+    forEachBit(_locations & ~locations, [array](unsigned location) {
+        constexpr int anyStride = 16;
+        glDisableVertexArrayAttrib(array, location);
+        // A vertex array that kept a buffer would keep its memory, too.
+        glVertexArrayVertexBuffer(array, location, 0, 0, anyStride);
+    });
+    _locations &= locations;
+}
+
+void DrawState::setIndices(std::uint64_t serial, unsigned buffer) {
+    if (serial == _indices) return;
+    glVertexArrayElementBuffer(_vertexArray.number(), buffer);
+    _indices = serial;
+}
+
+void DrawState::emptyVertexArray() {
+    limitVertices(0);
+    setIndices(0, 0);
+}
+
+} // namespace Mirk::GL

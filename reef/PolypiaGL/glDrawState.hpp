@@ -1,0 +1,109 @@
+#pragma once
+// What draws set in OpenGL, kept from one draw to the next; internal to the backend, stands on
+// ObjectId.
+
+#include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/Profile.hpp>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace Mirk::GL {
+
+/// Capabilities that programs need or not, and that of indices.
+enum class Switch : std::uint8_t {
+    ClipDistance0,
+    ClipDistance1,
+    ProgramPointSize,
+    PointSprite,
+    PrimitiveRestart,
+};
+/// Those that a program needs: all but the last.
+using ProgramSwitches = std::array<bool, 4>;
+
+/// From where and how a vertex input is fed.
+struct VertexSource {
+    enum class Conversion : std::uint8_t { ToFloat, Normalised, Integer, Double };
+
+    /// Of the buffer, as OpenGL gives the number of one that is gone to the next.
+    std::uint64_t serial = 0;
+    unsigned buffer = 0;
+    unsigned type = 0;
+    int components = 0;
+    int strideBytes = 0;
+    Conversion conversion = Conversion::ToFloat;
+};
+
+/// Program, switches and vertex array of one context. Between the first enter() and the last
+/// leave() it sets only what differs from what it set before, and at the end it goes back to what
+/// the caller had: setting all anew for each draw costs a driver more than the draw. Whoever calls
+/// OpenGL itself meanwhile calls restore() ahead of that, and leaves these as it found them.
+/// Render thread only.
+class DrawState {
+public:
+    /// For a context of this profile, which is current.
+    explicit DrawState(Profile profile);
+    ~DrawState();
+    DrawState(const DrawState&) = delete;
+    DrawState& operator=(const DrawState&) = delete;
+
+    /// enter() and leave() of a block.
+    class Scope {
+    public:
+        explicit Scope(DrawState& state) : _state(state) { state.enter(); }
+        ~Scope() { _state.leave(); }
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        DrawState& _state;
+    };
+    void enter() noexcept { ++_depth; }
+    void leave() noexcept {
+        if (--_depth == 0) restore();
+    }
+    /// Goes back to the caller's; what comes next starts from what it finds then.
+    void restore() noexcept;
+
+    // Outside of enter() and leave() the next ones are plain calls, and nothing is kept.
+
+    void useProgram(unsigned program);
+    void setSwitches(const ProgramSwitches& enabled);
+    /// The caller's program with its switches.
+    void useCallersProgram();
+    void setPrimitiveRestart(bool enabled) { set(Switch::PrimitiveRestart, enabled); }
+    void bindVertexArray(unsigned array);
+    /// The vertex array of the context, for the operations below; within enter() and leave().
+    void bindVertexArray();
+    void setVertices(unsigned location, const VertexSource& source);
+    /// Only the locations of these bits are fed.
+    void limitVertices(unsigned locations);
+    void setIndices(std::uint64_t serial, unsigned buffer);
+
+private:
+    static constexpr std::size_t numberOfSwitches = 5;
+    static constexpr std::size_t numberOfLocations = 32;
+
+    struct Values {
+        unsigned program = 0;
+        unsigned vertexArray = 0;
+        std::array<bool, numberOfSwitches> switches{};
+    };
+
+    void know();
+    void set(Switch which, bool enabled);
+    void emptyVertexArray();
+
+    const Profile _profile;
+    const VertexArrayId _vertexArray; ///< empty but between enter() and leave()
+    unsigned _depth = 0;
+    bool _isKnown = false;
+    Values _callers;
+    Values _current;
+    unsigned _locations = 0; ///< bits of those that are fed
+    std::array<VertexSource, numberOfLocations> _sources{};
+    std::uint64_t _indices = 0;
+};
+
+} // namespace Mirk::GL
