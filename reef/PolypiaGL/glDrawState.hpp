@@ -4,6 +4,7 @@
 
 #include <PolypiaGL/ObjectId.hpp>
 #include <PolypiaGL/Profile.hpp>
+#include <PolypiaGL/export.hpp>
 
 #include <array>
 #include <cstddef>
@@ -40,7 +41,7 @@ struct VertexSource {
 /// the caller had: setting all anew for each draw costs a driver more than the draw. Whoever calls
 /// OpenGL itself meanwhile calls restore() ahead of that, and leaves these as it found them.
 /// Render thread only.
-class DrawState {
+class POLYPIAGL_EXPORT DrawState {
 public:
     /// For a context of this profile, which is current.
     explicit DrawState(Profile profile);
