@@ -6,7 +6,6 @@
 
 #include <stdexcept>
 
-
 using namespace Mirk;
 using namespace Mirk::GLTest;
 
@@ -56,6 +55,17 @@ protected:
         target.insert(vertices);
         target.insert(vertices->createPainter(RenderNamespace::TriangleStrip));
     }
+    /// Triangles of the corners of the picture.
+    PolypPtr indexed(const RenderBasin::ProgramPtr& painted,
+                     const std::vector<unsigned>& indices) const {
+        const PolypPtr made(new Polyp({}));
+        made->insert(painted);
+        made->insert(fullPicture());
+        const auto order = basin->createAttribute(chunk(indices), 8, "Indices");
+        made->insert(order);
+        made->insert(order->createPainter(RenderNamespace::Triangles));
+        return made;
+    }
     static void setColor(const RenderBasin::ProgramPtr& painted, const Color& color) {
         Skua::FixedArray<float, 4> values{};
         for (std::size_t i = 0; i < color.size(); ++i) {
@@ -87,13 +97,17 @@ TEST_P(DrawStateTest, ProgramAndVertexArrayStayFromOneWaveToTheNextAndGoBackAtTh
 }
 
 TEST_P(DrawStateTest, TheVertexArrayKeepsNoBufferBeyondTheFrame) {
-    const PolypPtr first = filled(plainProgram());
+    const PolypPtr first = filled(plainProgram()), second = indexed(plainProgram(), {0, 1, 2});
     GLint array = 0;
     {
         const GL::DrawState::Scope frame(state());
         first->wave(~0U);
+        second->wave(~0U);
         glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &array);
     }
+    GLint indices = -1;
+    glGetVertexArrayiv(static_cast<GLuint>(array), GL_ELEMENT_ARRAY_BUFFER_BINDING, &indices);
+    EXPECT_EQ(indices, 0);
     for (GLuint location = 0; location < 16; ++location) {
         GLint isEnabled = GL_TRUE;
         glGetVertexArrayIndexediv(static_cast<GLuint>(array), location,
@@ -175,30 +189,20 @@ TEST_P(DrawStateTest, AnInputWithoutDataHasNoneFromThePolypBefore) {
 
 TEST_P(DrawStateTest, ABufferThatTakesTheNumberOfOneThatIsGoneIsReadFrom) {
     const auto colored = coloredProgram();
-    const PolypPtr drawn(new Polyp({}));
+    const PolypPtr drawn = filled(colored);
     const GL::DrawState::Scope frame(state());
     for (const Color& color : {red, green, blue}) {
-        drawn->clear();
-        drawn->insert(colored);
-        drawn->insert(colors(color));
-        insertStrip(*drawn, fullPicture());
+        const auto attribute = drawn->insert(colors(color));
         drawn->wave(~0U);
         EXPECT_EQ(center(), color);
+        drawn->eraseTentacle(attribute);
     }
 }
 
 TEST_P(DrawStateTest, IndicesOfOnePolypAreNotThoseOfTheNext) {
     const auto plain = plainProgram();
-    const auto indexed = [&](const std::vector<unsigned>& indices) {
-        const PolypPtr made(new Polyp({}));
-        made->insert(plain);
-        made->insert(fullPicture());
-        const auto order = basin->createAttribute(chunk(indices), 8, "Indices");
-        made->insert(order);
-        made->insert(order->createPainter(RenderNamespace::Triangles));
-        return made;
-    };
-    const PolypPtr lower = indexed({0, 1, 2}), upper = indexed({1, 3, 2}), all = filled(plain);
+    const PolypPtr lower = indexed(plain, {0, 1, 2}), upper = indexed(plain, {1, 3, 2}),
+                   all = filled(plain);
     const GL::DrawState::Scope frame(state());
     lower->wave(~0U);
     EXPECT_EQ(pixel(4, 4), white);
