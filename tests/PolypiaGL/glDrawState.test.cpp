@@ -187,7 +187,7 @@ TEST_P(DrawStateTest, AnInputWithoutDataHasNoneFromThePolypBefore) {
     EXPECT_EQ(center(), black); // what OpenGL gives to inputs without data: 0, 0, 0, 1
 }
 
-TEST_P(DrawStateTest, ABufferThatTakesTheNumberOfOneThatIsGoneIsReadFrom) {
+TEST_P(DrawStateTest, ABufferInPlaceOfOneThatIsGoneIsReadFrom) {
     const auto colored = coloredProgram();
     const PolypPtr drawn = filled(colored);
     const GL::DrawState::Scope frame(state());
