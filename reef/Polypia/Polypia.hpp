@@ -15,6 +15,7 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/PolypCreatorKeeper.hpp>
 #include <Polypia/PolypNutrition.hpp>
+#include <Polypia/Programmable.hpp>
 #include <Polypia/RenderAble.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>

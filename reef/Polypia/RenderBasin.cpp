@@ -3,6 +3,7 @@
 #include <Polypia/Seagrass.hpp>
 
 #include <mutex>
+#include <utility>
 
 namespace Mirk {
 
@@ -142,6 +143,13 @@ std::string RenderBasin::glsl_line_directive(int line, const char* file) const {
            "defined(GLSL_CAN_DO_LINE_DIRECTIVE)#line " +
            std::to_string(first + 1) + " \"" + file + "\"\n#else\n#line " +
            std::to_string(first + 3) + " /* " + file + "*/\n#endif\n";
+}
+
+RenderBasin::OriginScope::OriginScope(RenderBasin& basin, std::vector<TextOrigin> origins)
+    : _basin(basin), _before(std::exchange(basin.textOrigins, std::move(origins))) {}
+
+RenderBasin::OriginScope::~OriginScope() {
+    _basin.textOrigins = std::move(_before);
 }
 
 RenderBasin::FloatedOrigin::FloatedOrigin() = default;

@@ -65,6 +65,16 @@ public:
     class UniformParameter;
     struct ShaderProgram;
 
+    /// A stretch of the text of a stage that comes from a file.
+    struct TextOrigin {
+        std::string stage;         ///< name under which the backend gets the stage
+        std::string file;          ///< empty if no line of the stage comes from one
+        std::size_t firstLine = 1; ///< of the stretch in the text, counted from 1
+        std::size_t lines = 0;
+        std::size_t fileLine = 1; ///< the line of the file that is the first of the stretch
+    };
+    class OriginScope;
+
     using Tentacle = Polyp::Tentacle;
     using ProgramPtr = Keel::StrongPtr<Program, Tentacle>;
     using VertexAttributePtr = Keel::StrongPtr<VertexAttribute, Tentacle>;
@@ -226,6 +236,22 @@ protected:
 public:
     /// Kept up to date by the backend.
     std::int32_t numberOfLightSources = 0;
+    /// Where the texts of the program come from that is being made, so that what a backend throws
+    /// names files as their authors know them. Empty for programs of whose texts nothing is known.
+    std::vector<TextOrigin> textOrigins;
+};
+
+/// Sets RenderBasin::textOrigins for the time of a call that makes a program.
+class POLYPIA_EXPORT RenderBasin::OriginScope {
+public:
+    OriginScope(RenderBasin& basin, std::vector<TextOrigin> origins);
+    OriginScope(const OriginScope&) = delete;
+    OriginScope& operator=(const OriginScope&) = delete;
+    ~OriginScope();
+
+private:
+    RenderBasin& _basin;
+    std::vector<TextOrigin> _before;
 };
 
 /// The source of one stage.

@@ -25,6 +25,7 @@ class Polyp;
 class PolypBasicCreator;
 class PolypCreatorBase;
 class PolypCreatorKeeper;
+class Programmable;
 class ProjectionParameters;
 class RenderAble;
 class RenderBasin;
