@@ -1,6 +1,7 @@
 #pragma once
 // All of Polypia.
 
+#include <Polypia/Fog.hpp>
 #include <Polypia/Interactor.hpp>
 #include <Polypia/LayeredMultiViews.hpp>
 #include <Polypia/MapMemory.hpp>
@@ -23,6 +24,8 @@
 #include <Polypia/RenderParameter.hpp>
 #include <Polypia/RenderTentacles.hpp>
 #include <Polypia/Seagrass.hpp>
+#include <Polypia/ShaderConditionals.hpp>
+#include <Polypia/ShaderInjector.hpp>
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/TouchList.hpp>

@@ -10,6 +10,7 @@
 
 namespace Mirk {
 
+class Fog;
 class Interactor;
 class LayeredMultiViews;
 class MapMemory;
@@ -33,6 +34,8 @@ class RenderException;
 class RenderNamespace;
 class RenderSlice;
 class Seagrass;
+class ShaderConditionals;
+class ShaderInjectorBase;
 class StereoDraw;
 class TextureBase;
 class TextureCreator;
@@ -57,12 +60,18 @@ struct ViewportGeometry;
 
 template<class Initializer>
 class PolypCreator;
+template<class T>
+class ShaderInjector;
 
 /// Selects the tentacles that take part in a wave; see Polyp::wave.
 using Activity_t = std::uint32_t;
 
 } // namespace Mirk
 
+template<>
+struct Keel::RootOf<Mirk::Fog> {
+    using type = Mirk::ShaderInjectorBase;
+};
 template<>
 struct Keel::RootOf<Mirk::Interactor> {
     using type = Mirk::Interactor;
@@ -110,6 +119,14 @@ struct Keel::RootOf<Mirk::RenderSlice> {
 template<>
 struct Keel::RootOf<Mirk::Seagrass> {
     using type = Mirk::Seagrass;
+};
+template<class T>
+struct Keel::RootOf<Mirk::ShaderInjector<T>> {
+    using type = Mirk::ShaderInjectorBase;
+};
+template<>
+struct Keel::RootOf<Mirk::ShaderInjectorBase> {
+    using type = Mirk::ShaderInjectorBase;
 };
 template<>
 struct Keel::RootOf<Mirk::TextureBase> {
