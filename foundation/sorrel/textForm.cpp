@@ -28,6 +28,12 @@ std::string inLowerCase(std::string_view text) {
     return lower;
 }
 
+std::string_view withoutBraces(std::string_view text) {
+    const std::string_view inner = trimmed(text);
+    if (!inner.starts_with('{') || !inner.ends_with('}')) return inner;
+    return inner.substr(1, inner.size() - 2);
+}
+
 bool splitWords(std::string_view text, std::vector<std::string_view>& words) {
     std::vector<std::string_view> found;
     bool wordIsDue = false;

@@ -50,6 +50,9 @@ requires(std::integral<Number> ||
 /// is unchanged, if a comma has no word on one of its sides.
 SORREL_EXPORT bool splitWords(std::string_view text, std::vector<std::string_view>& words);
 
+/// Without white space at both ends and, if there is one at each end, without braces.
+SORREL_EXPORT std::string_view withoutBraces(std::string_view text);
+
 /// The numbers, parted by one blank.
 template<class Number, std::size_t N>
 std::string numbersText(const std::array<Number, N>& numbers) {
@@ -61,12 +64,12 @@ std::string numbersText(const std::array<Number, N>& numbers) {
     return text;
 }
 
-/// Reads a text of exactly N numbers, parted as splitWords() says. False if it is none; `numbers`
-/// are unchanged then.
+/// Reads a text of exactly N numbers, parted as splitWords() says; several may stand in braces.
+/// False if it is none; `numbers` are unchanged then.
 template<class Number, std::size_t N>
 bool readNumbers(std::array<Number, N>& numbers, std::string_view text) {
     std::vector<std::string_view> words;
-    if (!splitWords(text, words) || words.size() != N) return false;
+    if (!splitWords(N > 1 ? withoutBraces(text) : text, words) || words.size() != N) return false;
     std::array<Number, N> read{};
     for (std::size_t i = 0; i < N; ++i) {
         if (!readNumber(read[i], words[i])) return false;

@@ -98,7 +98,7 @@ constexpr auto numbersOf(const T& value) {
 /// too. Of a NaN nothing but the sign is kept.
 ///
 /// What is read may be parted by commas and by any white space, and must have as many numbers as
-/// the type; each must fit.
+/// the type; each must fit. Several may stand in braces: "{1,2,3}".
 template<RowOfNumbers T>
 struct SORREL_EXPORT VValueTrait<T> {
     static std::string Text(const T& value) { return numbersText(numbersOf(value)); }

@@ -257,6 +257,19 @@ TEST_F(VValueTraits, RowsOfNumbersTakeCommasAndAnyWhiteSpace) {
     }
 }
 
+TEST_F(VValueTraits, RowsOfNumbersMayStandInBraces) {
+    for (const char* const text : {"{1,2,3}", "{1 2 3}", " { 1, 2,\t3 }\n", "{1.0,2.0,3.0}"}) {
+        EXPECT_EQ((vector{1, 2, 3}), readFrom<vector>(text)) << text;
+    }
+    EXPECT_EQ((rgba_float_t{1, 2, 3, 1}), readFrom<rgba_float_t>("{1,2,3}"));
+    for (const char* const text : {"{1,2,3", "1,2,3}", "{}", "{1,2}", "{{1,2,3}}", "{1},{2},{3}",
+                                   "{1,2,3},", "(1,2,3)", "{1,2,3} 4", "{,1,2,3}"}) {
+        expectUnreadable(vector{7.0, -0.0, 9.0}, text);
+    }
+    expectUnreadable(5.0, "{1}");
+    expectUnreadable(5.0F, "{1}");
+}
+
 TEST_F(VValueTraits, RowsOfNumbersAreStrictOtherwise) {
     for (const char* const text : {"", "1", "1 2", "1 2 3 4", "1 2 x", "x 2 3", "1 2 3 x", "1,,2 3",
                                    ",1 2 3", "1 2 3,", "1;2;3", "[1 2 3]", "1 2 1e400", ","}) {
