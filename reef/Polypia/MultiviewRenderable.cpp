@@ -24,8 +24,8 @@ double secondsSince(Clock::time_point begin) {
 void publishTime(const RenderAble& object, const VRenderContext& context, double seconds) {
     const double frameSeconds = context.precision ? context.precision->lastFrameTime.load() : 0.0;
     if (!(frameSeconds > 0.0) || !(seconds > 0.0)) return;
-    object.renderTimeOutput().set({}, seconds);
-    object.renderTimeContributionOutput().set({}, seconds / frameSeconds);
+    object.renderTimeOutput().set(context.pool, seconds);
+    object.renderTimeContributionOutput().set(context.pool, seconds / frameSeconds);
 }
 
 bool reportThrown(const RenderAble& object, const char* what) {

@@ -2,6 +2,7 @@
 
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VScene.hpp>
+#include <Polypia/presentValue.hpp>
 
 #include <sorrel/Vprintf.hpp>
 
@@ -38,6 +39,8 @@ RenderAble::RenderAble(const std::string& objectName, int p, const PreferencesPt
       _visibility(this, VisibilitySlotName(), true, 10),
       _renderTimeContribution(this, Zelk::rendertime_contribution, 0.0),
       _renderTime(this, "rendertime", 0.0) {
+    _renderTimeContribution->Localize();
+    _renderTime->Localize();
     VScene::join(*this, _visibility, _renderable);
 }
 
@@ -95,16 +98,10 @@ std::string RenderAble::getSensorInfo(const ValuePoolPtr&, const SensorView&) co
 
 bool RenderAble::isVisible(const ValuePoolPtr& pool) const {
     if (!active) return false;
-    const VParameterPtr parameter = _visibility->parameter();
-    if (!parameter) return true;
-    // Makes no local value: with one per object and pool, hiding an object everywhere would reach
-    // no pool in which it has been drawn.
-    VValuePtr value;
-    if (parameter->holdsLocalValues()) value = parameter->getLocalValue(pool, {}, false);
-    if (!value) value = parameter->DefaultValue();
-    const VTypedValueBase<bool>* const typed = typedValue<bool>(value.get());
     bool visible = true;
-    if (typed != nullptr) typed->get(visible);
+    if (const VParameterPtr parameter = _visibility->parameter()) {
+        readPresentValue(*parameter, pool, visible);
+    }
     return visible;
 }
 

@@ -60,8 +60,9 @@ public:
     using BoundingBallPtr = Keel::StrongPtr<Skua::BoundingBall, Keel::InterfaceBase>;
 
     /// Joins the default scene with the output "renderable", whose value is this object, and adds
-    /// the outputs of the times that its drawing takes. The input Zelk::renderobject_visibility has
-    /// a value for each pool. The arguments are those of VObject.
+    /// the outputs of the times that its drawing takes. These and the input
+    /// Zelk::renderobject_visibility have a value for each pool. The arguments are those of
+    /// VObject.
     RenderAble(const std::string& name, int p, const PreferencesPtr& prefs);
     /// Leaves the default scene.
     ~RenderAble() override;
@@ -100,7 +101,7 @@ public:
     /// Zelk::renderobject_visibility.
     static const char* VisibilitySlotName();
 
-    /// Seconds that the drawing took last, and its part of the time of that frame.
+    /// Seconds that the drawing took last in a pool, and its part of the time of the frame before.
     const VOutput<double>& renderTimeOutput() const noexcept { return _renderTime; }
     const VOutput<double>& renderTimeContributionOutput() const noexcept {
         return _renderTimeContribution;

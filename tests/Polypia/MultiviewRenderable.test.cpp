@@ -76,7 +76,7 @@ protected:
     }
     double published(const Mirk::VOutput<double>& output) {
         double value = -1;
-        output.get({}, value);
+        output.get(context.pool, value);
         return value;
     }
     void setLastFrameTime(double seconds) {
@@ -121,15 +121,24 @@ TEST_F(MultiviewRenderableTest, AddsTheSecondsOfASuccess) {
 TEST_F(MultiviewRenderableTest, PublishesItsTimeAndItsPartOfTheFrameBefore) {
     setLastFrameTime(0.25);
     object->action = sleep;
-    const auto age = object->renderTimeOutput()->age({});
-    const auto contributionAge = object->renderTimeContributionOutput()->age({});
+    const auto age = object->renderTimeOutput()->age(context.pool);
+    const auto contributionAge = object->renderTimeContributionOutput()->age(context.pool);
     EXPECT_TRUE(draw());
     const double seconds = published(object->renderTimeOutput());
     EXPECT_GE(seconds, 0.002);
     EXPECT_NEAR(seconds, renderTime - 0.5, 1e-12);
     EXPECT_DOUBLE_EQ(published(object->renderTimeContributionOutput()), seconds / 0.25);
-    EXPECT_GT(object->renderTimeOutput()->age({}), age);
-    EXPECT_GT(object->renderTimeContributionOutput()->age({}), contributionAge);
+    EXPECT_GT(object->renderTimeOutput()->age(context.pool), age);
+    EXPECT_GT(object->renderTimeContributionOutput()->age(context.pool), contributionAge);
+}
+
+TEST_F(MultiviewRenderableTest, TimesOfOnePoolAreNotThoseOfAnother) {
+    setLastFrameTime(0.25);
+    object->action = sleep;
+    EXPECT_TRUE(draw());
+    context.pool = Keel::make<Mirk::ValuePool>();
+    EXPECT_EQ(published(object->renderTimeOutput()), 0);
+    EXPECT_EQ(published(object->renderTimeContributionOutput()), 0);
 }
 
 TEST_F(MultiviewRenderableTest, PublishesNothingWithoutATimeOfTheFrameBefore) {
@@ -142,8 +151,8 @@ TEST_F(MultiviewRenderableTest, PublishesNothingWithoutATimeOfTheFrameBefore) {
 
 TEST_F(MultiviewRenderableTest, NoTimeAtAllLeavesThePublishedOneAlone) {
     setLastFrameTime(0.1);
-    object->renderTimeOutput().set({}, 7.0);
-    object->renderTimeContributionOutput().set({}, 0.7);
+    object->renderTimeOutput().set(context.pool, 7.0);
+    object->renderTimeContributionOutput().set(context.pool, 0.7);
     const StoppedClock clock;
     EXPECT_TRUE(draw());
     EXPECT_EQ(renderTime, 0.5);
