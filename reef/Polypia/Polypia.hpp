@@ -31,6 +31,7 @@
 #include <Polypia/TouchList.hpp>
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/VCameraSet.hpp>
+#include <Polypia/VEnvironmentRenderObject.hpp>
 #include <Polypia/VRenderAble.hpp>
 #include <Polypia/VRenderContext.hpp>
 #include <Polypia/VRenderInterruptor.hpp>

@@ -1,6 +1,14 @@
 #include <Polypia/VCameraSet.hpp>
 
+#include <sorrel/TypedSlot.hpp>
+
 namespace Mirk {
+
+namespace {
+
+const ValueTypeRegistration<Keel::StrongPtr<VCameraSet>> cameraSetType("camera set");
+
+} // namespace
 
 VCameraSet::VCameraSet() = default;
 

@@ -44,6 +44,7 @@ class Touchable;
 class UniformBuffer;
 class UniformBufferRegistry;
 class VCameraSet;
+class VEnvironmentRenderObject;
 class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
@@ -143,6 +144,10 @@ struct Keel::RootOf<Mirk::TouchList> {
 template<>
 struct Keel::RootOf<Mirk::VCameraSet> {
     using type = Mirk::VCameraSet;
+};
+template<>
+struct Keel::RootOf<Mirk::VEnvironmentRenderObject> {
+    using type = Mirk::VManagedObjectBase;
 };
 template<>
 struct Keel::RootOf<Mirk::VRenderInterruptor> {
