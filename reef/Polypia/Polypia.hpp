@@ -29,6 +29,7 @@
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/TouchList.hpp>
+#include <Polypia/TransformOperator.hpp>
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/VCameraSet.hpp>
 #include <Polypia/VEnvironmentRenderObject.hpp>

@@ -41,6 +41,7 @@ class TextureBase;
 class TextureCreator;
 class TouchList;
 class Touchable;
+class TransformOperator;
 class UniformBuffer;
 class UniformBufferRegistry;
 class VCameraSet;
