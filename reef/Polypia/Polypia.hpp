@@ -39,6 +39,7 @@
 #include <Polypia/VRenderPrecision.hpp>
 #include <Polypia/VScene.hpp>
 #include <Polypia/VSceneObjects.hpp>
+#include <Polypia/VTransformable.hpp>
 #include <Polypia/View.hpp>
 #include <Polypia/Viewer.hpp>
 #include <Polypia/fwd.hpp>

@@ -53,6 +53,7 @@ class VRenderPrecision;
 class VScene;
 class VSceneObjects;
 class VTextRenderProperties; // for backends that draw text
+class VTransformable;
 class View;
 class Viewer;
 struct PolypCreatorContext;
