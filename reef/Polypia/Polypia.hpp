@@ -36,6 +36,7 @@
 #include <Polypia/VRenderAble.hpp>
 #include <Polypia/VRenderContext.hpp>
 #include <Polypia/VRenderInterruptor.hpp>
+#include <Polypia/VRenderObject.hpp>
 #include <Polypia/VRenderPrecision.hpp>
 #include <Polypia/VScene.hpp>
 #include <Polypia/VSceneObjects.hpp>

@@ -49,6 +49,7 @@ class VEnvironmentRenderObject;
 class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
+class VRenderObject;
 class VRenderPrecision;
 class VScene;
 class VSceneObjects;
@@ -154,6 +155,10 @@ struct Keel::RootOf<Mirk::VEnvironmentRenderObject> {
 template<>
 struct Keel::RootOf<Mirk::VRenderInterruptor> {
     using type = Mirk::VRenderInterruptor;
+};
+template<>
+struct Keel::RootOf<Mirk::VRenderObject> {
+    using type = Mirk::VManagedObjectBase;
 };
 template<>
 struct Keel::RootOf<Mirk::VRenderPrecision> {
