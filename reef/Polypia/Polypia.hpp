@@ -1,6 +1,7 @@
 #pragma once
 // All of Polypia.
 
+#include <Polypia/ClippingPlanes.hpp>
 #include <Polypia/Fog.hpp>
 #include <Polypia/Interactor.hpp>
 #include <Polypia/LayeredMultiViews.hpp>

@@ -17,13 +17,15 @@ namespace Mirk {
 /// which changes when a user connects the slot to something else.
 class SlotSource {
 public:
-    explicit SlotSource(VSlotPtr slot) : _slot(std::move(slot)) {}
+    explicit SlotSource(VSlotPtr slot, std::string label = {})
+        : _slot(std::move(slot)), _label(std::move(label)) {}
 
     /// Whether there is something to read from: a slot with a live parameter.
     bool exists() const { return _slot && _slot->parameter(); }
-    /// For diagnostics: the name of the output behind the slot; "UnknownInput" if none is
-    /// connected.
+    /// For diagnostics: the label that was given; else the name of the output behind the slot, or
+    /// "UnknownInput" if none is connected.
     std::string name() const {
+        if (!_label.empty()) return _label;
         return exists() && _slot->isConnected() ? _slot->parameter()->Name() : "UnknownInput";
     }
     template<class T>
@@ -43,6 +45,7 @@ private:
     }
 
     const VSlotPtr _slot;
+    const std::string _label;
 };
 
 /// Delivers the value of a slot in the pool of the context, converted by F, an `R F(const T&)`.
@@ -51,8 +54,8 @@ private:
 template<class T, class F>
 class RenderBasin::RenderParameter::TypedUpdater : public RenderBasin::Updater {
 public:
-    TypedUpdater(const VSlotPtr& slot, F conversion)
-        : _source(slot), _conversion(std::move(conversion)) {}
+    TypedUpdater(const VSlotPtr& slot, F conversion, const std::string& label = {})
+        : _source(slot, label), _conversion(std::move(conversion)) {}
 
     bool update(VRenderContext& context, RenderParameter& parameter) override {
         if (!_source.exists()) return true;

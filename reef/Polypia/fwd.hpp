@@ -10,6 +10,7 @@
 
 namespace Mirk {
 
+class ClippingPlanes;
 class Fog;
 class Interactor;
 class LayeredMultiViews;
