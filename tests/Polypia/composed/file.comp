@@ -1,0 +1,2 @@
+#version 450 core
+// of a file

@@ -1,0 +1,20 @@
+#version 330 core
+/* Note: GL_core_profile is defined. */ 
+
+
+
+/* This prefix code is provided by reef/Polypia/Programmable */
+#ifdef GL_GOOGLE_cpp_style_line_directive
+#extension GL_GOOGLE_cpp_style_line_directive : require
+#define ZELK_GL_CAN_DO_LINE_DIRECTIVE 1
+#endif
+#extension GL_EXT_gpu_shader4 : enable
+#if (__VERSION__  <= 140)
+#extension GL_ARB_gpu_shader5 : require
+#extension GL_ARB_uniform_buffer_object : require
+#endif
+#define VERTEX_SHADER    1
+#define ZELK_GL_VENDOR_Recorder 1
+/* prefix of the vertex stage */
+/* local vertex */
+void main() { gl_Position = vec4(0.25); } // of a file

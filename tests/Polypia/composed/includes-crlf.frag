@@ -1,0 +1,26 @@
+#version 450 core
+/* Note: GL_core_profile is defined. */ 
+
+
+
+/* This prefix code is provided by reef/Polypia/Programmable */
+#ifdef GL_GOOGLE_cpp_style_line_directive
+#extension GL_GOOGLE_cpp_style_line_directive : require
+#define ZELK_GL_CAN_DO_LINE_DIRECTIVE 1
+#endif
+#extension GL_EXT_gpu_shader4 : enable
+#if (__VERSION__  <= 140)
+#extension GL_ARB_gpu_shader5 : require
+#extension GL_ARB_uniform_buffer_object : require
+#endif
+#define FRAGMENT_SHADER  1
+#define ZELK_GL_VENDOR_Recorder 1
+/* prefix of the fragment stage */
+/* local fragment */
+uniform vec4 tint;
+#line ./part 1
+out vec4 color;
+vec4 part(vec4 c) { return c; }
+#line N.frag 2
+void main() { color = part(tint); }
+#line N.frag 4
