@@ -6,14 +6,16 @@ namespace Mirk {
 
 namespace {
 
-/// The ball as a box, or a box around it; null without bounds.
-VTransformable::BoundingBoxPtr boxOf(const RenderAble::BoundingBallPtr& ball) {
-    using vector = Skua::PhysicalSpace::vector;
-    const VTransformable::BoundingBoxPtr box(ball);
-    if (box || !ball || ball->emptyBall()) return box ? box : VTransformable::BoundingBoxPtr();
-    const vector reach{ball->radius, ball->radius, ball->radius};
-    return VTransformable::BoundingBoxPtr(
-        new Skua::BoundingBox(ball->centre - reach, ball->centre + reach));
+using Bounds = std::optional<Skua::PhysicalSpace::AABB>;
+
+/// The ball if it is a box, or a box around it; none if it is empty.
+Bounds boundsOf(const Skua::BoundingBall& ball) {
+    if (const auto* const box = dynamic_cast<const Skua::BoundingBox*>(&ball)) {
+        return box->empty() ? Bounds() : Bounds({box->min, box->max});
+    }
+    if (ball.emptyBall()) return {};
+    const Skua::PhysicalSpace::vector reach{ball.radius, ball.radius, ball.radius};
+    return Bounds({ball.centre - reach, ball.centre + reach});
 }
 
 } // namespace
@@ -48,11 +50,16 @@ TransformOperator VTransformable::transformIn(const ValuePoolPtr& pool) const {
 std::optional<Skua::PhysicalSpace::AABB>
 VTransformable::drawnBounds(const RenderAble& object, const VTransformable* transformable,
                             const ValuePoolPtr& pool) {
-    BoundingBoxPtr box = boxOf(object.getBoundingBall(pool));
-    if (!box || box->empty()) return {};
-    if (transformable != nullptr) box = transformable->transformBBox(pool, box);
-    if (!box || box->empty()) return {};
-    return Skua::PhysicalSpace::AABB{box->min, box->max};
+    const RenderAble::BoundingBallPtr ball = object.getBoundingBall(pool);
+    const Bounds bounds = ball ? boundsOf(*ball) : Bounds();
+    if (!bounds || transformable == nullptr) return bounds;
+    const TransformOperator transformation = transformable->transformIn(pool);
+    // Nearly all have none, for which no pointer to a box is needed.
+    if (!transformation.functor) return bounds;
+    BoundingBoxPtr box(ball);
+    if (!box) box = BoundingBoxPtr(new Skua::BoundingBox(bounds->min, bounds->max));
+    const BoundingBoxPtr transformed = transformation.transformedBBox(pool, box);
+    return transformed ? boundsOf(*transformed) : Bounds();
 }
 
 } // namespace Mirk
