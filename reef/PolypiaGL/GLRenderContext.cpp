@@ -74,18 +74,19 @@ public:
     }
 
 private:
-    /// Leaves out the other views after a failure, as the object would change its status with each.
-    /// An object that reports one may call that a success.
+    /// Whether all views were drawn. Leaves out the other views after a failure was reported, as
+    /// the object would change its status with each; such an object may call that a success.
     bool drawEachView(const RenderAble& object, VRenderContext& context,
                       const LayeredMultiViews::ViewReferences& views,
                       RenderAble::SubContext& sub) const {
         const std::size_t failures = _context._failures.size();
+        bool isComplete = true;
         for (unsigned eye = 0; eye < views.size(); ++eye) {
             context.openEye(eye);
-            if (!object.render(context, views[eye], sub)) return false;
-            if (_context._failures.size() != failures) return true;
+            if (!object.render(context, views[eye], sub)) isComplete = false;
+            if (_context._failures.size() != failures) break;
         }
-        return true;
+        return isComplete;
     }
     void note(const RenderAble& object, const char* reason) {
         _context._failures.push_back({object.Name(), reason});

@@ -3,6 +3,7 @@
 #include "quad.hpp"
 
 #include <Polypia/PickList.hpp>
+#include <Polypia/VRenderObject.hpp>
 #include <Polypia/VSceneObjects.hpp>
 
 #include <sorrel/VActionNotifier.hpp>
@@ -63,6 +64,44 @@ public:
     }
     std::function<bool()> stereo = [] { return true; };
     std::vector<std::size_t> numberOfViews;
+};
+
+using BoxPtr = VTransformable::BoundingBoxPtr;
+using BoxFunction = std::function<BoxPtr(const BoxPtr&)>;
+
+/// Has a transformation that does to its box what a function says.
+class Movable : public Quad, public VTransformable {
+public:
+    Movable(const std::string& objectName, const BoxFunction& function)
+        : VObject(objectName, 0, {}), Quad(objectName), VTransformable(this) {
+        class Moving : public TransformOperator::Functor {
+        public:
+            explicit Moving(BoxFunction moved) : _moved(std::move(moved)) {}
+            BoxPtr transformedBBox(const ValuePoolPtr&, const BoxPtr& box) const override {
+                return _moved(box);
+            }
+
+        private:
+            const BoxFunction _moved;
+        };
+        TransformOperator value;
+        value.functor = TransformOperator::FunctorPtr(new Moving(function));
+        transformSlot().set({}, value);
+    }
+};
+
+/// Tells its failures by its status.
+class Reporting : public VRenderObject {
+public:
+    explicit Reporting(const std::string& objectName)
+        : VObject(objectName, 0, {}), VRenderObject(objectName, 0, {}) {}
+    using VRenderObject::environment_render;
+    bool environment_render(VRenderContext& context) const override {
+        eyes.push_back(context.CurrentEye);
+        return !action || action();
+    }
+    mutable std::vector<unsigned> eyes;
+    std::function<bool()> action;
 };
 
 class Precision : public VRenderPrecision {
@@ -370,13 +409,46 @@ TEST_F(GLRenderContextTest, EachFrameHasASubContextOfItsOwnForAllItsObjects) {
     EXPECT_THAT(second->found, ElementsAre(true, true));
 }
 
-TEST_F(GLRenderContextTest, FailureOfOneEyeLeavesOutTheOthers) {
+TEST_F(GLRenderContextTest, ObjectIsDrawnForAllEyesEvenIfOneIsIncomplete) {
     setTwoEyes();
     const auto quad = add("quad", {});
-    quad->action = [] { return false; };
-    EXPECT_EQ(draw(), GLRenderContext::Incomplete);
-    EXPECT_EQ(quad->draws, 1);
-    EXPECT_THAT(context->failures(), IsEmpty());
+    // One eye after the other: the whole is complete only if both are.
+    for (const std::vector<bool>& answers : {std::vector{false, true}, {true, false}}) {
+        quad->draws = 0;
+        quad->action = [&] { return answers[static_cast<std::size_t>(quad->draws - 1)]; };
+        EXPECT_EQ(draw(), GLRenderContext::Incomplete);
+        EXPECT_EQ(quad->draws, 2);
+        EXPECT_THAT(context->failures(), IsEmpty());
+    }
+}
+
+TEST_F(GLRenderContextTest, RenderObjectIsDrawnForEachEyeAndTellsItsFailures) {
+    const Keel::StrongPtr<Reporting, VManagedObjectBase> object(new Reporting("reporting"));
+    objects.insert(0, object);
+    setTwoEyes();
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_THAT(object->eyes, ElementsAre(0u, 1u));
+    const auto status = [&] {
+        VObjectStatus read("unread");
+        object->renderStatusSlot().get(context->pool, read);
+        return read.text;
+    };
+    EXPECT_EQ(status(), "");
+    object->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Failed);
+    testing::internal::GetCapturedStdout();
+    EXPECT_THAT(status(), testing::HasSubstr("Generic Render Exception"));
+    EXPECT_THAT(failedObjects(), ElementsAre("reporting"));
+    object->action = nullptr;
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(status(), "");
+    // What is no RenderException ends at the wrapper around all drawing.
+    object->action = []() -> bool { throw std::runtime_error("not today"); };
+    testing::internal::CaptureStdout();
+    draw();
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("not today"));
+    EXPECT_EQ(status(), "");
 }
 
 TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
