@@ -2,6 +2,7 @@
 
 #include <Polypia/PickList.hpp>
 #include <Polypia/RenderException.hpp>
+#include <Polypia/VTransformable.hpp>
 #include <PolypiaGL/PickTarget.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
@@ -283,7 +284,8 @@ GLRenderContext::itemsOf(const ObjectSelection& objects) {
         const auto* const handler = dynamic_cast<RenderAble::TransparencyHandler*>(object.get());
         items->push_back({drawable.layer, drawable.object,
                           dynamic_cast<MultiviewRenderable*>(object.get()),
-                          dynamic_cast<StereoDraw*>(object.get()), handler != nullptr});
+                          dynamic_cast<StereoDraw*>(object.get()),
+                          dynamic_cast<const VTransformable*>(object.get()), handler != nullptr});
     }
     _drawables = std::move(drawables);
     _items = items;
@@ -300,7 +302,7 @@ bool GLRenderContext::visitInOrder(const Items& items, int firstLayer, int lastL
         const RenderAblePtr object(item.object);
         if (!object) continue;
         if (item.isTransparent) {
-            transparent.push_back({&item, distanceOf(*object)});
+            transparent.push_back({&item, distanceOf(*object, item)});
         } else if (!visit(object, item)) {
             return false;
         }
@@ -326,7 +328,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     RenderAble::SubContext sub;
     const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
         if (isCancelled()) return false;
-        if (isSeen(*object)) {
+        if (isSeen(*object, item)) {
             result |= draw(object, item, renderTime, sub);
         } else {
             ++_culled;
@@ -339,20 +341,12 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
 }
 
 /// None if the object has no bounds, or fails to tell them.
-std::optional<Box> GLRenderContext::boundsOf(const RenderAble& object) const {
-    RenderAble::BoundingBallPtr ball;
+std::optional<Box> GLRenderContext::boundsOf(const RenderAble& object, const Item& item) const {
     try {
-        ball = object.getBoundingBall(pool);
+        return VTransformable::drawnBounds(object, item.transformable, pool);
     } catch (...) {
         return {}; // it will fail again when it is drawn, and be reported then
     }
-    if (!ball) return {};
-    if (const auto* const box = dynamic_cast<const Skua::BoundingBox*>(ball.get())) {
-        return box->empty() ? std::nullopt : std::optional(Box{box->min, box->max});
-    }
-    if (ball->emptyBall()) return {};
-    const View::vector reach{ball->radius, ball->radius, ball->radius};
-    return Box{ball->centre - reach, ball->centre + reach};
 }
 
 /// Whether all of a box lies beyond one of the planes, for each eye. What is not a number is
@@ -373,8 +367,8 @@ bool GLRenderContext::isOutside(const Box& box) const {
 }
 
 /// From the first eye, along its line of sight; 0 without bounds.
-double GLRenderContext::distanceOf(const RenderAble& object) const {
-    const std::optional<Box> box = boundsOf(object);
+double GLRenderContext::distanceOf(const RenderAble& object, const Item& item) const {
+    const std::optional<Box> box = boundsOf(object, item);
     if (!box || _views.empty()) return 0.0;
     const auto& m = _views.front().get().modelView;
     const View::point centre = box->min + (box->max - box->min) * 0.5;
@@ -383,8 +377,8 @@ double GLRenderContext::distanceOf(const RenderAble& object) const {
     return std::isnan(distance) ? 0.0 : distance;
 }
 
-bool GLRenderContext::isSeen(const RenderAble& object) const {
-    const std::optional<Box> bounds = boundsOf(object);
+bool GLRenderContext::isSeen(const RenderAble& object, const Item& item) const {
+    const std::optional<Box> bounds = boundsOf(object, item);
     return !bounds || !isOutside(*bounds);
 }
 
@@ -475,7 +469,7 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     std::uint32_t number = 0;
     visitInOrder(*itemsOf(objects), firstLayer, lastLayer,
                  [&](const RenderAblePtr& object, const Item& item) {
-                     if (_eachEye->isAimedAt(*object) || !isSeen(*object)) return true;
+                     if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return true;
                      double seconds = 0.0;
                      const EachEye::Aim aim(*_eachEye, *object, item.own);
                      _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye,

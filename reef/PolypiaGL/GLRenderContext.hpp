@@ -105,9 +105,10 @@ public:
     void eyeOperation(unsigned eye) override;
     /// Draws what is visible of the objects of the layers, in the order of the selection; what
     /// derives from TransparencyHandler after all others, the farthest first. Objects whose bounds
-    /// lie outside of the view of each eye are left out, and counted. With several eyes an object
-    /// that derives from StereoDraw is asked first whether it draws them. What is not drawn through
-    /// multiview_render() is drawn once for each eye.
+    /// (VTransformable::drawnBounds) lie outside of the view of each eye are left out, and counted;
+    /// what has none is drawn. With several eyes an object that derives from StereoDraw is asked
+    /// first whether it draws them. What is not drawn through multiview_render() is drawn once for
+    /// each eye.
     RenderResult renderObjects(const ObjectSelection& objects, double& renderTime, int firstLayer,
                                int lastLayer) override;
     /// Notes the failure, and returns false.
@@ -141,8 +142,9 @@ private:
     struct Item {
         int layer;
         Keel::WeakPtr<RenderAble, VManagedObjectBase> object;
-        MultiviewRenderable* own; // null if it is drawn for one view at a time
-        StereoDraw* stereo;       // null if it knows nothing of stereo
+        MultiviewRenderable* own;            // null if it is drawn for one view at a time
+        StereoDraw* stereo;                  // null if it knows nothing of stereo
+        const VTransformable* transformable; // null if nothing transforms its bounds
         bool isTransparent;
     };
     using Items = std::vector<Item>;
@@ -160,10 +162,11 @@ private:
     std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
     template<class Visit>
     bool visitInOrder(const Items& items, int firstLayer, int lastLayer, const Visit& visit) const;
-    std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object) const;
+    std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object,
+                                                      const Item& item) const;
     bool isOutside(const Skua::PhysicalSpace::AABB& box) const;
-    double distanceOf(const RenderAble& object) const;
-    bool isSeen(const RenderAble& object) const;
+    double distanceOf(const RenderAble& object, const Item& item) const;
+    bool isSeen(const RenderAble& object, const Item& item) const;
     RenderResult draw(const RenderAblePtr& object, const Item& item, double& renderTime,
                       RenderAble::SubContext& sub);
     bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,

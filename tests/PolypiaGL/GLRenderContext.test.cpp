@@ -267,6 +267,31 @@ TEST_F(GLRenderContextTest, LeavesOutWhatLiesOutsideOfAllViews) {
     EXPECT_EQ(context->numberOfDrawn(), 2u);
 }
 
+TEST_F(GLRenderContextTest, TransformationTellsWhatLiesOutside) {
+    const auto box = [](const Rectangle& r) {
+        return BoxPtr(
+            new Skua::BoundingBox({r.left, r.bottom, r.height}, {r.right, r.top, r.height}));
+    };
+    const Rectangle inside{-8, -8, 8, 8}, outside{200, 0, 210, 10};
+    const auto brought =
+        add<Movable>("brought", outside, [=](const BoxPtr&) { return box(inside); });
+    const auto taken = add<Movable>("taken", inside, [=](const BoxPtr&) { return box(outside); });
+    const auto kept = add<Movable>("kept", outside, [](const BoxPtr& from) { return from; });
+    const auto null = add<Movable>("null", outside, [](const BoxPtr&) { return BoxPtr(); });
+    const auto empty =
+        add<Movable>("empty", outside, [](const BoxPtr&) { return BoxPtr(new Skua::BoundingBox); });
+    const auto throwing = add<Movable>(
+        "throwing", outside, [](const BoxPtr&) -> BoxPtr { throw std::runtime_error("box"); });
+    draw();
+    EXPECT_EQ(brought->draws, 1);
+    EXPECT_EQ(taken->draws, 0);
+    EXPECT_EQ(kept->draws, 0);
+    EXPECT_EQ(null->draws, 1);
+    EXPECT_EQ(empty->draws, 1);
+    EXPECT_EQ(throwing->draws, 1);
+    EXPECT_EQ(context->numberOfCulled(), 2u);
+}
+
 TEST_F(GLRenderContextTest, HiddenObjectIsNotDrawnAndDoesNotCount) {
     const auto quad = add("quad", {});
     quad->setVisible(context->pool, false);
