@@ -7,6 +7,7 @@
 #include <PolypiaGL/glParameter.hpp>
 #include <PolypiaGL/glProgram.hpp>
 #include <PolypiaGL/glTexture.hpp>
+#include <PolypiaGL/textOrigins.hpp>
 
 #include <algorithm>
 #include <cctype>
@@ -241,6 +242,11 @@ GLFactory::createRenderParameter(const std::string& name, const RenderBasin::Upd
 
 RenderBasin::DispatcherPtr GLFactory::createDispatcher(unsigned x, unsigned y, unsigned z) {
     return RenderBasin::DispatcherPtr(new GL::GLDispatcher(_machine, x, y, z));
+}
+
+void GLFactory::nameFiles(RenderException& exception,
+                          const std::vector<RenderBasin::TextOrigin>& origins) {
+    GL::nameFiles(exception, origins);
 }
 
 GLRenderBasin::GLRenderBasin(GLContext& context, const Keel::WeakPtr<Seagrass>& theSeagrass)

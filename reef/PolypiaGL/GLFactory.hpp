@@ -2,6 +2,7 @@
 // The backend's work behind RenderBasin, and the classes that offer it; stands on GLContext.
 
 #include <Polypia/RenderBasin.hpp>
+#include <Polypia/RenderException.hpp>
 #include <Polypia/RenderTentacles.hpp>
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/export.hpp>
@@ -99,6 +100,9 @@ public:
                                                           const std::type_info& element,
                                                           int components);
     RenderBasin::DispatcherPtr createDispatcher(unsigned x, unsigned y, unsigned z);
+    /// Puts what a compiler said of composed text into the files that the text comes from.
+    static void nameFiles(RenderException& exception,
+                          const std::vector<RenderBasin::TextOrigin>& origins);
 
 private:
     std::shared_ptr<GL::Machine> _machine;
@@ -167,15 +171,18 @@ public:
         int geometryLine, const std::vector<std::string>& fragmentCode,
         const std::string& fragmentName, int fragmentLine,
         const RenderBasin::LinkParameters& parameters, const RenderBasin::ProgramPtr&) override {
-        return _factory.createProgram(vertexCode, vertexName, vertexLine, input, geometryCode,
-                                      output, geometryName, geometryLine, fragmentCode,
-                                      fragmentName, fragmentLine, parameters);
+        return withFilesNamed([&] {
+            return _factory.createProgram(vertexCode, vertexName, vertexLine, input, geometryCode,
+                                          output, geometryName, geometryLine, fragmentCode,
+                                          fragmentName, fragmentLine, parameters);
+        });
     }
     RenderBasin::ProgramPtr createComputeProgram(const std::vector<std::string>& code,
                                                  const std::string& name, int line,
                                                  const RenderBasin::LinkParameters& parameters,
                                                  const RenderBasin::ProgramPtr&) override {
-        return _factory.createComputeProgram(code, name, line, parameters);
+        return withFilesNamed(
+            [&] { return _factory.createComputeProgram(code, name, line, parameters); });
     }
     RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive,
                                           int vertices) override {
@@ -193,6 +200,17 @@ public:
     }
 
 private:
+    /// Has what is thrown tell files and lines as their authors know them.
+    template<class Make>
+    RenderBasin::ProgramPtr withFilesNamed(const Make& make) const {
+        try {
+            return make();
+        } catch (RenderException& exception) {
+            GLFactory::nameFiles(exception, this->textOrigins);
+            throw;
+        }
+    }
+
     mutable GLFactory _factory;
 };
 

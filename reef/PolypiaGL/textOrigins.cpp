@@ -1,0 +1,108 @@
+#include <PolypiaGL/textOrigins.hpp>
+
+#include <Polypia/RenderException.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Mirk::GL {
+
+namespace {
+
+using Origins = std::vector<RenderBasin::TextOrigin>;
+
+constexpr std::string_view composedText = "0";
+
+/// "file(line) : severity: words", the form of messages with a place.
+struct PlacedMessage {
+    std::string file;
+    std::size_t line = 0;
+    std::string rest; ///< from the closing bracket on
+
+    std::string text() const { return file + "(" + std::to_string(line) + rest; }
+};
+
+std::optional<PlacedMessage> parse(std::string_view text) {
+    const std::size_t close = text.find(") : ");
+    const std::size_t open = text.substr(0, close).rfind('(');
+    if (close == std::string_view::npos || open == std::string_view::npos) return {};
+    PlacedMessage message{std::string(text.substr(0, open)), 0, std::string(text.substr(close))};
+    const char* const end = text.data() + close;
+    const auto parsed = std::from_chars(text.data() + open + 1, end, message.line);
+    if (parsed.ec != std::errc() || parsed.ptr != end) return {};
+    return message;
+}
+
+/// A line of the composed text that stands in a file.
+void placeComposed(PlacedMessage& message, std::string_view stage, const Origins& origins) {
+    const auto origin = std::find_if(origins.begin(), origins.end(), [&](const auto& candidate) {
+        return candidate.stage == stage && !candidate.file.empty() &&
+               message.line >= candidate.firstLine &&
+               message.line - candidate.firstLine <= candidate.lines;
+    });
+    if (origin == origins.end()) return;
+    message.line = message.line - origin->firstLine + origin->fileLine;
+    message.file = origin->file;
+}
+
+/// A line behind an include. The directive there has the number of the line that it replaced, which
+/// is one less than that of the line behind it.
+void placeBehindInclude(PlacedMessage& message, const Origins& origins) {
+    const auto origin = std::find_if(origins.begin(), origins.end(), [&](const auto& candidate) {
+        return candidate.stage == message.file;
+    });
+    if (origin == origins.end()) return;
+    ++message.line;
+    // In the text of a whole stage such a directive is left from when it was composed.
+    const bool isWholeStage = origin->firstLine == 1;
+    if (origin->file.empty() || isWholeStage) return;
+    message.line += origin->fileLine - 1;
+    message.file = origin->file;
+}
+
+void place(PlacedMessage& message, std::string_view stage, const Origins& origins) {
+    if (message.file == composedText) {
+        placeComposed(message, stage, origins);
+    } else {
+        placeBehindInclude(message, origins);
+    }
+    // Only lines of the composed text begin so.
+    if (message.file.starts_with("0(")) message.file.insert(0, "./");
+}
+
+std::vector<std::string_view> linesOf(std::string_view text) {
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+} // namespace
+
+void nameFiles(RenderException& exception, const Origins& origins) {
+    const std::string_view log = exception.shaderLog.view();
+    if (origins.empty() || !log.starts_with('\n')) return;
+    const std::string stage(exception.file.view());
+    std::string errors, warnings;
+    std::optional<PlacedMessage> first;
+    for (const std::string_view line : linesOf(log.substr(1))) {
+        std::optional<PlacedMessage> message = parse(line);
+        if (message) place(*message, stage, origins);
+        const bool isWarning = message && message->rest.starts_with(") : warning");
+        std::string& target = isWarning ? warnings : errors;
+        target.append(message ? message->text() : std::string(line)) += '\n';
+        if (message && !isWarning && !first) first = message;
+    }
+    exception.shaderLog = "\n" + errors + warnings;
+    if (!first) return;
+    if (first->file != composedText) exception.file = first->file;
+    exception.line = static_cast<int>(first->line);
+}
+
+} // namespace Mirk::GL

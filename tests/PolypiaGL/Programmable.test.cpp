@@ -1,0 +1,377 @@
+// Programs as Programmable composes them, on a driver: they compile and draw, and faults are told
+// where their authors find them.
+
+#include "../Polypia/shaderFolder.hpp"
+#include "glBasin.hpp"
+
+#include <Polypia/Fog.hpp>
+#include <Polypia/Programmable.hpp>
+#include <Polypia/Seagrass.hpp>
+#include <PolypiaGL/GLRenderContext.hpp>
+
+#include <array>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using namespace Mirk;
+using namespace Mirk::GLTest;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class ProgrammableOnGL : public BasinTestInProfile {
+protected:
+    void SetUp() override {
+        BasinTestInProfile::SetUp();
+        if (!context) return;
+        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
+        render = std::make_unique<GLRenderContext>(*context, seagrass,
+                                                   Keel::WeakPtr<VRenderInterruptor>(),
+                                                   Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
+        render->pool = Keel::make<ValuePool>();
+        isCore = GetParam() == GL::Profile::Core;
+    }
+    void TearDown() override {
+        polyp = {};
+        program = {};
+        render.reset();
+        const Keel::WeakPtr<Seagrass> remains(seagrass);
+        seagrass = {};
+        EXPECT_TRUE(Seagrass::drain(remains));
+        BasinTestInProfile::TearDown();
+    }
+
+    /// The report of a program that doesn't compile.
+    std::string compile(const std::string& prefix = "") {
+        try {
+            program = shader.CompileShader(*render, "N", {}, {}, prefix, prefix, prefix);
+        } catch (const RenderException& exception) {
+            return exception.str();
+        }
+        return program ? "" : "no program";
+    }
+    /// Draws the program over the whole picture; colours come from an attribute.
+    void draw(const Color& color) {
+        polyp = PolypPtr(new Polyp({}));
+        polyp->insert(program);
+        const auto points = render->createCoordinates(
+            chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
+        const auto share = [&](std::size_t i) { return static_cast<float>(color[i]) / 255.0F; };
+        const Skua::FixedArray<float, 4> one{share(0), share(1), share(2), 1.0F};
+        polyp->insert(points);
+        polyp->insert(render->createAttribute(chunk(std::vector(4, one)), RenderBasin::Colors,
+                                              RenderBasin::AttributeNames(RenderBasin::Colors)));
+        polyp->insert(points->createPainter(RenderNamespace::TriangleStrip));
+        clear();
+        EXPECT_GT(wave(), 0);
+    }
+
+    const ShaderFolder folder;
+    Keel::StrongPtr<Seagrass> seagrass;
+    std::unique_ptr<GLRenderContext> render;
+    ToldProgrammable shader;
+    RenderBasin::ProgramPtr program;
+    bool isCore = false;
+};
+
+TEST_P(ProgrammableOnGL, DefaultTextsDrawTheColorsOfTheirVertices) {
+    for (const std::string version :
+         {"130", "330 core", "330 compatibility", "450 core", "450 compatibility"}) {
+        for (const bool hasGeometry : {false, true}) {
+            shader.setGLSLVersion(version);
+            shader.GeometryInput = RenderNamespace::NoGeometryInput;
+            if (hasGeometry) shader.buildGeometry();
+            ASSERT_EQ(compile(), "") << version;
+            draw({51, 102, 204, 255});
+            EXPECT_EQ(drawnPixels(), size * size) << version;
+            EXPECT_EQ(center(), (Color{51, 102, 204, 255})) << version;
+        }
+    }
+}
+
+TEST_P(ProgrammableOnGL, LocalPrefixesReachTheirStages) {
+    shader.setGLSLVersion("330");
+    shader.vertex = "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
+    shader.fragment = "out vec4 result;\nvoid main() { result = SHOWN; }\n";
+    program = shader.CompileShader(*render, "N", {}, {}, "", "",
+                                   "#define SHOWN vec4(0.0, 1.0, 0.0, 1.0)\n");
+    draw(red);
+    EXPECT_EQ(center(), green);
+}
+
+TEST_P(ProgrammableOnGL, TextsKnowTheKindOfTheirStageAndThePlatform) {
+    shader.setGLSLVersion("330");
+    shader.buildGeometry();
+    shader.vertexPrefix = "#ifndef VERTEX_SHADER\n#error\n#endif\n";
+    shader.geometryPrefix = "#ifndef GEOMETRY_SHADER\n#error\n#endif\n";
+    shader.fragmentPrefix = "#ifndef FRAGMENT_SHADER\n#error\n#endif\n"
+                            "#ifndef ZELK_GL_VERSION\n#error\n#endif\n";
+    EXPECT_EQ(compile(), "");
+}
+
+TEST_P(ProgrammableOnGL, ViewportsCompileOnceAndNotTwice) {
+    const std::string main =
+        "void main() { zelk_for_Viewport(v) for (int i = 0; i < 3; ++i) {\n"
+        "gl_ViewportIndex = v; gl_Position = gl_in[i].gl_Position * zelk_ViewportValue01(v);\n"
+        "EmitVertex(); } }\n";
+    class Viewports : public ToldProgrammable {
+    public:
+        std::string geometry_shader(VRenderContext&) const override { return main; }
+        std::string main;
+    } viewports;
+    viewports.main = main;
+    viewports.fragment =
+        "out vec4 result;\nvoid main() { result = vec4(zelk_ViewportValue01()); }\n";
+    viewports.buildGeometry();
+    viewports.setGLSLVersion("450 core");
+    viewports.enableViewportArray(true);
+    viewports.vertex =
+        "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1); }\n";
+    EXPECT_NO_THROW(viewports.CompileShader(*render, "N", {}, {}, "", "", ""));
+    viewports.enableViewportArray(false);
+    EXPECT_THROW(viewports.CompileShader(*render, "N", {}, {}, "", "", ""), RenderException);
+}
+
+TEST_P(ProgrammableOnGL, IncludesOverridesAndWholeStagesCompileAndDraw) {
+    render->ShaderFileOverrides = true;
+    shader.setGLSLVersion("330");
+    writeFile("part", "vec4 part() { return vec4(0.0, 0.0, 1.0, 1.0); }\n");
+    writeFile("N.frag", "R\"glsl(\nout vec4 result;\n#include \"part\"\r\n"
+                        "void main() { result = part(); }\n)glsl\"\n");
+    writeFile("N_vert.glsl",
+              "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n");
+    ASSERT_EQ(compile(), "");
+    draw(red);
+    EXPECT_EQ(center(), blue);
+
+    shader.buildGeometry();
+    writeFile("N.frag.glsl", "#version 330\nout vec4 whole;\n"
+                             "void main() { whole = vec4(0.0, 1.0, 0.0, 1.0); }\n");
+    ASSERT_EQ(compile(), "");
+    draw(red);
+    EXPECT_EQ(center(), green);
+}
+
+TEST_P(ProgrammableOnGL, FilledFilesCompileAsTheyAre) {
+    render->ShaderFileOverrides = true;
+    shader.buildGeometry();
+    for (const char* const name : {"N.vert", "N.frag", "N.geom"}) writeFile(name, "");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(compile(), "");
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(compile(), "");
+    for (const char* const name : {"N.vert.glsl", "N.geom.glsl", "N.frag.glsl"}) {
+        writeFile(name, "");
+    }
+    EXPECT_EQ(compile(), "");
+    EXPECT_THAT(fileContent("N.geom.glsl"), StartsWith("// N.geom.glsl\n/*** Built from"));
+    EXPECT_EQ(compile(), "");
+    draw({51, 102, 204, 255});
+    EXPECT_EQ(center(), (Color{51, 102, 204, 255}));
+}
+
+TEST_P(ProgrammableOnGL, ComputeShadersCompileFromTextAndFile) {
+    writeFile("part", "layout(local_size_x = 1) in;\n");
+    const std::string code = "#version 430\n#include \"part\"\r\nvoid main() {}\n";
+    EXPECT_TRUE(shader.getComputeShader(*render, "C", code));
+    writeFile("C.comp", "#version 430\nlayout(local_size_x = 1) in;\n\nvoid main() { wrong(); }\n");
+    testing::internal::CaptureStderr();
+    try {
+        Programmable::makeComputeShader(*render, "C", code);
+        ADD_FAILURE() << "the fault wasn't noticed";
+    } catch (const RenderException& exception) {
+        EXPECT_THAT(exception.shaderLog.str(), StartsWith("\nC.comp(4) : error"));
+        EXPECT_EQ(exception.file.str(), "C.comp");
+        EXPECT_EQ(exception.line, 4);
+    }
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_P(ProgrammableOnGL, FogNeedsRelativeVertexAheadOfIt) {
+    shader.setGLSLVersion("330");
+    shader.vertex = "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
+    shader.fragment = "out vec4 result;\nvoid main() { result = Fog(vec4(0.0, 1.0, 0.0, 1.0), "
+                      "mkRelativeVertex(vec4(1.0)), vec3(0.0), vec3(1.0)); }\n";
+    shader.fragmentPrefix = Fog::default_fragment_shader(*render);
+    EXPECT_THAT(compile(), HasSubstr("RelativeVertex"));
+    shader.fragmentPrefix = render->defineMultiView(1, true, 0) + shader.fragmentPrefix;
+    ASSERT_EQ(compile(), "");
+    draw(red);
+    EXPECT_EQ(center(), green);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Faults
+
+/// Where the fault of a text is.
+struct Fault {
+    explicit Fault(std::string place) : file(std::move(place)) {}
+
+    std::string file; ///< "0" for the composed text
+    std::size_t line = 0;
+    std::string words; ///< what the line says
+};
+
+class ShaderFaults : public ProgrammableOnGL {
+protected:
+    std::size_t below(std::size_t end) { return random() % end; }
+    /// Good lines with a faulty one at a random place, and its number, counted from 1.
+    std::string faultyText(Fault& fault, const std::string& end = "\n") {
+        static const std::array<const char*, 6> words{
+            "float fault() { return undefinedName; }",
+            "vec3 fault() { return 1.0; }",
+            "float fault() { return 1.0 }",
+            "float fault() { return unknown(2.0); }",
+            "float fault() { float x = vec2(1.0); return x; }",
+            "#error this is wrong",
+        };
+        fault.words = words[below(words.size())];
+        const std::size_t lines = 1 + below(12);
+        fault.line = 1 + below(lines);
+        std::string text;
+        for (std::size_t i = 1; i <= lines; ++i) {
+            const std::string name = "f" + std::to_string(functions++);
+            text += i == fault.line ? fault.words
+                    : below(4) == 0 ? "// " + name
+                                    : "float " + name + "() { return 1.0; }";
+            text += end;
+        }
+        return text;
+    }
+
+    void start() {
+        static const std::array<const char*, 5> versions{"130", "150", "330", "330 core", "450"};
+        shader = ToldProgrammable();
+        shader.setGLSLVersion(versions[below(versions.size())]);
+        shader.fragment = mainFunction;
+        if (below(3) == 0) shader.buildGeometry();
+        prefix = "/* local */\n";
+        functions = 0;
+        for (const char* const name : {"N.frag", "N_frag.glsl", "N.frag.glsl", "part"}) {
+            std::filesystem::remove(name);
+        }
+        render->ShaderFileOverrides = below(2) == 0;
+    }
+    /// Compiles, and compares the first line of the report with the place of the fault.
+    void expect(const Fault& fault) {
+        try {
+            shader.CompileShader(*render, "N", {}, {}, "", "", prefix);
+            ADD_FAILURE() << "the fault wasn't noticed: " << fault.words;
+        } catch (const RenderException& exception) {
+            const std::string log = exception.shaderLog.str();
+            const std::string place = fault.file + "(";
+            EXPECT_THAT(log, StartsWith("\n" + place)) << fault.words;
+            const bool isComposed = fault.file == "0";
+            if (!isComposed) {
+                EXPECT_THAT(log,
+                            StartsWith("\n" + place + std::to_string(fault.line) + ") : error"));
+            }
+            EXPECT_EQ(exception.file.str(), isComposed ? "N.frag" : fault.file);
+            EXPECT_THAT(exception.str(), HasSubstr(" at " + exception.file.str() + ":" +
+                                                   std::to_string(exception.line) + " ["));
+            if (isComposed) {
+                EXPECT_EQ(lineOf(exception.shaderCode.str(), exception.line), fault.words) << log;
+            } else {
+                EXPECT_EQ(static_cast<std::size_t>(exception.line), fault.line);
+            }
+        }
+    }
+    static std::string lineOf(const std::string& text, int number) {
+        std::istringstream lines(text);
+        std::string line;
+        for (int i = 0; i < number; ++i) std::getline(lines, line);
+        return line;
+    }
+
+    static constexpr const char* mainFunction = "void main() { gl_FragColor = gl_Color; }\n";
+    std::mt19937 random{20240229};
+    std::string prefix;
+    int functions = 0;
+};
+
+constexpr int faultsOfAKind = 20; // in each of the two profiles
+
+TEST_P(ShaderFaults, InTheMainCodeOfTheProgramAreThoseOfTheComposedText) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        Fault fault("0");
+        shader.fragment = faultyText(fault) + mainFunction;
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAnOverridingFileAreItsOwn) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        render->ShaderFileOverrides = true;
+        Fault fault("N.frag");
+        std::string text = faultyText(fault);
+        switch (i % 5) {
+        case 1: // behind an include
+            writeFile("part", "float part() { return 1.0; }\n");
+            text = "// ahead\n#include \"part\"\r\n" + text;
+            fault.line += 2;
+            break;
+        case 2:
+            text = "R\"glsl(" + text + mainFunction + ")glsl\"";
+            break;
+        case 3:
+            fault.file = "N_frag.glsl";
+            break;
+        case 4:
+            shader.buildGeometry();
+            fault.file = "N.frag.glsl";
+            text = "#version 330 compatibility\n" + text;
+            fault.line += 1;
+            break;
+        default:
+            break;
+        }
+        writeFile(fault.file, text.starts_with("R\"") ? text : text + mainFunction);
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        Fault fault("./part");
+        writeFile("part", faultyText(fault, i % 2 == 0 ? "\n" : "\r\n"));
+        shader.fragment = "// main\n#include \"part\"\r\n" + std::string(mainFunction);
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAPrefixAreThoseOfTheComposedText) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        Fault fault("0");
+        (i % 2 == 0 ? shader.fragmentPrefix : prefix) = faultyText(fault);
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAnInjectedSegmentAreThoseOfItsLineMarkerIfThatIsOn) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        const bool isOn = i % 2 == 0;
+        Fault fault(isOn ? "Mist.glsl" : "0");
+        const std::string segment = faultyText(fault);
+        prefix = std::string(isOn ? "#define ZELK_DO_LINE_DIRECTIVE 1\n" : "") +
+                 "#ifdef ZELK_DO_LINE_DIRECTIVE\n#line 3 \"Mist.glsl\"\n#endif "
+                 "/* ZELK_DO_LINE_DIRECTIVE */\n" +
+                 segment;
+        // The marker ends in line 3 of its source.
+        if (isOn) fault.line += 3;
+        expect(fault);
+    }
+}
+
+POLYPIA_BOTH_PROFILES(ProgrammableOnGL);
+POLYPIA_BOTH_PROFILES(ShaderFaults);
+
+} // namespace

@@ -1,0 +1,163 @@
+#include <PolypiaGL/textOrigins.hpp>
+
+#include <PolypiaGL/LineTable.hpp>
+#include <PolypiaGL/glslLog.hpp>
+
+#include <Polypia/RenderException.hpp>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+using Mirk::RenderException;
+using Mirk::GL::LineTable;
+using Origins = std::vector<Mirk::RenderBasin::TextOrigin>;
+
+namespace {
+
+/// Main code of the stage from line 21 on, out of a file where it begins in line 2; the other stage
+/// has no file.
+const Origins mainCode{{"N.frag", "N_frag.glsl", 21, 10, 2}, {"N.vert", "", 15, 4, 1}};
+
+RenderException named(const std::string& log, const Origins& origins = mainCode,
+                      const char* stage = "N.frag") {
+    RenderException exception(0, "createProgram", stage, 0);
+    exception.shaderLog = log;
+    Mirk::GL::nameFiles(exception, origins);
+    return exception;
+}
+
+std::string logOf(const std::string& log, const Origins& origins = mainCode,
+                  const char* stage = "N.frag") {
+    return named(log, origins, stage).shaderLog.str();
+}
+
+TEST(textOrigins, LinesOfAFileAreCountedInIt) {
+    EXPECT_EQ(logOf("\n0(21) : error: a\n"), "\nN_frag.glsl(2) : error: a\n");
+    EXPECT_EQ(logOf("\n0(30) : error: a\n"), "\nN_frag.glsl(11) : error: a\n");
+    EXPECT_EQ(logOf("\n0(31) : error: end of file\n"), "\nN_frag.glsl(12) : error: end of file\n");
+}
+
+TEST(textOrigins, OtherLinesStayThoseOfTheComposedText) {
+    for (const char* const log :
+         {"\n0(20) : error: a\n", "\n0(32) : error: a\n", "\nlights.glsl(3) : error: a\n",
+          "\nno place\n", "\n", "\nvertex and fragment stage : error: (3) : a\n",
+          "\n0(x) : error: a\n", "\n0() : error: a\n", ""}) {
+        EXPECT_EQ(logOf(log), log);
+    }
+    EXPECT_EQ(logOf("\n0(16) : error: a\n", mainCode, "N.vert"), "\n0(16) : error: a\n");
+    EXPECT_EQ(logOf("\n0(21) : error: a\n", {}), "\n0(21) : error: a\n");
+}
+
+TEST(textOrigins, LinesBehindAnIncludeAreThoseBehindTheDirective) {
+    EXPECT_EQ(logOf("\nN.frag(4) : error: a\n"), "\nN_frag.glsl(6) : error: a\n");
+    EXPECT_EQ(logOf("\nN.vert(4) : error: a\n", mainCode, "N.vert"), "\nN.vert(5) : error: a\n");
+}
+
+TEST(textOrigins, AWholeStageKeepsWhatItsDirectivesSay) {
+    const Origins whole{{"N.frag", "N.frag.glsl", 1, 50, 1}};
+    EXPECT_EQ(logOf("\n0(17) : error: a\n", whole), "\nN.frag.glsl(17) : error: a\n");
+    EXPECT_EQ(logOf("\nN.frag(4) : error: a\n", whole), "\nN.frag(5) : error: a\n");
+}
+
+TEST(textOrigins, ErrorsStandAheadOfWarnings) {
+    EXPECT_EQ(logOf("\n0(3) : warning: w\n0(4) : error: a\nmore\n0(22) : warning: v\n"),
+              "\n0(4) : error: a\nmore\n0(3) : warning: w\nN_frag.glsl(3) : warning: v\n");
+}
+
+TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
+    const RenderException inFile = named("\n0(3) : warning: w\n0(22) : error: a\n");
+    EXPECT_EQ(inFile.file.str(), "N_frag.glsl");
+    EXPECT_EQ(inFile.line, 3);
+    const RenderException composed = named("\n0(7) : error: a\n0(22) : error: b\n");
+    EXPECT_EQ(composed.file.str(), "N.frag");
+    EXPECT_EQ(composed.line, 7);
+    const RenderException included = named("\n./part(9) : error: a\n");
+    EXPECT_EQ(included.file.str(), "./part");
+    EXPECT_EQ(included.line, 9);
+    const RenderException linked = named("\nvertex and fragment stage : error: a\n");
+    EXPECT_EQ(linked.file.str(), "N.frag");
+    EXPECT_EQ(linked.line, 0);
+}
+
+TEST(textOrigins, NoFileLooksLikeTheComposedText) {
+    EXPECT_EQ(logOf("\n0(21) : error: a\n", {{"N.frag", "0(x.frag", 21, 10, 1}}),
+              "\n./0(x.frag(1) : error: a\n");
+}
+
+/// What drivers write of the fault in one place: line 5 of the override file, of an included file,
+/// behind an include in line 4, and in the composed text.
+struct Driver {
+    const char* name;
+    std::string (*message)(const std::string& line);
+};
+std::ostream& operator<<(std::ostream& out, const Driver& driver) {
+    return out << driver.name;
+}
+
+class MessagesOfDrivers : public testing::TestWithParam<Driver> {
+protected:
+    std::string report(long packedLine) const {
+        const std::string log = GetParam().message(std::to_string(packedLine));
+        const RenderException exception =
+            named(Mirk::GL::mapCompilerLog(log, lines, 330), {{"N.frag", "N.frag", 21, 10, 1}});
+        const std::string text = exception.shaderLog.str();
+        const std::string place = text.substr(1, text.find(')'));
+        EXPECT_EQ(exception.line, std::stoi(place.substr(place.rfind('(') + 1)));
+        EXPECT_EQ(place.substr(0, place.rfind('(')),
+                  exception.file.str() == "N.frag" && place[0] == '0' ? "0" : exception.file.str());
+        return place;
+    }
+
+    LineTable lines{100};
+};
+
+TEST_P(MessagesOfDrivers, LeadToTheFileAndItsLine) {
+    EXPECT_EQ(report(25), "N.frag(5)");
+    EXPECT_EQ(report(lines.number("./part", 5)), "./part(5)");
+    EXPECT_EQ(report(lines.number("N.frag", 4)), "N.frag(5)");
+    EXPECT_EQ(report(12), "0(12)");
+}
+
+constexpr Driver drivers[] = {
+    {"Mesa",
+     [](const std::string& line) {
+         return "0:9(12): warning: extension `GL_EXT_gpu_shader4' unsupported in fragment shader\n"
+                "0:" +
+                line + "(23): error: `undefinedName' undeclared\n0:" + line +
+                "(16): error: cannot initialize\n";
+     }},
+    {"MesaPreprocessor",
+     [](const std::string& line) {
+         return "0:" + line + "(2): preprocessor error: #error wrong\n";
+     }},
+    {"Nvidia",
+     [](const std::string& line) {
+         return "0(" + line + ") : error C1503: undefined variable \"undefinedName\"\n";
+     }},
+    {"NvidiaWithWarning",
+     [](const std::string& line) {
+         return "0(3) : warning C7050: \"x\" might be used before being initialized\n0(" + line +
+                ") : error C0000: syntax error, unexpected '}' at token \"}\"\n";
+     }},
+    {"Amd",
+     [](const std::string& line) {
+         return "WARNING: 0:9: 'GL_EXT_gpu_shader4' : extension is not available\nERROR: 0:" +
+                line +
+                ": 'undefinedName' : undeclared identifier\nERROR: 1 compilation errors.  "
+                "No code generated.\n";
+     }},
+    {"Intel",
+     [](const std::string& line) {
+         return "ERROR: 0:" + line + ": 'return' : syntax error syntax error\n";
+     }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Forms, MessagesOfDrivers, testing::ValuesIn(drivers),
+                         [](const testing::TestParamInfo<Driver>& test) {
+                             return std::string(test.param.name);
+                         });
+
+} // namespace
