@@ -469,7 +469,7 @@ private:
     long lineOperand(long nextLine) const;
     std::string ownLineDirective(LineTable& lines) const;
     std::size_t declarationLine() const;
-    void editLines(LineTable& lines, std::size_t declarationsAt, bool hasDeclarations);
+    void editLines(LineTable& lines, std::size_t declarationsAt, bool needsMacro);
     void insertDeclarations(const std::string& text, std::size_t at, bool hasLineDirectives);
     void editWords();
     void editGeometryWord(const Word& word);
@@ -837,14 +837,14 @@ std::size_t StageAdapter::declarationLine() const {
 
 /// Writes the `#line` directives anew. Ahead of the declarations each also notes the number that
 /// the line behind the declarations has if this directive turns out to be the last one in effect.
-void StageAdapter::editLines(LineTable& lines, std::size_t declarationsAt, bool hasDeclarations) {
+void StageAdapter::editLines(LineTable& lines, std::size_t declarationsAt, bool needsMacro) {
     for (std::size_t i = 0; i < _scan.lines.size(); ++i) {
         const LogicalLine& line = _scan.lines[i];
         if (line.kind != Kind::Line || !line.at) continue;
         _scan.erase(line.first, line.end);
         if (!_options.fileNumbers) continue;
         std::string text;
-        if (hasDeclarations && i < declarationsAt && declarationsAt < _scan.lines.size()) {
+        if (needsMacro && i < declarationsAt) {
             const std::size_t distance = _scan.lines[declarationsAt].number - line.number - 1;
             const long then = line.at->number + static_cast<long>(distance);
             text.append("#undef ").append(lineMacro).append("\n#define ").append(lineMacro) +=
@@ -857,7 +857,9 @@ void StageAdapter::editLines(LineTable& lines, std::size_t declarationsAt, bool 
 
 /// Puts the declarations on lines of their own and sets the count back to the composed text's.
 /// `#line` directives ahead of them may stand in conditions, so that only the preprocessor knows
-/// the count: it comes from a macro that each of them sets.
+/// the count. Then declarations go on the line of the code; ahead of a condition, which needs its
+/// line for itself, the count comes from a macro that each of the directives sets. Not always, as
+/// Mesa's preprocessor counts otherwise behind a `#line` with a macro.
 void StageAdapter::insertDeclarations(const std::string& text, std::size_t at,
                                       bool hasLineDirectives) {
     if (at == _scan.lines.size()) {
@@ -865,6 +867,10 @@ void StageAdapter::insertDeclarations(const std::string& text, std::size_t at,
         return;
     }
     const LogicalLine& line = _scan.lines[at];
+    if (hasLineDirectives && line.kind == Kind::Code) {
+        _edits.push_back({line.begin, 0, text});
+        return;
+    }
     const std::string back = hasLineDirectives ? "#line " + std::string(lineMacro)
                                                : lineDirective(static_cast<long>(line.number) + 1);
     _edits.push_back({line.begin, 0, text + "\n" + back + "\n"});
@@ -891,14 +897,16 @@ std::string StageAdapter::finish(LineTable& lines) {
         _options.fileNumbers &&
         std::any_of(_scan.lines.begin(), _scan.lines.begin() + static_cast<std::ptrdiff_t>(at),
                     [](const LogicalLine& l) { return l.kind == Kind::Line && l.at; });
+    const bool needsMacro = !declared.empty() && hasLineDirectives && at < _scan.lines.size() &&
+                            _scan.lines[at].kind != Kind::Code;
     std::string lineOfDeclarations;
-    if (!declared.empty() && hasLineDirectives && at < _scan.lines.size()) {
+    if (needsMacro) {
         const long line = static_cast<long>(_scan.lines[at].number) + 1;
         lineOfDeclarations =
             "#define " + std::string(lineMacro) + " " + std::to_string(lineOperand(line)) + "\n";
     }
     const std::string head = prefix(lines, lineOfDeclarations);
-    editLines(lines, at, !declared.empty());
+    editLines(lines, at, needsMacro);
     if (!declared.empty()) insertDeclarations(declared, at, hasLineDirectives);
     editWords();
     return head + editedText() + suffix(lines);

@@ -601,7 +601,9 @@ TEST(glslAdapt, DeclarationsStandInTextWithoutCode) {
 TEST(glslAdapt, CountGoesOnBehindDeclarationsWhateverLineDirectiveWasInEffect) {
     AdaptOptions options = bare();
     options.geometryInput = GeometryInput::Points;
-    for (const long version : {150L, 330L}) {
+    // Declarations go on the line of the code, or ahead of the condition around it.
+    for (const auto& [version, isGuarded] :
+         {std::pair(150L, false), {330L, false}, {150L, true}, {330L, true}}) {
         const std::string text = "#version " + std::to_string(version) +
                                  "\n"
                                  "#ifdef A\n"
@@ -609,12 +611,14 @@ TEST(glslAdapt, CountGoesOnBehindDeclarationsWhateverLineDirectiveWasInEffect) {
                                  "#endif\n"
                                  "#ifdef B\n"
                                  "#line 200 \"b\"\n"
-                                 "#endif\n"
-                                 "int here;\n";
+                                 "#endif\n" +
+                                 (isGuarded ? "#ifndef C\nint here;\n#endif\n" : "int here;\n");
         const std::string adapted = adapt(G, text, options);
+        const long languageVersion = version, guards = isGuarded ? 1 : 0;
         const auto expectAt = [&](std::set<std::string> defined, long number) {
-            EXPECT_THAT(at(numberedLines(adapted, version, std::move(defined)), number),
-                        Contains("int here;"))
+            EXPECT_THAT(
+                at(numberedLines(adapted, languageVersion, std::move(defined)), number + guards),
+                Contains(EndsWith("int here;")))
                 << adapted;
         };
         expectAt({}, 8);
