@@ -3,7 +3,6 @@
 // What comes out is compared with what a plain reading of the rules gives, line by line. An
 // included file is one of three that are written at the start, on the search path.
 
-#include <Polypia/Programmable.hpp>
 #include <Polypia/shaderIncludes.hpp>
 
 #include <keel/File.hpp>
@@ -102,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (raw.line > size) fail("line of a raw string", "one of the text", std::to_string(raw.line));
 
     const std::string& code = body;
-    const std::string text = Mirk::Programmable::processIncludes(code, "N.vert", searchPath());
+    const std::string text = Mirk::expandIncludes(code, "N.vert", searchPath(), nullptr);
     const std::string expected = plainExpansion(code, "N.vert");
     if (text != expected) fail("includes", expected, text);
     if (!text.empty() && text.back() != '\n') fail("end of the text", "a line feed", text);
