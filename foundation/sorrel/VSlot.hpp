@@ -36,7 +36,7 @@ public:
     /// The parameter that the slot has when it isn't connected; null for an input that was made
     /// for a connection and never had one.
     const VParameterPtr& ownParameter() const noexcept { return _own; }
-    bool isConnected() const { return !(parameter() == _own); }
+    bool isConnected() const { return readBlock() != _own.controlBlock(); }
 
     /// The value that is read in a pool, see VParameter::getValue. Null if the slot has no live
     /// parameter.

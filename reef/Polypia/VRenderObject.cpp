@@ -125,10 +125,13 @@ void VRenderObject::report(VRenderContext& context, const RenderException& excep
     context.notifyError(*this, exception);
 }
 
-/// Leaves the status alone without a live pool or a value of its type.
+/// Leaves the status alone without a live pool or a value of its type. For each object of each
+/// frame, which is why the slot's own parameter is not copied.
 void VRenderObject::readStatus(const ValuePoolPtr& pool, VObjectStatus& status) const {
     if (!pool) return;
-    if (const VParameterPtr parameter = _renderStatus->parameter()) {
+    if (!_renderStatus->isConnected()) {
+        readPresentValue(*_renderStatus->ownParameter(), pool, status);
+    } else if (const VParameterPtr parameter = _renderStatus->parameter()) {
         readPresentValue(*parameter, pool, status);
     }
 }
