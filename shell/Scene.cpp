@@ -3,9 +3,9 @@
 #include <objectNames.hpp>
 
 #include <Displays/GlobeDisplay.hpp>
-#include <Displays/LineDisplay.hpp>
-#include <Displays/MeshDisplay.hpp>
-#include <Displays/PointDisplay.hpp>
+#include <Displays/LineSet.hpp>
+#include <Displays/PointCloud.hpp>
+#include <Displays/TriangleSurface.hpp>
 #include <rookery/Geodesy.hpp>
 
 #include <algorithm>
@@ -59,6 +59,28 @@ void scalePoints(const PointChunk& points, double factor) {
     for (point& p : points->elements()) p = point() + (p - point()) * factor;
 }
 
+/// Raises each of the reaches to the largest dot product of its direction with a point.
+void raiseToPoints(std::span<const vector> directions, std::span<double> reaches,
+                   const PointChunk& points) {
+    for (const point& p : points->elements()) {
+        for (std::size_t i = 0; i < directions.size(); ++i) {
+            reaches[i] = std::max(reaches[i], dot(directions[i], p - point()));
+        }
+    }
+}
+
+/// The same with the ellipsoid itself, so that there is room for what lies on it.
+void raiseToTheEarth(std::span<const vector> directions, std::span<double> reaches,
+                     double unitsPerMetre) {
+    const double a = Skua::WGS84::semiMajorAxisMetres * unitsPerMetre;
+    const double b = Skua::WGS84::semiMinorAxisMetres * unitsPerMetre;
+    for (std::size_t i = 0; i < directions.size(); ++i) {
+        const vector& d = directions[i];
+        // The support function of an ellipsoid.
+        reaches[i] = std::max(reaches[i], norm(vector{a * d.x, a * d.y, b * d.z}));
+    }
+}
+
 } // namespace
 
 Scene::Scene(const PictureOptions& options) : _options(options) {}
@@ -85,16 +107,17 @@ void Scene::complete() {
     if (_hasEarth) {
         const DisplayPtr globe(new Mirk::GlobeDisplay(globeName, 1.0 / _space.worldUnit));
         _objects.push_back({globe, ""});
-        _fitted.push_back(globe);
     }
     std::vector<std::string> files;
     for (const Loaded& loaded : _loaded) files.push_back(loaded.file);
     const std::vector<std::string> names = objectNames(files, _hasEarth ? globeName : "");
     for (std::size_t i = 0; i < _loaded.size(); ++i) {
         const bool liesOnTheGlobe = std::holds_alternative<Mirk::Polylines>(_loaded[i].data);
-        const DisplayPtr display = makeDisplay(names[i], std::move(_loaded[i].data));
-        _objects.push_back({display, files[i]});
-        if (!liesOnTheGlobe) _fitted.push_back(display);
+        const PointChunk points = pointsOf(_loaded[i].data);
+        // A display object without data would be a failure; the file has said what it has to say.
+        if (!points || points->elements().empty()) continue;
+        _objects.push_back({makeDisplay(names[i], std::move(_loaded[i].data)), files[i]});
+        if (!liesOnTheGlobe) _fitted.push_back(points);
     }
     _loaded.clear();
 }
@@ -102,17 +125,17 @@ void Scene::complete() {
 DisplayPtr Scene::makeDisplay(const std::string& name, Mirk::Dataset&& data) const {
     const double scale = 1.0 / _space.worldUnit;
     scalePoints(pointsOf(data), scale);
-    if (auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
-        const Keel::StrongPtr<Mirk::LineDisplay, Mirk::VManagedObjectBase> display(
-            new Mirk::LineDisplay(name, std::move(*lines), _options.samples > 1, scale));
+    if (const auto* const lines = std::get_if<Mirk::Polylines>(&data)) {
+        const Keel::StrongPtr<Mirk::LineSet, Mirk::VManagedObjectBase> display(
+            new Mirk::LineSet(name, *lines, _options.samples > 1, scale));
         display->lineWidth().set({}, _options.lineWidthPixels);
         return display;
     }
-    if (auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
-        return DisplayPtr(new Mirk::MeshDisplay(name, std::move(*mesh)));
+    if (const auto* const mesh = std::get_if<Mirk::TriangleMesh>(&data)) {
+        return DisplayPtr(new Mirk::TriangleSurface(name, *mesh));
     }
-    const Keel::StrongPtr<Mirk::PointDisplay, Mirk::VManagedObjectBase> display(
-        new Mirk::PointDisplay(name, std::move(std::get<Mirk::PointCloud>(data))));
+    const Keel::StrongPtr<Mirk::PointCloud, Mirk::VManagedObjectBase> display(
+        new Mirk::PointCloud(name, std::get<Mirk::PointSet>(data)));
     display->pointSize().set({}, _options.pointSizePixels);
     return display;
 }
@@ -137,7 +160,8 @@ std::vector<double> Scene::reaches(std::span<const vector> directions) const {
     const vector origin = _space.toDisplays(point()) - point();
     std::vector<double> result;
     for (const vector& direction : directions) result.push_back(dot(direction, origin));
-    for (const DisplayPtr& display : _fitted) display->reach(directions, result);
+    if (_hasEarth) raiseToTheEarth(directions, result, 1.0 / _space.worldUnit);
+    for (const PointChunk& points : _fitted) raiseToPoints(directions, result, points);
     for (std::size_t i = 0; i < result.size(); ++i) result[i] -= dot(directions[i], origin);
     return result;
 }

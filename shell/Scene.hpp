@@ -4,7 +4,7 @@
 #include <Camera.hpp>
 #include <Options.hpp>
 
-#include <Displays/PolypDisplay.hpp>
+#include <Displays/DisplayObject.hpp>
 #include <Readers/Dataset.hpp>
 #include <rookery/BoundingBox.hpp>
 
@@ -14,7 +14,7 @@
 
 namespace Shell {
 
-using DisplayPtr = Keel::StrongPtr<Mirk::PolypDisplay, Mirk::VManagedObjectBase>;
+using DisplayPtr = Keel::StrongPtr<Mirk::DisplayObject, Mirk::VManagedObjectBase>;
 
 /// Coordinates amid the data and of a size whose squares and products numbers hold:
 /// (world - worldOrigin) / worldUnit. Display objects have world / worldUnit.
@@ -67,9 +67,10 @@ private:
     const PictureOptions& _options;
     std::vector<Loaded> _loaded;
     std::vector<Object> _objects;
-    std::vector<DisplayPtr> _fitted; ///< what cameras look at: not what lies on the globe
-    Skua::BoundingBox _box;          ///< of the files, in the world
-    Skua::BoundingBall _ball;        ///< in scene space
+    /// What cameras look at beside the globe: not what lies on that.
+    std::vector<Mirk::ChunkPtr<Mirk::Point>> _fitted;
+    Skua::BoundingBox _box;   ///< of the files, in the world
+    Skua::BoundingBall _ball; ///< in scene space
     SceneSpace _space;
     bool _hasEarth = false;
 };

@@ -44,7 +44,7 @@ void checkFrame(const Mirk::OffscreenViewer::Frame& frame) {
 
 /// Fills in what each kind has of its own.
 struct KindFacts {
-    void operator()(const Mirk::PointCloud&) const { facts.kind = "points"; }
+    void operator()(const Mirk::PointSet&) const { facts.kind = "points"; }
     void operator()(const Mirk::TriangleMesh& mesh) const {
         facts.kind = "mesh";
         facts.counts["triangles"] = mesh.triangles->elements().size() / 3;

@@ -3,10 +3,10 @@
 #include <Displays/HiddenSides.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/horizon.hpp>
-#include <Displays/stageText.hpp>
 
 #include <globe.frag.glsl.hpp>
 #include <globe.vert.glsl.hpp>
+#include <light.glsl.hpp>
 
 #include <Polypia/VRenderContext.hpp>
 #include <rookery/Geodesy.hpp>
@@ -49,38 +49,35 @@ RenderBasin::ChunkPtr triangles() {
 } // namespace
 
 GlobeDisplay::GlobeDisplay(const std::string& displayName, double unitsPerMetre)
-    : VObject(displayName, 0, {}),
-      PolypDisplay(displayName, earthBounds(unitsPerMetre)),
-      _unitsPerMetre(unitsPerMetre) {}
+    : VObject(displayName, 0, {}), DisplayObject(displayName), _unitsPerMetre(unitsPerMetre) {}
 
 GlobeDisplay::~GlobeDisplay() = default;
 
-void GlobeDisplay::reach(std::span<const vector> directions, std::span<double> reaches) const {
-    const point& corner = bounds().max;
-    for (std::size_t i = 0; i < directions.size(); ++i) {
-        const vector& d = directions[i];
-        // The support function of an ellipsoid.
-        reaches[i] =
-            std::max(reaches[i], norm(vector{corner.x * d.x, corner.y * d.y, corner.z * d.z}));
-    }
+DisplayObject::Stages GlobeDisplay::stages(Form, const Content&) const {
+    Stages stages{glsl::globe_vert, glsl::globe_frag};
+    stages.vertexPrefix = glsl::light;
+    // Without the extension nothing is left out, which changes no picture.
+    stages.vertexExtensions = "#extension GL_ARB_cull_distance : enable\n";
+    return stages;
 }
 
-bool GlobeDisplay::fill(Polyp& polyp, VRenderContext& context, int) const {
-    const RenderBasin::ProgramPtr program = polyp.insert(context.createProgram(
-        litVertexStage(context, glsl::globe_vert), std::string(glsl::globe_frag), "globe.vert.glsl",
-        "globe.frag.glsl", 1, 1, {}, {}));
-    if (!program) return false;
+DisplayObject::ContentPtr GlobeDisplay::read(const ValuePoolPtr&, const ContentPtr& present) const {
+    if (present) return present;
+    return std::make_shared<const Content>(earthBounds(_unitsPerMetre), 1);
+}
+
+DisplayObject::Drawing GlobeDisplay::fill(Polyp& polyp, VRenderContext& context,
+                                          RenderBasin::Program& program, const Content& content,
+                                          std::size_t, Form) const {
     polyp.insert(context.createCoordinates(grid(), "Coordinates"));
     const auto indices =
         polyp.insert(context.createAttribute(triangles(), indicesAttribute, "Indices"));
-    if (!indices) return false;
-    polyp.insert(indices->createPainter(RenderNamespace::Triangles));
-
+    if (!indices) return {};
     const double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
-    (*program)["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
-    polyp.insert(Keel::make<HiddenSides>(context, *program, origin(), 1.0 / _unitsPerMetre,
+    program["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
+    polyp.insert(Keel::make<HiddenSides>(context, program, content.origin, 1.0 / _unitsPerMetre,
                                          [](const VRenderContext&) { return 0.0; }));
-    return true;
+    return {polyp.insert(indices->createPainter(RenderNamespace::Triangles)), {}};
 }
 
 /// Relative to the origin, which is the centre of the earth.

@@ -1,26 +1,27 @@
 #pragma once
-// Draws the earth; stands on PolypDisplay and Geodesy.
+// Draws the earth; stands on DisplayObject and Geodesy.
 
-#include <Displays/PolypDisplay.hpp>
+#include <Displays/DisplayObject.hpp>
 
-#include <span>
 #include <string>
 
 namespace Mirk {
 
 /// The ellipsoid of the earth round the coordinate zero, in earth-centred coordinates: a sea with
 /// a graticule, a little below the lines on it, to hide those on the far side.
-class DISPLAYS_EXPORT GlobeDisplay : public PolypDisplay {
+class DISPLAYS_EXPORT GlobeDisplay : public DisplayObject {
 public:
     /// `unitsPerMetre` of the world's coordinates.
     explicit GlobeDisplay(const std::string& name, double unitsPerMetre = 1.0);
     ~GlobeDisplay() override;
 
-    /// To the ellipsoid itself, so that there is room for what lies on it.
-    void reach(std::span<const vector> directions, std::span<double> reaches) const override;
+    std::string shaderStem() const override { return "polypia-globe"; }
 
 protected:
-    bool fill(Polyp& polyp, VRenderContext& context, int form) const override;
+    ContentPtr read(const ValuePoolPtr& pool, const ContentPtr& present) const override;
+    Stages stages(Form form, const Content& content) const override;
+    Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
+                 const Content& content, std::size_t piece, Form form) const override;
 
 private:
     RenderBasin::ChunkPtr grid() const;

@@ -6,8 +6,11 @@
 #include <rookery/BoundingBox.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <span>
+#include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -30,37 +33,75 @@ std::span<const T> elementsOf(const ChunkPtr<T>& chunk) {
     return std::as_const(*chunk).elements();
 }
 
-/// What isn't drawn takes no room.
-template<class Data>
-Data withoutNormals(Data&& data) {
-    data.normals = {};
-    return std::move(data);
+inline bool isFinite(const Point& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
-inline Skua::BoundingBox boundsOf(const ChunkPtr<Point>& points) {
+/// Of the finite points.
+inline Skua::BoundingBox finiteBounds(const ChunkPtr<Point>& points) {
     Skua::BoundingBox box;
-    for (const Point& p : elementsOf(points)) box.add(p);
+    for (const Point& p : elementsOf(points)) {
+        if (isFinite(p)) box.add(p);
+    }
     box.updateBall();
     return box;
 }
 
-/// Relative to an origin: subtracted in double precision and rounded last.
-inline RenderBasin::ChunkPtr relativePoints(const ChunkPtr<Point>& points, const Point& origin) {
-    const std::span<const Point> world = elementsOf(points);
-    std::vector<FloatPoint> relative(world.size());
-    std::transform(world.begin(), world.end(), relative.begin(),
-                   [&](const Point& p) { return toFloat(Point() + (p - origin)); });
-    return shortLived(std::move(relative));
+/// Throws std::runtime_error if there is nothing to be drawn.
+inline void requireBounds(const Skua::BoundingBox& bounds, std::size_t numberOfPoints) {
+    if (!bounds.empty()) return;
+    throw std::runtime_error(numberOfPoints == 0
+                                 ? "there are no points"
+                                 : "none of the " + std::to_string(numberOfPoints) +
+                                       " points has coordinates that are finite numbers");
 }
 
-inline void raiseReaches(const ChunkPtr<Point>& points,
-                         std::span<const Skua::PhysicalSpace::vector> directions,
-                         std::span<double> reaches) {
-    for (const Point& p : elementsOf(points)) {
-        for (std::size_t i = 0; i < directions.size(); ++i) {
-            reaches[i] = std::max(reaches[i], dot(directions[i], p - Point()));
-        }
-    }
+/// Throws std::runtime_error unless there is one for each, or none at all.
+inline void requireSameLength(const char* what, std::size_t number, const char* ofWhat,
+                              std::size_t expected) {
+    if (number == 0 || number == expected) return;
+    throw std::runtime_error("expected " + std::to_string(expected) + " " + what +
+                             ", as there are that many " + ofWhat + ", got " +
+                             std::to_string(number));
+}
+
+/// A run of elements.
+struct Part {
+    std::size_t first = 0;
+    std::size_t count = 0;
+};
+
+/// How many parts of so many elements there are in all of them; one at least.
+inline std::size_t numberOfParts(std::size_t all, std::size_t each) {
+    return std::max<std::size_t>((all + each - 1) / each, 1);
+}
+inline Part partOf(std::size_t all, std::size_t each, std::size_t number) {
+    const std::size_t first = std::min(number * each, all);
+    return {first, std::min(each, all - first)};
+}
+
+/// Halved so many times, but not to nothing.
+inline std::size_t halved(std::size_t number, std::size_t times) {
+    return std::max<std::size_t>(number >> times, std::min<std::size_t>(number, 1));
+}
+
+/// Relative to an origin: subtracted in double precision and rounded last.
+inline FloatPoint relativeTo(const Point& origin, const Point& p) {
+    return toFloat(Point() + (p - origin));
+}
+inline std::vector<FloatPoint> relativePart(const ChunkPtr<Point>& points, const Point& origin,
+                                            const Part& part) {
+    const std::span<const Point> world = elementsOf(points).subspan(part.first, part.count);
+    std::vector<FloatPoint> relative(world.size());
+    std::transform(world.begin(), world.end(), relative.begin(),
+                   [&](const Point& p) { return relativeTo(origin, p); });
+    return relative;
+}
+
+template<class T>
+std::vector<T> copyOfPart(const ChunkPtr<T>& chunk, const Part& part) {
+    const std::span<const T> elements = elementsOf(chunk).subspan(part.first, part.count);
+    return {elements.begin(), elements.end()};
 }
 
 } // namespace Mirk

@@ -31,18 +31,15 @@ inline void insertViewportPixels(Polyp& polyp, VRenderContext& context) {
 }
 
 /// For a vertex stage that draws points with colours of their own.
-inline std::string colorDefine(const PointCloud& data) {
+inline std::string colorDefine(const PointSet& data) {
     return data.colors ? "#define HAVE_COLORS\n" : "";
 }
-/// The attribute "Colors" or, if the data have none, the uniform "Color" that follows an input.
-inline void insertColors(Polyp& polyp, VRenderContext& context, const PointCloud& data,
-                         const TypedSlot<Skua::rgba_float_t>& input) {
-    if (data.colors) {
-        polyp.insert(context.createAttribute(data.colors, RenderNamespace::Colors, "Colors"));
-    } else {
-        polyp.insert(
-            context.createRenderParameter("Color", createSlotUpdater(input), typeid(float), 4));
-    }
+/// The uniform "Color" that follows an input.
+inline void insertColor(Polyp& polyp, VRenderContext& context,
+                        const TypedSlot<Skua::rgba_float_t>& input,
+                        const std::string& uniform = "Color") {
+    polyp.insert(
+        context.createRenderParameter(uniform, createSlotUpdater(input), typeid(float), 4));
 }
 
 } // namespace Mirk

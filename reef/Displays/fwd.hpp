@@ -3,10 +3,11 @@
 
 namespace Mirk {
 
+class BoundingBoxDisplay;
+class DisplayObject;
 class GlobeDisplay;
-class LineDisplay;
-class MeshDisplay;
-class PointDisplay;
-class PolypDisplay;
+class LineSet;
+class PointCloud;
+class TriangleSurface;
 
 } // namespace Mirk

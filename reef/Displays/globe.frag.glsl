@@ -1,4 +1,3 @@
-#version 330
 // The sea, lit from above the eye's left shoulder, with the graticule of 15 degrees.
 in vec3 normal;
 in vec3 toEye;

@@ -1,6 +1,3 @@
-#version 330
-// Without the extension nothing is left out, which changes no picture.
-#extension GL_ARB_cull_distance : enable
 // A grid on the ellipsoid; position relative to the centre of the earth.
 in vec3 Coordinates;
 uniform float AxisRatio2; // square of the equatorial radius over the polar one
@@ -19,7 +16,8 @@ out float gl_CullDistance[1];
 void main()
 {
     zelk_setViewID();
-    gl_Position = multiview_transform(mkRelativeVertex(vec4(Coordinates, 1.0)));
+    gl_Position = zelk_transform_vertex_WorldToScreen(mkRelativeVertex(vec4(Coordinates, 1.0)));
+    cut(Coordinates);
     fromCentre = Coordinates;
     normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
     toEye = getCameraObserverRelativeToVertexOffset().xyz - Coordinates;

@@ -1,4 +1,3 @@
-#version 330
 // Widens each line to a rectangle of LineWidth pixels on the screen, whatever its direction. With
 // ROUND_ENDS it gets half discs at its ends, which fill the notches between lines that meet:
 //
@@ -19,17 +18,46 @@ uniform float LineWidth;
 flat in float level[];
 flat in float nearSide[]; // negative on the far side of the earth
 flat out float lineLevel;
+#ifdef CLIPPED
+out float gl_ClipDistance[2];
+#endif
 
 const float nearest = 1e-6; // in front of the eye, in clip space
 
-void emitAt(vec4 end, vec2 offset)
+// An end of the line, as it is left.
+struct End {
+    vec4 position;
+    vec2 clipDistances;
+};
+
+End endOf(int number)
 {
-    gl_Position = vec4(end.xy + offset * end.w, end.zw);
+#ifdef CLIPPED
+    return End(gl_in[number].gl_Position,
+               vec2(gl_in[number].gl_ClipDistance[0], gl_in[number].gl_ClipDistance[1]));
+#else
+    return End(gl_in[number].gl_Position, vec2(1.0));
+#endif
+}
+
+End between(End from, End to, float part)
+{
+    return End(mix(from.position, to.position, part),
+               mix(from.clipDistances, to.clipDistances, part));
+}
+
+void emitAt(End end, vec2 offset)
+{
+    gl_Position = vec4(end.position.xy + offset * end.position.w, end.position.zw);
+#ifdef CLIPPED
+    gl_ClipDistance[0] = end.clipDistances.x;
+    gl_ClipDistance[1] = end.clipDistances.y;
+#endif
     lineLevel = level[0];
     EmitVertex();
 }
 
-void emitPair(vec4 end, vec2 outwards, vec2 side)
+void emitPair(End end, vec2 outwards, vec2 side)
 {
     emitAt(end, outwards + side);
     emitAt(end, outwards - side);
@@ -38,13 +66,15 @@ void emitPair(vec4 end, vec2 outwards, vec2 side)
 void main()
 {
     if (nearSide[0] < 0.0 && nearSide[1] < 0.0) return;
-    vec4 a = gl_in[0].gl_Position;
-    vec4 b = gl_in[1].gl_Position;
-    if (a.w < nearest && b.w < nearest) return;
+    End a = endOf(0);
+    End b = endOf(1);
+    float wa = a.position.w;
+    float wb = b.position.w;
+    if (wa < nearest && wb < nearest) return;
     // What lies behind the eye has no place on the screen: the line is cut there.
-    if (a.w < nearest) a = mix(b, a, (b.w - nearest) / (b.w - a.w));
-    if (b.w < nearest) b = mix(a, b, (a.w - nearest) / (a.w - b.w));
-    vec2 along = (b.xy / b.w - a.xy / a.w) * ViewportPixels;
+    if (wa < nearest) a = between(b, a, (wb - nearest) / (wb - wa));
+    if (wb < nearest) b = between(a, b, (wa - nearest) / (wa - wb));
+    vec2 along = (b.position.xy / b.position.w - a.position.xy / a.position.w) * ViewportPixels;
     float pixels = length(along);
     vec2 direction = pixels > 0.0 ? along / pixels : vec2(1.0, 0.0);
     // Clip space is two units wide, so that half the width on each side is one width in its units.

@@ -1,7 +1,8 @@
-#version 330
 // Lines: position relative to the origin of the object, level 0 to 255 as a fraction.
 in vec3 Coordinates;
+#ifndef ONE_COLOR
 in float Level;
+#endif
 #ifdef ON_EARTH
 struct HiddenSide {
     vec4 plane; // negative where the globe hides the line
@@ -14,8 +15,13 @@ flat out float nearSide;
 void main()
 {
     zelk_setViewID();
-    gl_Position = multiview_transform(mkRelativeVertex(vec4(Coordinates, 1.0)));
+    gl_Position = zelk_transform_vertex_WorldToScreen(mkRelativeVertex(vec4(Coordinates, 1.0)));
+    cut(Coordinates);
+#ifdef ONE_COLOR
+    level = 0.0;
+#else
     level = Level * 255.0;
+#endif
 #ifdef ON_EARTH
     nearSide = dot(HiddenSides[zelk_getViewID()].plane, vec4(Coordinates, 1.0));
 #else

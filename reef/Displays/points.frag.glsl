@@ -1,4 +1,3 @@
-#version 400
 // Round points, with edges as smooth as the samples of a pixel allow; none gets lost.
 in vec3 pointColor;
 flat in float spritePixels; // of the square that is drawn

@@ -30,7 +30,7 @@ using Color = Skua::FixedArray<unsigned char, 4>;
 
 /// Points without connection. `normals` and `colors` (red, green, blue, alpha) are empty pointers
 /// if the file has none, else as long as `points`.
-struct PointCloud {
+struct PointSet {
     ChunkPtr<Point> points;
     ChunkPtr<Normal> normals;
     ChunkPtr<Color> colors;
@@ -39,7 +39,7 @@ struct PointCloud {
 /// Triangles over shared points. `triangles` holds three indices into `points` per triangle, all
 /// checked; with 32 bits a mesh has at most 4294967295 points, and readers refuse larger ones.
 /// `normals` and `colors` belong to the points.
-struct TriangleMesh : PointCloud {
+struct TriangleMesh : PointSet {
     ChunkPtr<std::uint32_t> triangles;
 };
 
@@ -50,7 +50,7 @@ enum class CoordinateSystem {
 };
 
 /// What lines are.
-enum class LineKind { Coast, River, Border };
+enum class LineKind { Coast, River, Border, Curve };
 
 /// Lines, each a run of `points`: line i has the points starts[i] to starts[i + 1] - 1, so that
 /// `starts` has one entry more than there are lines. A closed line repeats its first point at
@@ -68,7 +68,7 @@ struct Polylines {
     std::size_t segmentsInFile = 0, pointsInFile = 0;
 };
 
-using Dataset = std::variant<PointCloud, TriangleMesh, Polylines>;
+using Dataset = std::variant<PointSet, TriangleMesh, Polylines>;
 
 /// Turns geographic coordinates at height 0 into earth-centred ones, in place; lines that are
 /// earth-centred stay as they are.

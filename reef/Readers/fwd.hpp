@@ -4,7 +4,7 @@
 namespace Mirk {
 
 class InputFile;
-struct PointCloud;
+struct PointSet;
 struct Polylines;
 struct ReadOptions;
 class Reader;

@@ -7,7 +7,7 @@
 namespace Mirk {
 
 Dataset meshOrCloud(MeshVectors&& mesh) {
-    PointCloud cloud;
+    PointSet cloud;
     cloud.points = makeChunk(std::move(mesh.points));
     if (!mesh.normals.empty()) cloud.normals = makeChunk(std::move(mesh.normals));
     if (!mesh.colors.empty()) cloud.colors = makeChunk(std::move(mesh.colors));

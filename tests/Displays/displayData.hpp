@@ -7,9 +7,8 @@
 #include <utility>
 #include <vector>
 
-inline Mirk::PointCloud cloud(std::vector<Mirk::Point> points,
-                              std::vector<Mirk::Color> colors = {}) {
-    Mirk::PointCloud data;
+inline Mirk::PointSet cloud(std::vector<Mirk::Point> points, std::vector<Mirk::Color> colors = {}) {
+    Mirk::PointSet data;
     data.points = Mirk::makeChunk(std::move(points));
     if (!colors.empty()) data.colors = Mirk::makeChunk(std::move(colors));
     return data;

@@ -5,10 +5,11 @@
 #include "../Polypia/RecordingContext.hpp"
 #include "displayData.hpp"
 
-#include <Displays/PolypDisplay.hpp>
+#include <Displays/DisplayObject.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VScene.hpp>
 #include <sorrel/VActionNotifier.hpp>
+#include <sorrel/VRequest.hpp>
 
 #include <gmock/gmock.h>
 
@@ -97,19 +98,36 @@ protected:
         view.setFrustum(-1.0, 1.0, -1.0, 1.0, 1.0, 100.0);
         view.computeModelViewMatrix();
     }
-    bool draw(const Mirk::RenderAble& object) {
+    /// Has the object read its inputs.
+    bool request(Mirk::VObject& object) {
+        Mirk::VRequest request(context.pool);
+        return request.process(object, 1.0);
+    }
+    /// A frame, ahead of which a viewer makes a request.
+    bool draw(Mirk::RenderAble& object) {
+        request(object);
         const Mirk::View view;
         return object.render(context, view, sub);
     }
+    Skua::BoundingBox boundsOf(Mirk::RenderAble& object) {
+        request(object);
+        const auto ball = object.getBoundingBall(context.pool);
+        const auto* const box = dynamic_cast<const Skua::BoundingBox*>(ball.get());
+        return box != nullptr ? *box : Skua::BoundingBox();
+    }
+    /// The last report of the object, "" if it is well.
+    std::string reportOf(const Mirk::VRenderObject& object) {
+        return object.renderStatusSlot().value(context.pool).text;
+    }
     /// Draws, and returns how many calls of that kind the backend saw meanwhile.
-    long callsOfDraw(const Mirk::RenderAble& object, const std::string& call) {
+    long callsOfDraw(Mirk::RenderAble& object, const std::string& call) {
         context.basin.log->take();
         EXPECT_TRUE(draw(object));
         const auto calls = context.basin.log->take();
         return std::count_if(calls.begin(), calls.end(),
                              [&](const std::string& text) { return text.starts_with(call); });
     }
-    bool isRefilledByDraw(const Mirk::RenderAble& object) {
+    bool isRefilledByDraw(Mirk::RenderAble& object) {
         return callsOfDraw(object, "createProgram") == 1;
     }
 

@@ -13,6 +13,8 @@
 #include <PolypiaGL/glErrors.hpp>
 #include <rookery/Geodesy.hpp>
 #include <sorrel/VActionNotifier.hpp>
+#include <sorrel/VRequest.hpp>
+#include <sorrel/Vprintf.hpp>
 
 #include <gmock/gmock.h>
 
@@ -21,6 +23,7 @@
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -137,8 +140,10 @@ protected:
     }
     void drawObjects(const std::vector<Eye>& eyes) {
         context->setEyes(eyes);
+        VRequest request(context->pool);
         ObjectSelection selection;
         for (const RenderAblePtr& object : objects) {
+            request.process(*object, 1.0);
             selection.insert(0, Keel::WeakPtr<VObject, VManagedObjectBase>(object));
         }
         double seconds = 0.0;
@@ -171,7 +176,7 @@ protected:
 };
 
 TEST_F(DisplayPictures, TriangleIsWhereItIsInTheColourOfItsLight) {
-    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
     const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
     // The light comes from above the left shoulder, and the plane faces the eye.
     const double lightZ = 1.0 / std::sqrt(0.5 * 0.5 + 0.6 * 0.6 + 1.0);
@@ -188,7 +193,7 @@ TEST_F(DisplayPictures, TriangleIsWhereItIsInTheColourOfItsLight) {
 }
 
 TEST_F(DisplayPictures, LightTurnsWithTheEye) {
-    const auto facing = add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {200, 200, 200, 255}));
+    const auto facing = add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {200, 200, 200, 255}));
     const Pixel upright = draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32);
     Eye turned = eyeAt({0, 0, 2}, 1, 10);
     turned.camera.up = {1, 0, 0};
@@ -204,7 +209,7 @@ TEST_F(DisplayPictures, LightTurnsWithTheEye) {
 TEST_F(DisplayPictures, PlainMeshHasTheColourOfItsInput) {
     TriangleMesh data = triangle({0, 0, 0}, 1.0, {});
     data.colors = {};
-    const auto object = add<MeshDisplay>(std::move(data));
+    const auto object = add<TriangleSurface>(std::move(data));
     object->color().set(context->pool, {0.0F, 1.0F, 0.0F, 0.0F});
     const Pixel green = draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32);
     EXPECT_GT(green[1], 150);
@@ -213,18 +218,18 @@ TEST_F(DisplayPictures, PlainMeshHasTheColourOfItsInput) {
 }
 
 TEST_F(DisplayPictures, PebbleOnAPlanetIsSharp) {
-    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
     const Image near = draw(eyeAt({0, 0, 2}, 1, 10));
     objects.clear();
     // Where single precision has steps of half a unit; with the multiples of a binary digit the
     // sums are exact.
     const vector away{6e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125};
-    add<MeshDisplay>(triangle(point() + away, 1.0, {255, 128, 0, 255}));
+    add<TriangleSurface>(triangle(point() + away, 1.0, {255, 128, 0, 255}));
     EXPECT_EQ(draw(eyeAt(point{0, 0, 2} + away, 1, 10)).bytes, near.bytes);
 }
 
 TEST_F(DisplayPictures, EachEyeHasItsPicture) {
-    add<MeshDisplay>(triangle({0, 0, 0}, 0.5, {255, 128, 0, 255}));
+    add<TriangleSurface>(triangle({0, 0, 0}, 0.5, {255, 128, 0, 255}));
     const Eye left = eyeAt({-0.5, 0, 2}, 1, 10);
     const Eye right = eyeAt({0.5, 0, 2}, 1, 10);
     const std::vector<Image> both = draw({left, right});
@@ -241,10 +246,10 @@ TEST_F(DisplayPictures, AllEyesInOnePassAreAsOneAfterTheOther) {
         GTEST_SKIP() << "the driver can't draw in this way";
     }
     add<GlobeDisplay>();
-    add<LineDisplay>(parallel(60, -180, 180), true);
-    add<LineDisplay>(parallel(10, 0, 360), true);
-    add<MeshDisplay>(triangle({0, 0, 1.5 * earth}, 0.5 * earth, {255, 128, 0, 255}));
-    add<PointDisplay>(cloud({{0, earth, 2 * earth}}));
+    add<LineSet>(parallel(60, -180, 180), true);
+    add<LineSet>(parallel(10, 0, 360), true);
+    add<TriangleSurface>(triangle({0, 0, 1.5 * earth}, 0.5 * earth, {255, 128, 0, 255}));
+    add<PointCloud>(cloud({{0, earth, 2 * earth}}));
     const Eye left = eyeAt({-0.1 * earth, 0.2 * earth, 3 * earth}, 0.5 * earth, 9 * earth);
     const Eye right = eyeAt({0.2 * earth, 0.1 * earth, 3 * earth}, 0.5 * earth, 9 * earth);
     for (const int samples : {1, 4}) {
@@ -259,8 +264,8 @@ TEST_F(DisplayPictures, AllEyesInOnePassAreAsOneAfterTheOther) {
 }
 
 TEST_F(DisplayPictures, EvictedPolypComesBackAsItWas) {
-    add<MeshDisplay>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
-    add<PointDisplay>(cloud({{0.5, 1.5, 0}}));
+    add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    add<PointCloud>(cloud({{0.5, 1.5, 0}}));
     const Image before = draw(eyeAt({0, 0, 2}, 1, 10));
     EXPECT_EQ(seagrass->lawn(), 2);
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).bytes, before.bytes);
@@ -269,9 +274,9 @@ TEST_F(DisplayPictures, EvictedPolypComesBackAsItWas) {
 TEST_F(DisplayPictures, FrameOfWhatIsUnchangedAllocatesNothing) {
     const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
     add<GlobeDisplay>();
-    add<LineDisplay>(parallel(60, -180, 180), true);
-    add<MeshDisplay>(triangle({0, 0, earth}, earth, {255, 128, 0, 255}));
-    add<PointDisplay>(cloud({{0, 0, 2 * earth}}));
+    add<LineSet>(parallel(60, -180, 180), true);
+    add<TriangleSurface>(triangle({0, 0, earth}, earth, {255, 128, 0, 255}));
+    add<PointCloud>(cloud({{0, 0, 2 * earth}}));
     draw({above, above});
     for (const RenderAblePtr& object : objects) {
         const long long before = allocationsOfThisThread();
@@ -282,7 +287,7 @@ TEST_F(DisplayPictures, FrameOfWhatIsUnchangedAllocatesNothing) {
 
 TEST_F(DisplayPictures, PolypsBeyondTheAllowanceComeInLaterFrames) {
     for (const double x : {-1.0, 0.0, 1.0}) {
-        add<MeshDisplay>(triangle({x, 0, 0}, 0.25, {255, 128, 0, 255}));
+        add<TriangleSurface>(triangle({x, 0, 0}, 0.25, {255, 128, 0, 255}));
     }
     std::vector<int> drawn;
     for (int frame = 0; frame < 4; ++frame) {
@@ -300,7 +305,7 @@ TEST_F(DisplayPictures, PolypsBeyondTheAllowanceComeInLaterFrames) {
 // --- Points
 
 TEST_F(DisplayPictures, PointIsADiscOfItsSize) {
-    const auto object = add<PointDisplay>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
+    const auto object = add<PointCloud>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
     object->pointSize().set(context->pool, 20.0);
     for (const int samples : {1, 4}) {
         const Image image = draw(eyeAt({0, 0, 2}, 1, 10), samples);
@@ -315,7 +320,7 @@ TEST_F(DisplayPictures, PointIsADiscOfItsSize) {
 }
 
 TEST_F(DisplayPictures, EdgeOfAPointIsSmoothWithSeveralSamples) {
-    const auto object = add<PointDisplay>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
+    const auto object = add<PointCloud>(cloud({{0, 0, 0}}, {{0, 255, 0, 255}}));
     object->pointSize().set(context->pool, 20.0);
     const auto mixed = [&](int samples) {
         const Image image = draw(eyeAt({0, 0, 2}, 1, 10), samples);
@@ -336,7 +341,7 @@ TEST_F(DisplayPictures, SmallestPointsFillOnePixelEach) {
     for (int i = 0; i < 9; ++i) {
         for (int k = 0; k < 9; ++k) points.push_back({-1.0 + i * 0.25, -1.0 + k * 0.25, 0.0});
     }
-    const auto object = add<PointDisplay>(cloud(points));
+    const auto object = add<PointCloud>(cloud(points));
     for (const double pointSize : {0.0, 0.5, 1.0}) {
         object->pointSize().set(context->pool, pointSize);
         for (const double shift : {0.0, 1.0 / 32, 0.013, 0.021}) {
@@ -351,7 +356,7 @@ TEST_F(DisplayPictures, NoPointIsLostWithSeveralSamples) {
     for (int i = 0; i < 9; ++i) {
         for (int k = 0; k < 9; ++k) points.push_back({-1.0 + i * 0.23, -1.0 + k * 0.23, 0.0});
     }
-    const auto object = add<PointDisplay>(cloud(points));
+    const auto object = add<PointCloud>(cloud(points));
     object->pointSize().set(context->pool, 1.0);
     EXPECT_GE(draw(eyeAt({0, 0, 2}, 1, 10), 4).drawnPixels(), 81);
 }
@@ -366,20 +371,20 @@ Polylines flatLine(const point& from, const point& to) {
 }
 
 TEST_F(DisplayPictures, LineIsAsWideAsItsInputSays) {
-    const auto level = add<LineDisplay>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
+    const auto level = add<LineSet>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
     for (const double width : {2.0, 6.0}) {
         level->lineWidth().set(context->pool, width);
         const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
         EXPECT_EQ(image.drawnPixels(), size * width) << width;
     }
     objects.clear();
-    const auto steep = add<LineDisplay>(flatLine({0, -4, 0}, {0, 4, 0}), false);
+    const auto steep = add<LineSet>(flatLine({0, -4, 0}, {0, 4, 0}), false);
     steep->lineWidth().set(context->pool, 4.0);
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).drawnPixels(), size * 4);
 }
 
 TEST_F(DisplayPictures, BroadLineEndsRound) {
-    const auto line = add<LineDisplay>(flatLine({-1, 0, 0}, {1, 0, 0}), false);
+    const auto line = add<LineSet>(flatLine({-1, 0, 0}, {1, 0, 0}), false);
     line->lineWidth().set(context->pool, 10.0);
     const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
     // Its ends are at 16 and 48.
@@ -390,14 +395,14 @@ TEST_F(DisplayPictures, BroadLineEndsRound) {
 }
 
 TEST_F(DisplayPictures, LineOfOnePixelHasNoGap) {
-    const auto line = add<LineDisplay>(flatLine({-4, 0.3, 0}, {4, 0.9, 0}), false);
+    const auto line = add<LineSet>(flatLine({-4, 0.3, 0}, {4, 0.9, 0}), false);
     line->lineWidth().set(context->pool, 1.0);
     const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
     EXPECT_EQ(image.drawnPixels(), size);
 }
 
 TEST_F(DisplayPictures, LineHasTheColourOfItsLevel) {
-    const auto line = add<LineDisplay>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
+    const auto line = add<LineSet>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
     line->lineWidth().set(context->pool, 4.0);
     // 0.93, 0.89 and 0.78 of 255.
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32), (Pixel{237, 227, 199}));
@@ -405,7 +410,7 @@ TEST_F(DisplayPictures, LineHasTheColourOfItsLevel) {
 
 TEST_F(DisplayPictures, FarSideOfTheEarthIsLeftOut) {
     const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
-    add<LineDisplay>(parallel(-40, -180, 180), true);
+    add<LineSet>(parallel(-40, -180, 180), true);
     EXPECT_EQ(draw(above).drawnPixels(), 0);
     // From below the same line is there.
     Eye below = above;
@@ -417,7 +422,7 @@ TEST_F(DisplayPictures, FarSideOfTheEarthIsLeftOut) {
 
 TEST_F(DisplayPictures, GlobeShowsTheLinesOfItsNearSide) {
     const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
-    const auto lines = add<LineDisplay>(parallel(60, -180, 180), true);
+    const auto lines = add<LineSet>(parallel(60, -180, 180), true);
     lines->lineWidth().set(context->pool, 3.0);
     const Image alone = draw(above);
     add<GlobeDisplay>();
@@ -450,7 +455,7 @@ TEST_F(DisplayPictures, ScaledEarthLooksTheSame) {
         add<GlobeDisplay>(scale);
         Polylines lines = parallel(60, -180, 180);
         for (point& p : lines.points->elements()) p = point() + (p - point()) * scale;
-        add<LineDisplay>(std::move(lines), true, scale);
+        add<LineSet>(std::move(lines), true, scale);
         return draw(eyeAt({0, 0, 4 * earth * scale}, earth * scale, 9 * earth * scale));
     };
     EXPECT_EQ(pictureOf(1.0 / 1024).bytes, pictureOf(1.0).bytes);
@@ -464,6 +469,242 @@ TEST_F(DisplayPictures, EarthWithoutPerspectiveIsWhole) {
     const Image image = draw(eye);
     // At the look-at point the picture shows -4 to 4 radii, hence 8 pixels for each.
     EXPECT_NEAR(image.drawnPixels(), std::numbers::pi * 64, 12);
+}
+
+// --- Clipping planes
+
+using Plane = Skua::PhysicalSpace::HessianNormalPlane;
+
+/// One point in every other pixel of the picture, around a place.
+std::vector<point> pointsInPixels(const point& place) {
+    std::vector<point> points;
+    for (int row = 0; row < size; row += 2) {
+        for (int column = 0; column < size; column += 2) {
+            points.push_back(place + vector{(column + 0.5) / 16 - 2, (row + 0.5) / 16 - 2, 0});
+        }
+    }
+    return points;
+}
+
+TEST_F(DisplayPictures, PlanesCutPointsAsTheyDoByComputation) {
+    // Steps of a float there are 64 units.
+    for (const point& place : {point{0, 0, 0}, point{1e9, -2e9, 5e8}}) {
+        objects.clear();
+        const std::vector<point> points = pointsInPixels(place);
+        const auto object = add<PointCloud>(cloud(points));
+        object->pointSize().set({}, 1.0);
+        std::mt19937 random(7);
+        std::uniform_real_distribution<double> number(-1, 1);
+        int compared = 0, cut = 0;
+        for (int picture = 0; picture < 5; ++picture) {
+            std::array<Plane, 2> planes;
+            for (Plane& plane : planes) {
+                plane.normal = {number(random), number(random), 0};
+                plane.distance =
+                    dot(plane.normal, place + vector{number(random), number(random), 0} - point());
+            }
+            const bool hasTwo = picture % 2 == 1;
+            if (!hasTwo) planes[1] = {};
+            object->clippingPlanes().clip0.set({}, planes[0]);
+            object->clippingPlanes().clip1.set({}, planes[1]);
+            const Image image = draw(eyeAt(place + vector{0, 0, 2}, 1, 10));
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                bool isExpected = true, isClose = false;
+                for (const Plane& plane : planes) {
+                    // From the place, where the numbers are small.
+                    const double distance = dot(plane.normal, points[i] - place) -
+                                            (plane.distance - dot(plane.normal, place - point()));
+                    if (dot(plane.normal, plane.normal) == 0) continue;
+                    isExpected = isExpected && distance >= 0;
+                    isClose = isClose || std::abs(distance) < 1e-5;
+                }
+                if (isClose) continue;
+                const auto column = static_cast<int>(i % (size / 2)) * 2;
+                const auto row = static_cast<int>(i / (size / 2)) * 2;
+                ASSERT_EQ(image.isDrawn(column, row), isExpected)
+                    << place.x << ": " << picture << " at " << column << ", " << row;
+                ++compared;
+                cut += isExpected ? 0 : 1;
+            }
+        }
+        EXPECT_GT(compared, 5000);
+        EXPECT_GT(cut, 500);
+        EXPECT_LT(cut, compared - 500);
+    }
+}
+
+TEST_F(DisplayPictures, PlanesCutLinesAndSurfaces) {
+    const auto countLeftOfTheMiddle = [&](const Image& image) {
+        int number = 0;
+        for (int i = 0; i < size * size; ++i) {
+            number += i % size < size / 2 && image.isDrawn(i % size, i / size) ? 1 : 0;
+        }
+        return number;
+    };
+    const auto check = [&](DisplayObject& object) {
+        const Image whole = draw(eyeAt({0, 0, 2}, 1, 10));
+        EXPECT_GT(countLeftOfTheMiddle(whole), 30) << object.shaderStem();
+        object.clippingPlanes().clip1.set({}, Plane{{1, 0, 0}, 0});
+        const Image half = draw(eyeAt({0, 0, 2}, 1, 10));
+        EXPECT_EQ(countLeftOfTheMiddle(half), 0) << object.shaderStem();
+        EXPECT_EQ(half.drawnPixels(), whole.drawnPixels() - countLeftOfTheMiddle(whole))
+            << object.shaderStem();
+        objects.clear();
+    };
+    const auto lines = add<LineSet>(flatLine({-4, 0.3, 0}, {4, -0.3, 0}), false);
+    lines->lineWidth().set({}, 3.0);
+    check(*lines);
+    const auto thin = add<LineSet>(flatLine({-4, 0.3, 0}, {4, -0.3, 0}), false);
+    thin->lineWidth().set({}, 1.0);
+    check(*thin);
+    check(*add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255})));
+    const auto withEdges = add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    withEdges->edges().set({}, true);
+    check(*withEdges);
+}
+
+// --- Surfaces
+
+/// A square of the plane z = 0 with corners at -1 and 1, in so many rows.
+TriangleMesh squareOf(std::uint32_t rows) {
+    std::vector<point> points;
+    std::vector<std::uint32_t> triangles;
+    for (std::uint32_t row = 0; row <= rows; ++row) {
+        for (std::uint32_t column = 0; column <= rows; ++column) {
+            points.push_back({2.0 * column / rows - 1, 2.0 * row / rows - 1, 0});
+        }
+    }
+    for (std::uint32_t row = 0; row < rows; ++row) {
+        for (std::uint32_t column = 0; column < rows; ++column) {
+            const std::uint32_t a = row * (rows + 1) + column, b = a + rows + 1;
+            for (const std::uint32_t i : {a, a + 1, b + 1, a, b + 1, b}) triangles.push_back(i);
+        }
+    }
+    return mesh(points, triangles);
+}
+
+TEST_F(DisplayPictures, EdgesLieOnTheSidesOfTheTriangles) {
+    const auto object = add<TriangleSurface>(squareOf(1));
+    object->color().set({}, {1, 1, 1, 1});
+    object->edges().set({}, true);
+    object->edgeColor().set({}, {1, 0, 0, 1});
+    object->edgeWidth().set({}, 3.0);
+    const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+    const Pixel red{255, 0, 0};
+    EXPECT_EQ(image.at(32, 32), red); // the diagonal
+    EXPECT_EQ(image.at(20, 20), red);
+    EXPECT_EQ(image.at(16, 40), red); // the left side
+    EXPECT_NE(image.at(40, 24), red);
+    EXPECT_NE(image.at(24, 40), red);
+    EXPECT_EQ(image.drawnPixels(), 32 * 32);
+}
+
+TEST_F(DisplayPictures, SmoothSurfaceHasNoFacets) {
+    // A roof whose ridge stands upright in the picture.
+    const TriangleMesh roof =
+        mesh({{-1, -1, 0}, {-1, 1, 0}, {0, -1, 1}, {0, 1, 1}, {1, -1, 0}, {1, 1, 0}},
+             {0, 2, 1, 1, 2, 3, 2, 4, 3, 3, 4, 5});
+    const auto object = add<TriangleSurface>(roof);
+    const auto jump = [&] {
+        const Image image = draw(eyeAt({0, 0, 4}, 1, 10));
+        return std::abs(image.at(31, 30)[0] - image.at(32, 30)[0]);
+    };
+    EXPECT_GT(jump(), 40);
+    object->smooth().set({}, true);
+    EXPECT_LT(jump(), 12);
+}
+
+TEST_F(DisplayPictures, CoarseSurfaceCoversWhatTheFineOneDoes) {
+    class Precision : public VRenderPrecision {
+    public:
+        void adaptPrecision() override {}
+    };
+    context->precision = Keel::StrongPtr<VRenderPrecision>(new Precision);
+    const auto object = add<TriangleSurface>(squareOf(40));
+    const auto pixelsAt = [&](double precision) {
+        context->precision->precision = precision;
+        writeParameter<double>(object->findOutput(Zelk::rendertime_contribution)->parameter(),
+                               context->pool, 0.5);
+        return draw(eyeAt({0, 0, 2}, 1, 10)).drawnPixels();
+    };
+    EXPECT_EQ(pixelsAt(1.0), 32 * 32);
+    for (const double precision : {0.5, 0.25, 0.125}) {
+        EXPECT_NEAR(pixelsAt(precision), 32 * 32, 200) << precision;
+    }
+}
+
+// --- Transformations
+
+/// Bends the square from -1 to 1 round a ball of radius 1: x and y become longitude and latitude.
+class Ball : public TransformOperator::Functor {
+public:
+    using BoxPtr = TransformOperator::BoundingBoxPtr;
+
+    std::string myShaderFunctions(VRenderContext&) const override {
+        return R"(
+vec4 zelk_transform_vertex_WorldToEye(RelativeVertex theVertex)
+{
+    vec2 angle = WorldVertex(theVertex).xy * vec2(3.14159265, 1.57079633);
+    vec3 bent = vec3(cos(angle.y) * cos(angle.x), cos(angle.y) * sin(angle.x), sin(angle.y));
+    return zelk_transform_vertex_WorldToEye_Default(
+        mkRelativeVertex(vec4(bent + theVertexOffset.xyz, 1.0)));
+}
+vec4 zelk_transform_vertex_EyeToScreen(vec4 theVertex_in_EyeSpace)
+{
+    return zelk_transform_vertex_EyeToScreen_Default(theVertex_in_EyeSpace);
+}
+vec3 zelk_transform_normal_WorldToEye(vec3 TheNormal)
+{
+    return zelk_transform_normal_WorldToEye_Default(TheNormal);
+}
+)";
+    }
+    BoxPtr transformedBBox(const ValuePoolPtr&, const BoxPtr&) const override {
+        return BoxPtr(new Skua::BoundingBox({-1, -1, -1}, {1, 1, 1}));
+    }
+};
+
+TEST_F(DisplayPictures, BentSurfaceIsABallAndItsBoxIsRoundThat) {
+    const auto object = add<TriangleSurface>(squareOf(32));
+    TransformOperator ball;
+    ball.functor = Keel::StrongPtr<TransformOperator::Functor>(new Ball);
+    object->transformSlot().set({}, ball);
+    const Image bent = draw(eyeAt({0, 0, 4}, 1, 10));
+    // A ball of radius 1 at the distance 4: the picture is 2 wide at the distance 1.
+    const double radius = size / 2.0 / std::sqrt(15.0);
+    EXPECT_NEAR(bent.drawnPixels(), std::numbers::pi * radius * radius, 12);
+    // Lit as a ball is: towards the edges it gets darker.
+    EXPECT_GT(bent.at(30, 34)[0], bent.at(38, 27)[0] + 20);
+
+    const auto box = add<BoundingBoxDisplay>();
+    const TransformOperator::BoundingBoxPtr flat(object->getBoundingBall(context->pool));
+    box->box().set({}, SharedBoundingBox(object->transformBBox(context->pool, flat)));
+    box->color().set({}, {0, 1, 0, 1});
+    box->lineWidth().set({}, 1.0);
+    const Image both = draw(eyeAt({0, 0, 4}, 1, 10));
+    // The front of the box is at the distance 3, where a unit is 32 / 3 pixels.
+    const Pixel green{0, 255, 0};
+    EXPECT_EQ(both.at(32 + 10, 32 + 4), green);
+    EXPECT_EQ(both.at(31 - 10, 32 + 4), green);
+    EXPECT_FALSE(both.isDrawn(32 + 13, 32));
+    // Seen from the side it is not left out, though the square lies in a plane.
+    Eye side = eyeAt({4, 0, 0.9}, 1, 10);
+    side.camera.lookAt = {0, 0, 0.9};
+    side.camera.up = {0, 0, 1};
+    EXPECT_GT(draw(side).drawnPixels(), 100);
+}
+
+TEST_F(DisplayPictures, BoxShowsItsEdges) {
+    const auto box = add<BoundingBoxDisplay>();
+    box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
+                           new Skua::BoundingBox({-1, -1, -1}, {1, 1, 1}))));
+    box->lineWidth().set({}, 1.0);
+    const Image image = draw(eyeAt({0, 0, 3}, 1, 10));
+    // The front is 32 pixels wide, the back 16: four sides each, and four diagonals between them.
+    EXPECT_NEAR(image.drawnPixels(), 4 * 32 + 4 * 16 + 4 * 8, 24);
+    EXPECT_FALSE(image.isDrawn(32, 32));
+    EXPECT_TRUE(image.isDrawn(16, 32) || image.isDrawn(15, 32));
+    EXPECT_TRUE(image.isDrawn(24, 32) || image.isDrawn(23, 32));
 }
 
 } // namespace

@@ -27,7 +27,7 @@ TEST(OffReader, CutsPolygonsIntoFansAndLeavesOutEdges) {
 }
 
 TEST(OffReader, WithoutTrianglesGivesACloud) {
-    EXPECT_TRUE(std::holds_alternative<PointCloud>(readContent("a.off", "OFF\n1 0 0\n1 2 3\n")));
+    EXPECT_TRUE(std::holds_alternative<PointSet>(readContent("a.off", "OFF\n1 0 0\n1 2 3\n")));
 }
 
 TEST(OffReader, PassesOverColorsOfFaces) {

@@ -171,7 +171,7 @@ TEST(PlyReader, WithoutFacesGivesACloud) {
                                     "element face 0\n"
                                     "property list uchar int vertex_indices\n") +
                                  "1 2 3\n");
-    EXPECT_TRUE(std::holds_alternative<PointCloud>(dataset));
+    EXPECT_TRUE(std::holds_alternative<PointSet>(dataset));
 }
 
 } // namespace

@@ -38,7 +38,7 @@ public:
         return file.head().starts_with(_word) ? _sure : Recognition::None;
     }
     Dataset read(const InputFile&, const ReadOptions&) const override {
-        return PointCloud{makeChunk(std::vector<Point>(_points)), {}, {}};
+        return PointSet{makeChunk(std::vector<Point>(_points)), {}, {}};
     }
 
 private:

@@ -18,7 +18,7 @@ public:
         if (!file.head().starts_with("STRANGE ") || file.size() < 9)
             throw Mirk::ReaderError(file.path(), "byte 0", "expected 'STRANGE' and a digit");
         const auto count = static_cast<std::size_t>(file.content()[8] - '0');
-        return Mirk::PointCloud{Mirk::makeChunk(std::vector<Mirk::Point>(count)), {}, {}};
+        return Mirk::PointSet{Mirk::makeChunk(std::vector<Mirk::Point>(count)), {}, {}};
     }
 };
 

@@ -1,12 +1,14 @@
-#include <Displays/LineDisplay.hpp>
+#include <Displays/LineSet.hpp>
 
 #include "displayFixture.hpp"
 
 #include <Displays/horizon.hpp>
 #include <rookery/Geodesy.hpp>
 
-using Mirk::LineDisplay;
+#include <cmath>
+
 using Mirk::LineKind;
+using Mirk::LineSet;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -18,21 +20,21 @@ using LevelColor = Skua::FixedArray<float, 3>;
 
 constexpr double earth = Skua::WGS84::semiMajorAxisMetres;
 
-class LineDisplayTest : public DisplayTest {
+class LineSetTest : public DisplayTest {
 protected:
     static Mirk::Polylines twoLines(LineKind kind = LineKind::Coast) {
         return polylines({{1, {{0, 0, 0}, {4, 0, 0}}}, {3, {{0, 2, 0}, {1, 2, 0}, {4, 2, 2}}}},
                          kind);
     }
     /// On the earth, seen from above the north pole.
-    DisplayPtr<LineDisplay> onEarth(double scale = 1.0) {
+    DisplayPtr<LineSet> onEarth(double scale = 1.0) {
         lookFrom(0, {0, 0, 4 * earth * scale});
         const auto at = [&](double latitude) {
             const vector v = Skua::toEarthCentred({30, latitude, 0}) - point();
             return point() + v * scale;
         };
-        return DisplayPtr<LineDisplay>(
-            new LineDisplay("lines", polylines({{1, {at(10), at(50)}}}), true, scale));
+        return DisplayPtr<LineSet>(
+            new LineSet("lines", polylines({{1, {at(10), at(50)}}}), true, scale));
     }
     vec4 hiddenSideOf(int eye) const {
         return variable<vec4>("HiddenSides[" + std::to_string(eye) + "].plane");
@@ -40,32 +42,25 @@ protected:
     std::string geometryText() const { return program().geometry.code.front(); }
     std::string fragmentText() const { return program().fragment.code.front(); }
 
-    const DisplayPtr<LineDisplay> object{new LineDisplay("lines", twoLines(), true)};
+    const DisplayPtr<LineSet> object{new LineSet("lines", twoLines(), true)};
 };
 
-TEST_F(LineDisplayTest, DrawsOneStripAfterTheOther) {
+TEST_F(LineSetTest, DrawsOneStripAfterTheOther) {
     EXPECT_EQ(callsOfDraw(*object, "draw Painter Indices"), 1);
     EXPECT_THAT(attribute<std::uint32_t>("Indices"),
                 ElementsAre(0, 1, 0xFFFFFFFFU, 2, 3, 4, 0xFFFFFFFFU));
     EXPECT_THAT(attribute<unsigned char>("Level"), ElementsAre(1, 1, 3, 3, 3));
 }
 
-TEST_F(LineDisplayTest, SendsVerticesRelativeToTheMiddleOfTheBounds) {
+TEST_F(LineSetTest, SendsVerticesRelativeToTheMiddleOfTheBounds) {
     ASSERT_TRUE(draw(*object));
-    EXPECT_EQ(object->origin(), (point{2, 1, 1}));
+    EXPECT_EQ(boundsOf(*object).boxCentre(), (point{2, 1, 1}));
     EXPECT_THAT(attribute<FloatPoint>("Coordinates"),
                 ElementsAre(FloatPoint{-2, -1, -1}, FloatPoint{2, -1, -1}, FloatPoint{-2, 1, -1},
                             FloatPoint{-1, 1, -1}, FloatPoint{2, 1, 1}));
 }
 
-TEST_F(LineDisplayTest, ReachesTheFarthestPoint) {
-    const std::vector<vector> directions{{1, 0, 1}};
-    std::vector<double> reaches{0};
-    object->reach(directions, reaches);
-    EXPECT_THAT(reaches, ElementsAre(6.0));
-}
-
-TEST_F(LineDisplayTest, CoastsHaveTheColoursOfTheirLevels) {
+TEST_F(LineSetTest, CoastsHaveTheColoursOfTheirLevels) {
     ASSERT_TRUE(draw(*object));
     const auto colors = variable<std::vector<LevelColor>>("LevelColors");
     ASSERT_EQ(colors.size(), 8U);
@@ -74,18 +69,18 @@ TEST_F(LineDisplayTest, CoastsHaveTheColoursOfTheirLevels) {
     EXPECT_EQ(colors[6], (LevelColor{0.80F, 0.90F, 0.97F}));
 }
 
-TEST_F(LineDisplayTest, RiversAndBordersHaveOneColour) {
-    const DisplayPtr<LineDisplay> rivers(new LineDisplay("r", twoLines(LineKind::River), true));
+TEST_F(LineSetTest, RiversAndBordersHaveOneColour) {
+    const DisplayPtr<LineSet> rivers(new LineSet("r", twoLines(LineKind::River), true));
     ASSERT_TRUE(draw(*rivers));
     EXPECT_THAT(variable<std::vector<LevelColor>>("LevelColors"),
                 Each(LevelColor{0.35F, 0.60F, 0.85F}));
-    const DisplayPtr<LineDisplay> borders(new LineDisplay("b", twoLines(LineKind::Border), true));
+    const DisplayPtr<LineSet> borders(new LineSet("b", twoLines(LineKind::Border), true));
     ASSERT_TRUE(draw(*borders));
     EXPECT_THAT(variable<std::vector<LevelColor>>("LevelColors"),
                 Each(LevelColor{0.80F, 0.55F, 0.40F}));
 }
 
-TEST_F(LineDisplayTest, LinesAreWidenedByAGeometryStage) {
+TEST_F(LineSetTest, LinesAreWidenedByAGeometryStage) {
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(parameter("LineWidth"), ElementsAre(1.2F));
     EXPECT_THAT(parameter("ViewportPixels"), ElementsAre(100.0F, 100.0F));
@@ -97,14 +92,14 @@ TEST_F(LineDisplayTest, LinesAreWidenedByAGeometryStage) {
     EXPECT_EQ(object->marginPixels(context.pool), 0.6);
 }
 
-TEST_F(LineDisplayTest, WidthChangesWithoutBeingFilledAnewAsLongAsTheProgramDoes) {
+TEST_F(LineSetTest, WidthChangesWithoutBeingFilledAnewAsLongAsTheProgramDoes) {
     ASSERT_TRUE(draw(*object));
     object->lineWidth().set(context.pool, 2.0);
     EXPECT_FALSE(isRefilledByDraw(*object));
     EXPECT_THAT(parameter("LineWidth"), ElementsAre(2.0F));
 }
 
-TEST_F(LineDisplayTest, BroadLinesHaveRoundEnds) {
+TEST_F(LineSetTest, BroadLinesHaveRoundEnds) {
     ASSERT_TRUE(draw(*object));
     object->lineWidth().set(context.pool, 2.5);
     EXPECT_TRUE(isRefilledByDraw(*object));
@@ -113,8 +108,8 @@ TEST_F(LineDisplayTest, BroadLinesHaveRoundEnds) {
     EXPECT_FALSE(isRefilledByDraw(*object));
 }
 
-TEST_F(LineDisplayTest, OnlyWithOneSampleALineOfOnePixelIsLeftToTheDriver) {
-    const DisplayPtr<LineDisplay> sharp(new LineDisplay("sharp", twoLines(), false));
+TEST_F(LineSetTest, OnlyWithOneSampleALineOfOnePixelIsLeftToTheDriver) {
+    const DisplayPtr<LineSet> sharp(new LineSet("sharp", twoLines(), false));
     sharp->lineWidth().set(context.pool, 1.0);
     ASSERT_TRUE(draw(*sharp));
     EXPECT_EQ(program().input, Mirk::RenderNamespace::NoGeometryInput);
@@ -124,34 +119,28 @@ TEST_F(LineDisplayTest, OnlyWithOneSampleALineOfOnePixelIsLeftToTheDriver) {
     EXPECT_EQ(program().input, Mirk::RenderNamespace::LinesInput);
 }
 
-TEST_F(LineDisplayTest, WidthBelowZeroIsZero) {
+TEST_F(LineSetTest, WidthBelowZeroIsZero) {
     object->lineWidth().set(context.pool, -3.0);
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(parameter("LineWidth"), ElementsAre(0.0F));
     EXPECT_EQ(object->marginPixels(context.pool), 0.0);
 }
 
-TEST_F(LineDisplayTest, TextsCountTheirOwnLinesBehindWhatIsInserted) {
-    ASSERT_TRUE(draw(*object));
-    EXPECT_THAT(vertexText(), testing::StartsWith("#version 330\n#define VERTEX_SHADER 1\n"));
-    EXPECT_THAT(vertexText(), HasSubstr("END */\n#line 2\n// Lines"));
-    EXPECT_THAT(fragmentText(), HasSubstr("#define WIDE_LINES\n#line 2\n#ifdef WIDE_LINES\n"));
-}
-
-TEST_F(LineDisplayTest, HiddenSideIsRelativeToTheOrigin) {
+TEST_F(LineSetTest, HiddenSideIsRelativeToTheOrigin) {
     const auto lines = onEarth();
     ASSERT_TRUE(draw(*lines));
     // A pixel is 2 / 100 wide on the near plane at distance 1.
     const double margin = (0.6 + 1.0) * 0.02;
-    const auto expected = Mirk::hiddenSide(point() + (point{0, 0, 4 * earth} - lines->origin()),
-                                           margin, point() + (point() - lines->origin()), 1.0);
+    const point origin = boundsOf(*lines).boxCentre();
+    const auto expected = Mirk::hiddenSide(point() + (point{0, 0, 4 * earth} - origin), margin,
+                                           point() + (point() - origin), 1.0);
     for (std::size_t i = 0; i < 4; ++i) {
         EXPECT_EQ(hiddenSideOf(0)[i], static_cast<float>(expected[i]));
     }
     EXPECT_NE(expected[2], 0.0);
 }
 
-TEST_F(LineDisplayTest, HiddenSideIsThatOfEachEye) {
+TEST_F(LineSetTest, HiddenSideIsThatOfEachEye) {
     const auto lines = onEarth();
     context.setNumberOfEyes(2);
     lookFrom(1, {4 * earth, 0, 0});
@@ -162,7 +151,7 @@ TEST_F(LineDisplayTest, HiddenSideIsThatOfEachEye) {
     EXPECT_EQ(hiddenSideOf(1)[2], 0.0F);
 }
 
-TEST_F(LineDisplayTest, HiddenSideFollowsEyePixelsAndWidthAndNothingElse) {
+TEST_F(LineSetTest, HiddenSideFollowsEyePixelsAndWidthAndNothingElse) {
     const auto lines = onEarth();
     ASSERT_TRUE(draw(*lines));
     const auto isSetByDraw = [&] {
@@ -182,14 +171,14 @@ TEST_F(LineDisplayTest, HiddenSideFollowsEyePixelsAndWidthAndNothingElse) {
     EXPECT_FALSE(isSetByDraw());
 }
 
-TEST_F(LineDisplayTest, WithoutPerspectiveNothingIsHidden) {
+TEST_F(LineSetTest, WithoutPerspectiveNothingIsHidden) {
     const auto lines = onEarth();
     context.CurrentView(0, 0).setOrthographic(-earth, earth, -earth, earth, 1.0, 9 * earth);
     ASSERT_TRUE(draw(*lines));
     EXPECT_EQ(hiddenSideOf(0), (vec4{0, 0, 0, 1}));
 }
 
-TEST_F(LineDisplayTest, HiddenSideIsInTheUnitsOfTheCaller) {
+TEST_F(LineSetTest, HiddenSideIsInTheUnitsOfTheCaller) {
     constexpr double scale = 1.0 / 1024.0;
     const auto inMetres = onEarth();
     ASSERT_TRUE(draw(*inMetres));
@@ -201,15 +190,75 @@ TEST_F(LineDisplayTest, HiddenSideIsInTheUnitsOfTheCaller) {
     EXPECT_FLOAT_EQ(units[3], metres[3]);
 }
 
-TEST_F(LineDisplayTest, GeographicLinesAreNotOnAGlobe) {
+TEST_F(LineSetTest, GeographicLinesAreNotOnAGlobe) {
     Mirk::Polylines flat = twoLines();
     flat.coordinates = Mirk::CoordinateSystem::Geographic;
-    const DisplayPtr<LineDisplay> lines(new LineDisplay("flat", std::move(flat), true));
+    const DisplayPtr<LineSet> lines(new LineSet("flat", std::move(flat), true));
     ASSERT_TRUE(draw(*lines));
     EXPECT_THAT(vertexText(), Not(HasSubstr("#define ON_EARTH\n")));
     EXPECT_FALSE(program().contains("HiddenSides[0].plane"));
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(vertexText(), HasSubstr("#define ON_EARTH\n"));
+}
+
+TEST_F(LineSetTest, LineIsBrokenWhereAPointIsNoNumber) {
+    const double nan = std::nan("");
+    const DisplayPtr<LineSet> broken(new LineSet(
+        "broken", polylines({{1, {{0, 0, 0}, {1, 0, 0}, {nan, 0, 0}, {3, 0, 0}, {4, 0, 0}}}}),
+        true));
+    ASSERT_TRUE(draw(*broken));
+    EXPECT_THAT(attribute<std::uint32_t>("Indices"),
+                ElementsAre(0, 1, 0xFFFFFFFFU, 3, 4, 0xFFFFFFFFU));
+    EXPECT_EQ(boundsOf(*broken).max, (point{4, 0, 0}));
+}
+
+TEST_F(LineSetTest, CurvesHaveTheColourOfTheInput) {
+    const DisplayPtr<LineSet> curves(new LineSet("c", twoLines(LineKind::Curve), true));
+    curves->color().set({}, {1, 0.5F, 0, 1});
+    ASSERT_TRUE(draw(*curves));
+    EXPECT_THAT(parameter("Color"), ElementsAre(1.0F, 0.5F, 0.0F, 1.0F));
+    EXPECT_FALSE(context.has("Level"));
+}
+
+TEST_F(LineSetTest, LinesThatAreTooLongForAPieceGoOnInTheNext) {
+    constexpr std::size_t number = 2 * LineSet::pieceVertices;
+    std::vector<Mirk::Point> points(number);
+    for (std::size_t i = 0; i < number; ++i) points[i] = {static_cast<double>(i), 0, 0};
+    const DisplayPtr<LineSet> line(new LineSet("long", polylines({{2, points}}), true));
+    EXPECT_EQ(callsOfDraw(*line, "draw Painter Indices"), 3);
+    // The last piece is the point that it shares with the one before, and one more.
+    const auto last = attribute<FloatPoint>("Coordinates");
+    ASSERT_EQ(last.size(), 2U);
+    const double origin = (static_cast<double>(number) - 1) / 2;
+    EXPECT_EQ(last[1].x, static_cast<float>(static_cast<double>(number - 1) - origin));
+    EXPECT_EQ(last[0].x, last[1].x - 1);
+    EXPECT_THAT(attribute<std::uint32_t>("Indices"), ElementsAre(0, 1, 0xFFFFFFFFU));
+    EXPECT_THAT(attribute<unsigned char>("Level"), ElementsAre(2, 2));
+}
+
+TEST_F(LineSetTest, DataThatCannotBeDrawnAreReported) {
+    const auto reportFor = [&](Mirk::Polylines data) {
+        const DisplayPtr<LineSet> lines(new LineSet("lines", data, true));
+        testing::internal::CaptureStdout();
+        EXPECT_TRUE(draw(*lines));
+        testing::internal::GetCapturedStdout();
+        return reportOf(*lines);
+    };
+    EXPECT_THAT(reportFor({}), HasSubstr("there are no points"));
+    Mirk::Polylines data = twoLines();
+    data.starts = Mirk::makeChunk(std::vector<std::uint32_t>{0, 2, 9});
+    EXPECT_THAT(reportFor(data),
+                HasSubstr("the lines don't begin one after the other within the 5 points"));
+    data.starts = Mirk::makeChunk(std::vector<std::uint32_t>{2, 0, 5});
+    EXPECT_THAT(reportFor(data),
+                HasSubstr("the lines don't begin one after the other within the 5 points"));
+    data = twoLines();
+    data.levels = Mirk::makeChunk(std::vector<unsigned char>{1});
+    EXPECT_THAT(reportFor(data),
+                HasSubstr("expected 2 levels, as there are that many lines, got 1"));
+    const double nan = std::nan("");
+    EXPECT_THAT(reportFor(polylines({{1, {{nan, 0, 0}, {0, nan, 0}}}})),
+                HasSubstr("none of the 2 points has coordinates that are finite numbers"));
 }
 
 } // namespace

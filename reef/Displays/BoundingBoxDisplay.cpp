@@ -1,0 +1,97 @@
+#include <Displays/BoundingBoxDisplay.hpp>
+
+#include <Displays/displayData.hpp>
+#include <Displays/displayUniforms.hpp>
+#include <Displays/lineForm.hpp>
+
+#include <line.frag.glsl.hpp>
+#include <line.geom.glsl.hpp>
+#include <line.vert.glsl.hpp>
+
+#include <Polypia/VRenderContext.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+namespace Mirk {
+
+namespace {
+
+/// By two of its corners for each edge; bit i of a corner says which end of axis i it is at.
+std::vector<FloatPoint> edgesOf(const Skua::BoundingBox& box, const Point& origin) {
+    const auto corner = [&](unsigned bits) {
+        return relativeTo(origin, {(bits & 1U) != 0 ? box.max.x : box.min.x,
+                                   (bits & 2U) != 0 ? box.max.y : box.min.y,
+                                   (bits & 4U) != 0 ? box.max.z : box.min.z});
+    };
+    std::vector<FloatPoint> edges;
+    for (unsigned bits = 0; bits < 8; ++bits) {
+        for (unsigned axis = 1; axis < 8; axis <<= 1U) {
+            if ((bits & axis) != 0) continue;
+            edges.push_back(corner(bits));
+            edges.push_back(corner(bits | axis));
+        }
+    }
+    return edges;
+}
+
+} // namespace
+
+BoundingBoxDisplay::BoundingBoxDisplay(const std::string& displayName)
+    : VObject(displayName, 0, {}),
+      DisplayObject(displayName),
+      _box(TypedSlot<SharedBoundingBox>(this, "box", {}, 0).setHelp("The box to be drawn.")),
+      _color(TypedSlot<Skua::rgba_float_t>(this, "color", {0.75F, 0.75F, 0.80F, 1.0F}, 0)
+                 .setHelp("Colour of the edges.")),
+      _lineWidth(TypedSlot<double>(this, "linewidth", 1.2, 0)
+                     .setHelp("Width of the edges in pixels.")
+                     .setProperty("min", 0.0)) {}
+
+BoundingBoxDisplay::~BoundingBoxDisplay() = default;
+
+double BoundingBoxDisplay::marginPixels(const ValuePoolPtr& pool) const {
+    return std::max(0.0, _lineWidth.value(pool)) / 2.0;
+}
+
+DisplayObject::Form BoundingBoxDisplay::form(const ValuePoolPtr& pool) const {
+    return lineForm(_lineWidth.value(pool), true);
+}
+
+DisplayObject::Stages BoundingBoxDisplay::stages(Form form, const Content&) const {
+    const bool isRound = (form & formOfClass) == WideLinesWithRoundEnds;
+    Stages stages{glsl::line_vert, glsl::line_frag, glsl::line_geom, LinesInput,
+                  TriangleStripOutput};
+    stages.defines = "#define ONE_COLOR\n#define WIDE_LINES\n";
+    if (isRound) stages.defines += "#define ROUND_ENDS\n";
+    return stages;
+}
+
+DisplayObject::ContentPtr BoundingBoxDisplay::read(const ValuePoolPtr& pool,
+                                                   const ContentPtr& present) const {
+    SharedBoundingBox shared;
+    _box.get(pool, shared);
+    const Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase> box = shared.read();
+    if (!box || box->empty()) throw std::runtime_error("there is no box");
+    if (!isFinite(box->min) || !isFinite(box->max)) {
+        throw std::runtime_error("the box has corners that are no finite numbers");
+    }
+    if (present && present->bounds.min == box->min && present->bounds.max == box->max) {
+        return present;
+    }
+    return std::make_shared<const Content>(*box, 1);
+}
+
+DisplayObject::Drawing BoundingBoxDisplay::fill(Polyp& polyp, VRenderContext& context,
+                                                RenderBasin::Program&, const Content& content,
+                                                std::size_t, Form) const {
+    const auto corners = polyp.insert(context.createCoordinates(
+        shortLived(edgesOf(content.bounds, content.origin)), "Coordinates"));
+    if (!corners) return {};
+    insertColor(polyp, context, _color);
+    insertViewportPixels(polyp, context);
+    insertSize(polyp, context, "LineWidth", _lineWidth);
+    return {polyp.insert(corners->createPainter(Lines)), {}};
+}
+
+} // namespace Mirk

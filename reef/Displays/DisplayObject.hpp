@@ -1,0 +1,163 @@
+#pragma once
+// What the display objects of this library have in common; stands on VRenderObject, Programmable
+// and PolypCreatorKeeper.
+
+#include <Displays/export.hpp>
+
+#include <Polypia/ClippingPlanes.hpp>
+#include <Polypia/MultiviewRenderable.hpp>
+#include <Polypia/PolypCreatorKeeper.hpp>
+#include <Polypia/Programmable.hpp>
+#include <Polypia/RenderException.hpp>
+#include <Polypia/VRenderObject.hpp>
+#include <rookery/BoundingBox.hpp>
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Mirk {
+
+/// Why an object's inputs can't be drawn, for its report.
+class DISPLAYS_EXPORT DisplayFailure : public RenderException {
+public:
+    explicit DisplayFailure(const std::string& reason);
+    ~DisplayFailure() override;
+};
+
+/// An object that draws what its inputs hold, by one program and a polyp for each piece of the
+/// data in each Seagrass. It has a transformation, two clipping planes, a box in each pool, and
+/// viewpoints around that: "front" (towards -z), "back", "left", "right", "top" and "bottom".
+///
+/// A request reads the inputs, see update(). What goes to the GPU is relative to the middle of the
+/// bounds, so that single precision does for it; shaders see the views as LayeredMultiViews offers
+/// them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
+/// many of them to the GPU as fit, and draws these.
+///
+/// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
+/// than a hundredth of their time draws itself with about that part of its vertices, the nearest
+/// power of 1/2. It gets more vertices for that only once it is needed.
+///
+/// Shaders may be edited while they are drawn, see Programmable: as long as what a file holds is
+/// faulty the last good program goes on, the report is given out once, and drawing is false.
+class DISPLAYS_EXPORT DisplayObject : public VRenderObject, public MultiviewRenderable {
+public:
+    using point = Skua::PhysicalSpace::point;
+    using vector = Skua::PhysicalSpace::vector;
+    /// What there is to draw in one pool; it doesn't change.
+    class DISPLAYS_EXPORT Content {
+    public:
+        /// `bounds` are those of the data, in world space.
+        Content(const Skua::BoundingBox& dataBounds, std::size_t numberOfPieces);
+        virtual ~Content();
+        Content(const Content&) = delete;
+        Content& operator=(const Content&) = delete;
+
+        const Skua::BoundingBox bounds;
+        /// What vertices are relative to: the middle of the bounds.
+        const point origin;
+        const std::size_t pieces;
+    };
+    using ContentPtr = std::shared_ptr<const Content>;
+
+    /// Vertices of a piece.
+    static constexpr std::size_t pieceVertices = std::size_t{1} << 18U;
+
+    ~DisplayObject() override;
+
+    /// Reads the inputs, and publishes box and viewpoints. False if they can't be drawn: the object
+    /// then has no box, and each drawing ends with the reason, as a DisplayFailure.
+    bool update(VRequest& request, double precision) override;
+
+    using RenderAble::environment_render;
+    /// Draws with the views of the context's current layer. False if not all of it could be drawn:
+    /// ahead of the first update(), without a live Seagrass, or as long as a piece waits for
+    /// VRenderContext::allowRendering(). A piece is filled if there is none, if the views or what
+    /// the inputs ask for take another program, or if the data are others.
+    bool environment_render(VRenderContext& context) const override;
+    /// Draws all views at once, as its programs know them all.
+    bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
+                          SubContext& sub) override;
+
+    /// How far beyond its coordinates the object is drawn in a pool, in pixels. Here 0.
+    virtual double marginPixels(const ValuePoolPtr& pool) const;
+    const ClippingPlanes& clippingPlanes() const noexcept { return _clippingPlanes; }
+    /// The folder of the files that take part in the program, see Programmable; "" for the working
+    /// directory. To be set ahead of the first drawing.
+    void setShaderFolder(const std::string& folder) { _shaderFolder = folder; }
+    /// What the names of these files begin with, behind the folder.
+    virtual std::string shaderStem() const = 0;
+
+protected:
+    /// What of the inputs takes another program when it changes; the low 16 bits are those of the
+    /// class.
+    using Form = std::uint32_t;
+    static constexpr Form formOfClass = 0xFFFFU;
+    static constexpr Form isClipped = 1U << 16U;
+    static constexpr Form hasLevels = 1U << 17U; ///< can be drawn with fewer vertices
+    /// First and number of what a painter draws, of the whole and of each half of what is before.
+    using Levels = std::vector<std::pair<std::int32_t, std::int32_t>>;
+    static constexpr std::size_t numberOfLevels = 7;
+    /// Main code of the stages, for Programmable, in texts that last. Vertex stages find the views,
+    /// TransformOperator's functions and cut() of clip.glsl; geometry stages the views, and CLIPPED
+    /// is defined if they are to hand the clip distances on.
+    struct Stages {
+        std::string_view vertex;
+        std::string_view fragment;
+        std::string_view geometry = {}; ///< none if empty
+        GeometryInputType input = NoGeometryInput;
+        GeometryOutputType output = NoGeometryOutput;
+        std::string defines = {};          ///< lines ahead of the code of all stages
+        std::string vertexPrefix = {};     ///< what the vertex stage needs beside that
+        std::string vertexExtensions = {}; ///< lines of the head
+        std::string fragmentVersion = "330";
+    };
+    struct Drawing {
+        RenderBasin::PainterPtr painter; ///< a RangedPainter if there are several levels
+        Levels levels;                   ///< of these one at least, if there are any
+    };
+
+    explicit DisplayObject(const std::string& name);
+
+    /// What the inputs hold in a pool: the present one, which may be null, if the data are still
+    /// the same. Throws std::runtime_error with the reason if they can't be drawn. With the
+    /// object's mutex held.
+    virtual ContentPtr read(const ValuePoolPtr& pool, const ContentPtr& present) const = 0;
+    /// Here 0, for all pools.
+    virtual Form form(const ValuePoolPtr& pool) const;
+    /// The program for a form and data.
+    virtual Stages stages(Form form, const Content& content) const = 0;
+    /// Inserts attributes, parameters and painter behind the program. Without painter it has
+    /// failed; it may throw a RenderException.
+    virtual Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
+                         const Content& content, std::size_t piece, Form form) const = 0;
+
+private:
+    struct PoolState;
+    struct Compiled;
+    class Composer;
+    class Filler;
+
+    Keel::StrongPtr<State> newState() const override;
+    Form wholeForm(const ValuePoolPtr& pool) const;
+    std::size_t levelIn(VRenderContext& context) const;
+    Compiled& compiledFor(const Seagrass& seagrass) const;
+    RenderBasin::ProgramPtr programFor(VRenderContext& context, const ContentPtr& content,
+                                       Form form, Compiled& compiled) const;
+    bool drawPiece(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content,
+                   const RenderBasin::ProgramPtr& program, std::size_t piece, Form form,
+                   std::size_t level) const;
+    void announceViewpoints(const Skua::BoundingBox& box, const ValuePoolPtr& pool) const;
+
+    const ClippingPlanes _clippingPlanes;
+    std::string _shaderFolder;
+    // Of these, only render threads know, with the object's mutex held.
+    mutable std::vector<std::unique_ptr<PolypCreatorKeeper>> _creators; // by piece
+    mutable std::vector<std::unique_ptr<Compiled>> _compiled;           // by Seagrass
+};
+
+} // namespace Mirk

@@ -1,0 +1,213 @@
+#include <Displays/LineSet.hpp>
+
+#include <Displays/HiddenSides.hpp>
+#include <Displays/displayData.hpp>
+#include <Displays/displayUniforms.hpp>
+#include <Displays/lineForm.hpp>
+
+#include <line.frag.glsl.hpp>
+#include <line.geom.glsl.hpp>
+#include <line.vert.glsl.hpp>
+
+#include <Polypia/VRenderContext.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Mirk {
+
+namespace {
+
+constexpr std::uint32_t restart = 0xFFFFFFFFU;
+constexpr int levelAttribute = 8;
+
+class LineContent : public DisplayObject::Content {
+public:
+    explicit LineContent(const Polylines& lines)
+        : Content(finiteBounds(lines.points), piecesOf(elementsOf(lines.points).size())),
+          data(lines) {}
+
+    /// Two pieces of a line that is cut share a point.
+    static constexpr std::size_t step = DisplayObject::pieceVertices - 1;
+    static std::size_t piecesOf(std::size_t points) {
+        return numberOfParts(points > 1 ? points - 1 : points, step);
+    }
+    Part points(std::size_t piece) const {
+        const std::size_t all = elementsOf(data.points).size();
+        const std::size_t first = piece * step;
+        return {first, std::min(step + 1, all - first)};
+    }
+
+    const Polylines data;
+};
+
+/// By level.
+std::vector<Skua::FixedArray<float, 3>> colorsOf(LineKind kind) {
+    using LevelColor = Skua::FixedArray<float, 3>;
+    switch (kind) {
+    case LineKind::River:
+        return std::vector<LevelColor>(8, LevelColor{0.35F, 0.60F, 0.85F});
+    case LineKind::Border:
+        return std::vector<LevelColor>(8, LevelColor{0.80F, 0.55F, 0.40F});
+    default:
+        break;
+    }
+    const LevelColor land{0.93F, 0.89F, 0.78F};
+    const LevelColor lake{0.45F, 0.68F, 0.88F};
+    const LevelColor ice{0.80F, 0.90F, 0.97F};
+    return {land, land, lake, land, lake, ice, ice, ice};
+}
+
+/// Visits the lines that have points in a part: which one, and its part in there.
+template<class Visit>
+void forEachLine(const Polylines& lines, const Part& part, const Visit& visit) {
+    const auto starts = elementsOf(lines.starts);
+    const std::size_t end = part.first + part.count;
+    // The line of the first point: the last one that begins there or ahead of it.
+    const auto next = std::upper_bound(starts.begin(), starts.end(), part.first);
+    auto line = static_cast<std::size_t>(next - starts.begin());
+    line = line > 0 ? line - 1 : 0;
+    for (; line + 1 < starts.size() && starts[line] < end; ++line) {
+        const std::size_t first = std::max<std::size_t>(starts[line], part.first);
+        const std::size_t last = std::min<std::size_t>(starts[line + 1], end);
+        if (first < last) visit(line, Part{first, last - first});
+    }
+}
+
+/// The level of the line of each point.
+std::vector<unsigned char> pointLevels(const Polylines& lines, const Part& part) {
+    std::vector<unsigned char> result(part.count);
+    const auto levels = elementsOf(lines.levels);
+    if (levels.empty()) return result;
+    forEachLine(lines, part, [&](std::size_t line, const Part& points) {
+        std::fill_n(result.begin() + static_cast<std::ptrdiff_t>(points.first - part.first),
+                    points.count, levels[line]);
+    });
+    return result;
+}
+
+/// One strip after the other, of every `step`-th point and the last one of each line.
+void appendStrips(std::vector<std::uint32_t>& indices, const Polylines& lines, const Part& part,
+                  std::size_t step) {
+    const auto points = elementsOf(lines.points);
+    forEachLine(lines, part, [&](std::size_t, const Part& ofLine) {
+        const std::size_t last = ofLine.first + ofLine.count - 1;
+        for (std::size_t i = ofLine.first; i <= last; ++i) {
+            const bool isBroken = !isFinite(points[i]);
+            // Where a line is broken, both sides are kept.
+            const bool isKept = (i - ofLine.first) % step == 0 || i == last ||
+                                !isFinite(points[i - 1]) || !isFinite(points[i + 1]);
+            if (isBroken) {
+                indices.push_back(restart);
+            } else if (isKept) {
+                indices.push_back(static_cast<std::uint32_t>(i - part.first));
+            }
+        }
+        indices.push_back(restart);
+    });
+}
+
+} // namespace
+
+LineSet::LineSet(const std::string& displayName, const Polylines& data, bool smooth,
+                 double unitsPerMetre)
+    : VObject(displayName, 0, {}),
+      DisplayObject(displayName),
+      _smooth(smooth),
+      _unitsPerMetre(unitsPerMetre),
+      _lines(TypedSlot<Polylines>(this, "lines", data, 0).setHelp("The lines to be drawn.")),
+      _lineWidth(TypedSlot<double>(this, "linewidth", 1.2, 0)
+                     .setHelp("Width of the lines in pixels.")
+                     .setProperty("min", 0.0)),
+      _color(TypedSlot<Skua::rgba_float_t>(this, "color", {0.90F, 0.85F, 0.55F, 1.0F}, 0)
+                 .setHelp("Colour of lines that are neither coasts nor rivers nor borders.")) {}
+
+LineSet::~LineSet() = default;
+
+double LineSet::marginPixels(const ValuePoolPtr& pool) const {
+    return std::max(0.0, _lineWidth.value(pool)) / 2.0;
+}
+
+DisplayObject::Form LineSet::form(const ValuePoolPtr& pool) const {
+    return lineForm(_lineWidth.value(pool), _smooth);
+}
+
+DisplayObject::Stages LineSet::stages(Form form, const Content& content) const {
+    const Polylines& data = static_cast<const LineContent&>(content).data;
+    Stages stages{glsl::line_vert, glsl::line_frag};
+    if (data.coordinates == CoordinateSystem::EarthCentred) stages.defines += "#define ON_EARTH\n";
+    if (data.kind == LineKind::Curve) stages.defines += "#define ONE_COLOR\n";
+    if ((form & formOfClass) == ThinLines) return stages;
+    stages.geometry = glsl::line_geom;
+    stages.input = LinesInput;
+    stages.output = TriangleStripOutput;
+    stages.defines += "#define WIDE_LINES\n";
+    if ((form & formOfClass) == WideLinesWithRoundEnds) stages.defines += "#define ROUND_ENDS\n";
+    return stages;
+}
+
+DisplayObject::ContentPtr LineSet::read(const ValuePoolPtr& pool, const ContentPtr& present) const {
+    const Polylines data = _lines.value(pool);
+    const auto* const previous = static_cast<const LineContent*>(present.get());
+    if (previous != nullptr && !VValueCompareTrait<Polylines>::isDifferent(previous->data, data)) {
+        return present;
+    }
+    const std::size_t number = elementsOf(data.points).size();
+    const auto starts = elementsOf(data.starts);
+    const bool areInOrder = std::is_sorted(starts.begin(), starts.end());
+    if (!areInOrder || (!starts.empty() && starts.back() > number)) {
+        throw std::runtime_error("the lines don't begin one after the other within the " +
+                                 std::to_string(number) + " points");
+    }
+    if (!starts.empty()) {
+        requireSameLength("levels", elementsOf(data.levels).size(), "lines", starts.size() - 1);
+    }
+    auto lines = std::make_shared<const LineContent>(data);
+    requireBounds(lines->bounds, starts.size() < 2 ? 0 : number);
+    return lines;
+}
+
+DisplayObject::Drawing LineSet::fill(Polyp& polyp, VRenderContext& context,
+                                     RenderBasin::Program& program, const Content& content,
+                                     std::size_t piece, Form form) const {
+    const auto& lines = static_cast<const LineContent&>(content);
+    const Polylines& data = lines.data;
+    const Part part = lines.points(piece);
+    polyp.insert(context.createCoordinates(
+        shortLived(relativePart(data.points, content.origin, part)), "Coordinates"));
+
+    std::vector<std::uint32_t> strips;
+    Levels levels;
+    const std::size_t number = (form & hasLevels) != 0 ? numberOfLevels : 1;
+    for (std::size_t level = 0; level < number; ++level) {
+        const std::size_t first = strips.size();
+        appendStrips(strips, data, part, std::size_t{1} << level);
+        levels.emplace_back(static_cast<std::int32_t>(first),
+                            static_cast<std::int32_t>(strips.size() - first));
+    }
+    const auto indices = polyp.insert(
+        context.createAttribute(shortLived(std::move(strips)), indicesAttribute, "Indices"));
+    if (!indices) return {};
+
+    if (data.kind == LineKind::Curve) {
+        insertColor(polyp, context, _color);
+    } else {
+        program["LevelColors"] = colorsOf(data.kind);
+        polyp.insert(
+            context.createAttribute(shortLived(pointLevels(data, part)), levelAttribute, "Level"));
+    }
+    if ((form & formOfClass) != ThinLines) {
+        insertViewportPixels(polyp, context);
+        insertSize(polyp, context, "LineWidth", _lineWidth);
+    }
+    if (data.coordinates == CoordinateSystem::EarthCentred) {
+        polyp.insert(Keel::make<HiddenSides>(
+            context, program, content.origin, 1.0 / _unitsPerMetre,
+            [this](const VRenderContext& present) { return marginPixels(present.pool); }));
+    }
+    return {polyp.insert(indices->createPainter(RenderNamespace::LineStrip)), levels};
+}
+
+} // namespace Mirk

@@ -1,0 +1,223 @@
+#include <Displays/TriangleSurface.hpp>
+
+#include <Displays/displayData.hpp>
+#include <Displays/displayUniforms.hpp>
+#include <Displays/surfaceData.hpp>
+
+#include <surface.frag.glsl.hpp>
+#include <surface.geom.glsl.hpp>
+#include <surface.vert.glsl.hpp>
+
+#include <Polypia/VRenderContext.hpp>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace Mirk {
+
+namespace {
+
+constexpr std::uint32_t smoothForm = 1, edgesForm = 2;
+
+class SurfaceContent : public DisplayObject::Content {
+public:
+    /// `mesh` is what of the source can be drawn; without pieces it is drawn as a whole.
+    SurfaceContent(const TriangleMesh& sourceData, bool smooth, const TriangleMesh& mesh,
+                   std::vector<SurfacePiece>&& cut)
+        : Content(finiteBounds(mesh.points), std::max<std::size_t>(cut.size(), 1)),
+          source(sourceData),
+          isSmooth(smooth),
+          data(mesh),
+          _pieces(std::move(cut)) {}
+
+    std::span<const std::uint32_t> triangles(std::size_t piece) const {
+        if (_pieces.empty()) return elementsOf(data.triangles);
+        return _pieces[piece].triangles;
+    }
+    /// The elements of a chunk that belong to the points of a piece.
+    template<class T>
+    std::vector<T> ofPoints(const ChunkPtr<T>& chunk, std::size_t piece) const {
+        const std::span<const T> all = elementsOf(chunk);
+        if (_pieces.empty()) return {all.begin(), all.end()};
+        std::vector<T> chosen;
+        chosen.reserve(_pieces[piece].points.size());
+        for (const std::uint32_t point : _pieces[piece].points) chosen.push_back(all[point]);
+        return chosen;
+    }
+    template<class T>
+    RenderBasin::ChunkPtr chunkOf(const ChunkPtr<T>& chunk, std::size_t piece) const {
+        if (_pieces.empty()) return chunk;
+        return shortLived(ofPoints(chunk, piece));
+    }
+    std::vector<FloatPoint> relativePoints(std::size_t piece) const {
+        if (_pieces.empty()) {
+            return relativePart(data.points, origin, {0, elementsOf(data.points).size()});
+        }
+        const std::span<const Point> all = elementsOf(data.points);
+        std::vector<FloatPoint> relative;
+        relative.reserve(_pieces[piece].points.size());
+        for (const std::uint32_t point : _pieces[piece].points) {
+            relative.push_back(relativeTo(origin, all[point]));
+        }
+        return relative;
+    }
+    bool isWhole() const { return _pieces.empty(); }
+
+    const TriangleMesh source;
+    const bool isSmooth;
+    const TriangleMesh data;
+
+private:
+    const std::vector<SurfacePiece> _pieces;
+};
+
+/// The data with finite triangles only. Throws std::runtime_error for a corner that isn't there.
+TriangleMesh finiteOnes(const TriangleMesh& data) {
+    const auto points = elementsOf(data.points);
+    const auto triangles = elementsOf(data.triangles);
+    if (triangles.size() % 3 != 0) {
+        throw std::runtime_error("expected three corners for each triangle, got " +
+                                 std::to_string(triangles.size()) + " in all");
+    }
+    const auto strange = std::find_if(triangles.begin(), triangles.end(),
+                                      [&](std::uint32_t point) { return point >= points.size(); });
+    if (strange != triangles.end()) {
+        throw std::runtime_error("triangle " + std::to_string((strange - triangles.begin()) / 3) +
+                                 " has the point " + std::to_string(*strange) +
+                                 ", expected numbers below " + std::to_string(points.size()));
+    }
+    if (std::all_of(points.begin(), points.end(), isFinite)) return data;
+    std::vector<std::uint32_t> finite;
+    for (std::size_t i = 0; i < triangles.size(); i += 3) {
+        const auto corners = triangles.subspan(i, 3);
+        const bool isDrawn = std::all_of(corners.begin(), corners.end(), [&](std::uint32_t point) {
+            return isFinite(points[point]);
+        });
+        if (isDrawn) finite.insert(finite.end(), corners.begin(), corners.end());
+    }
+    TriangleMesh result = data;
+    result.triangles = makeChunk(std::move(finite));
+    return result;
+}
+
+} // namespace
+
+TriangleSurface::TriangleSurface(const std::string& displayName, const TriangleMesh& data)
+    : VObject(displayName, 0, {}),
+      DisplayObject(displayName),
+      _surface(
+          TypedSlot<TriangleMesh>(this, "surface", data, 0).setHelp("The triangles to be drawn.")),
+      _color(TypedSlot<Skua::rgba_float_t>(this, "color", {0.80F, 0.78F, 0.74F, 1.0F}, 0)
+                 .setHelp("Colour of a surface whose points have none.")),
+      _smooth(TypedSlot<bool>(this, "smooth", false, 0)
+                  .setHelp("Whether the surface is lit as if it were round, by the normals of its "
+                           "points.")),
+      _edges(TypedSlot<bool>(this, "edges", false, 0)
+                 .setHelp("Whether the edges of the triangles are drawn.")),
+      _edgeColor(TypedSlot<Skua::rgba_float_t>(this, "edgecolor", {0.10F, 0.10F, 0.12F, 1.0F}, 2)
+                     .setHelp("Colour of the edges.")),
+      _edgeWidth(TypedSlot<double>(this, "edgewidth", 1.0, 2)
+                     .setHelp("Width of the edges in pixels.")
+                     .setProperty("min", 0.0)) {}
+
+TriangleSurface::~TriangleSurface() = default;
+
+DisplayObject::Form TriangleSurface::form(const ValuePoolPtr& pool) const {
+    return (_smooth.value(pool) ? smoothForm : 0) | (_edges.value(pool) ? edgesForm : 0);
+}
+
+DisplayObject::Stages TriangleSurface::stages(Form form, const Content& content) const {
+    Stages stages{glsl::surface_vert, glsl::surface_frag};
+    stages.defines = colorDefine(static_cast<const SurfaceContent&>(content).data);
+    if ((form & smoothForm) != 0) stages.defines += "#define SMOOTH\n";
+    if ((form & edgesForm) == 0) return stages;
+    stages.geometry = glsl::surface_geom;
+    stages.input = TrianglesInput;
+    stages.output = TriangleStripOutput;
+    stages.defines += "#define EDGES\n";
+    return stages;
+}
+
+DisplayObject::ContentPtr TriangleSurface::read(const ValuePoolPtr& pool,
+                                                const ContentPtr& present) const {
+    const TriangleMesh source = _surface.value(pool);
+    const bool isSmooth = _smooth.value(pool);
+    const auto* const previous = static_cast<const SurfaceContent*>(present.get());
+    if (previous != nullptr && previous->isSmooth == isSmooth &&
+        !VValueCompareTrait<TriangleMesh>::isDifferent(previous->source, source)) {
+        return present;
+    }
+    TriangleMesh data = finiteOnes(source);
+    const auto points = elementsOf(data.points);
+    const auto triangles = elementsOf(data.triangles);
+    requireSameLength("colours", elementsOf(data.colors).size(), "points", points.size());
+    requireSameLength("normals", elementsOf(data.normals).size(), "points", points.size());
+    if (triangles.empty()) throw std::runtime_error("there are no triangles");
+    if (!isSmooth) {
+        data.normals = {};
+    } else if (!data.normals) {
+        data.normals = makeChunk(pointNormals(points, triangles));
+    }
+    std::vector<SurfacePiece> pieces;
+    constexpr std::size_t indicesInEach = 6 * pieceVertices; // of a surface with so many points
+    if (points.size() > pieceVertices || triangles.size() > indicesInEach) {
+        pieces = cutSurface(points.size(), triangles, pieceVertices);
+    }
+    auto surface =
+        std::make_shared<const SurfaceContent>(source, isSmooth, data, std::move(pieces));
+    requireBounds(surface->bounds, points.size());
+    return surface;
+}
+
+DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& context,
+                                             RenderBasin::Program&, const Content& content,
+                                             std::size_t piece, Form form) const {
+    const auto& surface = static_cast<const SurfaceContent&>(content);
+    const TriangleMesh& data = surface.data;
+    polyp.insert(
+        context.createCoordinates(shortLived(surface.relativePoints(piece)), "Coordinates"));
+    if ((form & smoothForm) != 0) {
+        polyp.insert(
+            context.createAttribute(surface.chunkOf(data.normals, piece), Normals, "Normals"));
+    }
+    if (data.colors) {
+        polyp.insert(
+            context.createAttribute(surface.chunkOf(data.colors, piece), Colors, "Colors"));
+    } else {
+        insertColor(polyp, context, _color);
+    }
+    if ((form & edgesForm) != 0) {
+        insertViewportPixels(polyp, context);
+        insertColor(polyp, context, _edgeColor, "EdgeColor");
+        insertSize(polyp, context, "EdgeWidth", _edgeWidth);
+    }
+    const auto triangles = surface.triangles(piece);
+    if ((form & hasLevels) == 0) {
+        const RenderBasin::ChunkPtr whole =
+            surface.isWhole() ? RenderBasin::ChunkPtr(data.triangles)
+                              : shortLived(std::vector(triangles.begin(), triangles.end()));
+        const auto indices =
+            polyp.insert(context.createAttribute(whole, indicesAttribute, "Indices"));
+        if (!indices) return {};
+        return {polyp.insert(indices->createPainter(Triangles)), {}};
+    }
+    const std::vector<Point> points = surface.ofPoints(data.points, piece);
+    std::vector<std::uint32_t> all(triangles.begin(), triangles.end());
+    Levels levels{{0, static_cast<std::int32_t>(all.size())}};
+    for (std::size_t level = 1; level < numberOfLevels; ++level) {
+        std::vector<std::uint32_t> coarser =
+            coarserTriangles(points, triangles, halved(points.size(), level));
+        // What is too small for the grid stays as it is.
+        if (coarser.empty()) break;
+        levels.emplace_back(static_cast<std::int32_t>(all.size()),
+                            static_cast<std::int32_t>(coarser.size()));
+        all.insert(all.end(), coarser.begin(), coarser.end());
+    }
+    const auto indices = polyp.insert(
+        context.createAttribute(shortLived(std::move(all)), indicesAttribute, "Indices"));
+    if (!indices) return {};
+    return {polyp.insert(indices->createPainter(Triangles)), levels};
+}
+
+} // namespace Mirk

@@ -1,0 +1,439 @@
+#include <Displays/DisplayObject.hpp>
+
+#include "../keel/countedNew.hpp"
+#include "displayFixture.hpp"
+
+#include <sorrel/Vprintf.hpp>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <stdexcept>
+
+using Mirk::DisplayObject;
+using Mirk::Polyp;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// One vertex for each piece, as the test says.
+class Plain : public DisplayObject {
+public:
+    explicit Plain(const Skua::BoundingBox& box = {{-1, -1, -1}, {1, 1, 1}})
+        : VObject("plain", 0, {}), DisplayObject("plain"), bounds(box) {}
+
+    std::string shaderStem() const override { return "plain"; }
+
+    std::function<bool(Polyp&, Mirk::VRenderContext&)> action;
+    std::function<void()> onRead;
+    Skua::BoundingBox bounds;
+    std::size_t pieces = 1;
+    Form wantedForm = 0;
+    std::string vertexCode = "void main() {}\n";
+    mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
+    mutable std::vector<const Polyp*> polyps;
+    mutable Levels levels;
+
+    using DisplayObject::hasLevels;
+    using DisplayObject::isClipped;
+
+protected:
+    ContentPtr read(const Mirk::ValuePoolPtr&, const ContentPtr& present) const override {
+        if (onRead) onRead();
+        if (present && present->pieces == pieces) return present;
+        return std::make_shared<const Content>(bounds, pieces);
+    }
+    Stages stages(Form, const Content&) const override { return {vertexCode, "void main() {}\n"}; }
+    Drawing fill(Polyp& polyp, Mirk::VRenderContext& context, Mirk::RenderBasin::Program&,
+                 const Content&, std::size_t piece, Form form) const override {
+        filled.emplace_back(piece, form);
+        polyps.push_back(&polyp);
+        const auto coordinates = polyp.insert(context.createCoordinates(
+            Mirk::RenderBasin::ChunkPtr(new Keel::Chunk<Mirk::Point>(1)), "Coordinates"));
+        Drawing drawing{polyp.insert(coordinates->createPainter(Mirk::RenderNamespace::Points)),
+                        levels};
+        if (action && !action(polyp, context)) drawing.painter = {};
+        return drawing;
+    }
+    Form form(const Mirk::ValuePoolPtr&) const override { return wantedForm; }
+};
+
+class DisplayObjectTest : public DisplayTest {
+protected:
+    using Filled = std::pair<std::size_t, std::uint32_t>;
+    /// Bytes of the polyp of a piece.
+    static constexpr std::int64_t bytes = sizeof(Mirk::Point);
+
+    std::vector<double> planeOf(const std::string& name) const {
+        return context.made<RecordingParameter>(name).values<double>();
+    }
+
+    DisplayPtr<Plain> object{new Plain};
+};
+
+TEST_F(DisplayObjectTest, FillsItsPolypOnceAndDrawsItInEachFrame) {
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 1);
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 1);
+    EXPECT_EQ(object->filled.size(), 1U);
+}
+
+TEST_F(DisplayObjectTest, JoinsTheDefaultSceneByItself) {
+    EXPECT_TRUE(Mirk::VScene::DefaultScene()->findInput("plain.renderable"));
+}
+
+TEST_F(DisplayObjectTest, IsFilledAnewForAnotherNumberOfEyes) {
+    draw(*object);
+    EXPECT_THAT(vertexText(), HasSubstr("const int NumberOfViews = 1;"));
+    context.setNumberOfEyes(2);
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_THAT(vertexText(), HasSubstr("const int NumberOfViews = 2;"));
+    EXPECT_FALSE(isRefilledByDraw(*object));
+}
+
+TEST_F(DisplayObjectTest, IsFilledAnewForAnotherForm) {
+    draw(*object);
+    object->wantedForm = 7;
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_FALSE(isRefilledByDraw(*object));
+    EXPECT_THAT(object->filled, ElementsAre(Filled(0, 0), Filled(0, 7)));
+}
+
+TEST_F(DisplayObjectTest, IsFilledAnewWhenThePolypWasEvicted) {
+    draw(*object);
+    EXPECT_EQ(seagrass->lawn(), 1);
+    EXPECT_EQ(context.basin.log->live["Program"], 0);
+    EXPECT_TRUE(isRefilledByDraw(*object));
+}
+
+TEST_F(DisplayObjectTest, TakesTheMemoryOfEachPolypOnce) {
+    context.renderAllowance = 1000;
+    draw(*object);
+    draw(*object);
+    EXPECT_EQ(context.renderAllowance, 1000 - bytes);
+    seagrass->lawn();
+    draw(*object);
+    EXPECT_EQ(context.renderAllowance, 1000 - 2 * bytes);
+}
+
+TEST_F(DisplayObjectTest, RefusedPolypStaysFilledAndIsAskedForInTheNextFrame) {
+    context.renderAllowance = bytes - 1;
+    EXPECT_FALSE(draw(*object));
+    EXPECT_FALSE(draw(*object));
+    EXPECT_THAT(context.basin.log->take(), Not(testing::Contains(HasSubstr("activate"))));
+    EXPECT_EQ(context.renderAllowance, bytes - 1);
+    context.renderAllowance = bytes;
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 1);
+    EXPECT_EQ(context.renderAllowance, 0);
+    EXPECT_EQ(object->filled.size(), 1U);
+}
+
+TEST_F(DisplayObjectTest, WithoutSeagrassNothingIsDrawn) {
+    KnowingContext bare;
+    const Mirk::View view;
+    EXPECT_FALSE(object->render(bare, view, sub));
+    EXPECT_TRUE(object->filled.empty());
+}
+
+TEST_F(DisplayObjectTest, DeclinedFillingLeavesNothingAndIsTriedAgain) {
+    object->action = [](Polyp&, Mirk::VRenderContext&) { return false; };
+    EXPECT_FALSE(draw(*object));
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Program"], 0);
+    object->action = {};
+    EXPECT_TRUE(isRefilledByDraw(*object));
+}
+
+TEST_F(DisplayObjectTest, RefusedProgramIsAFailureOfTheObject) {
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    testing::internal::CaptureStdout();
+    // Told, and so done.
+    EXPECT_TRUE(draw(*object));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("createProgram plain.vert"));
+    EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
+    ASSERT_EQ(context.failures.size(), 1U);
+    EXPECT_EQ(context.failures[0].first, "plain");
+    context.basin.log->throwing.clear();
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectTest, ValueThatCannotBeHadKeepsItFromBeingDrawn) {
+    object->action = [](Polyp& polyp, Mirk::VRenderContext& present) {
+        const auto missing = Mirk::RenderBasin::createRenderLambda(
+            [](Mirk::VRenderContext&) { return Skua::FixedArray<float, 2>{}; });
+        // The recorder takes the wrong number of components for a failure.
+        return bool(
+            polyp.insert(present.createRenderParameter("Missing", missing, typeid(float), 3)));
+    };
+    EXPECT_FALSE(draw(*object));
+    EXPECT_THAT(context.basin.log->take(), Not(testing::Contains(HasSubstr("draw Painter"))));
+}
+
+TEST_F(DisplayObjectTest, CompletionTasksAreDone) {
+    int completed = 0;
+    object->action = [&](Polyp& polyp, Mirk::VRenderContext&) {
+        polyp.addCompletionTask([&](Polyp&, Mirk::VRenderContext&) { return ++completed == 2; });
+        return true;
+    };
+    for (int frame = 0; frame < 3; ++frame) draw(*object);
+    EXPECT_EQ(completed, 2);
+}
+
+TEST_F(DisplayObjectTest, ProgramsReadTheViewsOfTheContext) {
+    draw(*object);
+    ASSERT_TRUE(program().uniformBlocks.contains("MultiView"));
+    const auto shared = context.getUniformBuffer("MultiView");
+    ASSERT_TRUE(shared);
+    EXPECT_EQ(program().uniformBlocks["MultiView"], shared);
+    const DisplayPtr<Plain> other(new Plain);
+    draw(*other);
+    EXPECT_EQ(program().uniformBlocks["MultiView"], shared);
+    EXPECT_EQ(context.basin.log->live["UniformBuffer"], 1);
+}
+
+TEST_F(DisplayObjectTest, ViewsAreRelativeToTheOriginOfTheObject) {
+    // Where single precision has steps of 64.
+    const point far{1e9 + 0.25, -1e9, 3.0};
+    const DisplayPtr<Plain> distant(
+        new Plain(Skua::BoundingBox(far - vector{1, 1, 1}, far + vector{1, 1, 1})));
+    context.setNumberOfEyes(2);
+    lookFrom(0, far + vector{0.0, 0.0, 0.5});
+    lookFrom(1, far + vector{0.125, 0.0, 0.5});
+    context.CurrentEye = 1;
+    EXPECT_TRUE(draw(*distant));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e9F, 1e9F, -3.0F, 0.0F}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[0].Translation"), (vec4{0, 0, 0.5F, 0}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[1].Translation"), (vec4{0.125F, 0, 0.5F, 0}));
+    EXPECT_EQ(variable<int>("zelk_CurrentViewID"), 1);
+}
+
+TEST_F(DisplayObjectTest, OriginIsFiniteWhateverTheBoundsAre) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    const auto originOf = [](const Skua::BoundingBox& box) {
+        return DisplayObject::Content(box, 1).origin;
+    };
+    EXPECT_EQ(originOf(Skua::BoundingBox({-infinity, 2, 3}, {1, 4, 5})), (point{0, 3, 4}));
+    EXPECT_EQ(originOf(Skua::BoundingBox()), point());
+}
+
+TEST_F(DisplayObjectTest, RequestPublishesTheBoxInItsPool) {
+    EXPECT_FALSE(object->getBoundingBall(context.pool));
+    ASSERT_TRUE(request(*object));
+    EXPECT_EQ(boundsOf(*object).max, (point{1, 1, 1}));
+    EXPECT_FALSE(boundsOf(*object).emptyBall());
+    EXPECT_FALSE(object->getBoundingBall(Keel::make<Mirk::ValuePool>()));
+}
+
+TEST_F(DisplayObjectTest, AheadOfTheFirstRequestNothingIsDrawn) {
+    const Mirk::View view;
+    EXPECT_FALSE(object->render(context, view, sub));
+    EXPECT_TRUE(object->filled.empty());
+    EXPECT_TRUE(draw(*object));
+}
+
+TEST_F(DisplayObjectTest, RequestAnnouncesViewpointsAroundTheBox) {
+    ASSERT_TRUE(request(*object));
+    DisplayObject::CameraSetPtr cameras;
+    object->viewpointsOutput().get(context.pool, cameras);
+    ASSERT_TRUE(cameras);
+    for (const char* name : {"front", "back", "left", "right", "top", "bottom"}) {
+        const auto camera = cameras->cameras().find(name);
+        ASSERT_NE(camera, cameras->cameras().end()) << name;
+        EXPECT_EQ(camera->second.lookAt, point()) << name;
+        // The ball around the box fits into the angle.
+        const double half = camera->second.fieldOfView / 2.0 * std::numbers::pi / 180.0;
+        EXPECT_NEAR(norm(camera->second.position - point()) * std::sin(half), std::sqrt(3.0),
+                    1e-12);
+    }
+    EXPECT_GT(cameras->cameras().at("front").position.z, 1.0);
+    EXPECT_GT(cameras->cameras().at("top").position.y, 1.0);
+    EXPECT_LT(cameras->cameras().at("left").position.x, -1.0);
+}
+
+TEST_F(DisplayObjectTest, DataThatCannotBeReadAreAReportUntilTheyCan) {
+    object->onRead = [] { throw std::runtime_error("there is a hole in it"); };
+    EXPECT_FALSE(request(*object));
+    EXPECT_FALSE(object->getBoundingBall(context.pool));
+    testing::internal::CaptureStdout();
+    const Mirk::View view;
+    EXPECT_TRUE(object->render(context, view, sub));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("there is a hole in it"));
+    EXPECT_THAT(reportOf(*object), HasSubstr("there is a hole in it"));
+    object->onRead = {};
+    object->clippingPlanes().clip0.set({}, {{1, 0, 0}, 0}); // an input that has changed
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), "");
+    EXPECT_TRUE(object->getBoundingBall(context.pool));
+}
+
+TEST_F(DisplayObjectTest, EachPieceHasAPolypAndAllHaveOneProgram) {
+    object->pieces = 3;
+    context.basin.log->take();
+    ASSERT_TRUE(draw(*object));
+    const auto calls = context.basin.log->take();
+    const auto count = [&](const char* call) {
+        return std::count_if(calls.begin(), calls.end(),
+                             [&](const std::string& text) { return text.starts_with(call); });
+    };
+    EXPECT_EQ(count("createProgram"), 1);
+    EXPECT_EQ(count("draw Painter"), 3);
+    EXPECT_THAT(object->filled, ElementsAre(Filled(0, 0), Filled(1, 0), Filled(2, 0)));
+}
+
+TEST_F(DisplayObjectTest, PiecesBeyondTheAllowanceComeInLaterFrames) {
+    object->pieces = 3;
+    std::vector<long> drawn;
+    for (int frame = 0; frame < 3; ++frame) {
+        context.renderAllowance = bytes + bytes / 2;
+        context.basin.log->take();
+        EXPECT_EQ(draw(*object), frame == 2);
+        const auto calls = context.basin.log->take();
+        drawn.push_back(std::count_if(calls.begin(), calls.end(), [](const std::string& text) {
+            return text.starts_with("draw Painter");
+        }));
+    }
+    EXPECT_THAT(drawn, ElementsAre(1, 2, 3));
+}
+
+/// Time limits are a viewer's.
+class Precision : public Mirk::VRenderPrecision {
+public:
+    void adaptPrecision() override {}
+};
+
+class DisplayObjectDetail : public DisplayObjectTest {
+protected:
+    DisplayObjectDetail() {
+        context.precision = Keel::StrongPtr<Mirk::VRenderPrecision>(new Precision);
+        object->levels = {{0, 64}, {64, 32}, {96, 16}};
+    }
+    /// As if the object had taken this part of the last frame.
+    void setContribution(double part) {
+        Mirk::writeParameter<double>(
+            object->findOutput(Mirk::Zelk::rendertime_contribution)->parameter(), context.pool,
+            part);
+    }
+    /// First and number of what is drawn.
+    std::pair<int, int> drawnRange(double precision) {
+        context.precision->precision = precision;
+        EXPECT_TRUE(draw(*object));
+        const auto [begin, end] =
+            object->polyps.back()->get_range(Polyp::PainterKey, Polyp::PainterKey);
+        EXPECT_NE(begin, end);
+        const Keel::StrongPtr<Mirk::RenderBasin::RangedPainter, Polyp::Tentacle> painter(
+            begin->second);
+        return {painter->first, painter->count};
+    }
+    using Range = std::pair<int, int>;
+};
+
+TEST_F(DisplayObjectDetail, FollowsThePrecisionByHalves) {
+    setContribution(0.5);
+    EXPECT_EQ(drawnRange(1.0), Range(0, 64));
+    EXPECT_EQ(drawnRange(0.8), Range(0, 64));
+    EXPECT_EQ(drawnRange(0.5), Range(64, 32));
+    EXPECT_EQ(drawnRange(0.3), Range(96, 16));
+    EXPECT_EQ(drawnRange(0.0), Range(96, 16)); // the coarsest that there is
+    EXPECT_EQ(drawnRange(1.0), Range(0, 64));
+}
+
+TEST_F(DisplayObjectDetail, WhatTakesLittleTimeIsDrawnWhole) {
+    setContribution(0.01);
+    EXPECT_EQ(drawnRange(0.25), Range(0, 64));
+    setContribution(0.02);
+    EXPECT_EQ(drawnRange(0.25), Range(96, 16));
+}
+
+TEST_F(DisplayObjectDetail, PrecisionThatIsNoNumberIsThatOfAll) {
+    setContribution(0.5);
+    EXPECT_EQ(drawnRange(std::nan("")), Range(0, 64));
+}
+
+TEST_F(DisplayObjectDetail, LevelsAreMadeOnceTheyAreNeededAndKept) {
+    setContribution(0.5);
+    drawnRange(1.0);
+    EXPECT_THAT(object->filled, ElementsAre(Filled(0, 0)));
+    drawnRange(0.5);
+    drawnRange(0.25);
+    drawnRange(1.0);
+    EXPECT_THAT(object->filled, ElementsAre(Filled(0, 0), Filled(0, Plain::hasLevels)));
+}
+
+TEST_F(DisplayObjectTest, PlaneThatCutsTakesAnotherProgramAndOneThatMovesDoesNot) {
+    draw(*object);
+    EXPECT_THAT(vertexText(), Not(HasSubstr("\n#define CLIPPED\n")));
+    object->clippingPlanes().clip1.set({}, {{0, 0, 1}, 0.5});
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_THAT(vertexText(), HasSubstr("\n#define CLIPPED\n"));
+    EXPECT_THAT(planeOf("ClipPlane1"), ElementsAre(0.0, 0.0, 1.0, 0.5));
+    object->clippingPlanes().clip1.set({}, {{0, 0, 1}, 0.75});
+    EXPECT_FALSE(isRefilledByDraw(*object));
+    EXPECT_THAT(planeOf("ClipPlane1"), ElementsAre(0.0, 0.0, 1.0, 0.75));
+    object->clippingPlanes().clip1.set({}, {{0, 0, 0}, 0.75});
+    EXPECT_TRUE(isRefilledByDraw(*object));
+}
+
+TEST_F(DisplayObjectTest, PlanesAreRelativeToTheOriginInDoublePrecision) {
+    const point far{1e9 + 0.25, 0, 0};
+    object->bounds = Skua::BoundingBox(far - vector{1, 1, 1}, far + vector{1, 1, 1});
+    object->clippingPlanes().clip0.set({}, {{1, 0, 0}, 1e9 + 0.5});
+    draw(*object);
+    EXPECT_THAT(planeOf("ClipPlane0"), ElementsAre(1.0, 0.0, 0.0, 0.25));
+}
+
+TEST_F(DisplayObjectTest, AnotherTransformationTakesAnotherProgram) {
+    draw(*object);
+    Mirk::TransformOperator shift;
+    ASSERT_TRUE(
+        Mirk::VValueTrait<Mirk::TransformOperator>::setValueFromText(shift, "shift={1,2,3}"));
+    object->transformSlot().set({}, shift);
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_THAT(vertexText(), HasSubstr("#define CUSTOM_TransformOperator 1"));
+}
+
+TEST_F(DisplayObjectTest, EachSeagrassHasAPolypOfItsOwn) {
+    auto other = Keel::make<Mirk::Seagrass>(1U << 30, "other");
+    {
+        KnowingContext second(other);
+        const Mirk::View view;
+        EXPECT_TRUE(draw(*object));
+        second.pool = context.pool;
+        EXPECT_TRUE(object->render(second, view, sub));
+        EXPECT_FALSE(isRefilledByDraw(*object));
+        EXPECT_EQ(object->filled.size(), 2U);
+    }
+    other = {};
+    EXPECT_FALSE(isRefilledByDraw(*object));
+}
+
+TEST_F(DisplayObjectTest, PolypOutlivesItsObjectUntilTheNextCleanup) {
+    draw(*object);
+    object = {};
+    EXPECT_EQ(context.basin.log->live["Program"], 1);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Program"], 0);
+    EXPECT_EQ(context.basin.log->live["UniformBuffer"], 0);
+}
+
+TEST_F(DisplayObjectTest, FrameOfAnUnchangedObjectAllocatesNothing) {
+    context.setNumberOfEyes(2);
+    draw(*object);
+    context.basin.log->calls.reserve(1000);
+    // The recorder allocates for what it writes down, also without the display object.
+    const Polyp& polyp = *object->polyps.back();
+    const auto allocationsOf = [](const auto& action) {
+        const long long before = allocationsOfThisThread();
+        action();
+        return allocationsOfThisThread() - before;
+    };
+    const auto ofRecorder = allocationsOf([&] {
+        polyp.updateValues(context);
+        polyp.wave(~Mirk::Activity_t{0});
+    });
+    EXPECT_EQ(allocationsOf([&] { object->environment_render(context); }), ofRecorder);
+}
+
+} // namespace

@@ -1,0 +1,136 @@
+#include <Displays/TriangleSurface.hpp>
+
+#include "displayFixture.hpp"
+
+#include <cmath>
+
+using Mirk::TriangleSurface;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+using TriangleSurfaceTest = DisplayTest;
+
+TEST_F(TriangleSurfaceTest, SendsVerticesRelativeToTheMiddleOfTheBounds) {
+    const double far = 1e9;
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface(
+        "mesh", mesh({{far + 0.25, 0, 0}, {far + 2.25, 2, 0}, {far + 1.0, 4, 0}}, {0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_THAT(attribute<FloatPoint>("Coordinates"),
+                ElementsAre(FloatPoint{-1, -2, 0}, FloatPoint{1, 0, 0}, FloatPoint{-0.25F, 2, 0}));
+}
+
+TEST_F(TriangleSurfaceTest, HasNoSecondCopyOfItsTriangles) {
+    Mirk::TriangleMesh data = mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2});
+    const auto triangles = data.triangles;
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface("mesh", std::move(data)));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_EQ(context.made<RecordingAttribute>("Indices").data.get(), triangles.get());
+}
+
+TEST_F(TriangleSurfaceTest, DrawsItsTriangles) {
+    const DisplayPtr<TriangleSurface> object(
+        new TriangleSurface("mesh", mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2})));
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter Indices"), 1);
+    EXPECT_THAT(attribute<std::uint32_t>("Indices"), ElementsAre(0, 1, 2));
+}
+
+TEST_F(TriangleSurfaceTest, TakesTheColoursOfItsPoints) {
+    const DisplayPtr<TriangleSurface> object(
+        new TriangleSurface("mesh", mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2},
+                                         {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_THAT(vertexText(), HasSubstr("#define HAVE_COLORS\n"));
+    EXPECT_EQ(attribute<Mirk::Color>("Colors")[1], (Mirk::Color{0, 255, 0, 255}));
+    EXPECT_FALSE(context.has("Color"));
+}
+
+TEST_F(TriangleSurfaceTest, WithoutColoursTakesThatOfTheInputWithoutBeingFilledAnew) {
+    const DisplayPtr<TriangleSurface> object(
+        new TriangleSurface("mesh", mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_THAT(vertexText(), Not(HasSubstr("#define HAVE_COLORS")));
+    EXPECT_THAT(parameter("Color"), ElementsAre(0.80F, 0.78F, 0.74F, 1.0F));
+    object->color().set(context.pool, {1.0F, 0.5F, 0.0F, 1.0F});
+    EXPECT_FALSE(isRefilledByDraw(*object));
+    EXPECT_THAT(parameter("Color"), ElementsAre(1.0F, 0.5F, 0.0F, 1.0F));
+}
+
+TEST_F(TriangleSurfaceTest, DataThatCannotBeDrawnAreReported) {
+    const auto reportFor = [&](Mirk::TriangleMesh data) {
+        const DisplayPtr<TriangleSurface> object(new TriangleSurface("mesh", std::move(data)));
+        EXPECT_FALSE(request(*object));
+        testing::internal::CaptureStdout();
+        EXPECT_TRUE(draw(*object));
+        testing::internal::GetCapturedStdout();
+        EXPECT_TRUE(boundsOf(*object).empty());
+        return reportOf(*object);
+    };
+    EXPECT_THAT(reportFor({}), HasSubstr("there are no triangles"));
+    EXPECT_THAT(reportFor(mesh({}, {})), HasSubstr("there are no triangles"));
+    EXPECT_THAT(reportFor(mesh({{0, 0, 0}, {1, 0, 0}}, {0, 1})),
+                HasSubstr("expected three corners for each triangle, got 2 in all"));
+    EXPECT_THAT(reportFor(mesh({{0, 0, 0}, {1, 0, 0}}, {0, 1, 0, 1, 2, 0})),
+                HasSubstr("triangle 1 has the point 2, expected numbers below 2"));
+    EXPECT_THAT(reportFor(mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2}, {{1, 2, 3, 4}})),
+                HasSubstr("expected 3 colours, as there are that many points, got 1"));
+    const double nan = std::nan("");
+    EXPECT_THAT(reportFor(mesh({{nan, 0, 0}, {nan, 1, 0}, {0, 1, nan}}, {0, 1, 2})),
+                HasSubstr("there are no triangles"));
+}
+
+TEST_F(TriangleSurfaceTest, TrianglesWithACornerThatIsNoNumberAreLeftOut) {
+    const double nan = std::nan("");
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface(
+        "mesh", mesh({{0, 0, 0}, {4, 0, 0}, {0, 4, 0}, {nan, 9, 9}}, {0, 1, 3, 0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_THAT(attribute<std::uint32_t>("Indices"), ElementsAre(0, 1, 2));
+    EXPECT_EQ(boundsOf(*object).max, (point{4, 4, 0}));
+}
+
+TEST_F(TriangleSurfaceTest, SmoothSurfaceTakesTheNormalsOfItsPoints) {
+    Mirk::TriangleMesh data = mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2});
+    data.normals = Mirk::makeChunk(std::vector<Mirk::Normal>(3, Mirk::Normal{1, 0, 0}));
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface("mesh", std::move(data)));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_FALSE(context.has("Normals"));
+    object->smooth().set({}, true);
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_THAT(vertexText(), HasSubstr("#define SMOOTH\n"));
+    EXPECT_EQ(attribute<Mirk::Normal>("Normals")[2], (Mirk::Normal{1, 0, 0}));
+}
+
+TEST_F(TriangleSurfaceTest, NormalsThatAreMissingAreThoseOfTheTrianglesAround) {
+    // A roof: two sides of equal size that meet at the ridge.
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface(
+        "roof", mesh({{0, 0, 1}, {0, 2, 1}, {1, 0, 0}, {-1, 2, 0}}, {0, 2, 1, 0, 1, 3})));
+    object->smooth().set({}, true);
+    ASSERT_TRUE(draw(*object));
+    const auto normals = attribute<Mirk::Normal>("Normals");
+    const float side = std::sqrt(0.5F);
+    EXPECT_NEAR(normals[2][0], side, 1e-6);
+    EXPECT_NEAR(normals[2][2], side, 1e-6);
+    EXPECT_NEAR(normals[3][0], -side, 1e-6);
+    EXPECT_NEAR(normals[0][0], 0.0F, 1e-6);
+    EXPECT_NEAR(normals[0][2], 1.0F, 1e-6);
+}
+
+TEST_F(TriangleSurfaceTest, EdgesTakeAGeometryStage) {
+    const DisplayPtr<TriangleSurface> object(
+        new TriangleSurface("mesh", mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_EQ(program().input, Mirk::RenderNamespace::NoGeometryInput);
+    object->edges().set({}, true);
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_EQ(program().input, Mirk::RenderNamespace::TrianglesInput);
+    EXPECT_THAT(parameter("EdgeWidth"), ElementsAre(1.0F));
+    object->edgeWidth().set({}, 3.0);
+    object->edgeColor().set({}, {1, 0, 0, 1});
+    EXPECT_FALSE(isRefilledByDraw(*object));
+    EXPECT_THAT(parameter("EdgeWidth"), ElementsAre(3.0F));
+    EXPECT_THAT(parameter("EdgeColor"), ElementsAre(1.0F, 0.0F, 0.0F, 1.0F));
+}
+
+} // namespace
