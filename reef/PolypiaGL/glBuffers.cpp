@@ -1,6 +1,7 @@
 #include <PolypiaGL/glBuffers.hpp>
 
 #include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glPainter.hpp>
 #include <PolypiaGL/glProgram.hpp>
 
@@ -47,7 +48,9 @@ bool BufferMemory::upload(const void* data, std::size_t bytes) {
         _id = createBuffer();
         _serial = _machine->nextSerial();
     }
+    // Also if checks are off: what is pending isn't for want of memory.
     _machine->report("ahead of glNamedBufferData");
+    drainErrors("ahead of glNamedBufferData");
     glNamedBufferData(_id.number(), static_cast<GLsizeiptr>(bytes), data, GL_STATIC_DRAW);
     if (glGetError() != GL_NO_ERROR) {
         _id.reset();
@@ -285,6 +288,7 @@ void GLVertexAttribute::uploadSource() {
             narrow(static_cast<const double*>(_source->data()), numberOfComponents(), target);
         }
         if (bytes() != 0 && !_memory.unmap()) {
+            drainErrors("glMapNamedBuffer"); // told by what is thrown
             throw GLRenderException(GL_OUT_OF_MEMORY,
                                     "the driver gives no access to a buffer of " +
                                         std::to_string(bytes()) + " bytes",

@@ -256,6 +256,18 @@ TEST_F(GLBuffersTest, WhatAComputeProgramWritesIsDrawnInTheSameWave) {
     EXPECT_EQ(center()[0], 2);
 }
 
+TEST_F(GLBuffersTest, AnErrorFromElsewhereIsNoWantOfMemory) {
+    const auto buffer = basin->createUniformBuffer(0);
+    const std::array<float, 4> values{};
+    for (const bool areChecksOn : {false, true}) {
+        basin->factory().setErrorChecks(areChecksOn);
+        glEnable(GL_NONE);
+        testing::internal::CaptureStdout();
+        EXPECT_TRUE(buffer->upload(values.data(), sizeof values));
+        testing::internal::GetCapturedStdout();
+    }
+}
+
 TEST_F(GLBuffersTest, AUniformBufferIsSeenByAllProgramsThatShareIt) {
     const auto fragment = [](const std::string& component) {
         return "#version 330\n"
