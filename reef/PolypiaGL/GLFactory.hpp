@@ -46,7 +46,10 @@ public:
     void setCurrentView(unsigned view);
     /// Has OpenGL's program, vertex array and switches for programs be as they were before the
     /// frame, which keeps them from one object to the next. For objects that call OpenGL
-    /// themselves, ahead of that; they leave these as they find them.
+    /// themselves, ahead of that. In a frame these are put right behind such an object, even if it
+    /// throws, as are framebuffer, viewport, depth test with its function, masks of depth and
+    /// colours, scissor test and stencil test. All else the object leaves as it found it: blending,
+    /// culling, textures and buffers that are bound, clear values and so on.
     void restoreState();
     /// Vertices that may wait in the driver's queue, 0 for any number: longer draws are cut into
     /// parts that are waited for. 0 at first, but for drivers on the CPU, which need memory for

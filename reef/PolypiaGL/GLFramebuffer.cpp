@@ -78,12 +78,16 @@ int usableSamples(const GLLimits& limits, int samples) {
     return std::clamp(samples, 1, std::max(1, limits.maxSamples));
 }
 
-/// To the whole picture, the nearest or last on top.
+/// To the whole picture, the nearest or last on top, whatever was drawn before.
 void drawTo(const GL::FramebufferId& id, int width, int height) {
     glBindFramebuffer(GL_FRAMEBUFFER, id.number());
     glViewport(0, 0, width, height);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);
+    glDepthMask(GL_TRUE);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glDisable(GL_SCISSOR_TEST);
+    glDisable(GL_STENCIL_TEST);
 }
 
 } // namespace

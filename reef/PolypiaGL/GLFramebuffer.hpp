@@ -36,7 +36,8 @@ public:
     /// OpenGL's name of the framebuffer.
     unsigned number() const { return _framebuffer.number(); }
 
-    /// Draws go here from now on, to the whole picture, the nearest or last on top.
+    /// Draws go here from now on, to the whole picture, the nearest or last on top: viewport, depth
+    /// test and masks are set for that, scissor and stencil test are off.
     void bind() const;
     /// Fills the picture, and the depth with the far plane.
     void clear(const Skua::rgba_float_t& color) const;
@@ -97,7 +98,7 @@ public:
     GLLayeredFramebuffer(const GLLayeredFramebuffer&) = delete;
     GLLayeredFramebuffer& operator=(const GLLayeredFramebuffer&) = delete;
 
-    /// Draws go to all views from now on.
+    /// Draws go to all views from now on, as with GLFramebuffer.
     void bind() const;
     unsigned number() const { return _framebuffer.number(); }
     unsigned numberOfViews() const { return static_cast<unsigned>(_views.size()); }

@@ -16,6 +16,17 @@ namespace Mirk {
 
 using Box = Skua::PhysicalSpace::AABB;
 
+namespace {
+
+/// Where draws go.
+unsigned boundFramebuffer() {
+    GLint bound = 0;
+    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
+    return static_cast<unsigned>(bound);
+}
+
+} // namespace
+
 /// Draws the object that it is aimed at, for one eye after the other unless it draws all views
 /// itself. One for each context, as objects are drawn one at a time, or one within another: an
 /// object may pick while it is drawn.
@@ -60,7 +71,7 @@ public:
         const Aim& aim = *_aim;
         _aim->_wasDrawn = true;
         try {
-            context.openEyes(views);
+            _context.beginEyes(views);
             return aim._own != nullptr ? aim._own->multiview_render(context, views, sub)
                                        : drawEachView(aim._object, context, views, sub);
         } catch (const RenderException&) {
@@ -83,7 +94,7 @@ private:
         const std::size_t failures = _context._failures.size();
         bool isComplete = true;
         for (unsigned eye = 0; eye < views.size(); ++eye) {
-            context.openEye(eye);
+            _context.beginEye(eye);
             if (!object.render(context, views[eye], sub)) isComplete = false;
             if (_context._failures.size() != failures) break;
         }
@@ -123,9 +134,7 @@ public:
         glBindFramebuffer(GL_FRAMEBUFFER, targets[std::min<std::size_t>(view, last)]->number());
     }
     bool areBound() const override {
-        GLint bound = 0;
-        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
-        const auto number = static_cast<unsigned>(bound);
+        const unsigned number = boundFramebuffer();
         if (_context._pickTarget != nullptr) return _context._pickTarget->is(number);
         const GLLayeredFramebuffer* const whole = _context._wholeTarget;
         if (whole != nullptr && whole->number() == number) return true;
@@ -184,11 +193,10 @@ void GLRenderContext::setEyes(const std::vector<Eye>& eyes) {
     }
     // To the layer of the world.
     elevateView();
-    elevateView();
-    _views = getViews(CurrentLayer, 0);
+    _viewsLayer = elevateView();
+    _views = getViews(_viewsLayer, 0);
     if (!_multiView) _multiView = createUniformBuffer(0);
-    setUniformBuffer(MultiViewBlock, _multiView);
-    updateMultiView(*_multiView, _views);
+    takeWorldViews();
     const PixelRectangle pixels = getViewport(0);
     _eyePlanes.clear();
     for (const View& view : _views) _eyePlanes.push_back(planesOf(view, pixels[2], pixels[3]));
@@ -227,15 +235,25 @@ void GLRenderContext::showPart(const std::optional<Part>& part) {
 }
 
 void GLRenderContext::openEyes(const ViewReferences& views) {
+    _boundTarget = nullptr;
+    beginEyes(views);
+}
+
+void GLRenderContext::openEye(unsigned eye) {
+    _boundTarget = nullptr;
+    beginEye(eye);
+}
+
+void GLRenderContext::beginEyes(const ViewReferences& views) {
     VRenderContext::openEyes(views);
-    openEye(0);
+    beginEye(0);
     factory().machine().numberOfViews =
         static_cast<unsigned>(std::max<std::size_t>(views.size(), 1));
 }
 
-void GLRenderContext::openEye(unsigned eye) {
+void GLRenderContext::beginEye(unsigned eye) {
     VRenderContext::openEye(eye);
-    eyeOperation(eye);
+    if (!isInPlace(eye)) eyeOperation(eye);
     selectView(eye);
     factory().machine().firstView = eye;
     factory().machine().numberOfViews = 1;
@@ -247,11 +265,23 @@ void GLRenderContext::selectView(unsigned eye) {
     factory().setMatrices(view.matrix, view.modelView);
 }
 
+/// Null without targets.
+const GLFramebuffer* GLRenderContext::targetOf(unsigned eye) const {
+    return _targets.empty() ? nullptr : _targets[std::min<std::size_t>(eye, _targets.size() - 1)];
+}
+
+/// Whether the target of an eye is bound with all that belongs to it. Who has bound another may
+/// have changed more than that.
+bool GLRenderContext::isInPlace(unsigned eye) const {
+    const GLFramebuffer* const target = targetOf(eye);
+    if (target == nullptr || target != _boundTarget || _pickTarget != nullptr) return false;
+    return boundFramebuffer() == target->number();
+}
+
 void GLRenderContext::eyeOperation(unsigned eye) {
     if (_pickTarget != nullptr) return _pickTarget->bind();
-    if (_targets.empty()) return;
-    const GLFramebuffer* const target = _targets[std::min<std::size_t>(eye, _targets.size() - 1)];
-    if (target == _boundTarget) return;
+    const GLFramebuffer* const target = targetOf(eye);
+    if (target == nullptr) return;
     target->bind();
     if (_picture) {
         glViewport(-_picture->left, -_picture->bottom, _picture->widthPixels,
@@ -323,7 +353,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     _objectSeconds.clear();
     _boundTarget = nullptr;
     if (_targets.empty() || _views.empty()) return 0;
-    const GL::DrawState::Scope drawState(factory().machine().drawState);
+    const GL::DrawState::Frame drawState(factory().machine().drawState);
     RenderResult result = 0;
     RenderAble::SubContext sub;
     const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
@@ -396,6 +426,7 @@ VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, 
             _eachEye->exception_safe_multiview_render(object, renderTime, *this, _views, sub);
         wasDrawn = aim.wasDrawn();
     }
+    putInOrder(*object, _failures.size() != failures);
     if (_collectsSeconds && wasDrawn) noteSeconds(*object, renderTime - before);
     RenderResult result = 0;
     if (numberOfRefusals() != refusals) result |= RefusedMemory;
@@ -406,11 +437,30 @@ VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, 
     return result | Drew;
 }
 
+/// Brings back what an object has left otherwise, so that the next one doesn't see it. What costs
+/// time is done for those alone that have failed or that called OpenGL themselves.
+void GLRenderContext::putInOrder(const RenderAble& object, bool hasFailed) {
+    GL::DrawState& drawState = factory().machine().drawState;
+    if (hasFailed || drawState.wasRestored()) {
+        drawState.goBack();
+        _boundTarget = nullptr;
+    }
+    // Whoever has views of its own elevates the layer for them.
+    if (hasFailed || CurrentLayer != _viewsLayer) takeWorldViews();
+    factory().machine().discardErrors(object.Name());
+}
+
+void GLRenderContext::takeWorldViews() {
+    CurrentLayer = _viewsLayer;
+    setUniformBuffer(MultiViewBlock, _multiView);
+    updateMultiView(*_multiView, _views);
+}
+
 /// Whether the object has drawn all eyes itself.
 bool GLRenderContext::drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
                                  RenderAble::SubContext& sub) {
     if (item.stereo == nullptr || _views.size() < 2 || !object->isVisible(pool)) return false;
-    openEyes(_views);
+    beginEyes(_views);
     return item.stereo->exception_safe_stereo_render(object, renderTime, *this, _views, sub);
 }
 
@@ -460,7 +510,7 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
     const PixelRectangle picture = getViewport(0);
     const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
-    const GL::DrawState::Scope drawState(factory().machine().drawState);
+    const GL::DrawState::Frame drawState(factory().machine().drawState);
     const Picking picking(*this, x + left, y + bottom, list->AlignedWidth, list->AlignedHeight,
                           picture[2], picture[3],
                           needsAllViews ? static_cast<int>(_views.size()) : 1);
@@ -471,9 +521,11 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
                  [&](const RenderAblePtr& object, const Item& item) {
                      if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return true;
                      double seconds = 0.0;
+                     const std::size_t failures = _failures.size();
                      const EachEye::Aim aim(*_eachEye, *object, item.own);
                      _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye,
                                                                sub);
+                     putInOrder(*object, _failures.size() != failures);
                      if (!aim.wasDrawn()) return true;
                      picking.target.assign(++number);
                      list->Ids[number] = object;

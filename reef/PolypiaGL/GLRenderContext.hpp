@@ -101,7 +101,9 @@ public:
     void openEyes(const ViewReferences& views) override;
     /// Draws go to the framebuffer of that eye from now on.
     void openEye(unsigned eye) override;
-    /// Binds the framebuffer of an eye.
+    /// Binds the framebuffer of an eye, and sets viewport, depth test and masks for it, with
+    /// scissor and stencil test off. Each object finds that; who draws elsewhere in between comes
+    /// back by openEye().
     void eyeOperation(unsigned eye) override;
     /// Draws what is visible of the objects of the layers, in the order of the selection; what
     /// derives from TransparencyHandler after all others, the farthest first. Objects whose bounds
@@ -157,6 +159,10 @@ private:
     /// below 0 for one of them.
     using EyePlanes = std::array<std::array<double, 4>, 6>;
 
+    const GLFramebuffer* targetOf(unsigned eye) const;
+    bool isInPlace(unsigned eye) const;
+    void beginEyes(const ViewReferences& views);
+    void beginEye(unsigned eye);
     void selectView(unsigned eye);
     static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
     std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
@@ -171,16 +177,19 @@ private:
                       RenderAble::SubContext& sub);
     bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
                     RenderAble::SubContext& sub);
+    void takeWorldViews();
+    void putInOrder(const RenderAble& object, bool hasFailed);
     void noteSeconds(const RenderAble& object, double seconds);
 
     std::vector<const GLFramebuffer*> _targets;
     const GLLayeredFramebuffer* _wholeTarget = nullptr; // of all views, if drawn in one pass
     std::optional<Part> _picture;                       // if that is larger than the targets
     const std::unique_ptr<Targets> _viewTargets;
-    const GLFramebuffer* _boundTarget = nullptr; // null: to be bound anew
+    const GLFramebuffer* _boundTarget = nullptr; // null: unknown, to be bound anew
     const GL::PickTarget* _pickTarget = nullptr; // while objects are picked
     UniformBufferPtr _multiView;
     ViewReferences _views;
+    std::uint32_t _viewsLayer = 0; // the layer of those
     std::vector<EyePlanes> _eyePlanes;
     const Keel::StrongPtr<EachEye, VManagedObjectBase> _eachEye;
     std::shared_ptr<const ObjectSelection::Drawables> _drawables; // for which items were made

@@ -3,6 +3,7 @@
 #include <PolypiaGL/glHeaders.hpp>
 
 #include <bit>
+#include <utility>
 
 namespace Mirk::GL {
 
@@ -48,6 +49,15 @@ DrawState::DrawState(Profile profile) : _profile(profile), _vertexArray(createVe
 
 DrawState::~DrawState() = default;
 
+DrawState::Frame::Frame(DrawState& state)
+    : _scope(state),
+      _state(state),
+      _outer(state._found),
+      _wasRestored(std::exchange(state._wasRestored, false)) {
+    state.know();
+    state._found = state._callers;
+}
+
 void DrawState::know() {
     if (_isKnown) return;
     GLint program = 0, array = 0;
@@ -63,13 +73,27 @@ void DrawState::know() {
 }
 
 void DrawState::restore() noexcept {
+    _wasRestored = true;
     if (!_isKnown) return;
-    emptyVertexArray();
-    bindVertexArray(_callers.vertexArray);
-    useCallersProgram();
-    constexpr auto restart = static_cast<std::size_t>(Switch::PrimitiveRestart);
-    set(Switch::PrimitiveRestart, _callers.switches[restart]);
+    setAll(_callers);
     _isKnown = false;
+}
+
+void DrawState::goBack() {
+    _isKnown = false;
+    know();
+    _callers = _found;
+    setAll(_found);
+    _wasRestored = false;
+}
+
+void DrawState::setAll(const Values& values) {
+    emptyVertexArray();
+    bindVertexArray(values.vertexArray);
+    useProgram(values.program);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        set(static_cast<Switch>(i), values.switches[i]);
+    }
 }
 
 void DrawState::useProgram(unsigned program) {

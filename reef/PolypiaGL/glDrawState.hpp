@@ -42,6 +42,14 @@ struct VertexSource {
 /// OpenGL itself meanwhile calls restore() ahead of that, and leaves these as it found them.
 /// Render thread only.
 class POLYPIAGL_EXPORT DrawState {
+    static constexpr std::size_t numberOfSwitches = 5;
+
+    struct Values {
+        unsigned program = 0;
+        unsigned vertexArray = 0;
+        std::array<bool, numberOfSwitches> switches{};
+    };
+
 public:
     /// For a context of this profile, which is current.
     explicit DrawState(Profile profile);
@@ -60,12 +68,34 @@ public:
     private:
         DrawState& _state;
     };
+    /// A scope around objects that are drawn one after the other, which begin with the state that
+    /// was found ahead of the first one.
+    class Frame {
+    public:
+        explicit Frame(DrawState& state);
+        ~Frame() {
+            _state._found = _outer;
+            _state._wasRestored = _wasRestored;
+        }
+        Frame(const Frame&) = delete;
+        Frame& operator=(const Frame&) = delete;
+
+    private:
+        const Scope _scope;
+        DrawState& _state;
+        const Values _outer;
+        const bool _wasRestored; ///< in the outer frame
+    };
     void enter() noexcept { ++_depth; }
     void leave() noexcept {
         if (--_depth == 0) restore();
     }
     /// Goes back to the caller's; what comes next starts from what it finds then.
     void restore() noexcept;
+    /// Whether restore() was called since the innermost frame began or went back.
+    bool wasRestored() const noexcept { return _wasRestored; }
+    /// Goes back to what the innermost frame has found, whatever OpenGL has by now.
+    void goBack();
 
     // Outside of enter() and leave() the next ones are plain calls, and nothing is kept.
 
@@ -83,16 +113,10 @@ public:
     void setIndices(std::uint64_t serial, unsigned buffer);
 
 private:
-    static constexpr std::size_t numberOfSwitches = 5;
     static constexpr std::size_t numberOfLocations = 32;
 
-    struct Values {
-        unsigned program = 0;
-        unsigned vertexArray = 0;
-        std::array<bool, numberOfSwitches> switches{};
-    };
-
     void know();
+    void setAll(const Values& values);
     void set(Switch which, bool enabled);
     void emptyVertexArray();
 
@@ -100,6 +124,8 @@ private:
     const VertexArrayId _vertexArray; ///< empty but between enter() and leave()
     unsigned _depth = 0;
     bool _isKnown = false;
+    bool _wasRestored = false;
+    Values _found; ///< by the innermost frame
     Values _callers;
     Values _current;
     unsigned _locations = 0; ///< bits of those that are fed

@@ -38,4 +38,12 @@ void Machine::report(const char* call) const noexcept {
     }
 }
 
+void Machine::discardErrors(const std::string& object) const noexcept {
+    if (!checksErrors) return;
+    for (const Error& error : drainErrors("")) {
+        Keel::VerboseStream("GL").print("[%s] has left an error of OpenGL: %s", object.c_str(),
+                                        errorName(error.code).c_str());
+    }
+}
+
 } // namespace Mirk::GL

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace Mirk::GL {
@@ -58,6 +59,10 @@ public:
     }
     /// The same for places that must not throw: prints.
     void report(const char* call) const noexcept;
+
+    /// If checks are on, drops the errors that an object has left, so that nobody else fails for
+    /// them, and prints them with its name.
+    void discardErrors(const std::string& object) const noexcept;
 
     static constexpr Matrix identity() { return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; }
 

@@ -182,6 +182,23 @@ protected:
             4 * static_cast<std::size_t>((y + size / 2) * size + x + size / 2);
         return {bytes[first], bytes[first + 1], bytes[first + 2], bytes[first + 3]};
     }
+    /// What an object may do to OpenGL that draws into a picture of its own.
+    void drawElsewhere() const {
+        context->factory().restoreState();
+        glBindFramebuffer(GL_FRAMEBUFFER, right->number());
+        glViewport(0, 0, 3, 5);
+        glDisable(GL_DEPTH_TEST);
+        glDepthFunc(GL_NEVER);
+        glDepthMask(GL_FALSE);
+        glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(1, 1, 2, 2);
+        glEnable(GL_STENCIL_TEST);
+        glStencilFunc(GL_NEVER, 1, 0xFF);
+        glEnable(GL_CLIP_DISTANCE0);
+        glBindVertexArray(0);
+        glUseProgram(0);
+    }
     std::vector<std::string> failedObjects() const {
         std::vector<std::string> names;
         for (const auto& failure : context->failures()) names.push_back(failure.object);
@@ -477,13 +494,20 @@ TEST_F(GLRenderContextTest, RenderObjectIsDrawnForEachEyeAndTellsItsFailures) {
 }
 
 TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
-    const std::vector<std::function<bool()>> throwers{
+    std::vector<std::function<bool()>> throwers{
         []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); },
         []() -> bool { throw std::runtime_error("not today"); },
         []() -> bool { throw "a text"; },
         []() -> bool { throw 7; },
         [] { return false; },
     };
+    for (std::size_t i = 0; i < 5; ++i) {
+        throwers.push_back([this, thrower = throwers[i]] {
+            drawElsewhere();
+            glEnable(GL_NONE); // an error that nobody takes
+            return thrower();
+        });
+    }
     std::mt19937 random(1);
     const auto number = [&](int from, int to) {
         return std::uniform_int_distribution<int>(from, to)(random);
@@ -514,6 +538,98 @@ TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
     EXPECT_TRUE(result & GLRenderContext::Incomplete);
     EXPECT_TRUE(result & GLRenderContext::Drew);
     EXPECT_EQ(pixels(*left), expected);
+}
+
+TEST_F(GLRenderContextTest, ObjectThatDrawsElsewhereComesBackByOpenEye) {
+    const auto back = add("back", {-8, -8, 8, 8, 5});
+    back->action = [this] {
+        drawElsewhere();
+        context->factory().context().makeCurrent();
+        glUseProgram(0);
+        glDisable(GL_CLIP_DISTANCE0);
+        context->openEye(0);
+        return true;
+    };
+    const auto behind = add("behind", {-16, -16, 16, 16, 0});
+    behind->color = {0, 1, 0, 1};
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(at(*left, 0, 0), white);
+    EXPECT_EQ(at(*left, 12, 0), green);
+}
+
+TEST_F(GLRenderContextTest, NextObjectIsDrawnWhereItBelongsAfterOneThatHasLeftAnotherFramebuffer) {
+    const auto lost = add("lost", {});
+    lost->action = [this]() -> bool {
+        glBindFramebuffer(GL_FRAMEBUFFER, right->number());
+        glViewport(0, 0, 3, 5);
+        glDisable(GL_DEPTH_TEST);
+        throw std::runtime_error("swallowed on the way");
+    };
+    add("near", {-8, -8, 8, 8, 5});
+    add("far", {-16, -16, 16, 16, 0})->color = {0, 1, 0, 1};
+    testing::internal::CaptureStdout();
+    draw();
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(at(*left, 0, 0), white);
+    EXPECT_EQ(at(*left, 12, 0), green);
+    EXPECT_EQ(at(*right, 0, 0), black);
+}
+
+TEST_F(GLRenderContextTest, ProgramsOfOpenGLThatAnObjectHasLeftAreNotThoseOfTheNext) {
+    GLint program = -1;
+    add("leaving", {})->action = [this] {
+        context->factory().restoreState();
+        const auto own = context->createProgram(passVertex, colorFragment, "test.vert", "test.frag",
+                                                1U, 1U, {}, {});
+        glUseProgram(static_cast<GLuint>(own->nativeHandle()));
+        return false;
+    };
+    add("next", {})->action = [&] {
+        glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+        return false;
+    };
+    draw();
+    EXPECT_EQ(program, 0);
+}
+
+TEST_F(GLRenderContextTest, ErrorOfOpenGLThatAnObjectHasLeftIsPrintedWithItsNameAlone) {
+    add("careless", {-8, -8, 8, 8, 5})->action = [] {
+        glEnable(GL_NONE);
+        return false;
+    };
+    add("next", {-8, -8, 8, 8, 5});
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Drew | GLRenderContext::Incomplete);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "GL: [careless] has left an error of OpenGL: GL_INVALID_ENUM\n");
+    EXPECT_THAT(context->failures(), IsEmpty());
+    EXPECT_EQ(at(*left, 0, 0), white);
+}
+
+TEST_F(GLRenderContextTest, ViewsOfAnOverlayThatFailsEndWithIt) {
+    add("quad", {});
+    draw();
+    const auto expected = pixels(*left);
+    for (const bool isNoted : {true, false}) {
+        const auto overlay = add("overlay", {-1, -1, 1, 1, -50}, -1);
+        overlay->action = [this, isNoted]() -> bool {
+            context->elevateView();
+            context->CurrentView(0, 0).resetModelView();
+            const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
+            context->updateMultiView(*block, context->getViews(context->CurrentLayer, 0));
+            context->setUniformBuffer(GLRenderContext::MultiViewBlock, {});
+            if (isNoted) throw RenderException(0x501, "draw", "quad.cpp", 1);
+            throw std::runtime_error("swallowed on the way");
+        };
+        testing::internal::CaptureStdout();
+        draw();
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(overlay->draws, 1);
+        EXPECT_EQ(pixels(*left), expected);
+        EXPECT_EQ(context->CurrentLayer, 2u);
+        EXPECT_TRUE(context->getUniformBuffer(GLRenderContext::MultiViewBlock));
+        quads.pop_back();
+    }
 }
 
 TEST_F(GLRenderContextTest, ReportedFailureOfOneEyeLeavesOutTheOthersWhateverTheResult) {

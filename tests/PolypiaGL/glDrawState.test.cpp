@@ -268,7 +268,12 @@ TEST_P(DrawStateTest, APolypWithoutAProgramDrawsByThatOfTheCaller) {
 
 TEST_P(DrawStateTest, WhoCallsOpenGLItselfGetsTheCallersStateAndMayChangeIt) {
     const PolypPtr clipped = filled(clippingProgram());
-    const auto other = plainProgram();
+    const PolypPtr bare(new Polyp({}));
+    insertStrip(*bare, fullPicture());
+    const auto other = program("#version 330\n"
+                               "layout(location = 0) in vec3 place;\n"
+                               "void main() { gl_Position = vec4(place, 1.0); }\n",
+                               colorFragment);
     const GL::VertexArrayId array = GL::createVertexArray();
     const auto before = currentState();
     {
@@ -279,9 +284,57 @@ TEST_P(DrawStateTest, WhoCallsOpenGLItselfGetsTheCallersStateAndMayChangeIt) {
         glUseProgram(static_cast<GLuint>(other->nativeHandle()));
         glBindVertexArray(array.number());
         glEnable(GL_CLIP_DISTANCE1);
+        const auto found = currentState();
+        clear();
+        bare->wave(~0U);
+        EXPECT_EQ(drawnPixels(), size * size) << "by the program that was found";
+        clipped->wave(~0U);
+        basin->factory().restoreState();
+        EXPECT_EQ(changesSince(found), "");
         glUseProgram(0);
         glBindVertexArray(0);
         glDisable(GL_CLIP_DISTANCE1);
+        clear();
+        clipped->wave(~0U);
+        EXPECT_EQ(pixel(8, 32), black);
+        EXPECT_EQ(pixel(56, 32), white);
+    }
+    EXPECT_EQ(changesSince(before), "");
+}
+
+TEST_P(DrawStateTest, AFrameGoesBackToWhatItHasFoundWhateverOpenGLHas) {
+    const PolypPtr clipped = filled(clippingProgram());
+    const auto other = plainProgram();
+    const GL::VertexArrayId array = GL::createVertexArray();
+    const auto changeAll = [&] {
+        glUseProgram(static_cast<GLuint>(other->nativeHandle()));
+        glBindVertexArray(array.number());
+        glEnable(GL_CLIP_DISTANCE1);
+        glDisable(GL_PRIMITIVE_RESTART_FIXED_INDEX);
+    };
+    const auto before = currentState();
+    {
+        const GL::DrawState::Frame frame(state());
+        EXPECT_FALSE(state().wasRestored());
+        clipped->wave(~0U);
+        changeAll();
+        state().goBack();
+        EXPECT_EQ(changesSince(before), "");
+        basin->factory().restoreState();
+        EXPECT_TRUE(state().wasRestored());
+        changeAll();
+        {
+            const auto found = currentState();
+            const GL::DrawState::Frame inner(state());
+            EXPECT_FALSE(state().wasRestored());
+            clipped->wave(~0U);
+            state().goBack();
+            EXPECT_EQ(changesSince(found), "");
+        }
+        EXPECT_TRUE(state().wasRestored());
+        state().goBack();
+        EXPECT_FALSE(state().wasRestored());
+        EXPECT_EQ(changesSince(before), "");
         clear();
         clipped->wave(~0U);
         EXPECT_EQ(pixel(8, 32), black);
