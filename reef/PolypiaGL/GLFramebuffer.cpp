@@ -90,6 +90,22 @@ void drawTo(const GL::FramebufferId& id, int width, int height) {
     glDisable(GL_STENCIL_TEST);
 }
 
+/// The scissor test cuts clearing and resolving, too.
+class WithoutScissor {
+public:
+    WithoutScissor() : _wasEnabled(glIsEnabled(GL_SCISSOR_TEST) == GL_TRUE) {
+        if (_wasEnabled) glDisable(GL_SCISSOR_TEST);
+    }
+    WithoutScissor(const WithoutScissor&) = delete;
+    WithoutScissor& operator=(const WithoutScissor&) = delete;
+    ~WithoutScissor() {
+        if (_wasEnabled) glEnable(GL_SCISSOR_TEST);
+    }
+
+private:
+    const bool _wasEnabled;
+};
+
 } // namespace
 
 /// Reads rectangles of a framebuffer, in the coordinates of the whole picture.
@@ -174,9 +190,10 @@ void GLFramebuffer::bind() const {
 }
 
 void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
-    const float farPlane = 1.0F;
+    constexpr float farPlane = 1.0F;
+    const WithoutScissor all;
     glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
-    glClearNamedFramebufferfv(_framebuffer.number(), GL_DEPTH, 0, &farPlane);
+    glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0, farPlane, 0);
 }
 
 void GLFramebuffer::finish() const {
@@ -184,6 +201,7 @@ void GLFramebuffer::finish() const {
 }
 
 void GLFramebuffer::resolve(const Resolved& target, unsigned buffers) const {
+    const WithoutScissor all;
     glBlitNamedFramebuffer(_framebuffer.number(), target.framebuffer.number(), 0, 0, _width,
                            _height, 0, 0, _width, _height, buffers, GL_NEAREST);
 }

@@ -39,7 +39,7 @@ public:
     /// Draws go here from now on, to the whole picture, the nearest or last on top: viewport, depth
     /// test and masks are set for that, scissor and stencil test are off.
     void bind() const;
-    /// Fills the picture, and the depth with the far plane.
+    /// Fills the picture, the depth with the far plane and the stencil buffer with 0.
     void clear(const Skua::rgba_float_t& color) const;
     /// Waits until all that was drawn is in the picture.
     void finish() const;

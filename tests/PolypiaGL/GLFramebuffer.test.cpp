@@ -53,6 +53,33 @@ TEST_F(GLFramebufferTest, ImpossibleSizesAreAnExceptionThatNamesTheLimit) {
     }
 }
 
+TEST_F(GLFramebufferTest, ClearingClearsTheStencilBuffer) {
+    picture->bind();
+    glClearStencil(7);
+    glClear(GL_STENCIL_BUFFER_BIT);
+    glClearStencil(0);
+    picture->clear({});
+    std::vector<std::uint8_t> stencil(std::size_t{size} * size, 1);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, size, size, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, stencil.data());
+    EXPECT_THAT(stencil, Each(0));
+}
+
+TEST_F(GLFramebufferTest, AScissorCutsNeitherClearingNorReading) {
+    for (const int samples : {1, 4}) {
+        const GLFramebuffer frame(*context, 4, 4, samples);
+        frame.clear({0, 0, 0, 0});
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(1, 1, 1, 1);
+        frame.clear({1, 1, 1, 1});
+        std::vector<std::uint8_t> colors(4 * 4 * 4);
+        frame.readColors(colors);
+        EXPECT_THAT(colors, Each(255)) << samples;
+        EXPECT_TRUE(glIsEnabled(GL_SCISSOR_TEST));
+        glDisable(GL_SCISSOR_TEST);
+    }
+}
+
 TEST_F(GLFramebufferTest, OnePixelIsAPicture) {
     const GLFramebuffer frame(*context, 1, 1, 1);
     frame.clear({0.2F, 0.4F, 0.6F, 0.8F});
