@@ -56,7 +56,9 @@ public:
     /// each vertex that waits.
     void setQueuedVertices(std::size_t vertices);
     /// A tentacle that enables or disables a capability of OpenGL such as "GL_DEPTH_TEST" for the
-    /// wave. Empty for an unknown name.
+    /// wave. Empty for an unknown name, and for scissor and stencil test, by which objects are
+    /// picked. An object whose bounds lie beyond the far plane is left out even with
+    /// "GL_DEPTH_CLAMP"; one that is to be seen there has no bounds.
     FlagPtr createFlag(const std::string& capability, bool enabled) const;
     /// A tentacle that moves the depth of triangles for the wave; see GLPolygonOffset.
     FlagPtr createPolygonOffset(float factor, float units) const;

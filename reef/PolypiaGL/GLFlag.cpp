@@ -7,7 +7,7 @@
 namespace Mirk {
 
 std::optional<unsigned> GLFlag::capability(std::string_view name) {
-    constexpr std::array<std::pair<std::string_view, unsigned>, 11> known{{
+    constexpr std::array<std::pair<std::string_view, unsigned>, 9> known{{
         {"GL_BLEND", GL_BLEND},
         {"GL_CULL_FACE", GL_CULL_FACE},
         {"GL_DEPTH_CLAMP", GL_DEPTH_CLAMP},
@@ -17,8 +17,6 @@ std::optional<unsigned> GLFlag::capability(std::string_view name) {
         {"GL_POLYGON_OFFSET_FILL", GL_POLYGON_OFFSET_FILL},
         {"GL_POLYGON_OFFSET_LINE", GL_POLYGON_OFFSET_LINE},
         {"GL_SAMPLE_ALPHA_TO_COVERAGE", GL_SAMPLE_ALPHA_TO_COVERAGE},
-        {"GL_SCISSOR_TEST", GL_SCISSOR_TEST},
-        {"GL_STENCIL_TEST", GL_STENCIL_TEST},
     }};
     for (const auto& [text, number] : known) {
         if (text == name) return number;

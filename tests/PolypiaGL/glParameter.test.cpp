@@ -180,6 +180,9 @@ TEST_F(GLParameterTest, FlagsHoldForTheWave) {
     }
     EXPECT_FALSE(basin->factory().createFlag("GL_TASTE", true));
     EXPECT_FALSE(basin->factory().createFlag("", true));
+    // Without these objects could not be picked.
+    EXPECT_FALSE(basin->factory().createFlag("GL_STENCIL_TEST", false));
+    EXPECT_FALSE(basin->factory().createFlag("GL_SCISSOR_TEST", false));
     // Programs get this one by what their text names.
     EXPECT_FALSE(basin->factory().createFlag("GL_PROGRAM_POINT_SIZE", true));
 }
