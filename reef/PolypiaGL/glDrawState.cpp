@@ -43,6 +43,17 @@ void forEachBit(unsigned bits, const Visit& visit) {
     for (; bits != 0; bits &= bits - 1) visit(static_cast<unsigned>(std::countr_zero(bits)));
 }
 
+/// These belong to the context.
+void loadMatrices(const double* projection, const double* modelView) {
+    GLint mode = GL_MODELVIEW;
+    glGetIntegerv(GL_MATRIX_MODE, &mode);
+    glMatrixMode(GL_PROJECTION);
+    glLoadMatrixd(projection);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadMatrixd(modelView);
+    glMatrixMode(static_cast<GLenum>(mode));
+}
+
 } // namespace
 
 DrawState::DrawState(Profile profile) : _profile(profile), _vertexArray(createVertexArray()) {}
@@ -76,6 +87,10 @@ void DrawState::restore() noexcept {
     _wasRestored = true;
     if (!_isKnown) return;
     setAll(_callers);
+    if (_callersMatrices) {
+        loadMatrices((*_callersMatrices)[0].data(), (*_callersMatrices)[1].data());
+        _callersMatrices.reset();
+    }
     _isKnown = false;
 }
 
@@ -166,6 +181,17 @@ void DrawState::setIndices(std::uint64_t serial, unsigned buffer) {
     if (serial == _indices) return;
     glVertexArrayElementBuffer(_vertexArray.number(), buffer);
     _indices = serial;
+}
+
+void DrawState::setMatrices(const Matrix& projection, const Matrix& modelView) {
+    know();
+    if (_isKnown && !_callersMatrices) {
+        auto& callers = _callersMatrices.emplace();
+        glGetDoublev(GL_PROJECTION_MATRIX, callers[0].data());
+        glGetDoublev(GL_MODELVIEW_MATRIX, callers[1].data());
+    }
+    // Always, as anybody may have set others since.
+    loadMatrices(projection.data(), modelView.data());
 }
 
 void DrawState::emptyVertexArray() {

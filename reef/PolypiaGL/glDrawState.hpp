@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace Mirk::GL {
 
@@ -36,12 +37,14 @@ struct VertexSource {
     Conversion conversion = Conversion::ToFloat;
 };
 
-/// Program, switches and vertex array of one context. Between the first enter() and the last
-/// leave() it sets only what differs from what it set before, and at the end it goes back to what
-/// the caller had: setting all anew for each draw costs a driver more than the draw. Whoever calls
-/// OpenGL itself meanwhile calls restore() ahead of that, and leaves these as it found them.
+/// Program, switches, vertex array and matrices of one context. Between the first enter() and the
+/// last leave() it sets only what differs from what it set before, and at the end it goes back to
+/// what the caller had: setting all anew for each draw costs a driver more than the draw. Whoever
+/// calls OpenGL itself meanwhile calls restore() ahead of that, and leaves these as it found them.
 /// Render thread only.
 class POLYPIAGL_EXPORT DrawState {
+    using Matrix = std::array<double, 16>;
+
     static constexpr std::size_t numberOfSwitches = 5;
 
     struct Values {
@@ -111,6 +114,8 @@ public:
     /// Only the locations of these bits are fed.
     void limitVertices(unsigned locations);
     void setIndices(std::uint64_t serial, unsigned buffer);
+    /// Those that a compatibility profile keeps; column by column.
+    void setMatrices(const Matrix& projection, const Matrix& modelView);
 
 private:
     static constexpr std::size_t numberOfLocations = 32;
@@ -131,6 +136,7 @@ private:
     unsigned _locations = 0; ///< bits of those that are fed
     std::array<VertexSource, numberOfLocations> _sources{};
     std::uint64_t _indices = 0;
+    std::optional<std::array<Matrix, 2>> _callersMatrices; ///< unless they are as they were
 };
 
 } // namespace Mirk::GL

@@ -58,6 +58,10 @@ void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
     const unsigned first = machine.firstView, end = first + machine.numberOfViews;
     const bool isInFrame = machine.targets->areBound();
     const bool drawsAll = isInFrame && machine.numberOfViews > 1;
+    // The view that was current before.
+    const auto goBack = [&] {
+        if (drawsAll) machine.targets->bindView(first);
+    };
     switch (pass) {
     case Pass::EachView:
         if (!isInFrame) return draw(1);
@@ -66,7 +70,7 @@ void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
             if (program != nullptr) program->selectView();
             draw(1);
         }
-        return;
+        return goBack();
     case Pass::Layers:
         if (drawsAll && machine.targets->bindAll()) {
             program->setLayer(static_cast<int>(first));
@@ -77,7 +81,7 @@ void drawViews(Machine& machine, GLProgram* program, const Draw& draw) {
             program->setLayer(static_cast<int>(view));
             draw(1);
         }
-        return;
+        return goBack();
     case Pass::Extension:
         program->setLayer(drawsAll ? 0 : static_cast<int>(first) + 1);
         if (isInFrame) machine.targets->bindAll();
@@ -102,6 +106,8 @@ bool GLPainter::draw(const Polyp& polyp) {
     if (wanted.count <= 0) return true;
     const DrawState::Scope scope(_machine->drawState);
     if (program != nullptr) {
+        // An object may have had others draw, or called OpenGL itself, since it was prepared.
+        program->select();
         program->setFirstVertexOfChunk(inPieces ? polyp.currentChunk * polyp.chunkElements : 0);
     } else {
         _machine->drawState.useCallersProgram();

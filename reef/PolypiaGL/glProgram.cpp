@@ -518,7 +518,7 @@ bool GLProgram::activate(const Polyp& polyp) {
 }
 
 bool GLProgram::deactivate(const Polyp& polyp) {
-    if (_outer.empty()) return true;
+    if (!isActive()) return true;
     releaseSamplers(polyp);
     _machine->program = _outer.back();
     _outer.pop_back();
@@ -549,10 +549,11 @@ void GLProgram::selectView() {
 }
 
 void GLProgram::prepare(const Polyp& polyp) {
-    if (!_outer.empty()) _machine->program = this;
-    select();
     selectView();
     sendChanges();
+    if (!isActive()) return _machine->check("Program::prepare");
+    _machine->program = this;
+    select();
     bindBlocks(polyp);
     bindSamplers(polyp);
     _machine->check("Program::prepare");
@@ -706,14 +707,7 @@ void GLProgram::releaseSamplers(const Polyp& polyp) {
 
 void GLProgram::sendMatrices() {
     if (_machine->context.profile() == Profile::Compatibility) {
-        // These belong to the context, where anybody may have set others since.
-        GLint mode = GL_MODELVIEW;
-        glGetIntegerv(GL_MATRIX_MODE, &mode);
-        glMatrixMode(GL_PROJECTION);
-        glLoadMatrixd(_machine->projection.data());
-        glMatrixMode(GL_MODELVIEW);
-        glLoadMatrixd(_machine->modelView.data());
-        glMatrixMode(static_cast<GLenum>(mode));
+        if (isActive()) _machine->drawState.setMatrices(_machine->projection, _machine->modelView);
         return;
     }
     if (_sentMatrices == _machine->matrixStamp) return;

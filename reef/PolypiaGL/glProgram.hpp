@@ -37,6 +37,8 @@ public:
     /// Of the textures that it samples.
     std::size_t memsize() const override;
 
+    /// One that isn't active, as it was inserted in mid-wave, gets its values only and draws from
+    /// the next wave on.
     void prepare(const Polyp& polyp) override;
     void setProgramVariable(const std::string& name, const ProgramVariables::value_type& variable,
                             const RenderBasin::FloatedOrigin& origin) const override;
@@ -58,6 +60,8 @@ public:
     int attributeLocation(std::string_view name) const;
     /// How it draws several views: as the machine does, unless its text doesn't allow that.
     Pass pass() const { return _pass; }
+    /// Has OpenGL use it for what is drawn next.
+    void select() const;
     /// Has it draw the current view of the machine from now on.
     void selectView();
     /// For programs that draw several views at once: the view, or what GLPainter tells of them.
@@ -67,6 +71,8 @@ public:
     }
 
 private:
+    bool isActive() const { return !_outer.empty(); }
+
     struct Uniform {
         int location;
         unsigned type;
@@ -89,8 +95,6 @@ private:
     void link(const std::vector<StageSource>& stages, const AdaptedProgram& adapted);
     void readInterface(bool hasGeometryStage);
     const Uniform* findUniform(std::string_view name) const;
-    /// Has OpenGL use it for what is drawn next.
-    void select() const;
     void sendChanges();
     void sendIfChanged(const std::string& name, const Variant& value);
     void send(const Uniform& uniform, const Variant& value) const;

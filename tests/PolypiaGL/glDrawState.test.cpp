@@ -5,6 +5,8 @@
 #include <PolypiaGL/glMachine.hpp>
 
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 using namespace Mirk;
 using namespace Mirk::GLTest;
@@ -357,6 +359,76 @@ TEST_P(DrawStateTest, AWaveThatThrowsLeavesTheFrameInOrder) {
         EXPECT_EQ(drawnPixels(), size * size);
     }
     EXPECT_EQ(changesSince(before), "");
+}
+
+TEST_P(DrawStateTest, ADrawIsMadeByTheProgramOfItsWaveWhateverOpenGLUses) {
+    const PolypPtr outer(new Polyp({})), bare(new Polyp({}));
+    insertStrip(*bare, fullPicture());
+    outer->insert(plainProgram());
+    outer->insertTentacle(3000, probe([&](const Polyp&) {
+                              basin->factory().restoreState();
+                              bare->wave(~0U);
+                              return true;
+                          }));
+    const auto before = currentState();
+    outer->wave(~0U);
+    EXPECT_EQ(changesSince(before), "");
+    EXPECT_EQ(drawnPixels(), size * size);
+}
+
+TEST_P(DrawStateTest, AProgramThatIsInsertedInMidWaveDrawsFromTheNextOneOn) {
+    const auto first = plainProgram(), second = plainProgram();
+    setColor(first, red);
+    setColor(second, blue);
+    const PolypPtr drawn = filled(first);
+    bool isInserted = false;
+    drawn->insertTentacle(3000, probe([&](const Polyp&) {
+                              if (!std::exchange(isInserted, true)) {
+                                  drawn->insertTentacle(1, second);
+                              }
+                              return true;
+                          }));
+    const auto before = currentState();
+    drawn->wave(~0U);
+    EXPECT_EQ(changesSince(before), "");
+    EXPECT_EQ(center(), red);
+    drawn->wave(~0U);
+    EXPECT_EQ(changesSince(before), "");
+    EXPECT_EQ(center(), blue);
+}
+
+TEST_P(DrawStateTest, MatricesOfTheContextAreTheCallersAgainAfterAWave) {
+    if (GetParam() == GL::Profile::Core) GTEST_SKIP() << "the profile keeps no matrices";
+    const auto matrices = [] {
+        std::vector<double> values(32);
+        glGetDoublev(GL_PROJECTION_MATRIX, values.data());
+        glGetDoublev(GL_MODELVIEW_MATRIX, values.data() + 16);
+        return values;
+    };
+    const PolypPtr drawn =
+        filled(program("#version 130\n"
+                       "void main() { gl_Position = gl_ModelViewProjectionMatrix * gl_Vertex; }\n",
+                       "#version 130\nvoid main() { gl_FragColor = vec4(1.0); }\n"));
+    constexpr GL::Machine::Matrix callers{2, 0, 0, 0, 0, 3, 0, 0, 0, 0, 4, 0, 1, 2, 3, 1};
+    glMatrixMode(GL_PROJECTION);
+    glLoadMatrixd(callers.data());
+    glMatrixMode(GL_TEXTURE);
+    const auto before = matrices();
+    drawn->wave(~0U);
+    EXPECT_EQ(drawnPixels(), size * size) << "by those of the basin";
+    EXPECT_EQ(matrices(), before);
+    {
+        const GL::DrawState::Scope frame(state());
+        drawn->wave(~0U);
+        basin->factory().restoreState();
+        EXPECT_EQ(matrices(), before);
+        drawn->wave(~0U);
+        drawn->wave(~0U);
+    }
+    EXPECT_EQ(matrices(), before);
+    GLint mode = 0;
+    glGetIntegerv(GL_MATRIX_MODE, &mode);
+    EXPECT_EQ(mode, GL_TEXTURE);
 }
 
 POLYPIA_BOTH_PROFILES(DrawStateTest);
