@@ -25,6 +25,35 @@ InterruptorPtr makeInterruptor(double secondsLimit) {
     return made;
 }
 
+/// Tells how long to go on with frames that are not whole.
+class Patience {
+public:
+    Patience(const OffscreenViewer::Frame& first, unsigned long long cacheBytes)
+        : _cacheBytes(cacheBytes), _most(first.drawn) {}
+
+    /// Whether there is hope behind that frame. `mayBringMore`: the next one than this one.
+    bool goesOn(const OffscreenViewer::Frame& frame, bool mayBringMore) {
+        if (frame.drawn > _most) {
+            _most = frame.drawn;
+            _frames = 0;
+            _bytes = 0;
+            return true;
+        }
+        if (frame.uploadedBytes == 0 && !mayBringMore) return false;
+        _bytes += static_cast<unsigned long long>(frame.uploadedBytes);
+        return ++_frames < mostFrames && _bytes <= _cacheBytes;
+    }
+
+private:
+    static constexpr int mostFrames = 1000;
+
+    const unsigned long long _cacheBytes;
+    std::size_t _most; ///< objects in one frame
+    // Since then.
+    int _frames = 0;
+    unsigned long long _bytes = 0;
+};
+
 /// Holds for a frame, and for what is picked or queued behind it no more.
 class TimeLimit {
 public:
@@ -89,7 +118,12 @@ struct OffscreenViewer::Graphics {
         std::vector<const GLFramebuffer*> targets;
         for (unsigned i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
         context->setTargets(std::move(targets));
-        if (!framebuffers.empty()) show(*framebuffers.front());
+        if (!framebuffers.empty()) {
+            show(*framebuffers.front());
+        } else {
+            seagrass->setPixelBuffer({});
+            shown = nullptr;
+        }
         layers.reset();
     }
     const GLFramebuffer& target(unsigned eye) const {
@@ -157,20 +191,22 @@ OffscreenViewer::Frame OffscreenViewer::draw(const std::vector<GLRenderContext::
 }
 
 OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderContext::Eye>& eyes) {
-    constexpr auto partly = GLRenderContext::Incomplete | GLRenderContext::Interrupted;
+    constexpr auto partly =
+        GLRenderContext::Incomplete | GLRenderContext::Interrupted | GLRenderContext::RefusedMemory;
     Frame frame = draw(eyes);
+    Patience patience(frame, _settings.cacheBytes);
     bool goesOn = true;
     while (goesOn && (frame.result & partly) != 0) {
         const long long allowance = _allowance;
-        const Frame next = draw(eyes);
-        goesOn = next.drawn > frame.drawn || _allowance > allowance;
-        frame = next;
+        frame = draw(eyes);
+        goesOn = patience.goesOn(frame, _allowance > allowance);
     }
     return frame;
 }
 
 OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderContext::Eye>& eyes) {
     GLRenderContext& context = *_graphics->context;
+    context.pool = pool; // which may have been replaced
     _graphics->seagrass->cleanup();
     _graphics->provideTargets(_settings, static_cast<unsigned>(eyes.size()));
     for (unsigned i = 0; i < eyes.size(); ++i) {
@@ -186,9 +222,11 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
     frame.drawn = context.numberOfDrawn();
     frame.culled = context.numberOfCulled();
     frame.failures = context.failures();
+    frame.uploadedBytes = _allowance - context.renderAllowance;
     refill(frame);
-    // What was cut off tells nothing of how long a whole frame takes.
-    if ((frame.result & GLRenderContext::Interrupted) == 0) _precision->adaptPrecision();
+    // A whole frame takes at least as long as what was cut off, which may be too long already.
+    const bool wasCut = (frame.result & GLRenderContext::Interrupted) != 0;
+    if (!wasCut || _precision->lastFrameTime > _precision->upperTime) _precision->adaptPrecision();
     handleQueueOfNow();
     completeFrame();
     return frame;
@@ -196,17 +234,18 @@ OffscreenViewer::Frame OffscreenViewer::drawFrame(const std::vector<GLRenderCont
 
 /// Runs what was queued up to now: what queues itself again each time waits for the next frame.
 void OffscreenViewer::handleQueueOfNow() {
-    bool isReached = false;
-    _graphics->seagrass->queue([&isReached](VRenderContextBasin&) { isReached = true; });
-    handleComputeQueue(*_graphics->context, [&isReached] { return isReached; });
+    const Keel::StrongPtr<Seagrass> queued(_graphics->seagrass);
+    // Shared, as nobody knows for how long it stays there.
+    const auto isReached = std::make_shared<bool>(false);
+    queued->queue([isReached](VRenderContextBasin&) { *isReached = true; });
+    queued->handleQueue(*_graphics->context, [&isReached] { return *isReached; });
 }
 
 /// A polyp that is larger than the allowance would wait for ever: after a frame that refused and
 /// brought nothing to the GPU the next one may bring twice as much, until something passes.
 void OffscreenViewer::refill(const Frame& frame) {
     const bool wasRefused = (frame.result & GLRenderContext::RefusedMemory) != 0;
-    const bool spentNothing = _graphics->context->renderAllowance == _allowance;
-    if (!wasRefused || !spentNothing) {
+    if (!wasRefused || frame.uploadedBytes != 0) {
         _allowance = _settings.uploadBytes;
     } else if (_allowance <= INT64_MAX / 2) {
         _allowance = std::max<long long>(2 * _allowance, 1);

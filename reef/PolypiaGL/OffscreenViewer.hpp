@@ -37,7 +37,8 @@ public:
         unsigned long long cacheBytes = ~0ULL;
         /// That a frame may bring to the GPU.
         long long uploadBytes = INT64_MAX;
-        /// Of a frame; below 0 there is no limit.
+        /// Of a frame; below 0 there is no limit. Less than precision()->upperTime never lowers the
+        /// level of detail.
         double secondsLimit = -1.0;
         /// How several eyes are drawn, if the driver can do so; else one after the other. The
         /// picture is the same.
@@ -51,6 +52,7 @@ public:
         double seconds = 0.0;    ///< that the objects took
         std::size_t drawn = 0;
         std::size_t culled = 0;
+        long long uploadedBytes = 0; ///< that it was allowed to bring to the GPU
         std::vector<GLRenderContext::Failure> failures;
     };
 
@@ -63,7 +65,9 @@ public:
     /// picture.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
     /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
-    /// Returns the last frame.
+    /// Returns the last frame. What doesn't fit into the cache, or changes all the time, would go
+    /// on for ever: when frames without another object have brought more to the GPU than the cache
+    /// takes, or there were 1000 of them, that is the end as well.
     Frame drawWhole(const std::vector<GLRenderContext::Eye>& eyes);
     /// The picture of an eye of the last frame: red, green, blue and alpha of each pixel, row 0 at
     /// the bottom.

@@ -3,6 +3,7 @@
 #include "quad.hpp"
 
 #include <Polypia/PickList.hpp>
+#include <Polypia/Seagrass.hpp>
 #include <Polypia/VScene.hpp>
 
 #include <sorrel/VActionNotifier.hpp>
@@ -199,6 +200,145 @@ TEST_F(OffscreenViewerTest, WholePictureEndsWhereAFrameBringsNothingNew) {
     quad->action = [] { return false; };
     EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result, GLRenderContext::Incomplete);
     EXPECT_EQ(quad->draws, 2);
+}
+
+TEST_F(OffscreenViewerTest, WholePictureGoesOnWhileAnythingIsRefusedMemory) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    const PolypPtr fine(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    fine->expectMemsize(1000);
+    bool isFine = false;
+    viewer->onRenderThread([&](GLRenderContext& context) {
+        quad->action = [&] { // draws something coarse meanwhile
+            isFine = isFine || context.allowRendering(*fine);
+            return true;
+        };
+    });
+    EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result, GLRenderContext::Drew);
+    EXPECT_TRUE(isFine);
+}
+
+TEST_F(OffscreenViewerTest, WholePictureEndsThoughTheCacheIsTooSmallForIt) {
+    settings.uploadBytes = 10;
+    settings.cacheBytes = 150;
+    MAKE_VIEWER(viewer);
+    const QuadPtr evicted(new Quad("evicted")), waiting(new Quad("waiting"));
+    const PolypPtr data(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    data->expectMemsize(100);
+    viewer->onRenderThread([&](GLRenderContext& context) {
+        evicted->action = [&] { return context.allowRendering(*data); }; // each time anew
+    });
+    waiting->action = [] { return false; };
+    const auto frame = viewer->drawWhole({eyeFromAbove()});
+    EXPECT_TRUE(frame.result & GLRenderContext::Incomplete);
+    // The allowance grows from 10 to 160 bytes each time, until the cache was filled once more.
+    EXPECT_LT(evicted->draws, 30);
+}
+
+TEST_F(OffscreenViewerTest, TellsWhatAFrameHasBroughtToTheGpu) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    const QuadPtr first(new Costly("first", 40)), second(new Costly("second", 50));
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).uploadedBytes, 90);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).uploadedBytes, 0);
+}
+
+TEST_F(OffscreenViewerTest, PrecisionFollowsTheTimeOfFramesAndOfThoseCutOffIfTooLong) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr first(new Quad("first")), second(new Quad("second"));
+    VRenderPrecision& precision = *viewer->precision();
+    const auto limitTo = [&](double lower, double upper) {
+        precision.precision = 0.5;
+        precision.lowerTime = lower;
+        precision.upperTime = upper;
+    };
+    constexpr double tiny = 1e-12, huge = 1e12;
+    limitTo(tiny, tiny);
+    viewer->draw({eyeFromAbove()});
+    EXPECT_LT(precision.precision, 0.5);
+    limitTo(huge, huge);
+    viewer->draw({eyeFromAbove()});
+    EXPECT_GT(precision.precision, 0.5);
+    first->action = second->action = [&] {
+        viewer->frameInterruptor()->interrupt({});
+        return true;
+    };
+    const auto drawCut = [&] {
+        EXPECT_TRUE(viewer->draw({eyeFromAbove()}).result & GLRenderContext::Interrupted);
+        viewer->frameInterruptor()->resume({});
+    };
+    limitTo(tiny, tiny);
+    drawCut();
+    EXPECT_LT(precision.precision, 0.5) << "a whole frame takes even longer";
+    limitTo(huge, huge);
+    drawCut();
+    EXPECT_EQ(precision.precision, 0.5) << "nobody knows how long a whole frame takes";
+}
+
+TEST_F(OffscreenViewerTest, TellsWhoWaitsForAFrameOnTheRenderThread) {
+    struct Completion : Viewer::FrameCompletion {
+        void complete(const Viewer&) override {
+            ++frames;
+            thread = std::this_thread::get_id();
+        }
+        int frames = 0;
+        std::thread::id thread;
+    };
+    struct Listened : OffscreenViewer {
+        using OffscreenViewer::frameCompletions;
+        using OffscreenViewer::OffscreenViewer;
+    };
+    std::string reason;
+    if (!tryContext({}, reason)) POLYPIA_NO_CONTEXT(reason);
+    const Keel::StrongPtr<Listened, VManagedObjectBase> viewer(new Listened("listened", settings));
+    const auto completion = Keel::make<Completion>();
+    viewer->onRenderThread([&](GLRenderContext&) {
+        viewer->frameCompletions.push_back(Keel::WeakPtr<Viewer::FrameCompletion>(completion));
+    });
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(completion->frames, 1);
+    EXPECT_NE(completion->thread, std::this_thread::get_id());
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(completion->frames, 2);
+}
+
+TEST_F(OffscreenViewerTest, DrawsWithThePoolThatItHasAtTheFirstFrame) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    viewer->pool = Keel::make<ValuePool>();
+    quad->setVisible(viewer->pool, false);
+    EXPECT_EQ(viewer->draw({eyeFromAbove()}).drawn, 0u);
+    viewer->onRenderThread(
+        [&](GLRenderContext& context) { EXPECT_EQ(context.pool, viewer->pool); });
+}
+
+TEST_F(OffscreenViewerTest, RunsWhatIsQueuedAtItsOwnCacheWhateverElseItIsGiven) {
+    MAKE_VIEWER(viewer);
+    const auto other = Keel::make<Seagrass>(1ULL << 20, "other");
+    viewer->setSeagrass(other);
+    int runs = 0;
+    Keel::StrongPtr<Seagrass>(viewer->renderCache())->queue([&](VRenderContextBasin&) { ++runs; });
+    viewer->draw({eyeFromAbove()});
+    EXPECT_EQ(runs, 1);
+    EXPECT_FALSE(Keel::StrongPtr<Seagrass>(viewer->renderCache())->hasQueue());
+}
+
+TEST_F(OffscreenViewerTest, HasNoPixelsOfAFrameWithoutEyes) {
+    settings.pass = GL::Pass::Layers;
+    MAKE_VIEWER(viewer);
+    const std::vector eyes{eyeFromAbove(-0.04), eyeFromAbove(0.04)};
+    viewer->draw(eyes);
+    EXPECT_TRUE(viewer->getPixelBuffer());
+    viewer->draw({});
+    if (viewer->pass() == GL::Pass::Layers) {
+        EXPECT_FALSE(viewer->getPixelBuffer());
+    }
+    viewer->draw(eyes);
+    float color[1][4] = {};
+    viewer->onRenderThread([&](GLRenderContext&) {
+        EXPECT_EQ(viewer->getPixelBuffer()->readPixelColors(0, 0, color, 1, 1, 0), 1);
+    });
 }
 
 TEST_F(OffscreenViewerTest, TimeLimitHoldsForTheFrameAlone) {
