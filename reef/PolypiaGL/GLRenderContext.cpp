@@ -3,9 +3,11 @@
 #include <Polypia/PickList.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VTransformable.hpp>
+#include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/PickTarget.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
+#include <PolypiaGL/glSavedState.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -23,6 +25,41 @@ unsigned boundFramebuffer() {
     GLint bound = 0;
     glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
     return static_cast<unsigned>(bound);
+}
+
+/// A part of a row or column of pixels.
+struct Extent {
+    int first;
+    int length;
+};
+
+/// What of it lies in a picture of that size; at length 0 `first` is a pixel of it as well.
+Extent within(int first, int length, int pictureSize) {
+    const auto inside = [&](std::int64_t pixel) {
+        return static_cast<int>(std::clamp<std::int64_t>(pixel, 0, pictureSize));
+    };
+    const int begin = inside(first);
+    return {std::min(begin, pictureSize - 1), inside(std::int64_t{first} + length) - begin};
+}
+
+void checkPick(const GLLimits& limits, int width, int height) {
+    const int greatest = limits.maxRenderbufferSize;
+    if (width <= greatest && height <= greatest) return;
+    throw GLRenderException(GL_INVALID_VALUE,
+                            "expected a rectangle of at most " + std::to_string(greatest) + " x " +
+                                std::to_string(greatest) + " pixels to pick from, got " +
+                                std::to_string(width) + " x " + std::to_string(height),
+                            "VRenderContext::pickObjects", __FILE__, __LINE__);
+}
+
+/// Copies rows of that length to a place where they are `step` apart.
+void copyRows(const std::vector<std::uint32_t>& from, int length,
+              std::vector<std::uint32_t>::iterator to, int step) {
+    for (auto row = from.begin(); row != from.end(); row += length) {
+        std::copy_n(row, length, to);
+        // No iterator beyond the end.
+        if (from.end() - row > length) to += step;
+    }
 }
 
 } // namespace
@@ -322,26 +359,31 @@ GLRenderContext::itemsOf(const ObjectSelection& objects) {
     return items;
 }
 
-/// Visits the live objects of the layers in the order in which they are drawn, until false.
-template<class Visit>
+/// Visits the live objects of the layers in the order in which they are drawn. Ends, and is false,
+/// if `stops`, which is asked ahead of each, is true.
+template<class Stops, class Visit>
 bool GLRenderContext::visitInOrder(const Items& items, int firstLayer, int lastLayer,
-                                   const Visit& visit) const {
+                                   const Stops& stops, const Visit& visit) const {
     std::vector<Waiting> transparent;
     for (const Item& item : items) {
         if (item.layer < firstLayer || item.layer > lastLayer) continue;
         const RenderAblePtr object(item.object);
         if (!object) continue;
+        if (stops()) return false;
         if (item.isTransparent) {
             transparent.push_back({&item, distanceOf(*object, item)});
-        } else if (!visit(object, item)) {
-            return false;
+        } else {
+            visit(object, item);
         }
     }
     std::stable_sort(transparent.begin(), transparent.end(),
                      [](const Waiting& a, const Waiting& b) { return a.distance > b.distance; });
     return std::all_of(transparent.begin(), transparent.end(), [&](const Waiting& waiting) {
         const RenderAblePtr object(waiting.item->object);
-        return !object || visit(object, *waiting.item);
+        if (!object) return true;
+        if (stops()) return false;
+        visit(object, *waiting.item);
+        return true;
     });
 }
 
@@ -357,15 +399,16 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     RenderResult result = 0;
     RenderAble::SubContext sub;
     const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
-        if (isCancelled()) return false;
         if (isSeen(*object, item)) {
             result |= draw(object, item, renderTime, sub);
         } else {
             ++_culled;
         }
-        return true;
     };
-    if (!visitInOrder(*itemsOf(objects), firstLayer, lastLayer, drawNext)) result |= Interrupted;
+    const auto stops = [this] { return isCancelled(); };
+    if (!visitInOrder(*itemsOf(objects), firstLayer, lastLayer, stops, drawNext)) {
+        result |= Interrupted;
+    }
     openEye(0);
     return result;
 }
@@ -464,39 +507,65 @@ bool GLRenderContext::drawStereo(const RenderAblePtr& object, const Item& item, 
     return item.stereo->exception_safe_stereo_render(object, renderTime, *this, _views, sub);
 }
 
-/// Leads all drawing to a target for picking; what belongs to the frame stays as it is.
+/// Leads all drawing to a target for picking; what belongs to the frame, and to the object that may
+/// be drawn meanwhile, stays as it is.
 class GLRenderContext::Picking {
+    const GL::SavedState _state;
+
 public:
     template<class... Where>
     explicit Picking(GLRenderContext& context, Where... where)
         : target(context.factory().machine(), where...),
           _context(context),
+          _machine(context.factory().machine()),
           _outerTarget(std::exchange(context._pickTarget, &target)),
           _outerEye(context.CurrentEye),
-          _outerViews(context.factory().machine().numberOfViews),
+          _outerViews(_machine.numberOfViews),
+          _outerLayer(context.CurrentLayer),
+          _outerBlock(context.getUniformBuffer(MultiViewBlock)),
+          _outerProgram(std::exchange(_machine.program, nullptr)),
+          _outerAttributes(std::exchange(_machine.attributes, {})),
           _failures(context._failures),
-          _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {}
+          _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {
+        if (_outerLayer != context._viewsLayer) context.takeWorldViews();
+        // Those of the wave that asks.
+        if (context._eachEye->isAimed()) GL::SavedState::disableFlags();
+    }
     Picking(const Picking&) = delete;
     Picking& operator=(const Picking&) = delete;
     ~Picking() {
-        target.end();
         _context._pickTarget = _outerTarget;
-        _context._boundTarget = nullptr;
         _context._failures = std::move(_failures);
         if (_context.precision) _context.precision->lastFrameTime = _frameSeconds;
+        _machine.program = _outerProgram;
+        _machine.attributes = std::move(_outerAttributes);
+        if (_context.CurrentLayer != _outerLayer) giveViewsBack();
         // An object that picks goes on drawing where it was.
         if (!_context._eachEye->isAimed()) return;
-        _context.openEye(_outerEye);
-        _context.factory().machine().numberOfViews = _outerViews;
+        _context.CurrentEye = _outerEye;
+        _context.selectView(_outerEye);
+        _machine.firstView = _outerEye;
+        _machine.numberOfViews = _outerViews;
     }
 
     GL::PickTarget target;
 
 private:
+    void giveViewsBack() const {
+        _context.CurrentLayer = _outerLayer;
+        _context.setUniformBuffer(MultiViewBlock, _outerBlock);
+        _context.updateMultiView(*_context._multiView, _context.getViews(_outerLayer, 0));
+    }
+
     GLRenderContext& _context;
+    GL::Machine& _machine;
     const GL::PickTarget* const _outerTarget;
     const unsigned _outerEye;
     const unsigned _outerViews;
+    const std::uint32_t _outerLayer;
+    const UniformBufferPtr _outerBlock;
+    GL::GLProgram* const _outerProgram;
+    std::vector<const GL::GLVertexAttribute*> _outerAttributes;
     std::vector<Failure> _failures;
     // Without it no object gives out the time that it takes.
     const double _frameSeconds;
@@ -507,32 +576,43 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
                                                          int firstLayer, int lastLayer) {
     const PickListPtr list(new PickList(x, y, width, height, 0));
     if (width < 1 || height < 1 || _targets.empty() || _views.empty()) return list;
+    checkPick(factory().context().limits(), width, height);
     const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
     const PixelRectangle picture = getViewport(0);
     const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
+    const Extent columns = within(x, width, _targets.front()->width());
+    const Extent rows = within(y, height, _targets.front()->height());
     const GL::DrawState::Frame drawState(factory().machine().drawState);
-    const Picking picking(*this, x + left, y + bottom, list->AlignedWidth, list->AlignedHeight,
-                          picture[2], picture[3],
-                          needsAllViews ? static_cast<int>(_views.size()) : 1);
+    // Even if nothing of it is in the picture, objects are numbered.
+    const Picking picking(*this, columns.first + left, rows.first + bottom,
+                          std::max(columns.length, 1), std::max(rows.length, 1), picture[2],
+                          picture[3], needsAllViews ? static_cast<int>(_views.size()) : 1);
     const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
     RenderAble::SubContext sub;
     std::uint32_t number = 0;
-    visitInOrder(*itemsOf(objects), firstLayer, lastLayer,
-                 [&](const RenderAblePtr& object, const Item& item) {
-                     if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return true;
-                     double seconds = 0.0;
-                     const std::size_t failures = _failures.size();
-                     const EachEye::Aim aim(*_eachEye, *object, item.own);
-                     _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye,
-                                                               sub);
-                     putInOrder(*object, _failures.size() != failures);
-                     if (!aim.wasDrawn()) return true;
-                     picking.target.assign(++number);
-                     list->Ids[number] = object;
-                     return true;
-                 });
+    const auto pick = [&](const RenderAblePtr& object, const Item& item) {
+        if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return;
+        double seconds = 0.0;
+        const std::size_t failures = _failures.size();
+        const EachEye::Aim aim(*_eachEye, *object, item.own);
+        _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye, sub);
+        putInOrder(*object, _failures.size() != failures);
+        if (!aim.wasDrawn()) return;
+        picking.target.assign(++number);
+        list->Ids[number] = object;
+    };
+    visitInOrder(
+        *itemsOf(objects), firstLayer, lastLayer, [] { return false; }, pick);
+    std::vector<std::uint32_t> numbers(static_cast<std::size_t>(list->AlignedWidth) *
+                                       static_cast<std::size_t>(list->AlignedHeight));
+    if (columns.length > 0 && rows.length > 0) {
+        copyRows(picking.target.read(), columns.length,
+                 numbers.begin() + (std::ptrdiff_t{rows.first} - y) * list->AlignedWidth +
+                     (columns.first - x),
+                 list->AlignedWidth);
+    }
     list->Buffer = Keel::StrongPtr<Keel::TypedChunk<std::uint32_t>, Keel::ChunkBase>(
-        new Keel::Chunk<std::uint32_t>(picking.target.read()));
+        new Keel::Chunk<std::uint32_t>(std::move(numbers)));
     return list;
 }
 

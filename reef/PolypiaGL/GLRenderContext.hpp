@@ -121,7 +121,10 @@ public:
     /// frame. Objects are numbered in the order in which they are drawn, from 1; one that fails has
     /// a number, too, as what it has drawn is to be seen. The frame's failures and counts stay as
     /// they are. An object may ask for this while it is drawn, and isn't found itself then; as all
-    /// others are locked in turn, nobody else may draw or hold them at that time.
+    /// others are locked in turn, nobody else may draw or hold them at that time. Pixels beyond the
+    /// targets are 0. OpenGL's state is as it was before, but for textures and buffers that objects
+    /// have bound. Throws a GLRenderException for a rectangle wider or higher than
+    /// GLLimits::maxRenderbufferSize.
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
@@ -166,8 +169,9 @@ private:
     void selectView(unsigned eye);
     static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
     std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
-    template<class Visit>
-    bool visitInOrder(const Items& items, int firstLayer, int lastLayer, const Visit& visit) const;
+    template<class Stops, class Visit>
+    bool visitInOrder(const Items& items, int firstLayer, int lastLayer, const Stops& stops,
+                      const Visit& visit) const;
     std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object,
                                                       const Item& item) const;
     bool isOutside(const Skua::PhysicalSpace::AABB& box) const;

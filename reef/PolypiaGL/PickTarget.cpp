@@ -6,7 +6,6 @@
 #include <PolypiaGL/glMachine.hpp>
 #include <PolypiaGL/viewAttachment.hpp>
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -31,12 +30,12 @@ void main() {
 }
 )";
 
-/// The part of a row of pixels, from its own begin, that lies in the picture.
-std::pair<int, int> within(int first, int length, int pictureLength) {
-    const auto part = [&](std::int64_t pixel) {
-        return static_cast<int>(std::clamp<std::int64_t>(pixel - first, 0, length));
-    };
-    return {part(0), part(pictureLength)};
+/// Has all that is drawn written, wherever it is.
+void allowWriting() {
+    glDisable(GL_SCISSOR_TEST);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glDepthMask(GL_TRUE);
+    glStencilMask(0xFF);
 }
 
 [[noreturn]] void fail(const std::string& reason) {
@@ -88,11 +87,8 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
       _height(height),
       _pictureWidth(pictureWidth),
       _pictureHeight(pictureHeight) {
-    const int greatest = machine.context.limits().maxRenderbufferSize;
-    if (width > greatest || height > greatest) {
-        fail("expected a rectangle of at most " + std::to_string(greatest) + " x " +
-             std::to_string(greatest) + " pixels to pick from");
-    }
+    // What is pending is nobody's fault who is picked.
+    drainErrors("ahead of a pick");
     _numbers = createRenderbuffer();
     glNamedRenderbufferStorage(_numbers.number(), GL_R32UI, width, height);
     _depths = createTexture(GL_TEXTURE_2D_ARRAY);
@@ -107,9 +103,8 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
         checkComplete(_viewsFramebuffer);
     }
     _program = numberProgram();
-    _noAttributes = createVertexArray();
+    allowWriting();
     const GLuint background = 0;
-    glDisable(GL_SCISSOR_TEST);
     glClearNamedFramebufferuiv(_numbersFramebuffer.number(), GL_COLOR, 0, &background);
     glClearNamedFramebufferfi(_numbersFramebuffer.number(), GL_DEPTH_STENCIL, 0, 1.0F, 0);
 }
@@ -129,20 +124,10 @@ bool PickTarget::is(unsigned framebuffer) const {
            (_viewsFramebuffer && framebuffer == _viewsFramebuffer.number());
 }
 
-void PickTarget::end() const {
-    glDisable(GL_STENCIL_TEST);
-    glDisable(GL_SCISSOR_TEST);
-}
-
 void PickTarget::bind() const {
     glBindFramebuffer(GL_FRAMEBUFFER, _objectsFramebuffer.number());
-    // What is wider than its coordinates doesn't reach beyond the picture.
-    const auto [left, right] = within(_x, _width, _pictureWidth);
-    const auto [bottom, top] = within(_y, _height, _pictureHeight);
-    glScissor(left, bottom, right - left, top - bottom);
-    // Of a rectangle that lies far outside, the place in the picture may be no number for OpenGL.
-    if (right > left && top > bottom) glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
-    glEnable(GL_SCISSOR_TEST);
+    glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
+    allowWriting();
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);
     glEnable(GL_STENCIL_TEST);
@@ -152,8 +137,10 @@ void PickTarget::bind() const {
 
 void PickTarget::assign(std::uint32_t number) const {
     glBindFramebuffer(GL_FRAMEBUFFER, _numbersFramebuffer.number());
-    glDisable(GL_DEPTH_TEST);
     glViewport(0, 0, _width, _height);
+    allowWriting();
+    glDisable(GL_DEPTH_TEST);
+    glEnable(GL_STENCIL_TEST);
     glStencilFunc(GL_EQUAL, mark, 0xFF);
     glStencilOp(GL_KEEP, GL_KEEP, GL_ZERO);
     const DrawState::Scope scope(_machine.drawState);
@@ -161,7 +148,9 @@ void PickTarget::assign(std::uint32_t number) const {
     _machine.drawState.setSwitches({});
     glProgramUniform1ui(_program.number(), glGetUniformLocation(_program.number(), "Number"),
                         number);
-    _machine.drawState.bindVertexArray(_noAttributes.number());
+    // That of the machine, as one that ends with this would leave its number there.
+    _machine.drawState.bindVertexArray();
+    _machine.drawState.limitVertices(0);
     glDrawArrays(GL_TRIANGLES, 0, 3);
     _machine.check("PickTarget::assign");
     bind();

@@ -4,6 +4,7 @@
 
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/ObjectId.hpp>
+#include <PolypiaGL/export.hpp>
 
 #include <cstdint>
 #include <vector>
@@ -17,10 +18,10 @@ class Machine;
 /// after depth test and discard, gets the number of the object. For that each object marks its
 /// pixels in the stencil buffer, and a triangle over everything writes the number where there is a
 /// mark. With the context current, like all that is here.
-class PickTarget {
+class POLYPIAGL_EXPORT PickTarget {
 public:
     /// `x` and `y` are where the rectangle lies in a picture of pictureWidth by pictureHeight
-    /// pixels; it may reach beyond the picture. With several views programs draw all of them by
+    /// pixels, all of it within that. With several views programs draw all of them by
     /// GL_OVR_multiview2, of which the first one counts. Throws a GLRenderException if the driver
     /// refuses.
     PickTarget(Machine& machine, int x, int y, int width, int height, int pictureWidth,
@@ -37,8 +38,6 @@ public:
     bool hasSeveralViews() const { return bool(_viewsFramebuffer); }
     /// Whether that is OpenGL's name of a framebuffer of this.
     bool is(unsigned framebuffer) const;
-    /// Has the driver test neither stencil nor scissor any more.
-    void end() const;
     /// What was drawn since the last call is of the object with that number, if it is in front.
     void assign(std::uint32_t number) const;
     /// The numbers, row by row from the bottom.
@@ -58,7 +57,6 @@ private:
     FramebufferId _viewsFramebuffer;   // the same of all views; empty if there is one
     FramebufferId _numbersFramebuffer;
     ProgramId _program;
-    VertexArrayId _noAttributes;
 };
 
 } // namespace Mirk::GL

@@ -6,6 +6,8 @@
 #include <Polypia/VRenderObject.hpp>
 #include <Polypia/VSceneObjects.hpp>
 
+#include <PolypiaGL/glMachine.hpp>
+
 #include <sorrel/VActionNotifier.hpp>
 #include <sorrel/Vprintf.hpp>
 
@@ -713,6 +715,54 @@ TEST_F(GLRenderContextTest, InterruptionEndsTheFrameBehindTheObjectUnderWay) {
     EXPECT_FALSE(draw() & GLRenderContext::Interrupted);
 }
 
+TEST_F(GLRenderContextTest, InterruptionEndsTheGatheringOfWhatIsTransparent) {
+    class MovableGlass : public Movable, public RenderAble::TransparencyHandler {
+    public:
+        MovableGlass(const std::string& objectName, const BoxFunction& function)
+            : VObject(objectName, 0, {}), Movable(objectName, function) {}
+    };
+    int asked = 0;
+    for (int i = 0; i < 10; ++i) {
+        add<MovableGlass>("glass" + std::to_string(i), {}, [&](const BoxPtr& box) {
+            // Requests for volumes ahead of the traversal come here, too.
+            if (asked >= 0 && ++asked == 3) interruptor->stops = true;
+            return box;
+        });
+    }
+    double seconds = 0;
+    EXPECT_EQ(context->renderObjects(objects, seconds, INT_MIN, INT_MAX),
+              GLRenderContext::Interrupted);
+    EXPECT_EQ(asked, 3);
+}
+
+TEST_F(GLRenderContextTest, FirstViewIsCurrentAgainAfterAllWereDrawn) {
+    class Asking : public Whole {
+    public:
+        Asking(const std::string& objectName, std::function<void()> then)
+            : VObject(objectName, 0, {}), Whole(objectName), _then(std::move(then)) {}
+        bool multiview_render(VRenderContext& theContext,
+                              const LayeredMultiViews::ViewReferences& views,
+                              SubContext& sub) override {
+            const bool result = Whole::multiview_render(theContext, views, sub);
+            _then();
+            return result;
+        }
+
+    private:
+        const std::function<void()> _then;
+    };
+    setTwoEyes();
+    unsigned view = 7;
+    GLint target = 0;
+    add<Asking>("asking", {}, std::function<void()>([&] {
+                    view = context->factory().machine().currentView;
+                    glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &target);
+                }));
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(view, 0u);
+    EXPECT_EQ(target, static_cast<GLint>(left->number()));
+}
+
 TEST_F(GLRenderContextTest, CancelledFrameDrawsNothing) {
     const auto quad = add("quad", {});
     interruptor->stops = true;
@@ -756,7 +806,160 @@ protected:
         return names;
     }
     std::string pickOne(int x, int y) { return pick(x, y, 1, 1).at(0); }
+    /// What a pick has to leave as it was.
+    static std::map<std::string, int> allState() {
+        auto state = currentState();
+        const auto ask = [&](const std::string& name, GLenum key) {
+            std::array<GLint, 4> values{};
+            glGetIntegerv(key, values.data());
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                state[name + ' ' + std::to_string(i)] = values[i];
+            }
+        };
+        ask("viewport", GL_VIEWPORT);
+        ask("scissor", GL_SCISSOR_BOX);
+        ask("depth function", GL_DEPTH_FUNC);
+        ask("depth mask", GL_DEPTH_WRITEMASK);
+        ask("colour mask", GL_COLOR_WRITEMASK);
+        ask("stencil function", GL_STENCIL_FUNC);
+        ask("stencil reference", GL_STENCIL_REF);
+        ask("stencil mask", GL_STENCIL_VALUE_MASK);
+        ask("stencil failed", GL_STENCIL_FAIL);
+        ask("stencil passed", GL_STENCIL_PASS_DEPTH_PASS);
+        ask("back stencil function", GL_STENCIL_BACK_FUNC);
+        ask("back stencil writes", GL_STENCIL_BACK_WRITEMASK);
+        ask("scissor test", GL_SCISSOR_TEST);
+        ask("stencil test", GL_STENCIL_TEST);
+        ask("depth clamp", GL_DEPTH_CLAMP);
+        return state;
+    }
 };
+
+TEST_F(PickingTest, LeavesOpenGLAsItIsBetweenFrames) {
+    add("quad", {-8, -8, 8, 8, 5});
+    const auto thrower = add("thrower", {});
+    thrower->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    testing::internal::CaptureStdout();
+    draw();
+    glBindFramebuffer(GL_FRAMEBUFFER, right->number());
+    glViewport(1, 2, 3, 4);
+    glScissor(5, 6, 7, 8);
+    glDepthFunc(GL_GREATER);
+    glDepthMask(GL_FALSE);
+    glColorMask(GL_FALSE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glStencilFuncSeparate(GL_FRONT, GL_LESS, 3, 0x0F);
+    glStencilFuncSeparate(GL_BACK, GL_GREATER, 4, 0xF0);
+    glStencilOp(GL_INCR, GL_DECR, GL_INVERT);
+    glStencilMask(0x3C);
+    glEnable(GL_SCISSOR_TEST);
+    glDisable(GL_DEPTH_TEST);
+    const auto before = allState();
+    EXPECT_EQ(pickOne(32, 32), "quad");
+    EXPECT_EQ(allState(), before);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST_F(PickingTest, DrawsWithoutTheFlagsAttributesAndProgramOfTheWaveThatAsks) {
+    const auto picked = add("picked", {-20, -20, 20, 20, 0});
+    const auto asking = add("asking", {-8, -8, 8, 8, 10});
+    draw();
+    const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    polyp->insert(context->createProgram(passVertex, colorFragment, "test.vert", "test.frag", 1U,
+                                         1U, {}, {}));
+    polyp->insert(context->createCoordinates(
+        chunk(std::vector<FloatPoint>{{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}}), "Coordinates"));
+    polyp->insert(context->factory().createFlag("GL_DEPTH_CLAMP", true));
+    polyp->insert(context->factory().createFlag("GL_DEPTH_TEST", false));
+    polyp->insert(context->factory().createFlag("GL_CULL_FACE", true));
+    const GL::Machine& machine = context->factory().machine();
+    const VSceneObjects all = objects;
+    bool wasAsked = false;
+    polyp->insertTentacle(Polyp::PainterKey - 1, probe([&](const Polyp&) {
+                              const auto before = allState();
+                              const auto* const program = machine.program;
+                              const auto attributes = machine.attributes;
+                              EXPECT_EQ(attributes.size(), 1u);
+                              picked->action = [&] {
+                                  wasAsked = true;
+                                  EXPECT_FALSE(glIsEnabled(GL_DEPTH_CLAMP));
+                                  EXPECT_FALSE(glIsEnabled(GL_CULL_FACE));
+                                  EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
+                                  EXPECT_EQ(machine.program, nullptr);
+                                  EXPECT_TRUE(machine.attributes.empty());
+                                  return true;
+                              };
+                              const auto list = context->pickObjects(all, size / 2, size / 2, 1, 1,
+                                                                     INT_MIN, INT_MAX);
+                              picked->action = {};
+                              EXPECT_EQ(list->Ids.size(), 1u);
+                              EXPECT_EQ(list->Buffer->elements()[0], 1u);
+                              // The program goes back when the next draw selects its own.
+                              auto after = allState();
+                              for (const auto& name : {"program", "vertex array"}) {
+                                  after[name] = before.at(name);
+                              }
+                              EXPECT_EQ(after, before);
+                              EXPECT_EQ(machine.program, program);
+                              EXPECT_EQ(machine.attributes, attributes);
+                              return true;
+                          }));
+    asking->action = [&] {
+        polyp->wave(~0U);
+        return true;
+    };
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_TRUE(wasAsked);
+    polyp->clear();
+}
+
+TEST_F(PickingTest, SeesTheWorldForAnOverlayThatAsks) {
+    const auto quad = add("quad", {-8, -8, 8, 8, 0});
+    const auto overlay = add("overlay", {});
+    const VSceneObjects all = objects;
+    std::uint32_t found = 0;
+    overlay->action = [&] {
+        context->elevateView();
+        context->CurrentView(0, 0).resetModelView();
+        const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
+        context->updateMultiView(*block, context->getViews(context->CurrentLayer, 0));
+        found = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX)
+                    ->Buffer->elements()[0];
+        EXPECT_EQ(context->CurrentLayer, 3u);
+        context->CurrentLayer = 2;
+        return false;
+    };
+    draw();
+    EXPECT_EQ(found, 1u);
+}
+
+TEST_F(PickingTest, ErrorOfOpenGLThatAnObjectLeavesIsNotThatOfThePick) {
+    add("careless", {-8, -8, 8, 8, 5})->action = [] {
+        glEnable(GL_NONE);
+        return false;
+    };
+    add("quad", {-8, -8, 8, 8, 5});
+    testing::internal::CaptureStdout();
+    const std::string found = pickOne(32, 32);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "GL: [careless] has left an error of OpenGL: GL_INVALID_ENUM\n");
+    EXPECT_EQ(found, "quad");
+}
+
+TEST_F(PickingTest, PicksFromPicturesOfTheGreatestWidth) {
+    const int greatest = gl->limits().maxRenderbufferSize;
+    const GLFramebuffer wide(*gl, std::min(greatest, gl->limits().maxViewportSize[0]), 1, 1);
+    context->setTargets({&wide});
+    context->setEyes({eyeFromAbove()});
+    add("quad", {-40, -8, 40, 8, 0}); // a pixel is 64 units
+    EXPECT_EQ(pick(0, 0, wide.width(), 1).at(static_cast<std::size_t>(wide.width()) / 2), "quad");
+    try {
+        pick(0, 0, greatest + 1, 1);
+        ADD_FAILURE() << "no exception";
+    } catch (const GLRenderException& exception) {
+        EXPECT_THAT(exception.str(), testing::HasSubstr("got " + std::to_string(greatest + 1)));
+    }
+    context->setTargets({left.get()});
+}
 
 TEST_F(PickingTest, FindsWhatIsInFront) {
     add("near", {-8, -8, 8, 8, 5});
@@ -867,6 +1070,8 @@ TEST_F(PickingTest, TellsThePixelsOfAPartOfAPicture) {
     const auto number = [&](int x, int y) {
         return context->pickObjects(objects, x, y, 1, 1, INT_MIN, INT_MAX)->Buffer->elements()[0];
     };
+    EXPECT_EQ(number(-1, 0), 0u) << "in the picture, but not in this part of it";
+    EXPECT_EQ(number(0, -1), 0u);
     EXPECT_EQ(number(0, 0), 1u);
     EXPECT_EQ(number(15, 15), 1u);
     EXPECT_EQ(number(16, 15), 0u);
@@ -888,6 +1093,8 @@ TEST_F(PickingTest, OutsideOfThePictureIsNothing) {
     add("all", {-32, -32, 32, 32, 0});
     EXPECT_THAT(pick(-1, 5, 2, 1), ElementsAre("", "all"));
     EXPECT_THAT(pick(63, 5, 2, 1), ElementsAre("all", ""));
+    EXPECT_THAT(pick(-1, -1, 2, 2), ElementsAre("", "", "", "all"));
+    EXPECT_THAT(pick(63, 63, 2, 2), ElementsAre("all", "", "", ""));
     EXPECT_EQ(pickOne(1000, 1000), "");
 }
 
