@@ -53,7 +53,8 @@ TEST_F(PickTargetTest, LeavesNoNumberOfAnObjectThatHasEnded) {
         drawAll();
         target.assign(1);
     }
-    // Drivers give the number of one that is gone to the next.
+    // Of one that has ended the driver would be back at none, and give its number to the next.
+    EXPECT_NE(currentState().at("vertex array"), 0);
     const GL::VertexArrayId array = GL::createVertexArray();
     machine().drawState.bindVertexArray(array.number());
     EXPECT_EQ(currentState().at("vertex array"), static_cast<int>(array.number()));
