@@ -363,7 +363,9 @@ RenderBasin::ProgramPtr DisplayObject::programFor(VRenderContext& context,
     } catch (const RenderException&) {
         if (!isOfThese) throw;
         // Not to be tried again until a file changes again.
-        present->ProgramFileTimes = composer.lastFileTimes;
+        for (const auto& [file, time] : composer.lastFileTimes) {
+            present->ProgramFileTimes[file] = time;
+        }
         compiled.isFaulty = true;
         compiled.failure = std::current_exception();
         return present;

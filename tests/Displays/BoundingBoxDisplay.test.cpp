@@ -16,9 +16,9 @@ namespace {
 class BoundingBoxDisplayTest : public DisplayTest {
 protected:
     void setBox(const point& min, const point& max) {
-        object->box().set({}, Mirk::SharedBoundingBox(
-                                  Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
-                                      new Skua::BoundingBox(min, max))));
+        object->box().set(
+            {}, Mirk::SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
+                    new Skua::BoundingBox(min, max))));
     }
     const DisplayPtr<BoundingBoxDisplay> object{new BoundingBoxDisplay("box")};
 };

@@ -20,7 +20,12 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <numbers>
 #include <random>
@@ -705,6 +710,134 @@ TEST_F(DisplayPictures, BoxShowsItsEdges) {
     EXPECT_FALSE(image.isDrawn(32, 32));
     EXPECT_TRUE(image.isDrawn(16, 32) || image.isDrawn(15, 32));
     EXPECT_TRUE(image.isDrawn(24, 32) || image.isDrawn(23, 32));
+}
+
+// --- Shaders that are edited
+
+class EditedShaders : public DisplayPictures {
+protected:
+    void SetUp() override {
+        DisplayPictures::SetUp();
+        if (!glContext) return;
+        std::string pattern = std::filesystem::temp_directory_path() / "shadersXXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+        context->ShaderFileOverrides = true;
+        object = add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+        object->setShaderFolder(folder);
+    }
+    void TearDown() override {
+        object = {};
+        DisplayPictures::TearDown();
+        std::filesystem::remove_all(folder);
+    }
+
+    std::string nameOf(const std::string& suffix) const {
+        return folder + "/" + object->shaderStem() + suffix;
+    }
+    /// With a time that differs from those of all files before.
+    void save(const std::string& suffix, const std::string& text) {
+        std::ofstream(nameOf(suffix)) << text;
+        _age += std::chrono::seconds(2);
+        std::filesystem::last_write_time(nameOf(suffix),
+                                         std::filesystem::file_time_type::clock::now() + _age);
+    }
+    std::string contentOf(const std::string& suffix) const {
+        std::ifstream file(nameOf(suffix));
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    /// What the fragment stage makes of the triangle.
+    static std::string painting(const std::string& color) {
+        return "out vec4 color;\nvoid main() { color = " + color + "; }\n";
+    }
+    struct Frame {
+        Pixel middle;
+        std::string printed;
+    };
+    Frame frame() {
+        testing::internal::CaptureStdout();
+        context->setTargets({&picture()});
+        picture().clear({1.0F, 0.0F, 1.0F, 1.0F});
+        context->setEyes({eyeAt({0, 0, 2}, 1, 10)});
+        VRequest request(context->pool);
+        request.process(*object, 1.0);
+        ObjectSelection selection;
+        selection.insert(0, Keel::WeakPtr<VObject, VManagedObjectBase>(object));
+        double seconds = 0.0;
+        result = context->renderObjects(selection, seconds, 0, 0);
+        return {imageOf(picture()).at(32, 32), testing::internal::GetCapturedStdout()};
+    }
+    std::string report() const { return object->renderStatusSlot().value(context->pool).text; }
+
+    std::string folder;
+    Keel::StrongPtr<TriangleSurface, VManagedObjectBase> object;
+
+private:
+    const GLFramebuffer& picture() {
+        if (targets.empty()) {
+            targets.push_back(std::make_unique<GLFramebuffer>(*glContext, size, size, 1));
+        }
+        return *targets.front();
+    }
+
+    std::chrono::seconds _age{0};
+};
+
+TEST_F(EditedShaders, SavedFileIsInTheNextFrame) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_EQ(result, VRenderContext::RenderResult{GLRenderContext::Drew});
+}
+
+TEST_F(EditedShaders, EmptyFileIsFilledWithTheTextInUse) {
+    save(".frag", "");
+    const Pixel middle = frame().middle;
+    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("towardsLight"));
+    EXPECT_EQ(frame().middle, middle);
+    EXPECT_FALSE(std::filesystem::exists(nameOf(".vert")));
+}
+
+TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    save(".frag", painting("vec4(oops)"));
+    const Frame faulty = frame();
+    EXPECT_EQ(faulty.middle, (Pixel{0, 255, 0}));
+    EXPECT_THAT(faulty.printed, testing::HasSubstr("oops"));
+    EXPECT_THAT(report(), testing::HasSubstr("oops"));
+    EXPECT_EQ(context->failures().size(), 1U);
+    for (int i = 0; i < 3; ++i) {
+        const Frame next = frame();
+        EXPECT_EQ(next.middle, (Pixel{0, 255, 0}));
+        EXPECT_EQ(next.printed, "");
+        EXPECT_TRUE(context->failures().empty());
+        EXPECT_THAT(report(), testing::HasSubstr("oops"));
+    }
+    save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_EQ(report(), "");
+}
+
+TEST_F(EditedShaders, OneFaultAfterTheOtherIsReported) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".frag", painting("vec4(oops)"));
+    frame();
+    save(".frag", painting("vec4(alas)"));
+    EXPECT_THAT(frame().printed, testing::HasSubstr("alas"));
+    EXPECT_THAT(report(), testing::HasSubstr("alas"));
+    EXPECT_EQ(frame().printed, "");
+}
+
+TEST_F(EditedShaders, WithoutTheSwitchNoFileIsLookedAt) {
+    context->ShaderFileOverrides = false;
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    save(".vert", "");
+    EXPECT_NE(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(contentOf(".vert"), "");
 }
 
 } // namespace
