@@ -157,6 +157,7 @@ private:
 GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
     : _width(width), _height(height), _samples(usableSamples(context.limits(), samples)) {
     checkSize(context.limits(), width, height);
+    GL::drainErrors("ahead of it"); // which say nothing about this
     _color = renderbuffer(colorFormat, width, height, _samples);
     _depth = renderbuffer(depthFormat, width, height, _samples);
     _framebuffer = framebuffer(_color.number(), _depth.number());
@@ -276,6 +277,7 @@ GLLayeredFramebuffer::GLLayeredFramebuffer(GLContext& context, int width, int he
       _samples(usableSamples(context.limits(), samples)),
       _pass(pass) {
     checkSize(context.limits(), width, height);
+    GL::drainErrors("ahead of it"); // which say nothing about this
     _color = layers(colorFormat, width, height, _samples, views);
     _depth = layers(depthFormat, width, height, _samples, views);
     if (_samples > 1)

@@ -395,6 +395,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     _objectSeconds.clear();
     _boundTarget = nullptr;
     if (_targets.empty() || _views.empty()) return 0;
+    factory().machine().report("ahead of the frame");
     const GL::DrawState::Frame drawState(factory().machine().drawState);
     RenderResult result = 0;
     RenderAble::SubContext sub;

@@ -40,10 +40,11 @@ void Machine::report(const char* call) const noexcept {
 
 void Machine::discardErrors(const std::string& object) const noexcept {
     if (!checksErrors) return;
-    for (const Error& error : drainErrors("")) {
-        Keel::VerboseStream("GL").print("[%s] has left an error of OpenGL: %s", object.c_str(),
-                                        errorName(error.code).c_str());
-    }
+    const std::vector<Error> errors = drainErrors("");
+    if (errors.empty()) return;
+    // The others follow from it, and a lost context has no end of them.
+    Keel::VerboseStream("GL").print("[%s] has left an error of OpenGL: %s", object.c_str(),
+                                    errorName(errors.front().code).c_str());
 }
 
 } // namespace Mirk::GL

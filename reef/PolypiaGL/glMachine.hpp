@@ -61,7 +61,7 @@ public:
     void report(const char* call) const noexcept;
 
     /// If checks are on, drops the errors that an object has left, so that nobody else fails for
-    /// them, and prints them with its name.
+    /// them, and prints the first one with its name.
     void discardErrors(const std::string& object) const noexcept;
 
     static constexpr Matrix identity() { return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; }

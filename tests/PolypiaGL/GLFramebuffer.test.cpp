@@ -80,6 +80,14 @@ TEST_F(GLFramebufferTest, AScissorCutsNeitherClearingNorReading) {
     }
 }
 
+TEST_F(GLFramebufferTest, AnErrorFromElsewhereIsNoReasonToRefuse) {
+    glEnable(GL_NONE);
+    EXPECT_EQ(refusal(4, 4), "no exception");
+    glEnable(GL_NONE);
+    if (!GLLayeredFramebuffer::isPossible(*context, GL::Pass::Layers, 2)) return;
+    EXPECT_NO_THROW(GLLayeredFramebuffer(*context, 4, 4, 1, 2, GL::Pass::Layers));
+}
+
 TEST_F(GLFramebufferTest, OnePixelIsAPicture) {
     const GLFramebuffer frame(*context, 1, 1, 1);
     frame.clear({0.2F, 0.4F, 0.6F, 0.8F});

@@ -597,6 +597,7 @@ TEST_F(GLRenderContextTest, ProgramsOfOpenGLThatAnObjectHasLeftAreNotThoseOfTheN
 TEST_F(GLRenderContextTest, ErrorOfOpenGLThatAnObjectHasLeftIsPrintedWithItsNameAlone) {
     add("careless", {-8, -8, 8, 8, 5})->action = [] {
         glEnable(GL_NONE);
+        glDisable(GL_NONE);
         return false;
     };
     add("next", {-8, -8, 8, 8, 5});
@@ -606,6 +607,14 @@ TEST_F(GLRenderContextTest, ErrorOfOpenGLThatAnObjectHasLeftIsPrintedWithItsName
               "GL: [careless] has left an error of OpenGL: GL_INVALID_ENUM\n");
     EXPECT_THAT(context->failures(), IsEmpty());
     EXPECT_EQ(at(*left, 0, 0), white);
+}
+
+TEST_F(GLRenderContextTest, ErrorOfOpenGLFromAheadOfTheFrameFailsNoObject) {
+    add("quad", {});
+    glEnable(GL_NONE);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::StartsWith("GL: "));
 }
 
 TEST_F(GLRenderContextTest, ViewsOfAnOverlayThatFailsEndWithIt) {
