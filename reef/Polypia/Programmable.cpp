@@ -35,8 +35,14 @@ std::string cleaned(const std::string& name) {
     return clean;
 }
 
+/// By searches, which take many bytes at once.
 std::size_t numberOfLines(std::string_view text) {
-    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    std::size_t number = 0;
+    for (std::size_t end = text.find('\n'); end != std::string_view::npos;
+         end = text.find('\n', end + 1)) {
+        ++number;
+    }
+    return number;
 }
 
 std::string titleOf(const std::string& suffix) {
@@ -409,7 +415,8 @@ Programmable::ProgramPtr Programmable::compilePlain(RenderBasin& basin, const St
     const RenderBasin::OriginScope scope(basin, {vertex.origin, fragment.origin});
     const ProgramPtr program = basin.createProgram(vertex.text, fragment.text, vertex.name,
                                                    fragment.name, 0U, 0U, parameters, previous);
-    return finished(program, {{"vert", vertex.text}, {"frag", fragment.text}, {"geom", ""}});
+    const std::string none;
+    return finished(program, {{"vert", &vertex.text}, {"frag", &fragment.text}, {"geom", &none}});
 }
 
 Programmable::ProgramPtr Programmable::compileGeometry(VRenderContext& context, Stage& vertex,
@@ -429,12 +436,12 @@ Programmable::ProgramPtr Programmable::compileGeometry(VRenderContext& context, 
         RenderBasin::ShaderProgram{vertex.text, vertex.name}, GeometryInput,
         RenderBasin::ShaderProgram{geometry.text, geometry.name}, GeometryOutput,
         RenderBasin::ShaderProgram{fragment.text, fragment.name}, parameters, previous);
-    return finished(program, {{"vert", vertex.text},
-                              {"geom", geometry.text},
-                              {"frag", fragment.text},
-                              {"vert.glsl", vertex.text},
-                              {"geom.glsl", geometry.text},
-                              {"frag.glsl", fragment.text}});
+    return finished(program, {{"vert", &vertex.text},
+                              {"geom", &geometry.text},
+                              {"frag", &fragment.text},
+                              {"vert.glsl", &vertex.text},
+                              {"geom.glsl", &geometry.text},
+                              {"frag.glsl", &fragment.text}});
 }
 
 void Programmable::rememberTimes(std::initializer_list<const Stage*> stages) const {
@@ -443,14 +450,13 @@ void Programmable::rememberTimes(std::initializer_list<const Stage*> stages) con
     }
 }
 
-Programmable::ProgramPtr
-Programmable::finished(const ProgramPtr& program,
-                       const std::map<std::string, std::string>& sources) const {
+Programmable::ProgramPtr Programmable::finished(const ProgramPtr& program,
+                                                const Sources& sources) const {
     if (!program) {
         tell("did not yield a program!");
         return {};
     }
-    for (const auto& [key, text] : sources) program->ProgramSources[key] = text;
+    for (const auto& [key, text] : sources) program->ProgramSources[key] = *text;
     for (const auto& [file, time] : lastFileTimes) program->ProgramFileTimes[file] = time;
     return program;
 }

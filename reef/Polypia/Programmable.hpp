@@ -223,8 +223,9 @@ private:
                                Stage& fragment, const LinkParameters& parameters,
                                const ProgramPtr& previous) const;
     void rememberTimes(std::initializer_list<const Stage*> stages) const;
-    ProgramPtr finished(const ProgramPtr& program,
-                        const std::map<std::string, std::string>& sources) const;
+    /// Texts, which may be long, by key.
+    using Sources = std::initializer_list<std::pair<const char*, const std::string*>>;
+    ProgramPtr finished(const ProgramPtr& program, const Sources& sources) const;
     void tell(const char* what) const;
 };
 
