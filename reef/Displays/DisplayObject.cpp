@@ -5,6 +5,7 @@
 #include <Polypia/RenderTentacles.hpp>
 #include <Polypia/Seagrass.hpp>
 #include <fennel/VCamera.hpp>
+#include <keel/File.hpp>
 #include <sorrel/VRequest.hpp>
 
 #include <algorithm>
@@ -77,6 +78,7 @@ struct DisplayObject::Compiled {
         unsigned outputViews = 0;
         Keel::Ageable::Age transform{};
         const Content* content = nullptr;
+        bool takesFiles = false;
 
         bool operator==(const Key&) const = default;
     };
@@ -84,9 +86,9 @@ struct DisplayObject::Compiled {
     Keel::WeakPtr<Seagrass> seagrass;
     Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> program;
     Key key;
-    ContentPtr content;         ///< of the key
-    bool isFaulty = false;      ///< the program is older than the files
-    std::exception_ptr failure; ///< to be reported once
+    std::weak_ptr<const Content> content; ///< of the key, whose pointer may be used again
+    bool isFaulty = false;                ///< the program is older than the files
+    std::exception_ptr failure;           ///< to be reported once
     bool needsLevels = false;
 };
 
@@ -105,13 +107,14 @@ public:
         _isAdmitted = false;
         _present = _wanted;
         const RenderBasin::ProgramPtr program(_wanted.program);
+        const ContentPtr content = _wanted.content.lock();
         polyp.insert(program);
         const Drawing drawing =
-            _display.fill(polyp, context, *program, *_wanted.content, _piece, _wanted.form);
+            _display.fill(polyp, context, *program, *content, _piece, _wanted.form);
         if (!drawing.painter || !bindViews(polyp, *program, context)) return false;
         if ((_wanted.form & isClipped) != 0) {
             _display._clippingPlanes.initializeRelativePolyp(polyp, context,
-                                                             _wanted.content->origin - point());
+                                                             content->origin - point());
         }
         if (!_display.initializePolypTransformation(polyp, context)) return false;
         const Keel::StrongPtr<RenderBasin::RangedPainter, Polyp::Tentacle> ranged(drawing.painter);
@@ -121,7 +124,7 @@ public:
         return true;
     }
     bool isValidPolyp(const Polyp& polyp, VRenderContext& context, const PolypCreatorBase&) const {
-        return context.isValid(polyp) && _present.content == _wanted.content &&
+        return context.isValid(polyp) && _present.content.lock() == _wanted.content.lock() &&
                _present.form == _wanted.form && _present.program == _wanted.program;
     }
 
@@ -146,7 +149,7 @@ public:
 
 private:
     struct Filling {
-        ContentPtr content;
+        std::weak_ptr<const Content> content; // the caller of acquire() holds it
         Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> program;
         Form form = 0;
     };
@@ -348,10 +351,14 @@ DisplayObject::Compiled& DisplayObject::compiledFor(const Seagrass& seagrass) co
 RenderBasin::ProgramPtr DisplayObject::programFor(VRenderContext& context,
                                                   const ContentPtr& content, Form form,
                                                   Compiled& compiled) const {
-    const Compiled::Key key{form, context.EyeViews.size(), context.OutputViews,
-                            transformSlot()->age(context.pool), content.get()};
+    const Compiled::Key key{form,
+                            context.EyeViews.size(),
+                            context.OutputViews,
+                            transformSlot()->age(context.pool),
+                            content.get(),
+                            context.ShaderFileOverrides};
     RenderBasin::ProgramPtr present(compiled.program);
-    const bool isOfThese = present && compiled.key == key;
+    const bool isOfThese = present && compiled.key == key && compiled.content.lock() == content;
     const bool isUpToDate =
         isOfThese && !(context.ShaderFileOverrides && present->SourceHasChanged());
     if (isUpToDate) return present;
@@ -362,7 +369,10 @@ RenderBasin::ProgramPtr DisplayObject::programFor(VRenderContext& context,
         compiled.isFaulty = false;
     } catch (const RenderException&) {
         if (!isOfThese) throw;
-        // Not to be tried again until a file changes again.
+        // Not to be tried again until a file changes again, also one that only this program has.
+        for (auto& [file, time] : present->ProgramFileTimes) {
+            time = std::max(time, Keel::FileInfo(file).modified);
+        }
         for (const auto& [file, time] : composer.lastFileTimes) {
             present->ProgramFileTimes[file] = time;
         }

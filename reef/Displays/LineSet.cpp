@@ -23,10 +23,17 @@ namespace {
 constexpr std::uint32_t restart = 0xFFFFFFFFU;
 constexpr int levelAttribute = 8;
 
+/// Points ahead of the first line and behind the last one belong to none.
+std::span<const Point> pointsOfLines(const Polylines& lines) {
+    const auto starts = elementsOf(lines.starts);
+    if (starts.size() < 2) return {};
+    return elementsOf(lines.points).subspan(starts.front(), starts.back() - starts.front());
+}
+
 class LineContent : public DisplayObject::Content {
 public:
     explicit LineContent(const Polylines& lines)
-        : Content(finiteBounds(lines.points), piecesOf(elementsOf(lines.points).size())),
+        : Content(finiteBounds(pointsOfLines(lines)), piecesOf(elementsOf(lines.points).size())),
           data(lines) {}
 
     /// Two pieces of a line that is cut share a point.
@@ -165,7 +172,7 @@ DisplayObject::ContentPtr LineSet::read(const ValuePoolPtr& pool, const ContentP
         requireSameLength("levels", elementsOf(data.levels).size(), "lines", starts.size() - 1);
     }
     auto lines = std::make_shared<const LineContent>(data);
-    requireBounds(lines->bounds, starts.size() < 2 ? 0 : number);
+    requireBounds(lines->bounds, pointsOfLines(data).size());
     return lines;
 }
 

@@ -21,7 +21,7 @@ class CloudContent : public DisplayObject::Content {
 public:
     /// `points` are those of the source that can be drawn.
     CloudContent(const PointSet& sourceData, const PointSet& points)
-        : Content(finiteBounds(points.points),
+        : Content(finiteBounds(elementsOf(points.points)),
                   numberOfParts(elementsOf(points.points).size(), DisplayObject::pieceVertices)),
           source(sourceData),
           data(points) {}

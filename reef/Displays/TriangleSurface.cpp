@@ -18,14 +18,23 @@ namespace Mirk {
 
 namespace {
 
-constexpr std::uint32_t smoothForm = 1, edgesForm = 2;
+constexpr std::uint32_t hasEdges = 1;
+
+/// Of what is drawn: points that no triangle has may be anywhere.
+Skua::BoundingBox boundsOfTriangles(const TriangleMesh& mesh) {
+    const auto points = elementsOf(mesh.points);
+    Skua::BoundingBox box;
+    for (const std::uint32_t point : elementsOf(mesh.triangles)) box.add(points[point]);
+    box.updateBall();
+    return box;
+}
 
 class SurfaceContent : public DisplayObject::Content {
 public:
     /// `mesh` is what of the source can be drawn; without pieces it is drawn as a whole.
     SurfaceContent(const TriangleMesh& sourceData, bool smooth, const TriangleMesh& mesh,
                    std::vector<SurfacePiece>&& cut)
-        : Content(finiteBounds(mesh.points), std::max<std::size_t>(cut.size(), 1)),
+        : Content(boundsOfTriangles(mesh), std::max<std::size_t>(cut.size(), 1)),
           source(sourceData),
           isSmooth(smooth),
           data(mesh),
@@ -124,14 +133,15 @@ TriangleSurface::TriangleSurface(const std::string& displayName, const TriangleM
 TriangleSurface::~TriangleSurface() = default;
 
 DisplayObject::Form TriangleSurface::form(const ValuePoolPtr& pool) const {
-    return (_smooth.value(pool) ? smoothForm : 0) | (_edges.value(pool) ? edgesForm : 0);
+    return _edges.value(pool) ? hasEdges : 0;
 }
 
 DisplayObject::Stages TriangleSurface::stages(Form form, const Content& content) const {
+    const auto& surface = static_cast<const SurfaceContent&>(content);
     Stages stages{glsl::surface_vert, glsl::surface_frag};
-    stages.defines = colorDefine(static_cast<const SurfaceContent&>(content).data);
-    if ((form & smoothForm) != 0) stages.defines += "#define SMOOTH\n";
-    if ((form & edgesForm) == 0) return stages;
+    stages.defines = colorDefine(surface.data);
+    if (surface.isSmooth) stages.defines += "#define SMOOTH\n";
+    if ((form & hasEdges) == 0) return stages;
     stages.geometry = glsl::surface_geom;
     stages.input = TrianglesInput;
     stages.output = TriangleStripOutput;
@@ -177,7 +187,7 @@ DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& conte
     const TriangleMesh& data = surface.data;
     polyp.insert(
         context.createCoordinates(shortLived(surface.relativePoints(piece)), "Coordinates"));
-    if ((form & smoothForm) != 0) {
+    if (surface.isSmooth) {
         polyp.insert(
             context.createAttribute(surface.chunkOf(data.normals, piece), Normals, "Normals"));
     }
@@ -187,7 +197,7 @@ DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& conte
     } else {
         insertColor(polyp, context, _color);
     }
-    if ((form & edgesForm) != 0) {
+    if ((form & hasEdges) != 0) {
         insertViewportPixels(polyp, context);
         insertColor(polyp, context, _edgeColor, "EdgeColor");
         insertSize(polyp, context, "EdgeWidth", _edgeWidth);

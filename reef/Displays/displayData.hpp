@@ -38,9 +38,9 @@ inline bool isFinite(const Point& p) {
 }
 
 /// Of the finite points.
-inline Skua::BoundingBox finiteBounds(const ChunkPtr<Point>& points) {
+inline Skua::BoundingBox finiteBounds(std::span<const Point> points) {
     Skua::BoundingBox box;
-    for (const Point& p : elementsOf(points)) {
+    for (const Point& p : points) {
         if (isFinite(p)) box.add(p);
     }
     box.updateBall();

@@ -261,4 +261,13 @@ TEST_F(LineSetTest, DataThatCannotBeDrawnAreReported) {
                 HasSubstr("none of the 2 points has coordinates that are finite numbers"));
 }
 
+TEST_F(LineSetTest, PointsOfNoLineDoNotMoveTheOrigin) {
+    Mirk::Polylines data = polylines({{1, {{1e30, 0, 0}, {0, 0, 0}, {2, 0, 0}, {1e30, 0, 0}}}});
+    data.starts = Mirk::makeChunk(std::vector<std::uint32_t>{1, 3});
+    const DisplayPtr<LineSet> lines(new LineSet("lines", data, true));
+    ASSERT_TRUE(draw(*lines));
+    EXPECT_EQ(boundsOf(*lines).max, (point{2, 0, 0}));
+    EXPECT_THAT(attribute<std::uint32_t>("Indices"), ElementsAre(1, 2, 0xFFFFFFFFU));
+}
+
 } // namespace

@@ -133,4 +133,54 @@ TEST_F(TriangleSurfaceTest, EdgesTakeAGeometryStage) {
     EXPECT_THAT(parameter("EdgeColor"), ElementsAre(1.0F, 0.0F, 0.0F, 1.0F));
 }
 
+TEST_F(TriangleSurfaceTest, InputThatChangesBetweenRequestAndFrameWaitsForTheNextRequest) {
+    const DisplayPtr<TriangleSurface> object(
+        new TriangleSurface("mesh", mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    object->smooth().set({}, true);
+    const Mirk::View view;
+    EXPECT_TRUE(object->render(context, view, sub));
+    EXPECT_FALSE(context.has("Normals"));
+    EXPECT_TRUE(isRefilledByDraw(*object));
+    EXPECT_TRUE(context.has("Normals"));
+}
+
+TEST_F(TriangleSurfaceTest, PointsWithoutTrianglesDoNotMoveTheOrigin) {
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface(
+        "mesh", mesh({{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1e30, 0, 0}}, {0, 1, 2})));
+    ASSERT_TRUE(draw(*object));
+    EXPECT_EQ(boundsOf(*object).max, (point{2, 2, 0}));
+    EXPECT_EQ(attribute<FloatPoint>("Coordinates")[1], (FloatPoint{1, -1, 0}));
+}
+
+TEST_F(TriangleSurfaceTest, LargeSurfaceIsDrawnInPiecesOfItsOwnPoints) {
+    // Triangles side by side, each with three points of its own.
+    constexpr std::uint32_t triangles = TriangleSurface::pieceVertices / 3 + 2;
+    std::vector<Mirk::Point> points;
+    std::vector<std::uint32_t> corners;
+    std::vector<Mirk::Color> colors;
+    for (std::uint32_t i = 0; i < triangles; ++i) {
+        for (std::uint32_t corner = 0; corner < 3; ++corner) {
+            corners.push_back(static_cast<std::uint32_t>(points.size()));
+            points.push_back(
+                {static_cast<double>(i), corner == 1 ? 1.0 : 0, corner == 2 ? 1.0 : 0});
+            colors.push_back({static_cast<unsigned char>(i % 251), 0, 0, 255});
+        }
+    }
+    const DisplayPtr<TriangleSurface> large(
+        new TriangleSurface("large", mesh(points, corners, colors)));
+    large->smooth().set({}, true);
+    EXPECT_EQ(callsOfDraw(*large, "draw Painter Indices"), 2);
+    // The last piece: what has no room in the first one.
+    const std::uint32_t inFirst = TriangleSurface::pieceVertices / 3;
+    const std::uint32_t inLast = triangles - inFirst;
+    ASSERT_EQ(attribute<FloatPoint>("Coordinates").size(), 3 * inLast);
+    EXPECT_EQ(attribute<std::uint32_t>("Indices").size(), 3 * inLast);
+    EXPECT_EQ(attribute<Mirk::Normal>("Normals").size(), 3 * inLast);
+    EXPECT_EQ(attribute<Mirk::Color>("Colors").back()[0], (triangles - 1) % 251);
+    const double origin = (triangles - 1) / 2.0;
+    EXPECT_EQ(attribute<FloatPoint>("Coordinates").back().x,
+              static_cast<float>(triangles - 1 - origin));
+}
+
 } // namespace
