@@ -634,7 +634,10 @@ TEST_F(DisplayPictures, CoarseSurfaceCoversWhatTheFineOneDoes) {
     };
     EXPECT_EQ(pixelsAt(1.0), 32 * 32);
     for (const double precision : {0.5, 0.25, 0.125}) {
-        EXPECT_NEAR(pixelsAt(precision), 32 * 32, 200) << precision;
+        const int pixels = pixelsAt(precision);
+        EXPECT_NEAR(pixels, 32 * 32, 200) << precision;
+        // The first point of each cell stands for it, so that the far sides draw in a little.
+        EXPECT_LT(pixels, 32 * 32) << precision;
     }
 }
 
