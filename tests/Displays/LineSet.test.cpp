@@ -270,4 +270,23 @@ TEST_F(LineSetTest, PointsOfNoLineDoNotMoveTheOrigin) {
     EXPECT_THAT(attribute<std::uint32_t>("Indices"), ElementsAre(1, 2, 0xFFFFFFFFU));
 }
 
+TEST_F(LineSetTest, CoarserLinesKeepTheirEndsAndBothSidesOfABreak) {
+    const double nan = std::nan("");
+    constexpr std::uint32_t cut = 0xFFFFFFFFU;
+    const DisplayPtr<LineSet> lines(new LineSet(
+        "lines",
+        polylines({{1, {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, {4, 0, 0}, {5, 0, 0}}},
+                   {2, {{0, 1, 0}, {1, 1, 0}, {nan, 1, 0}, {3, 1, 0}, {4, 1, 0}}}}),
+        true));
+    ASSERT_TRUE(drawAt(0.5, *lines));
+    const auto indices = attribute<std::uint32_t>("Indices");
+    const std::vector<std::uint32_t> expected{
+        0, 1, 2, 3,   4,   5, cut, 6,   7,  cut, 9,   10, cut, // all
+        0, 2, 4, 5,   cut, 6, 7,   cut, 9,  10,  cut,          // every second one
+        0, 4, 5, cut, 6,   7, cut, 9,   10, cut};              // every fourth one
+    ASSERT_GT(indices.size(), expected.size());
+    EXPECT_EQ(std::vector(indices.begin(), indices.begin() + static_cast<long>(expected.size())),
+              expected);
+}
+
 } // namespace

@@ -104,4 +104,30 @@ TEST_F(PointCloudTest, DataThatCannotBeDrawnAreReported) {
                 HasSubstr("none of the 1 points has coordinates that are finite numbers"));
 }
 
+TEST_F(PointCloudTest, BeginningsOfACloudAreSpreadOverAllOfIt) {
+    constexpr std::size_t number = 1000;
+    std::vector<Mirk::Point> points(number);
+    std::vector<Mirk::Color> colors(number);
+    for (std::size_t i = 0; i < number; ++i) {
+        points[i] = {static_cast<double>(i), 0, 0};
+        colors[i] = {static_cast<unsigned char>(i % 256), 0, 0, 255};
+    }
+    const DisplayPtr<PointCloud> object1000(new PointCloud("1000", cloud(points, colors)));
+    ASSERT_TRUE(drawAt(0.125, *object1000));
+    const auto drawn = attribute<FloatPoint>("Coordinates");
+    const auto drawnColors = attribute<Mirk::Color>("Colors");
+    std::vector<int> inTenth(10), all(number);
+    for (std::size_t i = 0; i < number; ++i) {
+        const auto index = static_cast<std::size_t>(drawn[i].x + 499.5F);
+        ASSERT_LT(index, number);
+        ++all[index];
+        EXPECT_EQ(drawnColors[i][0], index % 256); // each keeps its colour
+        if (i < number / 8) ++inTenth[index / 100];
+    }
+    EXPECT_THAT(all, testing::Each(1));
+    // 12.5 on average; in the order of the data 100 would be in the first tenth, and random ones
+    // would vary by 3 or 4 each.
+    EXPECT_THAT(inTenth, testing::Each(testing::AllOf(testing::Ge(9), testing::Le(16))));
+}
+
 } // namespace

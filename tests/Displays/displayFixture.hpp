@@ -10,6 +10,7 @@
 #include <Polypia/VScene.hpp>
 #include <sorrel/VActionNotifier.hpp>
 #include <sorrel/VRequest.hpp>
+#include <sorrel/Vprintf.hpp>
 
 #include <gmock/gmock.h>
 
@@ -114,6 +115,18 @@ protected:
         const auto ball = object.getBoundingBall(context.pool);
         const auto* const box = dynamic_cast<const Skua::BoundingBox*>(ball.get());
         return box != nullptr ? *box : Skua::BoundingBox();
+    }
+    /// Draws with so little time that an object, which takes half of it, leaves out vertices.
+    bool drawAt(double precision, Mirk::RenderAble& object) {
+        class Precision : public Mirk::VRenderPrecision {
+        public:
+            void adaptPrecision() override {}
+        };
+        context.precision = Keel::StrongPtr<Mirk::VRenderPrecision>(new Precision);
+        context.precision->precision = precision;
+        Mirk::writeParameter<double>(
+            object.findOutput(Mirk::Zelk::rendertime_contribution)->parameter(), context.pool, 0.5);
+        return draw(object);
     }
     /// The last report of the object, "" if it is well.
     std::string reportOf(const Mirk::VRenderObject& object) {
