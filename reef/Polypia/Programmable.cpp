@@ -77,11 +77,9 @@ std::string headOf(const std::string& version) {
 }
 
 /// The time that a file has for those who watch it: that ahead of reading it, so that no change
-/// behind the reading is lost; of a file that was empty then that of now, as it may have been
-/// filled.
-Keel::Filetime watchedTime(const std::string& file, const Keel::FileInfo& beforeReading) {
-    const bool mayBeFilled = beforeReading.isRegular && beforeReading.bytes == 0;
-    return mayBeFilled ? Keel::FileInfo(file).modified : beforeReading.modified;
+/// behind the reading is lost; if it was filled then that of the filling.
+Keel::Filetime watchedTime(const Keel::FileInfo& beforeReading, const ShaderAnswer& answer) {
+    return answer.request == ShaderRequest::Filled ? answer.time : beforeReading.modified;
 }
 
 /// Files that replace text whatever the settings are tell so, once: the folder may be a stranger's.
@@ -94,22 +92,35 @@ void tellReplacement(const std::string& file) {
     std::fflush(stderr);
 }
 
+/// A text that a file may replace.
+struct FileText {
+    std::string text;
+    bool isOfFile = false;
+    ShaderAnswer answer = {};
+};
+
+FileText readOrFill(const std::string& file, const std::string& code) {
+    std::string content = readShaderFile(file);
+    if (content.empty()) return {code, false, fillShaderRequest(file, code, true)};
+    tellReplacement(file);
+    return {std::move(content), true};
+}
+
 Programmable::ProgramPtr computeProgram(RenderBasin& basin, const std::string& name,
                                         const std::string& code,
                                         const std::list<std::string>& includePath) {
     const std::string file = cleaned(name) + ".comp";
     const Keel::FileInfo before(file);
-    const std::string text = Programmable::OptionalFileReadAndWrite(file, code);
-    Programmable::FileTimes times{{file, watchedTime(file, before)}};
-    const std::string expanded = expandIncludes(text, file, includePath, &times);
+    const FileText source = readOrFill(file, code);
+    Programmable::FileTimes times{{file, watchedTime(before, source.answer)}};
+    const std::string expanded = expandIncludes(source.text, file, includePath, &times);
 
-    const bool isFromFile = before.isRegular && before.bytes > 0;
     const RenderBasin::OriginScope scope(
-        basin, {{file, isFromFile ? file : "", 1, 1 + numberOfLines(expanded), 1}});
+        basin, {{file, source.isOfFile ? file : "", 1, 1 + numberOfLines(expanded), 1}});
     const Programmable::ProgramPtr program =
         basin.createComputeProgram({expanded}, file, 0, {}, {});
     if (!program) return {};
-    program->ProgramSources["comp"] = text;
+    program->ProgramSources["comp"] = source.text;
     for (const auto& [path, time] : times) program->ProgramFileTimes[path] = time;
     return program;
 }
@@ -250,13 +261,7 @@ std::string Programmable::OptionalFileRead(const std::string& filename, const st
 
 std::string Programmable::OptionalFileReadAndWrite(const std::string& filename,
                                                    const std::string& code) {
-    const std::string content = readShaderFile(filename);
-    if (content.empty()) {
-        fillShaderRequest(filename, code, true);
-        return code;
-    }
-    tellReplacement(filename);
-    return content;
+    return readOrFill(filename, code).text;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -298,25 +303,31 @@ struct Programmable::Stage {
 
 namespace {
 
-/// The text that a file gives to the main code of a stage, or the built-in one.
+/// The text that files give to the main code of a stage, or the built-in one. Enters the files into
+/// `times`.
 SourceText overriddenText(const std::string& name, const std::string& suffix,
                           const std::function<std::string()>& builtIn,
                           Programmable::FileTimes& times) {
     const std::string first = name + suffix;
+    const Keel::FileInfo beforeFirst(first);
+    times[first] = beforeFirst.modified;
     if (std::string content = readShaderFile(first); !content.empty()) {
         return {std::move(content), first};
     }
     std::string code = builtIn();
-    const std::string framed = mkFileString(code, suffix);
-    if (fillShaderRequest(first, framed, true) != ShaderRequest::None) return {std::move(code), ""};
+    const ShaderAnswer answer = fillShaderRequest(first, mkFileString(code, suffix), true);
+    times[first] = watchedTime(beforeFirst, answer);
+    if (answer.request != ShaderRequest::None) return {std::move(code), ""};
 
     const std::string second = name + "_" + suffix.substr(suffix.empty() ? 0 : 1) + ".glsl";
     const Keel::FileInfo before(second);
-    std::string content = readShaderFile(second);
-    if (content.empty()) fillShaderRequest(second, code, false);
-    if (before.isRegular) times[second] = watchedTime(second, before);
-    if (content.empty()) return {std::move(code), ""};
-    return {std::move(content), second};
+    if (before.isRegular) times[second] = before.modified;
+    if (std::string content = readShaderFile(second); !content.empty()) {
+        return {std::move(content), second};
+    }
+    const ShaderAnswer answerOfSecond = fillShaderRequest(second, code, false);
+    if (before.isRegular) times[second] = watchedTime(before, answerOfSecond);
+    return {std::move(code), ""};
 }
 
 /// With the rules for what a file may hold.
@@ -350,10 +361,12 @@ Programmable::MainCode Programmable::mainCode(VRenderContext& context, const std
     const auto builtIn = [&] { return (this->*operation)(context); };
     MainCode code;
     code.name = name + suffix;
-    const Keel::FileInfo before(code.name);
-    code.source = context.ShaderFileOverrides ? sourceText(name, suffix, builtIn, code.times)
-                                              : SourceText{builtIn(), ""};
-    code.times[code.name] = watchedTime(code.name, before);
+    if (context.ShaderFileOverrides) {
+        code.source = sourceText(name, suffix, builtIn, code.times);
+    } else {
+        code.times[code.name] = Keel::FileInfo(code.name).modified;
+        code.source = {builtIn(), ""};
+    }
     code.text = expandIncludes(code.source.text, code.name, IncludePath, &code.times);
     return code;
 }
@@ -391,6 +404,7 @@ Programmable::CompileShader(VRenderContext& context, const std::string& name,
             Stage geometry(geometryAhead(context, defines, geometryPrefix), std::move(code));
             return compileGeometry(context, vertex, geometry, fragment, parameters, previous);
         }
+        if (context.ShaderFileOverrides) lastFileTimes = std::move(code.times);
         tell("specifies geometry output but no geometry shader code is available!?");
     }
     return compilePlain(context, vertex, fragment, parameters, previous);

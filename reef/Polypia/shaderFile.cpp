@@ -34,6 +34,11 @@ public:
         struct stat state = {};
         return ::fstat(_descriptor, &state) == 0 && S_ISREG(state.st_mode) && state.st_size == 0;
     }
+    Keel::Filetime time() const {
+        struct stat state = {};
+        if (::fstat(_descriptor, &state) != 0) return {};
+        return Keel::Filetime(state.st_mtim.tv_sec, state.st_mtim.tv_nsec);
+    }
     /// A text of which only a part could be written would look like a shader of the user's: then
     /// the file is emptied again.
     void write(std::string_view text) const {
@@ -68,26 +73,26 @@ bool isSymbolicLink(const std::string& path) {
     return ::lstat(path.c_str(), &state) == 0 && S_ISLNK(state.st_mode);
 }
 
-ShaderRequest fillShaderRequest(const std::string& path, const std::string& text, bool isTold) {
+ShaderAnswer fillShaderRequest(const std::string& path, const std::string& text, bool isTold) {
     struct stat state = {};
     const bool isPath = path.find('\0') == std::string::npos;
-    if (!isPath || ::lstat(path.c_str(), &state) != 0) return ShaderRequest::None;
-    if (S_ISDIR(state.st_mode)) return ShaderRequest::None;
+    if (!isPath || ::lstat(path.c_str(), &state) != 0) return {ShaderRequest::None};
+    if (S_ISDIR(state.st_mode)) return {ShaderRequest::None};
     if (S_ISLNK(state.st_mode)) {
-        return leadsToWritableFile(path) ? ShaderRequest::Kept : ShaderRequest::None;
+        return {leadsToWritableFile(path) ? ShaderRequest::Kept : ShaderRequest::None};
     }
-    if (!S_ISREG(state.st_mode)) return ShaderRequest::Kept;
+    if (!S_ISREG(state.st_mode)) return {ShaderRequest::Kept};
     const OpenedFile file(path);
-    if (!file.isOpen()) return ShaderRequest::None;
-    if (!file.isEmpty()) return ShaderRequest::Kept;
+    if (!file.isOpen()) return {ShaderRequest::None};
+    if (!file.isEmpty()) return {ShaderRequest::Kept};
     if (isTold) {
         std::fprintf(stderr, "NOTE: Writing shader to %s\n", path.c_str());
         std::fflush(stderr);
     }
     // An editor that empties a file and then writes it may have come meanwhile.
-    if (!file.isEmpty()) return ShaderRequest::Kept;
+    if (!file.isEmpty()) return {ShaderRequest::Kept};
     file.write(text);
-    return ShaderRequest::Filled;
+    return {ShaderRequest::Filled, file.time()};
 }
 
 } // namespace Mirk

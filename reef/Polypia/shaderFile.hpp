@@ -1,6 +1,8 @@
 #pragma once
 // Files of shader text that a developer lays beside the program; stands on keel's files.
 
+#include <keel/File.hpp>
+
 #include <string>
 
 namespace Mirk {
@@ -18,10 +20,16 @@ enum class ShaderRequest {
     Filled, ///< an empty file, which has the text now
 };
 
+struct ShaderAnswer {
+    ShaderRequest request = ShaderRequest::None;
+    /// Of a file that was filled, as it was behind the writing: later ones are of other writers.
+    Keel::Filetime time = {};
+};
+
 /// Writes `text` into a file that exists and is empty, the request for it. Nothing is created, and
 /// nothing is written over: whether the file is empty is asked of the opened file right ahead of
 /// the write. Symbolic links and whatever is no regular file stay untouched. With `isTold` a line
 /// on standard error says so ahead of the write.
-ShaderRequest fillShaderRequest(const std::string& path, const std::string& text, bool isTold);
+ShaderAnswer fillShaderRequest(const std::string& path, const std::string& text, bool isTold);
 
 } // namespace Mirk

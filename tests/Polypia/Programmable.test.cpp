@@ -24,7 +24,9 @@ using testing::Key;
 using testing::Not;
 using testing::Pair;
 using testing::StartsWith;
+using testing::internal::CaptureStderr;
 using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStderr;
 using testing::internal::GetCapturedStdout;
 
 namespace {
@@ -195,16 +197,19 @@ TEST_F(Programmable, FilesAndLinesOfStagesAreHandedOver) {
 TEST_F(Programmable, ParametersAndThePreviousProgramAreHandedOn) {
     context.basin.defaultParameters["given"] = 1;
     const ProgramPtr previous = compile();
-    const Recorded program(shader.CompileShader(
-        context, "N",
-        [](const Mirk::ProgramParameters& given) {
-            Mirk::ProgramParameters changed = given;
-            changed["added"] = 2;
-            return changed;
-        },
-        previous, "", "", ""));
-    EXPECT_THAT(program->linkParameters, ElementsAre(Key("added"), Key("given")));
-    EXPECT_TRUE(program->previous == previous);
+    for (const bool hasGeometry : {false, true}) {
+        if (hasGeometry) shader.buildGeometry();
+        const Recorded program(shader.CompileShader(
+            context, "N",
+            [](const Mirk::ProgramParameters& given) {
+                Mirk::ProgramParameters changed = given;
+                changed["added"] = 2;
+                return changed;
+            },
+            previous, "", "", ""));
+        EXPECT_THAT(program->linkParameters, ElementsAre(Key("added"), Key("given")));
+        EXPECT_TRUE(program->previous == previous);
+    }
 }
 
 TEST_F(Programmable, NamesLoseControlCharactersAndBytesBeyond7Bits) {
@@ -310,6 +315,16 @@ TEST_F(Programmable, WithoutGeometryCodeTheProgramIsPlain) {
     EXPECT_EQ(program->input, RenderBasin::NoGeometryInput);
     EXPECT_EQ(program->ProgramSources.size(), 3U);
     EXPECT_THAT(program->ProgramFileTimes, ElementsAre(Key("N.frag"), Key("N.vert")));
+}
+
+TEST_F(Programmable, AGeometryFileWithoutCodeIsWatchedForSome) {
+    shader.buildGeometry();
+    writeFile("N.geom", "R\"()\"");
+    context.ShaderFileOverrides = true;
+    CaptureStdout();
+    const Recorded program = compile();
+    EXPECT_THAT(GetCapturedStdout(), HasSubstr("no geometry shader code"));
+    EXPECT_EQ(program->ProgramFileTimes.at("N.geom"), Keel::FileInfo("N.geom").modified);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -421,6 +436,42 @@ TEST_F(Programmable, ComputeFilesReplaceTheTextWhateverTheSettings) {
                 ElementsAre(Pair("C.comp", Keel::FileInfo("C.comp").modified)));
 }
 
+TEST_F(Programmable, AnEmptyComputeFileIsFilledWithTheTextAheadOfIncludes) {
+    writeFile("part", "included");
+    writeFile("C.comp", "");
+    const std::string code = "#include \"part\"\r\n";
+    CaptureStderr();
+    const Recorded program(shader.getComputeShader(context, "C", code));
+    EXPECT_EQ(GetCapturedStderr(), "NOTE: Writing shader to C.comp\n");
+    EXPECT_EQ(fileContent("C.comp"), code);
+    EXPECT_THAT(program->ProgramSources, ElementsAre(Pair("comp", code)));
+    EXPECT_FALSE(program->SourceHasChanged());
+}
+
+/// Keeps where the text of the last compute program came from.
+class OriginsContext : public RecordingContext {
+public:
+    ProgramPtr createComputeProgram(const std::vector<std::string>& code, const std::string& name,
+                                    int line, const LinkParameters& parameters,
+                                    const ProgramPtr& previous) override {
+        origins = textOrigins;
+        return RecordingContext::createComputeProgram(code, name, line, parameters, previous);
+    }
+    std::vector<TextOrigin> origins;
+};
+
+TEST_F(Programmable, ComputeTextsAreOfTheFileOnlyIfItWasRead) {
+    OriginsContext other;
+    writeFile("C.comp", "from file");
+    shader.getComputeShader(other, "C", "code");
+    ASSERT_EQ(other.origins.size(), 1U);
+    EXPECT_EQ(other.origins[0].file, "C.comp");
+    std::filesystem::resize_file("C.comp", (std::uintmax_t{64} << 20) + 1); // more than is read
+    shader.getComputeShader(other, "C", "code");
+    ASSERT_EQ(other.origins.size(), 1U);
+    EXPECT_EQ(other.origins[0].file, "");
+}
+
 TEST_F(Programmable, ARefusedComputeProgramIsEmpty) {
     context.basin.log->failing = {"createComputeProgram C.comp"};
     EXPECT_FALSE(shader.getComputeShader(context, "C", "code"));
@@ -502,6 +553,12 @@ TEST_F(ShaderValidity, CountsAllProgramsOfAPolyp) {
     EXPECT_TRUE(isValid());
     makeYounger("M.vert");
     EXPECT_FALSE(isValid());
+    polyp->clear();
+    polyp->insert(compile("M"));
+    polyp->insert(second);
+    EXPECT_TRUE(isValid());
+    writeFile("N.vert", "void main() {}\n");
+    EXPECT_FALSE(isValid()) << "a change of the second alone";
 }
 
 TEST_F(Programmable, NumberOfLightsIsAConstant) {

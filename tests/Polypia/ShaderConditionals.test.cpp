@@ -88,8 +88,10 @@ TEST_F(ShaderConditionals, SlotsThatHaveDiedAreLeftOut) {
         const Mirk::VSlotPtr gone(new Mirk::VSlot("gone", 0, {}));
         condition(gone, "GONE");
         EXPECT_EQ(defines(), "") << "without value";
+        condition(Mirk::VSlotPtr(new Mirk::VSlot("alight", 0, input("of it", true)->parameter())),
+                  "ALIGHT");
     }
-    EXPECT_EQ(conditionals.Conditions.size(), 2U);
+    EXPECT_EQ(conditionals.Conditions.size(), 3U);
     EXPECT_EQ(defines(), "");
     EXPECT_TRUE(isValid());
 }
@@ -116,6 +118,18 @@ TEST_F(ShaderConditionals, AreInvalidOnceAnInputIsYoungerThanThePolyp) {
     EXPECT_FALSE(isValid()) << "though the value is what it was";
     creator->create();
     EXPECT_TRUE(isValid());
+}
+
+TEST_F(ShaderConditionals, AreInvalidByTheInputsOfTheirPoolOnly) {
+    const auto slot = condition(input("lit", true), "LIT");
+    slot->parameter()->Localize();
+    const Mirk::ValuePoolPtr other(new Mirk::ValuePool);
+    Mirk::writeSlot<bool>(slot, context.pool, true);
+    creator->create();
+    Mirk::writeSlot<bool>(slot, other, false);
+    EXPECT_TRUE(isValid());
+    Mirk::writeSlot<bool>(slot, context.pool, false);
+    EXPECT_FALSE(isValid());
 }
 
 TEST_F(ShaderConditionals, AreValidAtTheSameAge) {

@@ -280,13 +280,37 @@ TEST_F(ShaderOverrides, FilledFilesBearTheTitleOfTheirStage) {
     EXPECT_EQ(fill(".task"), framed("SHADER", "built in\n"));
 }
 
+void makeEmptyAndOld(const std::string& file) {
+    writeFile(file, "");
+    std::filesystem::last_write_time(file, std::filesystem::file_time_type::clock::now() -
+                                               std::chrono::hours(1));
+}
+
 TEST_F(ShaderOverrides, AFilledFileIsNoChangeForTheProgramThatFilledIt) {
-    writeFile("N.vert", "");
-    std::filesystem::last_write_time("N.vert", std::filesystem::file_time_type::clock::now() -
-                                                   std::chrono::hours(1));
+    makeEmptyAndOld("N.vert");
     const auto program = compile();
     EXPECT_FALSE(program->SourceHasChanged());
     EXPECT_EQ(program->ProgramFileTimes.at("N.vert"), Keel::FileInfo("N.vert").modified);
+}
+
+/// Saves as some editors do: the file is empty for a moment, in which it is read.
+class SavedMeanwhile : public ToldProgrammable {
+public:
+    std::string vertex_shader(Mirk::VRenderContext&) const override {
+        if (!file.empty()) writeFile(file, "edited\n");
+        return "built in\n";
+    }
+    std::string file;
+};
+
+TEST_F(ShaderOverrides, AFileThatAnEditorEmptiesAndThenWritesIsAChangeForTheProgramBetween) {
+    makeEmptyAndOld("N.vert");
+    SavedMeanwhile saved;
+    saved.file = "N.vert";
+    const Recorded program(saved.CompileShader(context, "N", {}, {}, "", "", ""));
+    EXPECT_EQ(program->ProgramSources.at("vert").find("edited"), std::string::npos);
+    EXPECT_EQ(fileContent("N.vert"), "edited\n");
+    EXPECT_TRUE(program->SourceHasChanged());
 }
 
 TEST_F(ShaderOverrides, TheSecondChoiceIsAskedWithoutTheFirst) {

@@ -56,6 +56,7 @@ public:
     }
     std::string geometry_shader(Mirk::VRenderContext& context) const override {
         ++geometryCalls;
+        if (!geometry.empty()) return geometry;
         return hasGeometry ? Programmable::geometry_shader(context) : "";
     }
     std::string VertexShaderPrefix(Mirk::VRenderContext&) const override { return vertexPrefix; }
@@ -72,7 +73,7 @@ public:
     }
 
     /// Empty for the default text.
-    std::string vertex, fragment;
+    std::string vertex, fragment, geometry;
     bool hasGeometry = true;
     std::string vertexPrefix, fragmentPrefix, geometryPrefix;
     mutable int vertexCalls = 0, geometryCalls = 0;

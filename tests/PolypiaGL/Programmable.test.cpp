@@ -247,19 +247,34 @@ protected:
         static const std::array<const char*, 5> versions{"130", "150", "330", "330 core", "450"};
         shader = ToldProgrammable();
         shader.setGLSLVersion(versions[below(versions.size())]);
-        shader.fragment = mainFunction;
-        if (below(3) == 0) shader.buildGeometry();
+        shader.fragment = mainFunctions[2];
+        stage = below(stages.size());
+        if (stages[stage] == "geom" || below(3) == 0) shader.buildGeometry();
         prefix = "/* local */\n";
         functions = 0;
-        for (const char* const name : {"N.frag", "N_frag.glsl", "N.frag.glsl", "part"}) {
-            std::filesystem::remove(name);
+        std::filesystem::remove("part");
+        for (const std::string& name : stages) {
+            for (const std::string& file :
+                 {"N." + name, "N_" + name + ".glsl", "N." + name + ".glsl"})
+                std::filesystem::remove(file);
         }
         render->ShaderFileOverrides = below(2) == 0;
     }
+    const std::string& name() const { return stages[stage]; }
+    const char* mainFunction() const { return mainFunctions[stage]; }
+    std::string& mainCode() {
+        return stage == 0 ? shader.vertex : stage == 1 ? shader.geometry : shader.fragment;
+    }
+    std::string& classPrefix() {
+        return stage == 0   ? shader.vertexPrefix
+               : stage == 1 ? shader.geometryPrefix
+                            : shader.fragmentPrefix;
+    }
+    std::string local(std::size_t of) const { return of == stage ? prefix : ""; }
     /// Compiles, and compares the first line of the report with the place of the fault.
     void expect(const Fault& fault) {
         try {
-            shader.CompileShader(*render, "N", {}, {}, "", "", prefix);
+            shader.CompileShader(*render, "N", {}, {}, local(0), local(1), local(2));
             ADD_FAILURE() << "the fault wasn't noticed: " << fault.words;
         } catch (const RenderException& exception) {
             const std::string log = exception.shaderLog.str();
@@ -270,7 +285,7 @@ protected:
                 EXPECT_THAT(log,
                             StartsWith("\n" + place + std::to_string(fault.line) + ") : error"));
             }
-            EXPECT_EQ(exception.file.str(), isComposed ? "N.frag" : fault.file);
+            EXPECT_EQ(exception.file.str(), isComposed ? "N." + name() : fault.file);
             EXPECT_THAT(exception.str(), HasSubstr(" at " + exception.file.str() + ":" +
                                                    std::to_string(exception.line) + " ["));
             if (isComposed) {
@@ -287,10 +302,15 @@ protected:
         return line;
     }
 
-    static constexpr const char* mainFunction = "void main() { gl_FragColor = gl_Color; }\n";
+    const std::array<std::string, 3> stages{"vert", "geom", "frag"};
+    static constexpr std::array mainFunctions{
+        "void main() { gl_Position = gl_Vertex; }\n",
+        "void main() { gl_Position = gl_PositionIn[0]; EmitVertex(); }\n",
+        "void main() { gl_FragColor = gl_Color; }\n"};
     std::mt19937 random{20240229};
     std::string prefix;
     int functions = 0;
+    std::size_t stage = 0; // that has the fault
 };
 
 constexpr int faultsOfAKind = 20; // in each of the two profiles
@@ -299,7 +319,7 @@ TEST_P(ShaderFaults, InTheMainCodeOfTheProgramAreThoseOfTheComposedText) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         Fault fault("0");
-        shader.fragment = faultyText(fault) + mainFunction;
+        mainCode() = faultyText(fault) + mainFunction();
         expect(fault);
     }
 }
@@ -308,7 +328,7 @@ TEST_P(ShaderFaults, InAnOverridingFileAreItsOwn) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         render->ShaderFileOverrides = true;
-        Fault fault("N.frag");
+        Fault fault("N." + name());
         std::string text = faultyText(fault);
         switch (i % 5) {
         case 1: // behind an include
@@ -317,21 +337,21 @@ TEST_P(ShaderFaults, InAnOverridingFileAreItsOwn) {
             fault.line += 2;
             break;
         case 2:
-            text = "R\"glsl(" + text + mainFunction + ")glsl\"";
+            text = "R\"glsl(" + text + mainFunction() + ")glsl\"";
             break;
         case 3:
-            fault.file = "N_frag.glsl";
+            fault.file = "N_" + name() + ".glsl";
             break;
         case 4:
             shader.buildGeometry();
-            fault.file = "N.frag.glsl";
+            fault.file = "N." + name() + ".glsl";
             text = "#version 330 compatibility\n" + text;
             fault.line += 1;
             break;
         default:
             break;
         }
-        writeFile(fault.file, text.starts_with("R\"") ? text : text + mainFunction);
+        writeFile(fault.file, text.starts_with("R\"") ? text : text + mainFunction());
         expect(fault);
     }
 }
@@ -341,7 +361,7 @@ TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
         start();
         Fault fault("./part");
         writeFile("part", faultyText(fault, i % 2 == 0 ? "\n" : "\r\n"));
-        shader.fragment = "// main\n#include \"part\"\r\n" + std::string(mainFunction);
+        mainCode() = "// main\n#include \"part\"\r\n" + std::string(mainFunction());
         expect(fault);
     }
 }
@@ -350,7 +370,7 @@ TEST_P(ShaderFaults, InAPrefixAreThoseOfTheComposedText) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         Fault fault("0");
-        (i % 2 == 0 ? shader.fragmentPrefix : prefix) = faultyText(fault);
+        (i % 2 == 0 ? classPrefix() : prefix) = faultyText(fault);
         expect(fault);
     }
 }
