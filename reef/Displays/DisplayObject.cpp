@@ -217,6 +217,8 @@ bool DisplayObject::update(VRequest& request, double) {
         content = read(request.pool, present);
     } catch (const std::exception& exception) {
         failure = exception.what();
+    } catch (...) {
+        failure = "an exception of an unknown kind"; // in place of what was there before
     }
     {
         const std::lock_guard lock(state.mutex);
