@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -102,7 +103,8 @@ void nameFiles(RenderException& exception, const Origins& origins) {
     exception.shaderLog = "\n" + errors + warnings;
     if (!first) return;
     if (first->file != composedText) exception.file = first->file;
-    exception.line = static_cast<int>(first->line);
+    constexpr std::size_t greatest = std::numeric_limits<int>::max(); // beyond it nothing is a line
+    exception.line = static_cast<int>(std::min(first->line, greatest));
 }
 
 } // namespace Mirk::GL

@@ -384,7 +384,6 @@ protected:
         }
     }
     void expectOthersUnharmed(const Picture& well, const Picture& picture) {
-        const Picture nothing(cellOf(well, 0).size());
         for (int cell = 0; cell < numberOfCells; ++cell) {
             const Actor& actor = actors[static_cast<std::size_t>(cell)];
             const bool isBroken = actor.broken != nullptr;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -80,6 +81,11 @@ TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
     const RenderException linked = named("\nvertex and fragment stage : error: a\n");
     EXPECT_EQ(linked.file.str(), "N.frag");
     EXPECT_EQ(linked.line, 0);
+}
+
+TEST(textOrigins, NumbersBeyondAllLinesStayNumbers) {
+    EXPECT_EQ(named("\n0(99999999999) : error: a\n").line, std::numeric_limits<int>::max());
+    EXPECT_EQ(logOf("\n0(99999999999) : error: a\n"), "\n0(99999999999) : error: a\n");
 }
 
 TEST(textOrigins, NoFileLooksLikeTheComposedText) {
