@@ -22,6 +22,8 @@ double secondsSince(Clock::time_point begin) {
 }
 
 void publishTime(const RenderAble& object, const VRenderContext& context, double seconds) {
+    // Without a pool the times of all pools would be written.
+    if (!context.pool) return;
     const double frameSeconds = context.precision ? context.precision->lastFrameTime.load() : 0.0;
     if (!(frameSeconds > 0.0) || !(seconds > 0.0)) return;
     object.renderTimeOutput().set(context.pool, seconds);

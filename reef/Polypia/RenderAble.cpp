@@ -92,7 +92,7 @@ RenderAble::BoundingBallPtr RenderAble::getTouchableBoundingBall(const ValuePool
     return getBoundingBall(pool);
 }
 
-std::string RenderAble::getSensorInfo(const ValuePoolPtr&, const SensorView&) const {
+std::string RenderAble::getSensorInfo(const ValuePoolPtr&, const SensorView&) {
     return {};
 }
 

@@ -93,7 +93,7 @@ public:
     /// Around what can be picked: here the same.
     virtual BoundingBallPtr getTouchableBoundingBall(const ValuePoolPtr& pool) const;
     /// A text for the place that a viewer points to; empty here.
-    virtual std::string getSensorInfo(const ValuePoolPtr& pool, const SensorView& view) const;
+    virtual std::string getSensorInfo(const ValuePoolPtr& pool, const SensorView& view);
 
     /// Whether the object is active and its visibility in a pool is true; the global one, if it has
     /// no value there yet.

@@ -48,23 +48,26 @@ double distance(const View::point& a, const View::point& b) {
     return largest * std::sqrt(x * x + y * y + z * z);
 }
 
-/// A part of a length, by its origin and size.
+/// A part of a length, by its ends.
 struct Extent {
-    double origin;
-    double size;
+    double low;
+    double high;
 };
 
 Extent tilePart(int tile, int tilePixels, int imagePixels, const Extent& whole) {
-    const double size = whole.size * tilePixels / imagePixels;
-    return {whole.origin + tile * size, size};
+    const double size = (whole.high - whole.low) * tilePixels / imagePixels;
+    const double low = whole.low + tile * size;
+    return {low, low + size};
 }
 
 Extent zoomedPart(double offset, double factor, const Extent& whole) {
-    return {whole.origin + offset * whole.size, whole.size / factor};
+    const double size = whole.high - whole.low;
+    const double low = whole.low + offset * size;
+    return {low, low + size / factor};
 }
 
 Rectangle rectangleOf(const Extent& x, const Extent& y) {
-    return {x.origin, x.origin + x.size, y.origin, y.origin + y.size};
+    return {x.low, x.high, y.low, y.high};
 }
 
 /// Where a jitter shifts the middle of a rectangle to.
@@ -226,8 +229,8 @@ bool VRenderContext::isTile() const {
 void VRenderContext::setTileAwareFrustum(double scale, const Rectangle& rectangle, double near,
                                          double far, bool orthographic, unsigned eye,
                                          const Jitter& jitter, unsigned viewport) {
-    Extent x{rectangle.left * scale, rectangle.width() * scale};
-    Extent y{rectangle.bottom * scale, rectangle.height() * scale};
+    Extent x{rectangle.left * scale, rectangle.right * scale};
+    Extent y{rectangle.bottom * scale, rectangle.top * scale};
     if (zoom.factor != 1.0) {
         x = zoomedPart(zoom.x, zoom.factor, x);
         y = zoomedPart(zoom.y, zoom.factor, y);
@@ -254,7 +257,7 @@ void VRenderContext::setProjectionFrustum(const Rectangle& rectangle, double nea
 
 void VRenderContext::setTileAwareIdentity(unsigned eye, double near, double far,
                                           const Jitter& jitter, unsigned viewport) {
-    constexpr Extent whole{-1.0, 2.0};
+    constexpr Extent whole{-1.0, 1.0};
     Extent x = whole, y = whole;
     if (zoom.factor != 1.0) {
         x = zoomedPart(zoom.x, zoom.factor, whole);
@@ -270,7 +273,7 @@ void VRenderContext::setTileAwareIdentity(unsigned eye, double near, double far,
 }
 
 void VRenderContext::updateFrustum(const Rectangle&, unsigned eye) {
-    constexpr Extent whole{-1.0, 2.0};
+    constexpr Extent whole{-1.0, 1.0};
     Extent x = whole, y = whole;
     if (isTile()) {
         x = tilePart(tileX, tileWidth, imageWidth, whole);

@@ -17,6 +17,8 @@ namespace Mirk {
 class POLYPIA_EXPORT VRenderInterruptor : public Keel::ReferenceBase<VRenderInterruptor> {
 public:
     VRenderInterruptor();
+    VRenderInterruptor(const VRenderInterruptor&) = delete;
+    VRenderInterruptor& operator=(const VRenderInterruptor&) = delete;
     ~VRenderInterruptor() override;
 
     // The order of the virtual operations is part of the interface.

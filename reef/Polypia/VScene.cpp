@@ -89,6 +89,11 @@ void VScene::leave(const VObject& object) {
     if (input && input->parameter() == output->parameter()) scene->removeParameter(name);
 }
 
+bool VScene::must_update(const VRequest& request, double precision) const {
+    // What lies behind its direct objects depends on their connections, too.
+    return VObject::must_update(request, precision) || _complexity.value(request.pool) > 0;
+}
+
 bool VScene::update(VRequest& request, double) {
     class GrabRenderableObjects : public VObjectIterator {
     public:
@@ -114,7 +119,7 @@ void VScene::removeDeadInputs() {
     for (const VSlotPtr& input : table->slots) {
         if (input->ownParameter()) continue;
         const VParameterPtr parameter = input->parameter();
-        if (parameter && !parameter->hasSource()) removeParameter(input->Name());
+        if (parameter && !parameter->hasSource()) detach(input);
     }
 }
 

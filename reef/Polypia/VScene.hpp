@@ -12,7 +12,8 @@ namespace Mirk {
 using VScenePtr = Keel::StrongPtr<VScene, VManagedObjectBase>;
 
 /// The display objects that its inputs are connected to, and what these depend on as far as the
-/// input "Complexity" says (0: not at all), as the value of its output "objects". An object's
+/// input "Complexity" says (0: not at all), as the value of its output "objects". That is one for
+/// all pools unless it is localised, which pools with a Complexity of their own need. An object's
 /// priority is its layer. Of an object that has just been made, or has died, the scene learns with
 /// the next request; objects that aren't complete yet are left out.
 class POLYPIA_EXPORT VScene : public VObject {
@@ -33,6 +34,8 @@ public:
     /// For the destructor of a display object: takes the input away again. Makes no scene.
     static void leave(const VObject& object);
 
+    /// With a Complexity above 0 each request gathers anew.
+    bool must_update(const VRequest& request, double precision) const override;
     /// Gathers the objects in the pool of the request, and notifies if they are others than before.
     /// Returns true.
     bool update(VRequest& request, double precision) override;

@@ -126,7 +126,7 @@ Viewer::getTouchableBoundingVolume(const ValuePoolPtr& requestedPool) const {
                                  VSceneObjects::HighestTouchableLayer);
 }
 
-std::string Viewer::getSensorInfo(const RenderAble::SensorView& view) const {
+std::string Viewer::getSensorInfo(const RenderAble::SensorView& view) {
     std::string info;
     const auto drawables = readScene(pool).drawables();
     for (const ObjectSelection::Drawable& drawable : *drawables) {

@@ -139,7 +139,7 @@ public:
     BoundingBallPtr getTouchableBoundingVolume(const ValuePoolPtr& requestedPool) const;
     /// What all objects, hidden ones included, have to say in this viewer's pool, one after the
     /// other without separator.
-    std::string getSensorInfo(const RenderAble::SensorView& view) const;
+    std::string getSensorInfo(const RenderAble::SensorView& view);
     /// The output of type VCamera of the first object that is visible in this viewer's pool and has
     /// one; null if there is none.
     VSlotPtr findActiveCameraController() const;

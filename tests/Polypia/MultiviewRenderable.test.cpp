@@ -3,6 +3,7 @@
 #include "RecordingContext.hpp"
 #include "sceneQuestions.hpp"
 #include "stoppedClock.hpp"
+#include "virtualSlot.hpp"
 
 #include <keel/VerboseStream.hpp>
 #include <sorrel/VActionNotifier.hpp>
@@ -147,6 +148,49 @@ TEST_F(MultiviewRenderableTest, PublishesNothingWithoutATimeOfTheFrameBefore) {
     EXPECT_TRUE(draw());
     EXPECT_EQ(published(object->renderTimeOutput()), 0);
     EXPECT_EQ(published(object->renderTimeContributionOutput()), 0);
+}
+
+TEST_F(MultiviewRenderableTest, WithoutPoolTheTimesOfAllPoolsStay) {
+    setLastFrameTime(0.25);
+    object->action = sleep;
+    object->renderTimeOutput().set(context.pool, 7.0);
+    object->renderTimeContributionOutput().set(context.pool, 0.7);
+    const Mirk::ValuePoolPtr pool = context.pool;
+    context.pool = {};
+    EXPECT_TRUE(draw());
+    EXPECT_GT(renderTime, 0.5);
+    context.pool = pool;
+    EXPECT_EQ(published(object->renderTimeOutput()), 7.0);
+    EXPECT_EQ(published(object->renderTimeContributionOutput()), 0.7);
+}
+
+TEST_F(MultiviewRenderableTest, TheWaitForTheMutexIsPartOfTheTime) {
+    std::vector<bool> wasFree;
+    const WatchedClock clock([&] { wasFree.push_back(isFree(object->mutex)); });
+    EXPECT_TRUE(draw());
+    ASSERT_FALSE(wasFree.empty());
+    EXPECT_TRUE(wasFree.front());
+}
+
+TEST_F(MultiviewRenderableTest, ContextIsToldOfAFailureWithTheMutexFree) {
+    class Asking : public RecordingContext {
+    public:
+        bool notifyError(const RenderAble& failed, const RenderException&) override {
+            wasFree = isFree(failed.mutex);
+            return true;
+        }
+        bool wasFree = false;
+    };
+    Asking asking;
+    object->action = [this]() -> bool { throw exception; };
+    EXPECT_TRUE(object->exception_safe_multiview_render(object, renderTime, asking,
+                                                        asking.getViews(0, 0), sub));
+    EXPECT_TRUE(asking.wasFree);
+}
+
+TEST_F(MultiviewRenderableTest, OperationsStandBehindTheDestructors) {
+    EXPECT_EQ(virtualSlot(&MultiviewRenderable::multiview_render),
+              virtualSlot(&StereoDraw::stereo_render));
 }
 
 TEST_F(MultiviewRenderableTest, NoTimeAtAllLeavesThePublishedOneAlone) {

@@ -174,6 +174,32 @@ TEST_F(ObjectSelection, VisitorEndsTheWalkByFalse) {
     EXPECT_EQ(visits, 1);
 }
 
+TEST_F(ObjectSelection, VisitorEndsTheWalkThroughARangeByFalse) {
+    selection.insert(1, a);
+    selection.insert(1, b);
+    selection.insert(2, c);
+    int visited = 0;
+    selection.iterate(1, 2, [&](int, const WeakObject&) { return ++visited < 2; });
+    EXPECT_EQ(visited, 2);
+}
+
+TEST_F(ObjectSelection, CopiesKeepTheOrderWithinALayer) {
+    selection.insert(2, c);
+    selection.insert(2, a);
+    selection.insert(1, a);
+    selection.insert(2, b);
+    const auto ordered = ElementsAre("2c", "2a", "2b");
+    const auto any = [](const WeakObject&) { return true; };
+    const Mirk::ObjectSelection filtered(selection, 2, 2, any);
+    EXPECT_THAT(names(filtered), ordered);
+    Mirk::ObjectSelection assigned;
+    assigned = filtered;
+    EXPECT_THAT(names(assigned), ordered);
+    const VObjectPtr d = object("d");
+    assigned.insert(2, d);
+    EXPECT_THAT(names(assigned), ElementsAre("2c", "2a", "2b", "2d"));
+}
+
 TEST_F(ObjectSelection, EmptyVisitorThrowsAsSoonAsThereIsAnEntry) {
     EXPECT_NO_THROW(selection.iterate(Mirk::ObjectSelection::Visitor()));
     selection.insert(1, a);

@@ -47,9 +47,7 @@ public:
         return true;
     }
     BoundingBallPtr getBoundingBall(const Mirk::ValuePoolPtr&) const override { return _box; }
-    std::string getSensorInfo(const Mirk::ValuePoolPtr&, const SensorView&) const override {
-        return "x";
-    }
+    std::string getSensorInfo(const Mirk::ValuePoolPtr&, const SensorView&) override { return "x"; }
     bool pickAction(unsigned) const override {
         ++_touches;
         return true;

@@ -242,6 +242,18 @@ TEST_F(VRenderContextTest, CancelledContextAllowsNothingAndSpendsNothing) {
     EXPECT_EQ(context.renderAllowance, 100);
 }
 
+TEST_F(VRenderContextTest, RefusalsAreCountedButThoseOfACancelledFrame) {
+    const auto before = context.numberOfRefusals();
+    const SizedPtr polyp(new Sized(60));
+    EXPECT_TRUE(context.allowRendering(*polyp));
+    EXPECT_EQ(context.numberOfRefusals(), before);
+    EXPECT_FALSE(context.allowRendering(*polyp));
+    EXPECT_EQ(context.numberOfRefusals(), before + 1);
+    interruptor->stops = true;
+    EXPECT_FALSE(context.allowRendering(*polyp));
+    EXPECT_EQ(context.numberOfRefusals(), before + 1);
+}
+
 TEST_F(VRenderContextTest, AspectRatioIsThatOfTheViewport) {
     setPixels(300, 200);
     EXPECT_EQ(context.getViewportAspectRatio(2), 1.5);
@@ -405,6 +417,14 @@ TEST_F(VRenderContextTest, FrustumIsScaledAndUsedAsItIs) {
     EXPECT_EQ(view().left, -1);
     EXPECT_EQ(view().right, 2);
     EXPECT_TRUE(view().orthographic);
+}
+
+TEST_F(VRenderContextTest, RectangleThatIsNotCutStaysToTheLastDigit) {
+    context.setTileAwareFrustum(1, {-1, 0.1, -1, 1e-17}, 1, 10, false, 0, {}, 0);
+    EXPECT_EQ(view().left, -1);
+    EXPECT_EQ(view().right, 0.1);
+    EXPECT_EQ(view().bottom, -1);
+    EXPECT_EQ(view().top, 1e-17);
 }
 
 TEST_F(VRenderContextTest, IdentityIsTheSquareOfTheScreen) {
@@ -623,6 +643,20 @@ TEST_F(VRenderContextTest, FrustumOfAZoomHasTheCornersOfItsPart) {
     }
 }
 
+TEST_F(VRenderContextTest, FrustumOfATileHasTheAspectOfTheImage) {
+    setPixels(100, 100);
+    setTile(100, 100, 1, 0, 200, 100);
+    View& eye = context.CurrentView(0, 0);
+    eye.camera.position = {0, 0, 0};
+    eye.camera.lookAt = {0, 0, -1};
+    eye.camera.up = {0, 1, 0};
+    setPerspective(90, 1, 3);
+    // The right half of what is twice as wide as high.
+    EXPECT_NEAR(view().corners[0].x, 0, Small);
+    EXPECT_NEAR(view().corners[1].x, 2, Small);
+    EXPECT_NEAR(view().corners[1].y, 1, Small);
+}
+
 class VisibilityTest : public VRenderContextTest {
 protected:
     VisibilityTest() { setPerspective(90, 1, 100); }
@@ -655,6 +689,21 @@ TEST_F(VisibilityTest, PlaneThatIsNotANumberExcludesNothing) {
     context.updateFrustum({}, 0);
     EXPECT_TRUE(isVisible({0, 0, -1e9}, 1));
     EXPECT_TRUE(isVisible({0, 0, 0}, 1));
+}
+
+TEST_F(VisibilityTest, EachEyeSeesItsOwn) {
+    context.setNumberOfEyes(2);
+    for (unsigned eye = 0; eye < 2; ++eye) {
+        View& of = context.CurrentView(eye, 0);
+        of.camera.position = {1000.0 * eye, 0, 10};
+        of.camera.lookAt = {1000.0 * eye, 0, 0};
+        of.camera.fieldOfView = 90;
+        context.setTileAwarePerspective(90, 1, 100, false, eye, {}, 0);
+    }
+    EXPECT_FALSE(context.isVisible(boxAround({1000, 0, 0}, 1), 0));
+    EXPECT_TRUE(context.isVisible(boxAround({1000, 0, 0}, 1), 1));
+    EXPECT_TRUE(context.isVisible(boxAround({0, 0, 0}, 1), 0));
+    EXPECT_FALSE(context.isVisible(boxAround({0, 0, 0}, 1), 1));
 }
 
 TEST_F(VRenderContextTest, UniformBuffersAreThoseOfTheSeagrass) {

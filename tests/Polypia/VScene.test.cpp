@@ -263,6 +263,30 @@ TEST_F(VScene, NotifiesIfTheObjectsAreOthersThanBefore) {
     EXPECT_EQ(watcher->changes, 1);
 }
 
+TEST_F(VScene, OfALocalOutputItNotifiesForThePoolAlone) {
+    class PoolWatcher : public Mirk::ValueNotifier {
+    public:
+        void touched(const Mirk::ValueNotifierList&, const Mirk::VValuePtr& value,
+                     const ValuePoolPtr& pool) override {
+            if (value) pools.push_back(pool);
+        }
+        std::vector<ValuePoolPtr> pools;
+    };
+    const ShownPtr a = shown("a");
+    output()->Localize();
+    const Keel::StrongPtr<PoolWatcher, Mirk::ValueNotifier> watcher(new PoolWatcher);
+    output()->addNotifier(Keel::WeakPtr<Mirk::ValueNotifier>(watcher));
+    request();
+    EXPECT_THAT(watcher->pools, ElementsAre(pool));
+    const auto published = [](const ValuePoolPtr& in) {
+        Mirk::VSceneObjects objects;
+        EXPECT_TRUE(Mirk::readSlot(theScene()->findOutput("objects"), in, objects));
+        return objects.NumberOfObjects();
+    };
+    EXPECT_EQ(published(pool), 1U);
+    EXPECT_EQ(published(ValuePoolPtr(new Mirk::ValuePool)), 0U);
+}
+
 TEST_F(VScene, ThousandUpdatesOfAnUnchangedSceneChangeNothing) {
     const ShownPtr a = shown("a");
     request();
@@ -290,6 +314,22 @@ TEST_F(VScene, ComplexityIsHowFarItLooksBehindItsObjects) {
     Mirk::writeSlot(scene->findInput("Complexity"), {}, 2);
     request(*scene);
     EXPECT_THAT(published(scene), ElementsAre("0direct", "0behind", "0far"));
+}
+
+TEST_F(VScene, SeesConnectionsBehindItsObjectsChange) {
+    const VScenePtr scene(new Mirk::VScene("own"));
+    scene->enableRequestProcessing();
+    const ShownPtr direct = shown("direct"), behind = shown("behind");
+    scene->addParameter("in", 0, direct->findOutput("renderable")->parameter(), true);
+    Mirk::writeSlot(scene->findInput("Complexity"), {}, 1);
+    request(*scene);
+    EXPECT_THAT(published(scene), ElementsAre("0direct"));
+    direct->addParameter("in", 0, behind->findOutput("renderable")->parameter(), true);
+    request(*scene);
+    EXPECT_THAT(published(scene), ElementsAre("0direct", "0behind"));
+    direct->detach(direct->findInput("in"));
+    request(*scene);
+    EXPECT_THAT(published(scene), ElementsAre("0direct"));
 }
 
 TEST_F(VScene, ComplexityIsReadInThePoolOfTheRequest) {

@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <future>
@@ -16,6 +17,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -267,6 +269,22 @@ TEST_F(VSceneObjects, ContextIsFilledWithItsMutexHeld) {
     add(shownCube("a", 0, 1))->asked = [&] { wasFree = isFree(context.mutex); };
     objects.render(context, renderTime, 0, 0);
     EXPECT_FALSE(wasFree);
+}
+
+TEST_F(VSceneObjects, OtherThreadsReadTheFrameUnderTheMutexOfTheContext) {
+    add(shownCube("a", 0, 1));
+    std::atomic<bool> isOver = false;
+    std::thread reader([&] {
+        while (!isOver) {
+            const std::lock_guard lock(context.mutex);
+            const bool isInFrame = context.frameObjects.NumberOfObjects() > 0;
+            EXPECT_EQ(isInFrame, static_cast<bool>(context.visibleVolume));
+            EXPECT_EQ(isInFrame, static_cast<bool>(context.touchableVolume));
+        }
+    });
+    for (int frame = 0; frame < 500; ++frame) objects.render(context, renderTime, 0, 0);
+    isOver = true;
+    reader.join();
 }
 
 TEST_F(VSceneObjects, FrameIsAScopeOfTheProfilerThatIsClosedAfterAThrowToo) {

@@ -131,6 +131,21 @@ TEST(ProjectionParameters, FrustumWithoutFarPlaneKeepsAMargin) {
     EXPECT_TRUE(projection.perspective);
 }
 
+TEST(ProjectionParameters, IsOfTheLastKindThatWasSet) {
+    ProjectionParameters projection;
+    const auto kinds = [&] { return std::pair(projection.perspective, projection.orthographic); };
+    projection.setFrustum(-1, 1, -1, 1, 1, 3);
+    projection.setOrthographic(-1, 1, -1, 1, 1, 3);
+    EXPECT_EQ(kinds(), std::pair(false, true));
+    projection.setFrustum(-1, 1, -1, 1, 1, 3);
+    EXPECT_EQ(kinds(), std::pair(true, false));
+    projection.resetProjection();
+    EXPECT_EQ(kinds(), std::pair(false, false));
+    projection.setOrthographic(-1, 1, -1, 1, 1, 3);
+    projection.setInfiniteFrustum(-1, 1, -1, 1, 1);
+    EXPECT_EQ(kinds(), std::pair(true, false));
+}
+
 TEST(ProjectionParameters, ResetClearsMatrixAndKind) {
     ProjectionParameters projection;
     projection.setOrthographic(-2, 2, -1, 1, 1, 3);
@@ -316,6 +331,19 @@ TEST_F(View, ScreenToWorldNeedsRoomAndAnInverse) {
     EXPECT_FALSE(view.UnifiedScreenToWorld({0, 0, 0}, world[0]));
 }
 
+TEST_F(View, PointThatComesFromNowhereIsNone) {
+    Mirk::View view;
+    view.setFrustum(-1, 1, -1, 1, 1, 3); // a depth of 1.5 is 2 in clip space: w is 0 there
+    view.updateInverseMatrices();
+    point one;
+    EXPECT_TRUE(view.UnifiedScreenToWorld({0.5, 0.5, 0.5}, one));
+    EXPECT_FALSE(view.UnifiedScreenToWorld({0.5, 0.5, 1.5}, one));
+    std::vector<point> world(2);
+    EXPECT_TRUE(view.ScreenToWorld({{0, 0, 0.5}, {0, 0, 0}}, world));
+    EXPECT_FALSE(view.ScreenToWorld({{0, 0, 0.5}, {0, 0, 1.5}}, world)) << "one fails them all";
+    EXPECT_FALSE(view.ScreenToWorld({{0, 0, 1.5}, {0, 0, 0.5}}, world));
+}
+
 TEST_F(View, RayThroughTheCentrePointsAlongTheView) {
     Mirk::View view;
     view.camera.position = {1, 2, 3};
@@ -338,6 +366,22 @@ TEST_F(View, RayWithoutFarPlanePointsAheadAsWell) {
     vector direction;
     ASSERT_TRUE(view.UnifiedScreenToRay(.5, .5, origin, direction));
     EXPECT_NEAR(direction.z, -1, 1e-12);
+}
+
+TEST_F(View, RayWithoutFarPlaneBeginsOnTheNearOneWhereverTheCameraIs) {
+    Mirk::View view;
+    view.camera.position = {4, 5, 6};
+    view.camera.lookAt = {4, 5, -4};
+    view.setInfiniteFrustum(-1, 1, -1, 1, .5);
+    view.computeModelViewMatrix();
+    view.updateInverseMatrices();
+    point origin;
+    vector direction;
+    ASSERT_TRUE(view.UnifiedScreenToRay(1, .5, origin, direction)); // the middle of the right edge
+    expectNear(origin, {5, 5, 5.5}, 1e-6);
+    EXPECT_NEAR(direction.x, 2 / std::sqrt(5), 1e-6);
+    EXPECT_NEAR(direction.y, 0, 1e-12);
+    EXPECT_NEAR(direction.z, -1 / std::sqrt(5), 1e-6);
 }
 
 TEST_F(View, RayFailsWithoutInverse) {
@@ -393,10 +437,14 @@ TEST_F(View, DiffersByTheNumbersOfTheCameraAlone) {
         change(b);
         return Mirk::VValueCompareTrait<Mirk::View>::isDifferent(a, b);
     };
-    EXPECT_TRUE(differs([](Mirk::View& view) { view.camera.position.x = 1; }));
-    EXPECT_TRUE(differs([](Mirk::View& view) { view.camera.lookAt.y = -1; }));
-    EXPECT_TRUE(differs([](Mirk::View& view) { view.camera.up.z = 1; }));
-    EXPECT_TRUE(differs([](Mirk::View& view) { view.camera.fieldOfView = 1; }));
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        for (const double change : {-1.0, 1.0}) {
+            EXPECT_TRUE(differs([=](Mirk::View& view) { view.camera.position[axis] += change; }));
+            EXPECT_TRUE(differs([=](Mirk::View& view) { view.camera.lookAt[axis] += change; }));
+            EXPECT_TRUE(differs([=](Mirk::View& view) { view.camera.up[axis] += change; }));
+            EXPECT_TRUE(differs([=](Mirk::View& view) { view.camera.fieldOfView += change; }));
+        }
+    }
     EXPECT_FALSE(differs([](Mirk::View& view) { view.setFrustum(-1, 1, -1, 1, 1, 2); }));
     EXPECT_FALSE(differs([](Mirk::View& view) {
         view.camera.position.x = std::numeric_limits<double>::quiet_NaN();

@@ -4,6 +4,7 @@
 #include "memberOrder.hpp"
 #include "sceneQuestions.hpp"
 #include "shownObject.hpp"
+#include "virtualSlot.hpp"
 
 #include <Polypia/MetaViewer.hpp>
 #include <Polypia/PixelBuffer.hpp>
@@ -16,10 +17,12 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -239,6 +242,103 @@ TEST_F(Viewer, ReadsTheSceneForAFrameWithTheMutexOfTheContextHeld) {
     lock.unlock();
     render.join();
     EXPECT_THAT(drawn, ElementsAre("0a", "0b"));
+}
+
+/// A question to a viewer that takes objects out of the scene, and the mutex that it does it under.
+struct Question {
+    const char* name;
+    std::function<std::mutex&(TestViewer&, RecordingContext&)> mutex;
+    std::function<void(TestViewer&, RecordingContext&)> ask;
+};
+std::ostream& operator<<(std::ostream& out, const Question& question) {
+    return out << question.name;
+}
+
+class ViewerQuestion : public Viewer, public testing::WithParamInterface<Question> {};
+
+TEST_P(ViewerQuestion, ReadsTheSceneUnderItsMutex) {
+    const auto asked = std::make_shared<std::atomic<bool>>(false);
+    const auto late = [&] {
+        const ShownPtr object = add(shown("late"));
+        object->asked = [asked] { *asked = true; };
+        object->info = [asked](const ValuePoolPtr&, const Mirk::RenderAble::SensorView&) {
+            *asked = true;
+            return std::string();
+        };
+        request(*viewer);
+    };
+    context.picking = [&](const Mirk::ObjectSelection& objects,
+                          const RecordingContext::PixelRectangle&, int, int) {
+        *asked = objects.NumberOfObjects() == 1;
+        return Mirk::VRenderContext::PickListPtr();
+    };
+    request(*viewer);
+    std::unique_lock lock(GetParam().mutex(*viewer, context));
+    std::thread asking([&] { GetParam().ask(*viewer, context); });
+    // Long enough for a question that doesn't wait to find nothing.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    late();
+    lock.unlock();
+    asking.join();
+    EXPECT_TRUE(*asked);
+}
+
+std::mutex& mutexOfThePool(TestViewer& viewer, RecordingContext&) {
+    return viewer.pool->mutex;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , ViewerQuestion,
+    testing::Values(Question{"Pick",
+                             [](TestViewer&, RecordingContext& context) -> std::mutex& {
+                                 return context.mutex;
+                             },
+                             [](TestViewer& viewer, RecordingContext& context) {
+                                 viewer.pick(context, 0, 0, 1, 1);
+                             }},
+                    Question{"Visible", mutexOfThePool,
+                             [](TestViewer& viewer, RecordingContext&) {
+                                 viewer.getVisibleBoundingVolume(viewer.pool);
+                             }},
+                    Question{"Touchable", mutexOfThePool,
+                             [](TestViewer& viewer, RecordingContext&) {
+                                 viewer.getTouchableBoundingVolume(viewer.pool);
+                             }},
+                    Question{
+                        "Sensor", mutexOfThePool,
+                        [](TestViewer& viewer, RecordingContext&) { viewer.getSensorInfo({}); }}),
+    [](const testing::TestParamInfo<Question>& question) {
+        return std::string(question.param.name);
+    });
+
+TEST_F(Viewer, AsksTheSceneOfThePool) {
+    add(shownCube("everywhere", 0, 1))->info = [](const ValuePoolPtr&, const auto&) {
+        return std::string("everywhere");
+    };
+    request(*viewer);
+    const ValuePoolPtr other = Keel::make<Mirk::ValuePool>();
+    const Mirk::VParameterPtr parameter = viewer->scene->parameter();
+    parameter->Localize();
+    const ShownPtr local = add(shownCube("local", 4, 5));
+    local->info = [](const ValuePoolPtr&, const auto&) { return std::string("local"); };
+    Mirk::VSceneObjects objects;
+    objects.insert(0, VObjectPtr(local));
+    Mirk::writeParameter(parameter, other, objects);
+    EXPECT_EQ(BoxPtr(viewer->getVisibleBoundingVolume(other))->min.x, 4);
+    EXPECT_EQ(BoxPtr(viewer->getVisibleBoundingVolume(viewer->pool))->min.x, 0);
+    EXPECT_EQ(viewer->getTouchableBoundingVolume(other)->centre.x, 4.5);
+    EXPECT_EQ(viewer->getTouchableBoundingVolume(viewer->pool)->centre.x, 0.5);
+    EXPECT_EQ(viewer->getSensorInfo({}), "everywhere");
+    Mirk::writeParameter(parameter, viewer->pool, objects);
+    EXPECT_EQ(viewer->getSensorInfo({}), "local");
+}
+
+TEST_F(Viewer, OperationsStandInTheirOrder) {
+    EXPECT_EQ((std::vector{virtualSlot(&Mirk::Viewer::makeFrameInfo),
+                           virtualSlot(&Mirk::Viewer::withFrameInfo)}),
+              slotsFrom(virtualSlot(&Mirk::Viewer::makeFrameInfo), 2));
+    EXPECT_EQ(virtualSlot(&Mirk::Viewer::FrameCompletion::complete), 3U)
+        << "behind the destructors";
 }
 
 TEST_F(Viewer, HoldsNoLockWhileObjectsAreDrawn) {
@@ -471,7 +571,9 @@ TEST_F(Viewer, HandsTheFrameInfoToAnActionAndEndsIt) {
     const auto fails = [](Mirk::Viewer::FrameInfo&) { throw std::runtime_error("no"); };
     EXPECT_THROW(viewer->withFrameInfo(context, {}, fails), std::runtime_error);
     EXPECT_TRUE(viewer->infoHasEnded);
+    viewer->infoHasEnded = false;
     EXPECT_THROW(viewer->withFrameInfo(context, {}, {}), std::bad_function_call);
+    EXPECT_TRUE(viewer->infoHasEnded) << "it was made";
 }
 
 TEST_F(Viewer, FrameGrabberHoldsWhatAPictureShouldBeLike) {

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -206,6 +207,17 @@ TEST_F(MultiViewText, TellsWhatAFragmentStageLacksForLayers) {
                 Not(HasSubstr("ERROR")));
 }
 
+/// The line of the text that a validator's first message, "ERROR: 0:LINE: ...", is about.
+std::string complainedLine(const std::string& code, const std::string& complaint) {
+    const std::size_t place = complaint.find("0:");
+    if (place == std::string::npos) return "";
+    const int number = std::atoi(complaint.c_str() + place + 2);
+    std::istringstream lines(code);
+    std::string line;
+    for (int i = 0; i < number; ++i) std::getline(lines, line);
+    return line;
+}
+
 TEST_F(MultiViewText, WarnsOfTheWayThatItTakesIfAskedTo) {
     const std::string define = "#define ZELK_GLSL_ENABLE_WARNINGS 1\n";
     for (const auto& [way, words] :
@@ -215,7 +227,9 @@ TEST_F(MultiViewText, WarnsOfTheWayThatItTakesIfAskedTo) {
         const Way warning{"", defines.c_str(), way.outputViews};
         const std::string code = text("450 core", warning, vertexStage);
         // The validator has no #warning and complains of the line, which is how we see it.
-        EXPECT_THAT(validate(code, vertexStage), HasSubstr("warning")) << words;
+        const std::string complaint = validate(code, vertexStage);
+        EXPECT_THAT(complaint, HasSubstr("warning"));
+        EXPECT_THAT(complainedLine(code, complaint), HasSubstr(words));
         const std::string without = text("450 core", way, vertexStage);
         EXPECT_THAT(validate(without, vertexStage), Not(HasSubstr("warning")));
     }

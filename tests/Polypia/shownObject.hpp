@@ -23,8 +23,7 @@ public:
     BoundingBallPtr getTouchableBoundingBall(const Mirk::ValuePoolPtr& pool) const override {
         return touchableBall ? touchableBall : getBoundingBall(pool);
     }
-    std::string getSensorInfo(const Mirk::ValuePoolPtr& pool,
-                              const SensorView& view) const override {
+    std::string getSensorInfo(const Mirk::ValuePoolPtr& pool, const SensorView& view) override {
         return info ? info(pool, view) : std::string();
     }
 
