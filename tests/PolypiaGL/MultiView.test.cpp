@@ -333,6 +333,110 @@ TEST_P(MultiView, EachMemberOfTheBlockHasTheValueOfTheRecord) {
     EXPECT_EQ(center()[2], static_cast<int>(members().size()));
 }
 
+using Vec4 = std::array<double, 4>;
+
+Vec4 times(const View::Matrix& matrix, const Vec4& v) {
+    Vec4 product{};
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            product[row] += matrix[column * 4 + row] * v[column];
+        }
+    }
+    return product;
+}
+
+Vec4 difference(const Vec4& a, const Vec4& b) {
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2], a[3] - b[3]};
+}
+
+std::string vec4Of(const Vec4& v) {
+    std::string text;
+    for (const double value : v) text += (text.empty() ? "vec4(" : ", ") + std::to_string(value);
+    return text + ")";
+}
+
+TEST_P(MultiView, FunctionsOfTheTextGiveWhatTheyTell) {
+    // Whole numbers, whose products and sums floats hold exactly.
+    View& view = views.CurrentView(1, 0);
+    double next = 1;
+    for (View::Matrix* const matrix :
+         {&view.matrix, &view.untranslatedModelView, &view.modelView}) {
+        for (double& element : *matrix) element = next++;
+    }
+    view.cameraPosition = {3, -5, 7};
+    view.camera.position = {11, 13, -17};
+    view.camera.lookAt = {19, -23, 29};
+    const vector offset{100, 200, -300};
+    const Vec4 translation{103, 195, -293, 0};
+    buffer = basin->createUniformBuffer(2 * sizeof(MultiViewRecord));
+    ASSERT_TRUE(views.updateMultiView(*buffer, views.getViews(0, 0)));
+
+    const Vec4 v{2, -3, 5, 1}, otherOffset{6, 8, -9, 0};
+    const std::string text = vec4Of(v), relative = "mkRelativeVertex(" + text + ")";
+    const Vec4 inEye = times(view.untranslatedModelView, difference(v, translation));
+    const Vec4 onScreen = times(view.matrix, inEye);
+    const Vec4 ofWorld = difference(v, {offset.x, offset.y, offset.z, 0});
+    const Vec4 unstable = times(view.matrix, times(view.modelView, v));
+    const Vec4 untranslated = times(view.matrix, times(view.untranslatedModelView, v));
+    const Vec4 direction{-view.modelView[2], -view.modelView[6], -view.modelView[10], 0};
+    const auto padded = [](const std::string& vec3) { return "vec4(" + vec3 + ", 0.0)"; };
+    const auto ofW0 = [](Vec4 value) {
+        value[3] = 0;
+        return value;
+    };
+    const std::vector<std::pair<std::string, Vec4>> table{
+        {relative + ".Vertex", v},
+        {relative + ".Offset", {offset.x, offset.y, offset.z, 0}},
+        {"WorldVertex(" + relative + ")", ofWorld},
+        {padded("WorldVertex3(" + relative + ")"), ofW0(ofWorld)},
+        {"vec4(WorldVertexHeight(" + relative + "))",
+         {ofWorld[2], ofWorld[2], ofWorld[2], ofWorld[2]}},
+        {"getTranslatedView().Translation", translation},
+        {"getTranslatedView(uint(1)).Translation", translation},
+        {"getCameraObserverRelativeToVertexOffset()", {111, 213, -317, 1}},
+        {"getCameraLookAtRelativeToVertexOffset()", {119, 177, -271, 1}},
+        {"multiview_transform_view_eye_to_screen(uint(1), " + text + ")", times(view.matrix, v)},
+        {"multiview_transform_view_eye_to_screen(" + text + ")", times(view.matrix, v)},
+        {"multiview_transform_view_unstable(uint(1), " + text + ")", unstable},
+        {"multiview_transform_unstable(" + text + ")", unstable},
+        {"eye_multiview_transform_untranslated_view(uint(1), " + text + ")",
+         times(view.untranslatedModelView, v)},
+        {"multiview_transform_untranslated_view(uint(1), " + text + ")", untranslated},
+        {"multiview_transform_untranslated(" + text + ")", untranslated},
+        {"eye_multiview_transform_view(uint(1), " + relative + ")", inEye},
+        {"eye_multiview_transform_view(" + relative + ")", inEye},
+        {"multiview_transform_view(uint(1), " + relative + ")", onScreen},
+        {"multiview_transform(" + relative + ")", onScreen},
+        {"zelk_ftransform(" + text + ")", onScreen},
+        {"zelk_transform_vertex_WorldToEye(" + text + ", " + vec4Of(otherOffset) + ")", inEye},
+        {"zelk_transform_vertex_WorldToEye(" + text + ", vec3(6.0, 8.0, -9.0))", inEye},
+        {padded("zelk_WorldPosition(" + text + ")"), ofW0(v)},
+        {padded("get_viewdir_from_modelview_matrix(views[1].FullModelViewMatrix)"), direction},
+        {padded("multiview_get_viewdir(uint(1))"), direction},
+        {padded("get_viewdir()"), direction},
+    };
+    // Red has the number of the first one that is wrong, blue counts those that are right.
+    std::string main = "out vec4 color;\nvoid main() {\n    int equal = 0, wrong = 0;\n";
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        const auto& [expression, value] = table[i];
+        main += "    if (" + expression + " == " + vec4Of(value) +
+                ") ++equal; else if (wrong == 0) wrong = " + std::to_string(i + 1) + ";\n";
+    }
+    main += "    color = vec4(float(wrong) / 255.0, 0.0, float(equal) / 255.0, 1.0);\n}\n";
+    const auto painted =
+        fillPicture(program("#version 330\nin vec3 Coordinates;\n"
+                            "void main() { gl_Position = vec4(Coordinates, 1.0); }\n",
+                            fragment("330", main)));
+    ASSERT_TRUE(painted->bindUniformBlock("MultiView", buffer));
+    views.CurrentEye = 1;
+    basin->factory().setCurrentView(1);
+    views.updateTranslatedViews(*polyp, offset, 0);
+    wave();
+    const auto wrong = static_cast<std::size_t>(center()[0]);
+    EXPECT_EQ(wrong, 0U) << (wrong > 0 ? table[wrong - 1].first : "");
+    EXPECT_EQ(center()[2], static_cast<int>(table.size()));
+}
+
 TEST_P(MultiView, PassesShowAPointWhereEachEyeSeesIt) {
     lookAtPlanet();
     const auto pictures = picturesOfPasses();
