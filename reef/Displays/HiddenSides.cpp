@@ -46,11 +46,13 @@ bool HiddenSides::updateValue(VRenderContext& context) {
         Eye& eye = _eyes[i];
         const View& view = context.CurrentView(i, 0);
         const double margin = marginRadians(view, pixels, marginPixels);
-        if (view.cameraPosition == eye.position && margin == eye.marginRadians) continue;
-        eye.position = view.cameraPosition;
-        eye.marginRadians = margin;
-        *eye.plane = toFloats(
-            hiddenSide(point() + (eye.position - _origin), margin, earthCentre, _unitMetres));
+        if (view.cameraPosition != eye.position || margin != eye.marginRadians) {
+            eye.position = view.cameraPosition;
+            eye.marginRadians = margin;
+            eye.plane = toFloats(
+                hiddenSide(point() + (eye.position - _origin), margin, earthCentre, _unitMetres));
+        }
+        *eye.inProgram = eye.plane;
     }
     return true;
 }

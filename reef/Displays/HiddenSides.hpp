@@ -11,7 +11,7 @@ namespace Mirk {
 
 /// Keeps the uniforms "HiddenSides[i].plane" of a program up to date, the result of hiddenSide()
 /// for each eye relative to the origin of the vertices. Computed when an eye has moved, or the size
-/// of its pixels has changed.
+/// of its pixels has changed; set for each drawing, as other polyps may have the same program.
 class HiddenSides : public Polyp::SpecializedTentacle<Polyp::ParameterKey> {
 public:
     /// How far beyond its coordinates something is drawn, in pixels.
@@ -27,11 +27,12 @@ public:
     bool deactivate(const Polyp& polyp) override;
 
 private:
-    /// What a plane was computed for, and where the program keeps it.
+    /// A plane, what it was computed for, and where the program keeps it.
     struct Eye {
-        RenderNamespace::ProgramVariables::Variant* plane;
+        RenderNamespace::ProgramVariables::Variant* inProgram;
         Skua::PhysicalSpace::point position{};
         double marginRadians = -1.0; // of none
+        Skua::FixedArray<float, 4> plane{};
     };
 
     const Skua::PhysicalSpace::point _origin;

@@ -9,6 +9,7 @@
 #include <line.geom.glsl.hpp>
 #include <line.vert.glsl.hpp>
 
+#include <Polypia/RenderParameter.hpp>
 #include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
@@ -201,7 +202,7 @@ DisplayObject::Drawing LineSet::fill(Polyp& polyp, VRenderContext& context,
     if (data.kind == LineKind::Curve) {
         insertColor(polyp, context, _color);
     } else {
-        program["LevelColors"] = colorsOf(data.kind);
+        polyp.insert(Keel::make<RenderBasin::UniformParameter>("LevelColors", colorsOf(data.kind)));
         polyp.insert(
             context.createAttribute(shortLived(pointLevels(data, part)), levelAttribute, "Level"));
     }
