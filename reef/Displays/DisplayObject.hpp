@@ -1,19 +1,17 @@
 #pragma once
-// What the display objects of this library have in common; stands on VRenderObject, Programmable
-// and PolypCreatorKeeper.
+// What the display objects of this library have in common; stands on VRenderObject.
 
 #include <Displays/export.hpp>
 
 #include <Polypia/ClippingPlanes.hpp>
 #include <Polypia/MultiviewRenderable.hpp>
-#include <Polypia/PolypCreatorKeeper.hpp>
-#include <Polypia/Programmable.hpp>
+#include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VRenderObject.hpp>
 #include <rookery/BoundingBox.hpp>
 
+#include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -30,20 +28,24 @@ public:
 };
 
 /// An object that draws what its inputs hold, by one program and a polyp for each piece of the
-/// data in each Seagrass. It has a transformation, two clipping planes, a box in each pool, and
-/// viewpoints around that: "front" (towards -z), "back", "left", "right", "top" and "bottom".
+/// data, for each pool and number of eyes in each Seagrass. It has a transformation, two clipping
+/// planes, a box in each pool, and viewpoints around that: "front" (towards -z), "back", "left",
+/// "right", "top" and "bottom".
 ///
 /// A request reads the inputs, see update(). What goes to the GPU is relative to the middle of the
 /// bounds, so that single precision does for it; shaders see the views as LayeredMultiViews offers
 /// them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
-/// many of them to the GPU as fit, and draws these.
+/// many of them to the GPU as fit, and draws these. If something else was drawn before, that stays
+/// until all of the new is there.
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest
 /// power of 1/2. It gets more vertices for that only once it is needed.
 ///
-/// Shaders may be edited while they are drawn, see Programmable: as long as what a file holds is
-/// faulty the last good program goes on, the report is given out once, and drawing is false.
+/// A program that can't be compiled is reported once, and drawing is false from then on: the last
+/// good picture stays, and nothing is compiled until the program is to be another one. Shaders may
+/// be edited while they are drawn, see Programmable: a file that has changed is such a case, and as
+/// long as what it holds is faulty the last good program goes on, with new data as well.
 class DISPLAYS_EXPORT DisplayObject : public VRenderObject, public MultiviewRenderable {
 public:
     using point = Skua::PhysicalSpace::point;
@@ -61,6 +63,10 @@ public:
         /// What vertices are relative to: the middle of the bounds.
         const point origin;
         const std::size_t pieces;
+
+        /// Bytes that a piece takes on the GPU at least, for the allowance to be asked ahead of
+        /// filling it. Here 0: not known.
+        virtual std::size_t leastBytes(std::size_t piece) const;
     };
     using ContentPtr = std::shared_ptr<const Content>;
 
@@ -77,7 +83,8 @@ public:
     /// Draws with the views of the context's current layer. False if not all of it could be drawn:
     /// ahead of the first update(), without a live Seagrass, or as long as a piece waits for
     /// VRenderContext::allowRendering(). A piece is filled if there is none, if the views or what
-    /// the inputs ask for take another program, or if the data are others.
+    /// the inputs ask for take another program, or if the data are others; but none behind one that
+    /// was refused in the same frame.
     bool environment_render(VRenderContext& context) const override;
     /// Draws all views at once, as its programs know them all.
     bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
@@ -115,6 +122,8 @@ protected:
         std::string vertexPrefix = {};     ///< what the vertex stage needs beside that
         std::string vertexExtensions = {}; ///< lines of the head
         std::string fragmentVersion = "330";
+
+        bool operator==(const Stages&) const = default;
     };
     struct Drawing {
         RenderBasin::PainterPtr painter; ///< a RangedPainter if there are several levels
@@ -138,26 +147,23 @@ protected:
 
 private:
     struct PoolState;
-    struct Compiled;
     class Composer;
+    class Compiled;
+    using CompiledPtr = std::shared_ptr<Compiled>;
     class Filler;
+    struct Way;
+    class Pieces;
+    class Showing;
+    class Showings;
 
     Keel::StrongPtr<State> newState() const override;
     Form wholeForm(const ValuePoolPtr& pool) const;
-    std::size_t levelIn(VRenderContext& context) const;
-    Compiled& compiledFor(const Seagrass& seagrass) const;
-    RenderBasin::ProgramPtr programFor(VRenderContext& context, const ContentPtr& content,
-                                       Form form, Compiled& compiled) const;
-    bool drawPiece(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content,
-                   const RenderBasin::ProgramPtr& program, std::size_t piece, Form form,
-                   std::size_t level) const;
+    std::size_t levelIn(VRenderContext& context, std::size_t drawnLevel) const;
     void announceViewpoints(const Skua::BoundingBox& box, const ValuePoolPtr& pool) const;
 
     const ClippingPlanes _clippingPlanes;
     std::string _shaderFolder;
-    // Of these, only render threads know, with the object's mutex held.
-    mutable std::vector<std::unique_ptr<PolypCreatorKeeper>> _creators; // by piece
-    mutable std::vector<std::unique_ptr<Compiled>> _compiled;           // by Seagrass
+    const std::unique_ptr<Showings> _showings; // of it, only render threads know
 };
 
 } // namespace Mirk

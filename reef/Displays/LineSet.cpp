@@ -48,6 +48,10 @@ public:
         return {first, std::min(step + 1, all - first)};
     }
 
+    std::size_t leastBytes(std::size_t piece) const override {
+        return points(piece).count * sizeof(FloatPoint);
+    }
+
     const Polylines data;
 };
 

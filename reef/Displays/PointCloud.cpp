@@ -26,6 +26,13 @@ public:
           source(sourceData),
           data(points) {}
 
+    Part points(std::size_t piece) const {
+        return partOf(elementsOf(data.points).size(), DisplayObject::pieceVertices, piece);
+    }
+    std::size_t leastBytes(std::size_t piece) const override {
+        return points(piece).count * (sizeof(FloatPoint) + (data.colors ? sizeof(Color) : 0));
+    }
+
     const PointSet source;
     const PointSet data;
 };
@@ -116,8 +123,9 @@ DisplayObject::ContentPtr PointCloud::read(const ValuePoolPtr& pool,
 DisplayObject::Drawing PointCloud::fill(Polyp& polyp, VRenderContext& context,
                                         RenderBasin::Program&, const Content& content,
                                         std::size_t piece, Form form) const {
-    const PointSet& data = static_cast<const CloudContent&>(content).data;
-    const Part part = partOf(elementsOf(data.points).size(), pieceVertices, piece);
+    const auto& cloud = static_cast<const CloudContent&>(content);
+    const PointSet& data = cloud.data;
+    const Part part = cloud.points(piece);
     const bool isSpread = (form & hasLevels) != 0;
     const std::vector<std::uint32_t> order =
         isSpread ? spreadOrder(part.count) : std::vector<std::uint32_t>();

@@ -72,6 +72,13 @@ public:
         return relative;
     }
     bool isWhole() const { return _pieces.empty(); }
+    std::size_t leastBytes(std::size_t piece) const override {
+        const std::size_t points =
+            isWhole() ? elementsOf(data.points).size() : _pieces[piece].points.size();
+        const std::size_t ofPoint = sizeof(FloatPoint) + (isSmooth ? sizeof(Normal) : 0) +
+                                    (data.colors ? sizeof(Color) : 0);
+        return points * ofPoint + triangles(piece).size_bytes();
+    }
 
     const TriangleMesh source;
     const bool isSmooth;

@@ -33,6 +33,7 @@ public:
     std::size_t pieces = 1;
     Form wantedForm = 0;
     std::string vertexCode = "void main() {}\n";
+    std::size_t knownBytes = 0; ///< of each piece, ahead of filling it
     mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
     mutable std::vector<const Polyp*> polyps;
     mutable Levels levels;
@@ -40,13 +41,37 @@ public:
     using DisplayObject::hasLevels;
     using DisplayObject::isClipped;
 
+    /// Has the next request read the inputs again.
+    void changeInput() const { clippingPlanes().clip0.set({}, {{0, 0, 0}, ++_changes}); }
+    /// Other data of so many pieces.
+    void setData(std::size_t number) {
+        pieces = number;
+        bounds.max.x += 1.0;
+        changeInput();
+    }
+
 protected:
+    class Known : public Content {
+    public:
+        Known(const Skua::BoundingBox& box, std::size_t number, std::size_t bytes)
+            : Content(box, number), _bytes(bytes) {}
+        std::size_t leastBytes(std::size_t) const override { return _bytes; }
+
+    private:
+        const std::size_t _bytes;
+    };
+
     ContentPtr read(const Mirk::ValuePoolPtr&, const ContentPtr& present) const override {
         if (onRead) onRead();
-        if (present && present->pieces == pieces) return present;
-        return std::make_shared<const Content>(bounds, pieces);
+        const bool isSame = present && present->bounds.max == bounds.max;
+        if (isSame && present->pieces == pieces) return present;
+        return std::make_shared<const Known>(bounds, pieces, knownBytes);
     }
-    Stages stages(Form, const Content&) const override { return {vertexCode, "void main() {}\n"}; }
+    Stages stages(Form form, const Content&) const override {
+        Stages stages{vertexCode, "void main() {}\n"};
+        stages.defines = "#define FORM " + std::to_string(form & formOfClass) + "\n";
+        return stages;
+    }
     Drawing fill(Polyp& polyp, Mirk::VRenderContext& context, Mirk::RenderBasin::Program&,
                  const Content&, std::size_t piece, Form form) const override {
         filled.emplace_back(piece, form);
@@ -59,6 +84,9 @@ protected:
         return drawing;
     }
     Form form(const Mirk::ValuePoolPtr&) const override { return wantedForm; }
+
+private:
+    mutable double _changes = 0.0;
 };
 
 class DisplayObjectTest : public DisplayTest {
@@ -103,7 +131,7 @@ TEST_F(DisplayObjectTest, IsFilledAnewForAnotherForm) {
 
 TEST_F(DisplayObjectTest, IsFilledAnewWhenThePolypWasEvicted) {
     draw(*object);
-    EXPECT_EQ(seagrass->lawn(), 1);
+    EXPECT_EQ(seagrass->lawn(), 2); // the program has one as well
     EXPECT_EQ(context.basin.log->live["Program"], 0);
     EXPECT_TRUE(isRefilledByDraw(*object));
 }
@@ -141,12 +169,12 @@ TEST_F(DisplayObjectTest, DeclinedFillingLeavesNothingAndIsTriedAgain) {
     object->action = [](Polyp&, Mirk::VRenderContext&) { return false; };
     EXPECT_FALSE(draw(*object));
     seagrass->cleanup();
-    EXPECT_EQ(context.basin.log->live["Program"], 0);
+    EXPECT_EQ(context.basin.log->live["VertexAttribute"], 0);
     object->action = {};
     EXPECT_TRUE(isRefilledByDraw(*object));
 }
 
-TEST_F(DisplayObjectTest, RefusedProgramIsAFailureOfTheObject) {
+TEST_F(DisplayObjectTest, RefusedProgramIsAFailureOfTheObjectThatIsToldOnce) {
     context.basin.log->throwing.insert("createProgram plain.vert");
     testing::internal::CaptureStdout();
     // Told, and so done.
@@ -155,9 +183,71 @@ TEST_F(DisplayObjectTest, RefusedProgramIsAFailureOfTheObject) {
     EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
     ASSERT_EQ(context.failures.size(), 1U);
     EXPECT_EQ(context.failures[0].first, "plain");
+    context.basin.log->take();
+    testing::internal::CaptureStdout();
+    for (int frame = 0; frame < 3; ++frame) EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(context.basin.log->take(), Not(testing::Contains(HasSubstr("createProgram"))));
+    EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
+    // Another text is compiled.
     context.basin.log->throwing.clear();
+    object->wantedForm = 7;
     EXPECT_TRUE(draw(*object));
     EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectTest, RefusedProgramOfAnotherFormLeavesThePictureAsItWas) {
+    EXPECT_TRUE(draw(*object));
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    object->wantedForm = 7;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 1); // and is told
+    for (int frame = 0; frame < 2; ++frame) {
+        context.basin.log->take();
+        EXPECT_FALSE(draw(*object));
+        EXPECT_THAT(context.basin.log->take(), testing::Contains(HasSubstr("draw Painter")));
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(object->filled, ElementsAre(Filled(0, 0)));
+    // With other data as well.
+    object->setData(1);
+    EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(context.failures.size(), 1U);
+    object->wantedForm = 0;
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectTest, FailedFillingOfOtherDataLeavesThePictureAsItWas) {
+    EXPECT_TRUE(draw(*object));
+    object->setData(1);
+    object->action = [](Polyp&, Mirk::VRenderContext&) -> bool {
+        throw Mirk::RenderException(1, "full", __FILE__, __LINE__);
+    };
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 1);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    object->action = {};
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectTest, OtherDataOfTheSameTextTakeTheSameProgram) {
+    draw(*object);
+    for (int change = 0; change < 2; ++change) {
+        object->setData(1);
+        context.basin.log->take();
+        EXPECT_TRUE(draw(*object));
+        const auto calls = context.basin.log->take();
+        EXPECT_THAT(calls, testing::Contains(HasSubstr("createCoordinates")));
+        EXPECT_THAT(calls, Not(testing::Contains(HasSubstr("createProgram"))));
+    }
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 1);
+    EXPECT_EQ(context.basin.log->live["Program"], 1);
 }
 
 TEST_F(DisplayObjectTest, ValueThatCannotBeHadKeepsItFromBeingDrawn) {
@@ -296,6 +386,173 @@ TEST_F(DisplayObjectTest, PiecesBeyondTheAllowanceComeInLaterFrames) {
         }));
     }
     EXPECT_THAT(drawn, ElementsAre(1, 2, 3));
+}
+
+TEST_F(DisplayObjectTest, OtherDataAreDrawnOnceAllOfThemAreThere) {
+    object->pieces = 2;
+    ASSERT_TRUE(draw(*object));
+    object->setData(3);
+    const std::vector<const Polyp*> before = object->polyps;
+    std::vector<long> drawn;
+    for (int frame = 0; frame < 4; ++frame) {
+        context.renderAllowance = bytes;
+        context.basin.log->take();
+        EXPECT_EQ(draw(*object), frame >= 2);
+        const auto calls = context.basin.log->take();
+        drawn.push_back(std::count_if(calls.begin(), calls.end(), [](const std::string& text) {
+            return text.starts_with("draw Painter");
+        }));
+    }
+    EXPECT_THAT(drawn, ElementsAre(2, 2, 3, 3));
+    // What was drawn before is gone.
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 3);
+}
+
+TEST_F(DisplayObjectTest, ChangedAgainAheadOfThatTheFirstStaysDrawn) {
+    object->knownBytes = bytes;
+    ASSERT_TRUE(draw(*object));
+    for (int change = 0; change < 3; ++change) {
+        object->setData(2);
+        context.renderAllowance = bytes;
+        context.basin.log->take();
+        EXPECT_FALSE(draw(*object));
+        EXPECT_THAT(context.basin.log->take(), testing::Contains(HasSubstr("draw Painter")));
+    }
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 2); // the first and half of the last
+    context.renderAllowance = 1000;
+    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 2);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 2);
+}
+
+TEST_F(DisplayObjectTest, WithoutRoomNoMoreThanOnePieceOfUnknownSizeIsFilled) {
+    object->pieces = 5;
+    context.renderAllowance = bytes;
+    for (int frame = 0; frame < 3; ++frame) EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(object->filled.size(), 2U);
+    context.renderAllowance = 1000;
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(object->filled.size(), 5U);
+    EXPECT_EQ(context.renderAllowance, 1000 - 4 * bytes);
+}
+
+TEST_F(DisplayObjectTest, NothingIsFilledThatIsKnownNotToBeAdmitted) {
+    object->pieces = 3;
+    object->knownBytes = bytes;
+    context.renderAllowance = bytes - 1;
+    EXPECT_FALSE(draw(*object));
+    EXPECT_FALSE(draw(*object));
+    EXPECT_TRUE(object->filled.empty());
+    EXPECT_EQ(context.numberOfRefusals(), 2U); // or a viewer would not give it more
+    EXPECT_EQ(context.renderAllowance, bytes - 1);
+    // The program is compiled but once.
+    EXPECT_EQ(context.basin.log->live["Program"], 1);
+    context.renderAllowance = 2 * bytes;
+    EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(object->filled.size(), 2U);
+    EXPECT_EQ(context.renderAllowance, 0);
+}
+
+TEST_F(DisplayObjectTest, SizeOfAnEvictedPieceIsKnown) {
+    object->pieces = 2;
+    ASSERT_TRUE(draw(*object));
+    const Keel::StrongPtr<Keel::Creature> creator(object->polyps[1]->creator());
+    ASSERT_TRUE(creator);
+    dynamic_cast<Mirk::PolypBasicCreator&>(*creator).forget();
+    context.renderAllowance = bytes - 1;
+    EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(object->filled.size(), 2U);
+    context.renderAllowance = bytes;
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(object->filled.size(), 3U);
+    EXPECT_EQ(context.renderAllowance, 0);
+}
+
+TEST_F(DisplayObjectTest, CancelledFrameFillsNothing) {
+    class Always : public Mirk::VRenderInterruptor {
+    public:
+        void interrupt(const Mirk::ValuePoolPtr&) override {}
+        bool isInterrupted(const Mirk::ValuePoolPtr&) override { return true; }
+        void resume(const Mirk::ValuePoolPtr&) override {}
+    };
+    const Keel::StrongPtr<Mirk::VRenderInterruptor> interruptor(new Always);
+    context.interruptor = interruptor;
+    EXPECT_FALSE(draw(*object));
+    EXPECT_TRUE(object->filled.empty());
+    context.interruptor = {};
+    EXPECT_TRUE(draw(*object));
+}
+
+TEST_F(DisplayObjectTest, PiecesThatAreNotNeededAnyMoreAreDropped) {
+    object->pieces = 4;
+    ASSERT_TRUE(draw(*object));
+    object->setData(1);
+    ASSERT_TRUE(draw(*object));
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 1);
+}
+
+TEST_F(DisplayObjectTest, DataThatCannotBeReadTakeTheirPiecesAlong) {
+    ASSERT_TRUE(draw(*object));
+    object->onRead = [] { throw std::runtime_error("there is a hole in it"); };
+    object->changeInput();
+    testing::internal::CaptureStdout();
+    draw(*object);
+    testing::internal::GetCapturedStdout();
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 0);
+    EXPECT_EQ(context.basin.log->live["Program"], 0);
+}
+
+TEST_F(DisplayObjectTest, PoolsThatAreDrawnInTurnHaveTheirPolypsAndOneProgram) {
+    const Mirk::ValuePoolPtr first = context.pool;
+    const auto second = Keel::make<Mirk::ValuePool>();
+    context.basin.log->take();
+    for (int frame = 0; frame < 6; ++frame) {
+        context.pool = frame % 2 == 0 ? first : second;
+        EXPECT_TRUE(draw(*object));
+    }
+    EXPECT_EQ(object->filled.size(), 2U);
+    const auto calls = context.basin.log->take();
+    EXPECT_EQ(
+        std::count_if(calls.begin(), calls.end(),
+                      [](const std::string& call) { return call.starts_with("createProgram"); }),
+        1);
+}
+
+TEST_F(DisplayObjectTest, NumbersOfEyesThatAreDrawnInTurnHaveTheirPolyps) {
+    for (int frame = 0; frame < 6; ++frame) {
+        context.setNumberOfEyes(frame % 2 == 0 ? 1 : 2);
+        EXPECT_TRUE(draw(*object));
+    }
+    EXPECT_EQ(object->filled.size(), 2U);
+}
+
+TEST_F(DisplayObjectTest, WhatIsNotDrawnForAWhileIsDropped) {
+    context.setNumberOfEyes(2);
+    draw(*object);
+    context.setNumberOfEyes(1);
+    draw(*object);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 2);
+    for (int frame = 0; frame < 200; ++frame) draw(*object);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 1);
+    EXPECT_EQ(context.basin.log->live["Program"], 1);
+    EXPECT_EQ(object->filled.size(), 2U);
+}
+
+TEST_F(DisplayObjectTest, PoolThatIsGoneTakesItsPolypsAlong) {
+    const Mirk::ValuePoolPtr first = context.pool;
+    context.pool = Keel::make<Mirk::ValuePool>();
+    draw(*object);
+    context.pool = first;
+    draw(*object);
+    draw(*object);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 1);
 }
 
 /// Time limits are a viewer's.

@@ -182,6 +182,14 @@ TEST_F(LineSetTest, HiddenSideIsSetForEachDrawingAsOthersHaveTheProgram) {
     EXPECT_EQ(hiddenSideOf(0), plane);
 }
 
+TEST_F(LineSetTest, OtherKindOfLinesHasItsColoursWithTheSameProgram) {
+    ASSERT_TRUE(draw(*object));
+    object->lines().set({}, twoLines(LineKind::River));
+    EXPECT_FALSE(isCompiledByDraw(*object));
+    EXPECT_THAT(variable<std::vector<LevelColor>>("LevelColors"),
+                Each(LevelColor{0.35F, 0.60F, 0.85F}));
+}
+
 TEST_F(LineSetTest, WithoutPerspectiveNothingIsHidden) {
     const auto lines = onEarth();
     context.CurrentView(0, 0).setOrthographic(-earth, earth, -earth, earth, 1.0, 9 * earth);

@@ -141,7 +141,10 @@ protected:
                              [&](const std::string& text) { return text.starts_with(call); });
     }
     bool isRefilledByDraw(Mirk::RenderAble& object) {
-        return callsOfDraw(object, "createProgram") == 1;
+        return callsOfDraw(object, "createCoordinates") > 0;
+    }
+    bool isCompiledByDraw(Mirk::RenderAble& object) {
+        return callsOfDraw(object, "createProgram") > 0;
     }
 
     RecordingProgram& program() const { return context.made<RecordingProgram>("program"); }

@@ -272,7 +272,7 @@ TEST_F(DisplayPictures, EvictedPolypComesBackAsItWas) {
     add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
     add<PointCloud>(cloud({{0.5, 1.5, 0}}));
     const Image before = draw(eyeAt({0, 0, 2}, 1, 10));
-    EXPECT_EQ(seagrass->lawn(), 2);
+    EXPECT_EQ(seagrass->lawn(), 4); // two with vertices and two with programs
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).bytes, before.bytes);
 }
 
@@ -822,6 +822,47 @@ TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
     save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
     EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
     EXPECT_EQ(report(), "");
+}
+
+TEST_F(EditedShaders, FileThatIsFaultyFromTheFirstIsReportedOnce) {
+    save(".frag", painting("vec4(oops)"));
+    const Frame faulty = frame();
+    EXPECT_EQ(faulty.middle, magenta);
+    EXPECT_THAT(faulty.printed, testing::HasSubstr("oops"));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(frame().printed, "");
+        EXPECT_TRUE(context->failures().empty());
+        EXPECT_THAT(report(), testing::HasSubstr("oops"));
+    }
+    save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_EQ(report(), "");
+}
+
+TEST_F(EditedShaders, FaultyFileLetsOtherDataBeDrawnByTheLastProgram) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    save(".frag", painting("vec4(oops)"));
+    frame();
+    object->surface().set({}, triangle({1, 0, 0}, 0.5, {255, 128, 0, 255}));
+    EXPECT_EQ(frame().middle, magenta);
+    object->surface().set({}, triangle({0, 0, 0}, 0.5, {255, 128, 0, 255}));
+    const Frame last = frame();
+    EXPECT_EQ(last.middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(last.printed, "");
+}
+
+TEST_F(EditedShaders, FaultyFileOfAnotherFormLeavesThePictureAsItWas) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    save(".geom", "oops");
+    object->edges().set({}, true);
+    const Frame faulty = frame();
+    EXPECT_EQ(faulty.middle, (Pixel{0, 255, 0}));
+    EXPECT_THAT(faulty.printed, testing::HasSubstr("oops"));
+    const Frame next = frame();
+    EXPECT_EQ(next.middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(next.printed, "");
 }
 
 TEST_F(EditedShaders, OneFaultAfterTheOtherIsReported) {

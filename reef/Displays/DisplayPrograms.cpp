@@ -1,0 +1,90 @@
+#include <Displays/DisplayPrograms.hpp>
+
+#include <clip.glsl.hpp>
+
+#include <Polypia/RenderTentacles.hpp>
+#include <Polypia/VRenderContext.hpp>
+#include <keel/File.hpp>
+
+#include <algorithm>
+
+namespace Mirk {
+
+DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& context,
+                                  const Content& content, Form form)
+    : _stages(display.stages(form, content)), _platformDefines(context.getShaderPlatformDefines()) {
+    setGLSLVersion("330", _stages.fragmentVersion);
+    VertexHeader += _stages.vertexExtensions;
+    GeometryInput = _stages.input;
+    GeometryOutput = _stages.output;
+    if ((form & isClipped) != 0) _stages.defines += "#define CLIPPED\n";
+    _vertexPrefix = _stages.defines + display.getTransformationShaderFunctions(context) +
+                    std::string(glsl::clip) + _stages.vertexPrefix;
+    _geometryPrefix = _stages.defines + context.defineMultiView(context.EyeViews.size(), true, 0);
+}
+
+bool DisplayObject::Composer::isSame(const Composer& other) const {
+    return _stages == other._stages && _vertexPrefix == other._vertexPrefix &&
+           _geometryPrefix == other._geometryPrefix && _platformDefines == other._platformDefines;
+}
+
+DisplayObject::Compiled::Compiled(const Seagrass& seagrass, const Composer& composer,
+                                  const std::string& name, bool takesFiles)
+    : _seagrass(seagrass),
+      _composer(composer),
+      _name(name),
+      _takesFiles(takesFiles),
+      _keeper(new Keeper(seagrass, {})) {}
+
+bool DisplayObject::Compiled::isFor(const Seagrass& seagrass, const Composer& composer,
+                                    bool takesFiles) const {
+    return _seagrass == Keel::WeakPtr<Seagrass>(seagrass) && _takesFiles == takesFiles &&
+           _composer.isSame(composer);
+}
+
+RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context) {
+    const RenderBasin::ProgramPtr present(_program);
+    const bool wasTried = present || _failure;
+    if (wasTried && !haveFilesChanged()) return present;
+    _failure = nullptr;
+    try {
+        const RenderBasin::ProgramPtr program = compile(context);
+        _fileTimes = _composer.lastFileTimes;
+        keep(program);
+        return program;
+    } catch (const RenderException&) {
+        _failure = std::current_exception();
+        rememberFiles();
+        return present;
+    }
+}
+
+bool DisplayObject::Compiled::haveFilesChanged() const {
+    if (!_takesFiles) return false;
+    return std::any_of(_fileTimes.begin(), _fileTimes.end(), [](const auto& entry) {
+        const Keel::FileInfo info(entry.first);
+        return info.exists && info.modified > entry.second;
+    });
+}
+
+RenderBasin::ProgramPtr DisplayObject::Compiled::compile(VRenderContext& context) const {
+    RenderBasin::ProgramPtr program = _composer.CompileShader(context, _name, {}, {}, {}, {}, {});
+    if (!program) throw DisplayFailure("the graphics backend made no program");
+    return program;
+}
+
+/// After a failure: of files that the good program before has alone, the present state is known.
+void DisplayObject::Compiled::rememberFiles() {
+    for (auto& [file, time] : _fileTimes) {
+        time = std::max(time, Keel::FileInfo(file).modified);
+    }
+    for (const auto& [file, time] : _composer.lastFileTimes) _fileTimes[file] = time;
+}
+
+void DisplayObject::Compiled::keep(const RenderBasin::ProgramPtr& program) {
+    _program = Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle>(program);
+    static_cast<Keeper&>(*_keeper).recreate(
+        [&](Polyp& polyp) { return bool(polyp.insert(program)); });
+}
+
+} // namespace Mirk

@@ -1,0 +1,77 @@
+#pragma once
+// The programs of a display object; stands on DisplayObject and Programmable.
+
+#include <Displays/DisplayObject.hpp>
+
+#include <Polypia/PolypCreator.hpp>
+#include <Polypia/Programmable.hpp>
+
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace Mirk {
+
+/// The text of a program, all of it but what files replace.
+class DisplayObject::Composer final : public Programmable {
+public:
+    Composer(const DisplayObject& display, VRenderContext& context, const Content& content,
+             Form form);
+
+    bool isSame(const Composer& other) const;
+
+    std::string vertex_shader(VRenderContext&) const override {
+        return std::string(_stages.vertex);
+    }
+    std::string fragment_shader(VRenderContext&) const override {
+        return std::string(_stages.fragment);
+    }
+    std::string geometry_shader(VRenderContext&) const override {
+        return std::string(_stages.geometry);
+    }
+    std::string VertexShaderPrefix(VRenderContext&) const override { return _vertexPrefix; }
+    std::string FragmentShaderPrefix(VRenderContext&) const override { return _stages.defines; }
+    std::string GeometryShaderPrefix(VRenderContext&) const override { return _geometryPrefix; }
+
+private:
+    Stages _stages;
+    std::string _vertexPrefix;
+    std::string _geometryPrefix;
+    std::string _platformDefines;
+};
+
+/// A program of one text in one Seagrass. It is compiled when it is asked for: again only if it was
+/// evicted or if a file has changed that took part, whether it was good or not.
+class DisplayObject::Compiled {
+public:
+    /// `name` is that of its files, if it takes any.
+    Compiled(const Seagrass& seagrass, const Composer& composer, const std::string& name,
+             bool takesFiles);
+
+    bool isFor(const Seagrass& seagrass, const Composer& composer, bool takesFiles) const;
+    /// Of the present files or, if these are faulty, the good one before. Null if there is none.
+    RenderBasin::ProgramPtr program(VRenderContext& context);
+    /// What the last attempt has thrown; null if it was good.
+    const std::exception_ptr& failure() const { return _failure; }
+
+private:
+    using Keeper = PolypCreator<DefaultPolypInitializer>;
+
+    bool haveFilesChanged() const;
+    RenderBasin::ProgramPtr compile(VRenderContext& context) const;
+    void rememberFiles();
+    void keep(const RenderBasin::ProgramPtr& program);
+
+    const Keel::WeakPtr<Seagrass> _seagrass;
+    const Composer _composer;
+    const std::string _name;
+    const bool _takesFiles;
+    Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> _program;
+    // A program has to die on the render thread, so that only polyps hold it: this one as long as
+    // there is no piece.
+    const Keel::StrongPtr<PolypCreatorBase> _keeper;
+    Programmable::FileTimes _fileTimes; // of the last attempt
+    std::exception_ptr _failure;
+};
+
+} // namespace Mirk

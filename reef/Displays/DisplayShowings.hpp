@@ -1,0 +1,76 @@
+#pragma once
+// What a display object keeps for each place where it is shown; stands on its programs and pieces.
+
+#include <Displays/DisplayPieces.hpp>
+#include <Displays/DisplayPrograms.hpp>
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <vector>
+
+namespace Mirk {
+
+/// What is shown to one number of eyes of one pool in one Seagrass. For the render thread.
+class DisplayObject::Showing {
+public:
+    Showing(const Seagrass& seagrass, const VRenderContext& context);
+
+    bool isFor(const Seagrass& seagrass, const VRenderContext& context) const;
+    bool isOf(const ValuePoolPtr& pool) const;
+    /// Whether its Seagrass and pool are still there.
+    bool isAlive() const;
+
+    /// Whether what was asked for last is something else.
+    bool isOtherWay(const Way& way) const;
+    void setWay(const Way& way, const CompiledPtr& compiled);
+
+    /// Draws what was asked for last or, as long as there is no program or no room for all of it,
+    /// what was drawn before. True if all was drawn. Throws a failure to compile, once.
+    bool draw(const DisplayObject& display, VRenderContext& context, const Content& content);
+
+    std::size_t level = 0;    ///< that was drawn last
+    bool needsLevels = false; ///< once a level was needed
+    std::uint64_t lastDrawn = 0;
+
+private:
+    Pieces& wanted(const DisplayObject& display, const Content& content,
+                   const RenderBasin::ProgramPtr& program);
+    bool drawBest(const DisplayObject& display, VRenderContext& context, const Content& content,
+                  const RenderBasin::ProgramPtr& program);
+    void drawShown(VRenderContext& context) const;
+
+    const Keel::WeakPtr<Seagrass> _seagrass;
+    const Keel::WeakPtr<ValuePool> _pool;
+    const std::size_t _eyes;
+    const unsigned _outputViews;
+    const bool _takesFiles;
+    Way _way;
+    CompiledPtr _compiled;
+    std::exception_ptr _told;        // the last failure that was thrown
+    std::unique_ptr<Pieces> _shown;  // what is drawn
+    std::unique_ptr<Pieces> _coming; // what takes its place once it is complete
+};
+
+/// All of them; of a display object, with its mutex held. One goes when it hasn't been drawn for a
+/// while, and with it what it holds on the GPU.
+class DisplayObject::Showings {
+public:
+    explicit Showings(const DisplayObject& display) : _display(display) {}
+
+    bool draw(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content);
+    /// Drops those of a pool.
+    void drop(const ValuePoolPtr& pool);
+
+private:
+    Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);
+    CompiledPtr compiledFor(VRenderContext& context, const Seagrass& seagrass,
+                            const Content& content, Form form);
+
+    const DisplayObject& _display;
+    std::vector<std::unique_ptr<Showing>> _all;
+    std::vector<std::weak_ptr<Compiled>> _programs; // that these have
+    std::uint64_t _drawings = 0;
+};
+
+} // namespace Mirk
