@@ -137,12 +137,14 @@ DisplayObject::Form DisplayObject::wholeForm(const ValuePoolPtr& pool) const {
 }
 
 /// 0 for all vertices, 1 for half of them and so on. `drawnLevel` is what was drawn last.
-std::size_t DisplayObject::levelIn(VRenderContext& context, std::size_t) const {
+std::size_t DisplayObject::levelIn(VRenderContext& context, std::size_t drawnLevel) const {
     double precision = 1.0, contribution = 0.0;
     getRenderPrecision(context, precision, contribution);
     if (!(precision < 1.0)) return 0;
-    constexpr double noticeable = 0.01;
-    if (contribution <= noticeable) return 0;
+    // What is cheap because of its level is to keep that, also if the time is measured otherwise
+    // from frame to frame: so its part is taken as if it were whole, and the limit is halved.
+    const double noticeable = drawnLevel > 0 ? 0.005 : 0.01;
+    if (std::ldexp(contribution, static_cast<int>(drawnLevel)) <= noticeable) return 0;
     constexpr double last = numberOfLevels - 1;
     return static_cast<std::size_t>(
         std::clamp(std::round(-std::log2(std::max(precision, 1e-9))), 0.0, last));

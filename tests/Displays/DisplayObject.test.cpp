@@ -604,6 +604,20 @@ TEST_F(DisplayObjectDetail, WhatTakesLittleTimeIsDrawnWhole) {
     EXPECT_EQ(drawnRange(0.25), Range(96, 16));
 }
 
+TEST_F(DisplayObjectDetail, WhatIsCheapByItsLevelKeepsThat) {
+    setContribution(0.02);
+    EXPECT_EQ(drawnRange(0.25), Range(96, 16));
+    // A quarter of its vertices takes a quarter of the time, more or less.
+    for (const double part : {0.005, 0.006, 0.003, 0.0015}) {
+        setContribution(part);
+        EXPECT_EQ(drawnRange(0.25), Range(96, 16)) << part;
+    }
+    setContribution(0.001);
+    EXPECT_EQ(drawnRange(0.25), Range(0, 64));
+    setContribution(0.004);
+    EXPECT_EQ(drawnRange(0.25), Range(0, 64));
+}
+
 TEST_F(DisplayObjectDetail, PrecisionThatIsNoNumberIsThatOfAll) {
     setContribution(0.5);
     EXPECT_EQ(drawnRange(std::nan("")), Range(0, 64));
