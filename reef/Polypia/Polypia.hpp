@@ -2,6 +2,7 @@
 // All of Polypia.
 
 #include <Polypia/ClippingPlanes.hpp>
+#include <Polypia/FloatOrigin.hpp>
 #include <Polypia/Fog.hpp>
 #include <Polypia/Interactor.hpp>
 #include <Polypia/LayeredMultiViews.hpp>

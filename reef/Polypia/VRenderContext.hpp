@@ -136,6 +136,11 @@ public:
                                                          const VTextRenderProperties& properties,
                                                          const FontPtr& font) const;
 
+    /// The origin of coordinates that are drawn by the current eye, by how far its camera is from
+    /// there, for the positions among a program's variables. Never null.
+    virtual Keel::StrongPtr<FloatedOrigin>
+    makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const = 0;
+
     /// Whether a polyp may bring its data to the GPU in this frame: its recorded memsize() is taken
     /// from `renderAllowance`, or left there if that is less, or if the frame is cancelled. To be
     /// asked once for each polyp when it has been filled, as only then it has a size.

@@ -572,6 +572,12 @@ private:
     const double _frameSeconds;
 };
 
+Keel::StrongPtr<RenderBasin::FloatedOrigin>
+GLRenderContext::makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const {
+    const Skua::PhysicalSpace::point& camera = CurrentView(CurrentEye, 0).camera.position;
+    return Keel::make<FloatedOrigin>(camera - cameraOffset - Skua::PhysicalSpace::point());
+}
+
 VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& objects, int x,
                                                          int y, int width, int height,
                                                          int firstLayer, int lastLayer) {

@@ -128,6 +128,9 @@ public:
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
+    Keel::StrongPtr<FloatedOrigin>
+    makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const override;
+
     // Of the last frame.
 
     const std::vector<Failure>& failures() const noexcept { return _failures; }

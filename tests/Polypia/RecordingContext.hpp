@@ -41,6 +41,12 @@ public:
         return errorAnswer;
     }
     void contextOperation() override {}
+    Keel::StrongPtr<FloatedOrigin>
+    makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const override {
+        cameraOffsets.push_back(cameraOffset);
+        const auto& camera = CurrentView(CurrentEye, 0).camera.position;
+        return Keel::make<FloatedOrigin>(camera - cameraOffset - Skua::PhysicalSpace::point());
+    }
     PickListPtr pickObjects(const Mirk::ObjectSelection& objects, int x, int y, int width,
                             int height, int firstLayer, int lastLayer) override {
         return picking ? picking(objects, {x, y, width, height}, firstLayer, lastLayer)
@@ -120,6 +126,8 @@ public:
     std::function<RenderResult(const Mirk::ObjectSelection&, double&, int, int)> traversal;
     std::function<PickListPtr(const Mirk::ObjectSelection&, const PixelRectangle&, int, int)>
         picking;
+    /// What makeFloatedOrigin() was called with.
+    mutable std::vector<Skua::PhysicalSpace::vector> cameraOffsets;
     /// Object and report of each call of notifyError(), and what it returns.
     std::vector<std::pair<std::string, std::string>> failures;
     bool errorAnswer = false;

@@ -112,8 +112,9 @@ TEST(VRenderContextLayout, OperationsStandInTheirOrderBehindTheDestructors) {
                      virtualSlot(&Context::isCancelled), virtualSlot(&Context::renderObjects),
                      virtualSlot(&Context::notifyError), virtualSlot(&Context::contextOperation),
                      virtualSlot(&Context::pickObjects), virtualSlot(&Context::getFont),
-                     virtualSlot(&Context::createTextTentacle)}),
-        slotsFrom(2, 11));
+                     virtualSlot(&Context::createTextTentacle),
+                     virtualSlot(&Context::makeFloatedOrigin)}),
+        slotsFrom(2, 12));
 }
 
 TEST(VRenderContextLayout, FieldsStandInTheirOrder) {
