@@ -3,6 +3,7 @@
 #include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
+#include <PolypiaGL/glSavedState.hpp>
 #include <PolypiaGL/viewAttachment.hpp>
 
 #include <algorithm>
@@ -106,6 +107,31 @@ private:
     const bool _wasEnabled;
 };
 
+/// Masks hold for clearing, too.
+class WithoutMasks {
+public:
+    WithoutMasks() {
+        glGetBooleani_v(GL_COLOR_WRITEMASK, 0, _colors.data());
+        glGetBooleanv(GL_DEPTH_WRITEMASK, &_depths);
+        glGetIntegerv(GL_STENCIL_WRITEMASK, &_stencil);
+        glColorMaski(0, GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+        glDepthMask(GL_TRUE);
+        glStencilMaskSeparate(GL_FRONT, ~0U);
+    }
+    WithoutMasks(const WithoutMasks&) = delete;
+    WithoutMasks& operator=(const WithoutMasks&) = delete;
+    ~WithoutMasks() {
+        glColorMaski(0, _colors[0], _colors[1], _colors[2], _colors[3]);
+        glDepthMask(_depths);
+        glStencilMaskSeparate(GL_FRONT, static_cast<GLuint>(_stencil));
+    }
+
+private:
+    std::array<GLboolean, 4> _colors{};
+    GLboolean _depths = GL_TRUE;
+    GLint _stencil = 0; // that of the front is the one that counts
+};
+
 } // namespace
 
 /// Reads rectangles of a framebuffer, in the coordinates of the whole picture.
@@ -192,7 +218,8 @@ void GLFramebuffer::bind() const {
 
 void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
     constexpr float farPlane = 1.0F;
-    const WithoutScissor all;
+    const WithoutScissor everywhere;
+    const WithoutMasks everything;
     glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
     glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0, farPlane, 0);
 }
@@ -241,10 +268,8 @@ void GLFramebuffer::read(const ViewportGeometry& rectangle, int rowPixels, unsig
     glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &caller);
     glBindFramebuffer(GL_READ_FRAMEBUFFER,
                       format == GL_DEPTH_COMPONENT ? resolvedDepths() : resolvedColors());
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glPixelStorei(GL_PACK_ROW_LENGTH, rowPixels);
+    const GL::PixelPacking packing(rowPixels);
     glReadPixels(rectangle.X, rectangle.Y, rectangle.Width, rectangle.Height, format, type, target);
-    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(caller));
 }
 

@@ -39,7 +39,8 @@ public:
     /// Draws go here from now on, to the whole picture, the nearest or last on top: viewport, depth
     /// test and masks are set for that, scissor and stencil test are off.
     void bind() const;
-    /// Fills the picture, the depth with the far plane and the stencil buffer with 0.
+    /// Fills the picture, the depth with the far plane and the stencil buffer with 0, whatever
+    /// masks and scissor are set.
     void clear(const Skua::rgba_float_t& color) const;
     /// Waits until all that was drawn is in the picture.
     void finish() const;
@@ -68,7 +69,7 @@ private:
     unsigned resolvedDepths() const;
     void resolve(const Resolved& target, unsigned buffers) const;
     /// Reads a rectangle within the picture, with rows `rowPixels` apart; format and type in
-    /// OpenGL's numbers. Leaves the framebuffers that are bound.
+    /// OpenGL's numbers. Leaves the framebuffers that are bound, and how pixels are packed.
     void read(const ViewportGeometry& rectangle, int rowPixels, unsigned format, unsigned type,
               void* target) const;
 

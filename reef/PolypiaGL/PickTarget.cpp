@@ -4,6 +4,7 @@
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
+#include <PolypiaGL/glSavedState.hpp>
 #include <PolypiaGL/viewAttachment.hpp>
 
 #include <string>
@@ -160,8 +161,7 @@ std::vector<std::uint32_t> PickTarget::read() const {
     std::vector<std::uint32_t> numbers(static_cast<std::size_t>(_width) *
                                        static_cast<std::size_t>(_height));
     glBindFramebuffer(GL_READ_FRAMEBUFFER, _numbersFramebuffer.number());
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    const PixelPacking packing;
     glReadPixels(0, 0, _width, _height, GL_RED_INTEGER, GL_UNSIGNED_INT, numbers.data());
     _machine.check("glReadPixels");
     return numbers;

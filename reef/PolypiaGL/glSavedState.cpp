@@ -65,4 +65,20 @@ void SavedState::disableFlags() {
     for (const GLenum capability : capabilities) glDisable(capability);
 }
 
+PixelPacking::PixelPacking(int rowPixels) {
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        glGetIntegerv(keys[i], &_values[i]);
+        glPixelStorei(keys[i], keys[i] == GL_PACK_ROW_LENGTH  ? rowPixels
+                               : keys[i] == GL_PACK_ALIGNMENT ? 1
+                                                              : 0);
+    }
+    glGetIntegerv(GL_PIXEL_PACK_BUFFER_BINDING, &_buffer);
+    glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+}
+
+PixelPacking::~PixelPacking() {
+    for (std::size_t i = 0; i < keys.size(); ++i) glPixelStorei(keys[i], _values[i]);
+    glBindBuffer(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(_buffer));
+}
+
 } // namespace Mirk::GL

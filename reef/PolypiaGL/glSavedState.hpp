@@ -1,5 +1,6 @@
 #pragma once
-// What a pick changes in OpenGL, kept for its length; internal to the backend, stands on libOpenGL.
+// What a pick, or reading pixels, changes in OpenGL, kept for its length; internal to the backend,
+// stands on libOpenGL.
 
 #include <PolypiaGL/glHeaders.hpp>
 
@@ -54,6 +55,26 @@ private:
     GLboolean _depthMask = GL_TRUE;
     std::array<GLboolean, 4> _colorMask{};
     const Stencil _front, _back;
+};
+
+/// Has pixels read into memory, whatever the caller has set for that, which holds again at the end.
+/// With the context current at both ends.
+class PixelPacking {
+public:
+    /// Rows lie `rowPixels` apart; 0 means without gaps.
+    explicit PixelPacking(int rowPixels = 0);
+    ~PixelPacking();
+    PixelPacking(const PixelPacking&) = delete;
+    PixelPacking& operator=(const PixelPacking&) = delete;
+
+private:
+    static constexpr std::array<GLenum, 8> keys{
+        GL_PACK_SWAP_BYTES, GL_PACK_LSB_FIRST,   GL_PACK_ROW_LENGTH,  GL_PACK_IMAGE_HEIGHT,
+        GL_PACK_SKIP_ROWS,  GL_PACK_SKIP_PIXELS, GL_PACK_SKIP_IMAGES, GL_PACK_ALIGNMENT,
+    };
+
+    std::array<GLint, keys.size()> _values{};
+    GLint _buffer = 0;
 };
 
 } // namespace Mirk::GL

@@ -1,6 +1,7 @@
 #include <PolypiaGL/glTexture.hpp>
 
 #include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/glSavedState.hpp>
 
 #include <algorithm>
 #include <array>
@@ -417,7 +418,7 @@ RenderBasin::ChunkPtr GLTexture::readBack() const {
         _buffer.read(0, chunk->data(), chunk->bytes());
         return chunk;
     }
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    const PixelPacking packing;
     glGetTextureImage(_id.number(), 0, _shape.dataFormat, _shape.element.type,
                       static_cast<GLsizei>(chunk->bytes()), chunk->data());
     _machine->check("TextureTentacle::readBack");

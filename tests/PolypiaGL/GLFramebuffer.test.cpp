@@ -2,6 +2,10 @@
 
 #include "glBasin.hpp"
 
+#include <array>
+#include <map>
+#include <vector>
+
 using namespace Mirk;
 using namespace Mirk::GLTest;
 using testing::Each;
@@ -78,6 +82,70 @@ TEST_F(GLFramebufferTest, AScissorCutsNeitherClearingNorReading) {
         EXPECT_TRUE(glIsEnabled(GL_SCISSOR_TEST));
         glDisable(GL_SCISSOR_TEST);
     }
+}
+
+TEST_F(GLFramebufferTest, MasksDoNotKeepItFromClearing) {
+    const GLFramebuffer frame(*context, 4, 4, 1);
+    frame.bind();
+    glClearDepth(0.0);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    glClearDepth(1.0);
+    glEnable(GL_STENCIL_TEST);
+    glClearStencil(3);
+    glClear(GL_STENCIL_BUFFER_BIT);
+    glClearStencil(0);
+    glDisable(GL_STENCIL_TEST);
+    glDepthMask(GL_FALSE);
+    glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+    glStencilMaskSeparate(GL_FRONT, 0x05);
+    glStencilMaskSeparate(GL_BACK, 0x0A);
+    frame.clear({1, 1, 1, 1});
+    std::array<GLboolean, 4> colors{};
+    GLboolean depths = GL_TRUE;
+    GLint front = 0, back = 0;
+    glGetBooleanv(GL_COLOR_WRITEMASK, colors.data());
+    glGetBooleanv(GL_DEPTH_WRITEMASK, &depths);
+    glGetIntegerv(GL_STENCIL_WRITEMASK, &front);
+    glGetIntegerv(GL_STENCIL_BACK_WRITEMASK, &back);
+    EXPECT_THAT(colors, ElementsAre(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE));
+    EXPECT_EQ(depths, GL_FALSE);
+    EXPECT_EQ(front, 0x05);
+    EXPECT_EQ(back, 0x0A);
+    std::vector<std::uint8_t> bytes(std::size_t{4} * 4 * 4);
+    frame.readColors(bytes);
+    EXPECT_THAT(bytes, Each(255));
+    float depth = 0;
+    EXPECT_EQ(frame.pixelBuffer()->readPixelDepth(0, 0, &depth, 1, 1, 0), 1);
+    EXPECT_EQ(depth, 1.0F);
+    GLubyte stencil = 7;
+    glReadPixels(0, 0, 1, 1, GL_STENCIL_INDEX, GL_UNSIGNED_BYTE, &stencil);
+    EXPECT_EQ(stencil, 0);
+}
+
+TEST_F(GLFramebufferTest, ReadsWhateverThePackingIsAndLeavesThat) {
+    const GLFramebuffer frame(*context, 3, 2, 1);
+    frame.clear({1, 1, 1, 1});
+    const std::map<GLenum, GLint> packing{
+        {GL_PACK_SWAP_BYTES, GL_TRUE}, {GL_PACK_LSB_FIRST, GL_TRUE}, {GL_PACK_ROW_LENGTH, 7},
+        {GL_PACK_SKIP_ROWS, 1},        {GL_PACK_SKIP_PIXELS, 2},     {GL_PACK_ALIGNMENT, 8}};
+    for (const auto& [key, value] : packing) glPixelStorei(key, value);
+    const GL::BufferId buffer = GL::createBuffer();
+    glNamedBufferData(buffer.number(), 4096, nullptr, GL_STREAM_READ);
+    glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer.number());
+    std::vector<std::uint8_t> bytes(std::size_t{4} * 3 * 2);
+    frame.readColors(bytes);
+    EXPECT_THAT(bytes, Each(255));
+    float depth = 0;
+    EXPECT_EQ(frame.pixelBuffer()->readPixelDepth(1, 1, &depth, 1, 1, 0), 1);
+    EXPECT_EQ(depth, 1.0F);
+    for (const auto& [key, value] : packing) {
+        GLint present = 0;
+        glGetIntegerv(key, &present);
+        EXPECT_EQ(present, value) << key;
+    }
+    GLint bound = 0;
+    glGetIntegerv(GL_PIXEL_PACK_BUFFER_BINDING, &bound);
+    EXPECT_EQ(bound, static_cast<GLint>(buffer.number()));
 }
 
 TEST_F(GLFramebufferTest, AnErrorFromElsewhereIsNoReasonToRefuse) {
