@@ -48,9 +48,7 @@ bool BufferMemory::upload(const void* data, std::size_t bytes) {
         _id = createBuffer();
         _serial = _machine->nextSerial();
     }
-    // Also if checks are off: what is pending isn't for want of memory.
-    _machine->report("ahead of glNamedBufferData");
-    drainErrors("ahead of glNamedBufferData");
+    _machine->setErrorsAside("ahead of glNamedBufferData");
     glNamedBufferData(_id.number(), static_cast<GLsizeiptr>(bytes), data, GL_STATIC_DRAW);
     if (glGetError() != GL_NO_ERROR) {
         _id.reset();

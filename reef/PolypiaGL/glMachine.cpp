@@ -32,9 +32,12 @@ void Machine::check(const char* call) const {
 }
 
 void Machine::report(const char* call) const noexcept {
-    if (!checksErrors) return;
+    if (checksErrors) setErrorsAside(call);
+}
+
+void Machine::setErrorsAside(const char* call) const noexcept {
     for (const Error& error : drainErrors(call)) {
-        Keel::VerboseStream("GL").print("%s", error.text().c_str());
+        if (checksErrors) Keel::VerboseStream("GL").print("%s", error.text().c_str());
     }
 }
 

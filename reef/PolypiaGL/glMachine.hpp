@@ -59,6 +59,9 @@ public:
     }
     /// The same for places that must not throw: prints.
     void report(const char* call) const noexcept;
+    /// Takes the errors that OpenGL has kept, even if checks are off, so that what comes next isn't
+    /// held to have failed for them. Prints them if checks are on.
+    void setErrorsAside(const char* call) const noexcept;
 
     /// If checks are on, drops the errors that an object has left, so that nobody else fails for
     /// them, and prints the first one with its name.

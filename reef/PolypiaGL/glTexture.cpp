@@ -388,7 +388,7 @@ bool GLTexture::setParameter(const std::string& key, const std::type_info& type,
     if (!parameter || value == nullptr || number != wanted || _shape.target == GL_TEXTURE_BUFFER) {
         return false;
     }
-    _machine->report("ahead of glTextureParameter");
+    _machine->setErrorsAside("ahead of glTextureParameter");
     if (*parameter == GL_TEXTURE_BORDER_COLOR) {
         if (type != typeid(float)) return false;
         glTextureParameterfv(_id.number(), *parameter, static_cast<const float*>(value));

@@ -417,6 +417,17 @@ TEST_F(GLTextureTest, ParametersTakeNamesAndNumbers) {
     EXPECT_EQ(shown(texture, declaration, "vec4(texture(image, 9.0).r)")[0], 51);
 }
 
+TEST_F(GLTextureTest, AnErrorFromElsewhereIsNoReasonToRefuseAParameter) {
+    const auto texture =
+        create(chunk(std::vector<float>{0, 1}), RenderBasin::Red(BitPrecision::Float32));
+    const int value = GL_NEAREST;
+    for (const bool areChecksOn : {true, false}) {
+        basin->factory().setErrorChecks(areChecksOn);
+        glEnable(GL_NONE);
+        EXPECT_TRUE(texture->setParameter("GL_TEXTURE_MIN_FILTER", typeid(int), &value, 1));
+    }
+}
+
 TEST_F(GLTextureTest, UnknownParametersAreRefused) {
     const auto texture =
         create(chunk(std::vector<float>{0, 1}), RenderBasin::Red(BitPrecision::Float32));
