@@ -102,7 +102,10 @@ struct OffscreenViewer::Graphics {
         numberOfEyes = eyes;
     }
     void provideLayers(const Settings& settings, unsigned eyes) {
-        if (layers && layers->numberOfViews() == eyes) return context->setTargets(*layers);
+        if (layers && layers->numberOfViews() == eyes) {
+            context->setTargets(*layers);
+            return show(layers->view(0));
+        }
         auto made =
             std::make_unique<GLLayeredFramebuffer>(*gl, settings.widthPixels, settings.heightPixels,
                                                    settings.samples, static_cast<int>(eyes), pass);
@@ -118,7 +121,7 @@ struct OffscreenViewer::Graphics {
         std::vector<const GLFramebuffer*> targets;
         for (unsigned i = 0; i < eyes; ++i) targets.push_back(framebuffers[i].get());
         context->setTargets(std::move(targets));
-        if (!framebuffers.empty()) {
+        if (eyes > 0) {
             show(*framebuffers.front());
         } else {
             seagrass->setPixelBuffer({});

@@ -62,7 +62,7 @@ public:
     ~OffscreenViewer() override;
 
     /// Brings the scene up to date and draws one frame for these eyes, each of which gets a
-    /// picture.
+    /// picture; that of the first eye is the one of getPixelBuffer(), which is null without eyes.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
     /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
     /// Returns the last frame. What doesn't fit into the cache, or changes all the time, would go

@@ -325,20 +325,37 @@ TEST_F(OffscreenViewerTest, RunsWhatIsQueuedAtItsOwnCacheWhateverElseItIsGiven) 
 }
 
 TEST_F(OffscreenViewerTest, HasNoPixelsOfAFrameWithoutEyes) {
-    settings.pass = GL::Pass::Layers;
-    MAKE_VIEWER(viewer);
-    const std::vector eyes{eyeFromAbove(-0.04), eyeFromAbove(0.04)};
-    viewer->draw(eyes);
-    EXPECT_TRUE(viewer->getPixelBuffer());
-    viewer->draw({});
-    if (viewer->pass() == GL::Pass::Layers) {
+    for (const GL::Pass pass : {GL::Pass::EachView, GL::Pass::Layers}) {
+        settings.pass = pass;
+        MAKE_VIEWER(viewer);
+        const std::vector eyes{eyeFromAbove(-0.04), eyeFromAbove(0.04)};
+        viewer->draw(eyes);
+        EXPECT_TRUE(viewer->getPixelBuffer());
+        viewer->draw({});
         EXPECT_FALSE(viewer->getPixelBuffer());
+        viewer->draw(eyes);
+        float color[1][4] = {};
+        viewer->onRenderThread([&](GLRenderContext&) {
+            EXPECT_EQ(viewer->getPixelBuffer()->readPixelColors(0, 0, color, 1, 1, 0), 1);
+        });
     }
-    viewer->draw(eyes);
-    float color[1][4] = {};
-    viewer->onRenderThread([&](GLRenderContext&) {
-        EXPECT_EQ(viewer->getPixelBuffer()->readPixelColors(0, 0, color, 1, 1, 0), 1);
-    });
+}
+
+TEST_F(OffscreenViewerTest, GivesItsPixelsAgainWhenTheCacheWasEmptied) {
+    const std::vector one{eyeFromAbove()}, two{eyeFromAbove(-0.04), eyeFromAbove(0.04)};
+    for (const GL::Pass pass : {GL::Pass::EachView, GL::Pass::Layers}) {
+        settings.pass = pass;
+        MAKE_VIEWER(viewer);
+        for (const auto& eyes : {one, two}) {
+            viewer->draw(eyes);
+            viewer->onRenderThread([&](GLRenderContext&) {
+                Keel::StrongPtr<Seagrass>(viewer->renderCache())->lawn();
+            });
+            EXPECT_FALSE(viewer->getPixelBuffer());
+            viewer->draw(eyes);
+            EXPECT_TRUE(viewer->getPixelBuffer());
+        }
+    }
 }
 
 TEST_F(OffscreenViewerTest, TimeLimitHoldsForTheFrameAlone) {
