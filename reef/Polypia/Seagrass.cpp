@@ -362,8 +362,20 @@ int Seagrass::lawn() {
     const Keel::StrongPtr<Seagrass> self(*this);
     const std::size_t purged = cache->purge();
     cleanup();
-    pixelBuffer = {};
+    setPixelBuffer({});
     return static_cast<int>(purged);
+}
+
+Keel::StrongPtr<PixelBuffer> Seagrass::getPixelBuffer() const {
+    const std::lock_guard guard(_pixelLock);
+    return pixelBuffer;
+}
+
+void Seagrass::setPixelBuffer(const Keel::StrongPtr<PixelBuffer>& buffer) {
+    // The one before dies behind the lock.
+    Keel::StrongPtr<PixelBuffer> other = buffer;
+    const std::lock_guard guard(_pixelLock);
+    pixelBuffer.swap(other);
 }
 
 std::size_t Seagrass::cleanable() const {

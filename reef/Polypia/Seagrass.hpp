@@ -10,6 +10,7 @@
 #include <keel/Cache.hpp>
 #include <keel/CacheQueue.hpp>
 #include <keel/Interface.hpp>
+#include <keel/SpinLock.hpp>
 #include <keel/ThreadPool.hpp>
 
 #include <atomic>
@@ -124,9 +125,10 @@ public:
     void list_info() const;
 
     const Keel::StrongPtr<Keel::Cache, Keel::CacheBase>& getCache() const noexcept { return cache; }
-    /// For read-back; kept until lawn() drops it. Empty at first.
-    const Keel::StrongPtr<PixelBuffer>& getPixelBuffer() const noexcept { return pixelBuffer; }
-    void setPixelBuffer(const Keel::StrongPtr<PixelBuffer>& buffer) { pixelBuffer = buffer; }
+    /// For read-back on the render thread; kept until lawn() drops it. Empty at first. Any thread
+    /// may get and set it.
+    Keel::StrongPtr<PixelBuffer> getPixelBuffer() const;
+    void setPixelBuffer(const Keel::StrongPtr<PixelBuffer>& buffer);
 
 private:
     friend class RenderBasin;
@@ -152,6 +154,7 @@ protected:
 
 private:
     mutable std::mutex interactorMutex; // guards interactor
+    mutable Keel::SpinLock _pixelLock;  // leaf: guards pixelBuffer
     /// Numbers of threads, see threadNumber().
     std::atomic<std::uint64_t> _renderThread;
     std::atomic<std::uint64_t> _cleaner{0}; // the thread that destroys polyps, or 0

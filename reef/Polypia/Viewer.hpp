@@ -118,8 +118,6 @@ public:
     /// What is under a rectangle of pixels, of the scene as it is now; see VSceneObjects::pick.
     VRenderContext::PickListPtr pick(VRenderContext& context, int x, int y, int width,
                                      int height) const;
-    /// The buffer of the Seagrass, for read-back; null without a live one.
-    Keel::StrongPtr<PixelBuffer> getPixelBuffer() const;
     /// Runs what was queued at the Seagrass, until `predicate` returns true. Whether there was
     /// something; false without a live Seagrass.
     bool handleComputeQueue(VRenderContextBasin& context,
@@ -129,6 +127,8 @@ public:
 
     // For any thread.
 
+    /// The buffer of the Seagrass, for read-back on the render thread; null without a live one.
+    Keel::StrongPtr<PixelBuffer> getPixelBuffer() const;
     /// Whether something is queued at the Seagrass; false without a live one.
     bool hasQueue() const;
     /// To be called when the drawing surface exists.

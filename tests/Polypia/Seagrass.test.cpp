@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <future>
 #include <latch>
@@ -459,19 +460,38 @@ TEST_F(Seagrass, IgnoresADeadCreatorThatIsPrepared) {
     EXPECT_EQ(seagrass->getNumberOfDeletions(), 0U);
 }
 
+/// Pixels of no picture.
+class Pixels : public Mirk::PixelBuffer {
+public:
+    Pixels() : PixelBuffer({}) {}
+    int readPixelColors(int, int, float (*)[4], unsigned long long, unsigned long long,
+                        unsigned) const override {
+        return 0;
+    }
+    int readPixelDepth(int, int, float*, unsigned long long, unsigned long long,
+                       unsigned) const override {
+        return 0;
+    }
+};
+
+TEST_F(Seagrass, AnyThreadMayAskForThePixelBufferWhileAnotherSetsIt) {
+    std::atomic<bool> isEnding{false};
+    int missing = 0;
+    seagrass->setPixelBuffer(StrongPtr<Mirk::PixelBuffer>(new Pixels));
+    std::thread asking([&] {
+        while (!isEnding) {
+            if (!seagrass->getPixelBuffer()) ++missing;
+        }
+    });
+    for (int i = 0; i < 100000; ++i) {
+        seagrass->setPixelBuffer(StrongPtr<Mirk::PixelBuffer>(new Pixels));
+    }
+    isEnding = true;
+    asking.join();
+    EXPECT_EQ(missing, 0);
+}
+
 TEST_F(Seagrass, LawnEmptiesTheCacheAndDropsThePixelBuffer) {
-    class Pixels : public Mirk::PixelBuffer {
-    public:
-        Pixels() : PixelBuffer({}) {}
-        int readPixelColors(int, int, float (*)[4], unsigned long long, unsigned long long,
-                            unsigned) const override {
-            return 0;
-        }
-        int readPixelDepth(int, int, float*, unsigned long long, unsigned long long,
-                           unsigned) const override {
-            return 0;
-        }
-    };
     EXPECT_FALSE(seagrass->getPixelBuffer());
     seagrass->setPixelBuffer(StrongPtr<Mirk::PixelBuffer>(new Pixels));
     const WeakPtr<Mirk::PixelBuffer> pixels(seagrass->getPixelBuffer());
