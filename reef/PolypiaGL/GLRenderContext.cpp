@@ -116,6 +116,9 @@ public:
         } catch (const std::exception& exception) {
             note(aim._object, exception.what());
             throw;
+        } catch (const char* text) {
+            note(aim._object, text);
+            throw;
         } catch (...) {
             note(aim._object, "an exception of an unknown kind");
             throw;

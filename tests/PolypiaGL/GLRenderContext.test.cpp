@@ -705,6 +705,20 @@ TEST_F(GLRenderContextTest, NamesWhatThrewFromItsOwnDrawingOfAllViews) {
     EXPECT_EQ(context->failures()[0].report, "not today");
 }
 
+TEST_F(GLRenderContextTest, TellsTheTextThatWasThrown) {
+    const auto thrower = add<Whole>("thrower", {});
+    const auto report = [&] {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(draw(), GLRenderContext::Failed);
+        testing::internal::GetCapturedStdout();
+        return context->failures().at(0).report;
+    };
+    thrower->whole = []() -> bool { throw "a text"; };
+    EXPECT_EQ(report(), "a text");
+    thrower->whole = []() -> bool { throw 7; };
+    EXPECT_EQ(report(), "an exception of an unknown kind");
+}
+
 TEST_F(GLRenderContextTest, InterruptionEndsTheFrameBehindTheObjectUnderWay) {
     for (int i = 0; i < 10000; ++i)
         add("quad" + std::to_string(i), {})->action = [] { return false; };
