@@ -5,6 +5,7 @@
 #include <Polypia/VTransformable.hpp>
 #include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/PickTarget.hpp>
+#include <PolypiaGL/glBuffers.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
 #include <PolypiaGL/glSavedState.hpp>
@@ -492,23 +493,34 @@ void GLRenderContext::putInOrder(const RenderAble& object, bool hasFailed) {
         drawState.goBack();
         _boundTarget = nullptr;
     }
-    // Whoever has views of its own elevates the layer for them.
-    if (hasFailed || CurrentLayer != _viewsLayer) takeWorldViews();
+    // Whoever has views of its own elevates the layer for them and uploads them; one that fails may
+    // be back from the one, and not from the other.
+    const bool hasOwnViews = CurrentLayer != _viewsLayer || changesOfMultiView() != _worldChanges;
+    if (hasFailed || hasOwnViews) takeWorldViews();
     factory().machine().discardErrors(object.Name());
+}
+
+std::uint64_t GLRenderContext::changesOfMultiView() const {
+    return static_cast<const GL::GLUniformBuffer&>(*_multiView).changes();
 }
 
 void GLRenderContext::takeWorldViews() {
     CurrentLayer = _viewsLayer;
     setUniformBuffer(MultiViewBlock, _multiView);
     updateMultiView(*_multiView, _views);
+    _worldChanges = changesOfMultiView();
 }
 
-/// Whether the object has drawn all eyes itself.
+/// Whether the object has drawn all eyes itself. If not, all is in order for another try.
 bool GLRenderContext::drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
                                  RenderAble::SubContext& sub) {
     if (item.stereo == nullptr || _views.size() < 2 || !object->isVisible(pool)) return false;
     beginEyes(_views);
-    return item.stereo->exception_safe_stereo_render(object, renderTime, *this, _views, sub);
+    if (item.stereo->exception_safe_stereo_render(object, renderTime, *this, _views, sub)) {
+        return true;
+    }
+    putInOrder(*object, false);
+    return false;
 }
 
 /// Leads all drawing to a target for picking; what belongs to the frame, and to the object that may

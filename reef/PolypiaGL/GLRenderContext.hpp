@@ -184,6 +184,7 @@ private:
                       RenderAble::SubContext& sub);
     bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
                     RenderAble::SubContext& sub);
+    std::uint64_t changesOfMultiView() const;
     void takeWorldViews();
     void putInOrder(const RenderAble& object, bool hasFailed);
     void noteSeconds(const RenderAble& object, double seconds);
@@ -195,6 +196,7 @@ private:
     const GLFramebuffer* _boundTarget = nullptr; // null: unknown, to be bound anew
     const GL::PickTarget* _pickTarget = nullptr; // while objects are picked
     UniformBufferPtr _multiView;
+    std::uint64_t _worldChanges = 0; // of that, when it got the views of the world
     ViewReferences _views;
     std::uint32_t _viewsLayer = 0; // the layer of those
     std::vector<EyePlanes> _eyePlanes;

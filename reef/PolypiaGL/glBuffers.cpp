@@ -38,6 +38,7 @@ void BufferMemory::require(const void* data, std::size_t bytes) {
 }
 
 bool BufferMemory::upload(const void* data, std::size_t bytes) {
+    ++_changes;
     _isMapped = false; // new data end a mapping
     if (bytes == 0) {
         _id.reset();
@@ -66,6 +67,7 @@ bool BufferMemory::covers(std::size_t offset, std::size_t bytes) const {
 bool BufferMemory::write(std::size_t offset, const void* data, std::size_t bytes) {
     if (_isMapped || !covers(offset, bytes)) return false;
     if (bytes == 0) return true;
+    ++_changes;
     glNamedBufferSubData(_id.number(), static_cast<GLintptr>(offset),
                          static_cast<GLsizeiptr>(bytes), data);
     return true;
@@ -81,6 +83,7 @@ bool BufferMemory::read(std::size_t offset, void* data, std::size_t bytes) const
 
 void* BufferMemory::map() {
     if (!_id || _isMapped) return nullptr;
+    ++_changes;
     void* const memory = glMapNamedBuffer(_id.number(), GL_READ_WRITE);
     _isMapped = memory != nullptr;
     return memory;
@@ -93,6 +96,7 @@ bool BufferMemory::unmap() {
 }
 
 void BufferMemory::clear() {
+    ++_changes;
     // Byte by byte, as any number of them is allowed.
     const unsigned char zero = 0;
     if (_id) {

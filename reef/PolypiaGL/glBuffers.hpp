@@ -32,6 +32,8 @@ public:
     unsigned number() const { return _id.number(); }
     /// Changes with the number.
     std::uint64_t serial() const { return _serial; }
+    /// Changes with the contents, or when they may change from now on.
+    std::uint64_t changes() const { return _changes; }
     const MachinePtr& machine() const { return _machine; }
 
 private:
@@ -40,6 +42,7 @@ private:
     MachinePtr _machine;
     BufferId _id;
     std::uint64_t _serial = 0;
+    std::uint64_t _changes = 0;
     std::size_t _bytes = 0;
     bool _isMapped = false;
 };
@@ -64,6 +67,8 @@ public:
     std::uint64_t native() const override { return _memory.native(); }
     std::size_t memsize() const override { return _memory.bytes(); }
 
+    /// Changes with the contents.
+    std::uint64_t changes() const { return _memory.changes(); }
     /// Binds the whole buffer; an empty one unbinds.
     void bind(unsigned bindingPoint) const;
 

@@ -201,6 +201,17 @@ protected:
         glBindVertexArray(0);
         glUseProgram(0);
     }
+    /// Views of the screen for what an object draws on top of the world; it goes back itself.
+    void takeOverlaysViews() const {
+        context->elevateView();
+        context->CurrentView(0, 0).resetModelView();
+        context->setTileAwareIdentity(0, -1, 1, {}, 0);
+    }
+    /// Those of the current layer, to the block that all programs read.
+    void uploadViews() const {
+        const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
+        context->updateMultiView(*block, context->getViews(context->CurrentLayer, 0));
+    }
     std::vector<std::string> failedObjects() const {
         std::vector<std::string> names;
         for (const auto& failure : context->failures()) names.push_back(failure.object);
@@ -495,51 +506,162 @@ TEST_F(GLRenderContextTest, RenderObjectIsDrawnForEachEyeAndTellsItsFailures) {
     EXPECT_EQ(status(), "");
 }
 
-TEST_F(GLRenderContextTest, FailureStaysWithItsObject) {
-    std::vector<std::function<bool()>> throwers{
-        []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); },
-        []() -> bool { throw std::runtime_error("not today"); },
-        []() -> bool { throw "a text"; },
-        []() -> bool { throw 7; },
-        [] { return false; },
-    };
-    for (std::size_t i = 0; i < 5; ++i) {
-        throwers.push_back([this, thrower = throwers[i]] {
-            drawElsewhere();
-            glEnable(GL_NONE); // an error that nobody takes
-            return thrower();
-        });
+/// Scenes with objects of which some fail, drawn in any way.
+class FailureTest : public GLRenderContextTest {
+protected:
+    /// Draws a hundred objects, of which a third fails, and expects the pictures that the others
+    /// give without them. `targets` are what is drawn into, one for each eye; some of the failing
+    /// leave one of the framebuffers `others` bound.
+    void expectTheOthersAsEver(const std::vector<const GLFramebuffer*>& targets,
+                               const std::vector<unsigned>& others) {
+        const std::vector<std::function<bool()>> throwers = makeThrowers(others);
+        std::mt19937 random(1);
+        const auto number = [&](int from, int to) {
+            return std::uniform_int_distribution<int>(from, to)(random);
+        };
+        std::vector<QuadPtr> broken;
+        for (int i = 0; i < 100; ++i) {
+            const double x = number(-32, 28), y = number(-32, 28);
+            const Rectangle place{x, y, x + number(1, 20), y + number(1, 20),
+                                  static_cast<double>(number(0, 50))};
+            const QuadPtr quad = addKind(i % 3, "quad" + std::to_string(i), place);
+            quad->color = {0.01F * static_cast<float>(i), 0.5F, 1, 1};
+            if (number(0, 2) == 0) broken.push_back(quad);
+        }
+        for (const QuadPtr& quad : broken) quad->setVisible(context->pool, false);
+        drawInto(targets);
+        const auto expected = pictures(targets);
+        for (std::size_t i = 0; i < broken.size(); ++i) {
+            broken[i]->setVisible(context->pool, true);
+            setAction(broken[i], throwers[i % throwers.size()]);
+        }
+        testing::internal::CaptureStdout();
+        const auto result = drawInto(targets);
+        testing::internal::GetCapturedStdout();
+        EXPECT_TRUE(result & GLRenderContext::Failed);
+        EXPECT_TRUE(result & GLRenderContext::Incomplete);
+        EXPECT_TRUE(result & GLRenderContext::Drew);
+        EXPECT_TRUE(pictures(targets) == expected);
     }
-    std::mt19937 random(1);
-    const auto number = [&](int from, int to) {
-        return std::uniform_int_distribution<int>(from, to)(random);
-    };
-    std::vector<QuadPtr> broken;
-    for (int i = 0; i < 100; ++i) {
-        const double x = number(-32, 28), y = number(-32, 28);
-        const Rectangle place{x, y, x + number(1, 20), y + number(1, 20),
-                              static_cast<double>(number(0, 50))};
-        const std::string name = "quad" + std::to_string(i);
-        const QuadPtr quad = i % 2 == 0 ? add(name, place) : QuadPtr(add<Whole>(name, place));
-        quad->color = {0.01F * static_cast<float>(i), 0.5F, 1, 1};
-        if (number(0, 2) == 0) broken.push_back(quad);
+
+private:
+    std::vector<std::function<bool()>> makeThrowers(const std::vector<unsigned>& others) const {
+        const std::vector<std::function<bool()>> plain{
+            []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); },
+            []() -> bool { throw std::runtime_error("not today"); },
+            []() -> bool { throw "a text"; },
+            []() -> bool { throw 7; },
+            [] { return false; },
+        };
+        std::vector<std::function<bool()>> throwers = plain;
+        for (std::size_t i = 0; i < plain.size(); ++i) {
+            throwers.push_back([this, thrower = plain[i], other = others[i % others.size()]] {
+                drawElsewhere();
+                glBindFramebuffer(GL_FRAMEBUFFER, other);
+                glEnable(GL_NONE); // an error that nobody takes
+                return thrower();
+            });
+            throwers.push_back([this, thrower = plain[i]] {
+                takeOverlaysViews();
+                uploadViews();
+                context->CurrentLayer = 2; // as a guard on the way out does
+                return thrower();
+            });
+        }
+        return throwers;
     }
-    for (const QuadPtr& quad : broken) quad->setVisible(context->pool, false);
+    QuadPtr addKind(int kind, const std::string& name, const Rectangle& place) {
+        if (kind == 0) return add(name, place);
+        if (kind == 1) return add<Whole>(name, place);
+        const auto stereo = add<Stereo>(name, place);
+        stereo->stereo = [] { return false; };
+        return stereo;
+    }
+    /// Some fail where they draw, others where their drawing of all views begins.
+    static void setAction(const QuadPtr& quad, const std::function<bool()>& action) {
+        if (const Keel::StrongPtr<Whole, VManagedObjectBase> whole{quad}) {
+            whole->whole = action;
+            return;
+        }
+        quad->action = action;
+        const Keel::StrongPtr<Stereo, VManagedObjectBase> stereo(quad);
+        if (stereo) stereo->stereo = action;
+    }
+    VRenderContext::RenderResult drawInto(const std::vector<const GLFramebuffer*>& targets) {
+        for (const GLFramebuffer* target : targets) target->clear({0, 0, 0, 1});
+        double seconds = 0;
+        return objects.render(*context, seconds, INT_MIN, INT_MAX);
+    }
+    std::vector<std::vector<std::uint8_t>>
+    pictures(const std::vector<const GLFramebuffer*>& targets) const {
+        std::vector<std::vector<std::uint8_t>> all;
+        for (const GLFramebuffer* target : targets) all.push_back(pixels(*target));
+        return all;
+    }
+};
+
+TEST_F(FailureTest, StaysWithItsObject) {
+    expectTheOthersAsEver({left.get()}, {right->number()});
+}
+
+TEST_F(FailureTest, StaysWithItsObjectIfNobodyAsksForErrorsOfOpenGL) {
+    context->factory().setErrorChecks(false);
+    expectTheOthersAsEver({left.get()}, {right->number()});
+}
+
+TEST_F(FailureTest, StaysWithItsObjectForEachOfTwoEyes) {
+    setTwoEyes();
+    expectTheOthersAsEver({left.get(), right.get()}, {left->number(), right->number()});
+}
+
+TEST_F(FailureTest, StaysWithItsObjectInOnePassForAllEyes) {
+    if (!GLLayeredFramebuffer::isPossible(*gl, GL::Pass::Layers, 2)) {
+        GTEST_SKIP() << "the driver can't draw several views in one pass";
+    }
+    const GLLayeredFramebuffer layers(*gl, size, size, 1, 2, GL::Pass::Layers);
+    context->setTargets(layers);
+    context->setEyes({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
+    expectTheOthersAsEver(
+        {&layers.view(0), &layers.view(1)},
+        {layers.number(), layers.view(0).number(), layers.view(1).number(), right->number()});
+    context->setTargets({left.get()});
+}
+
+TEST_F(GLRenderContextTest, WhatStereoDrawingHasLeftDoesNotMeetTheDrawingBehindIt) {
+    setTwoEyes();
+    const auto stereo = add<Stereo>("stereo", {-8, -8, 8, 8, 20});
+    add("behind", {-16, -16, 16, 16, 0})->color = {0, 1, 0, 1};
+    stereo->stereo = [] { return false; };
     draw();
-    const auto expected = pixels(*left);
-    for (std::size_t i = 0; i < broken.size(); ++i) {
-        broken[i]->setVisible(context->pool, true);
-        // Some fail where they draw, others where their drawing of all views begins.
-        const Keel::StrongPtr<Whole, VManagedObjectBase> whole(broken[i]);
-        (whole ? whole->whole : broken[i]->action) = throwers[i % throwers.size()];
+    const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
+    const std::vector<std::function<bool()>> leaving{
+        [this] {
+            drawElsewhere();
+            return false;
+        },
+        [this] {
+            drawElsewhere();
+            glBindFramebuffer(GL_FRAMEBUFFER, left->number());
+            return false;
+        },
+        [this]() -> bool {
+            takeOverlaysViews();
+            uploadViews();
+            throw std::runtime_error("not in stereo");
+        },
+        [] {
+            glEnable(GL_NONE);
+            return false;
+        },
+    };
+    for (std::size_t i = 0; i < leaving.size(); ++i) {
+        stereo->stereo = leaving[i];
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(draw(), GLRenderContext::Drew);
+        testing::internal::GetCapturedStdout();
+        EXPECT_TRUE(pixels(*left) == leftBefore) << i;
+        EXPECT_TRUE(pixels(*right) == rightBefore) << i;
     }
-    testing::internal::CaptureStdout();
-    const auto result = draw();
-    testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(result & GLRenderContext::Failed);
-    EXPECT_TRUE(result & GLRenderContext::Incomplete);
-    EXPECT_TRUE(result & GLRenderContext::Drew);
-    EXPECT_EQ(pixels(*left), expected);
 }
 
 TEST_F(GLRenderContextTest, ObjectThatDrawsElsewhereComesBackByOpenEye) {
@@ -624,10 +746,8 @@ TEST_F(GLRenderContextTest, ViewsOfAnOverlayThatFailsEndWithIt) {
     for (const bool isNoted : {true, false}) {
         const auto overlay = add("overlay", {-1, -1, 1, 1, -50}, -1);
         overlay->action = [this, isNoted]() -> bool {
-            context->elevateView();
-            context->CurrentView(0, 0).resetModelView();
-            const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
-            context->updateMultiView(*block, context->getViews(context->CurrentLayer, 0));
+            takeOverlaysViews();
+            uploadViews();
             context->setUniformBuffer(GLRenderContext::MultiViewBlock, {});
             if (isNoted) throw RenderException(0x501, "draw", "quad.cpp", 1);
             throw std::runtime_error("swallowed on the way");
@@ -641,6 +761,24 @@ TEST_F(GLRenderContextTest, ViewsOfAnOverlayThatFailsEndWithIt) {
         EXPECT_TRUE(context->getUniformBuffer(GLRenderContext::MultiViewBlock));
         quads.pop_back();
     }
+}
+
+TEST_F(GLRenderContextTest, ViewsThatAnObjectLeavesInTheBlockAreNotThoseOfTheNext) {
+    add("quad", {});
+    draw();
+    const auto expected = pixels(*left);
+    const auto overlay = add("overlay", {-1, -1, 1, 1, -50}, -1);
+    overlay->action = [this]() -> bool {
+        takeOverlaysViews();
+        uploadViews();
+        context->CurrentLayer = 2; // as a guard on the way out does
+        throw std::runtime_error("swallowed on the way");
+    };
+    testing::internal::CaptureStdout();
+    draw();
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(overlay->draws, 1);
+    EXPECT_TRUE(pixels(*left) == expected);
 }
 
 TEST_F(GLRenderContextTest, ReportedFailureOfOneEyeLeavesOutTheOthersWhateverTheResult) {
@@ -941,10 +1079,8 @@ TEST_F(PickingTest, SeesTheWorldForAnOverlayThatAsks) {
     const VSceneObjects all = objects;
     std::uint32_t found = 0;
     overlay->action = [&] {
-        context->elevateView();
-        context->CurrentView(0, 0).resetModelView();
-        const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
-        context->updateMultiView(*block, context->getViews(context->CurrentLayer, 0));
+        takeOverlaysViews();
+        uploadViews();
         found = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX)
                     ->Buffer->elements()[0];
         EXPECT_EQ(context->CurrentLayer, 3u);
