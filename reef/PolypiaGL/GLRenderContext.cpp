@@ -8,10 +8,12 @@
 #include <PolypiaGL/glBuffers.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
+#include <PolypiaGL/glProgram.hpp>
 #include <PolypiaGL/glSavedState.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <exception>
 #include <utility>
 
@@ -96,8 +98,8 @@ public:
 
     explicit EachEye(GLRenderContext& context) : _context(context) {}
 
-    /// Whether an object is being drawn.
-    bool isAimed() const { return _aim != nullptr; }
+    /// The one that is being drawn; null without one.
+    const RenderAble* object() const { return _aim != nullptr ? &_aim->_object : nullptr; }
     bool isAimedAt(const RenderAble& object) const {
         const Aim* aim = _aim;
         while (aim != nullptr && &aim->_object != &object) aim = aim->_outer;
@@ -523,29 +525,28 @@ bool GLRenderContext::drawStereo(const RenderAblePtr& object, const Item& item, 
     return false;
 }
 
-/// Leads all drawing to a target for picking; what belongs to the frame, and to the object that may
-/// be drawn meanwhile, stays as it is.
+/// Leads all drawing to a target for picking; what belongs to the frame, and to the object or wave
+/// that may be under way meanwhile, stays as it is.
 class GLRenderContext::Picking {
+    const GL::DrawState::Frame _drawState;
     const GL::SavedState _state;
 
 public:
     template<class... Where>
     explicit Picking(GLRenderContext& context, Where... where)
-        : target(context.factory().machine(), where...),
+        : _drawState(context.factory().machine().drawState),
+          target(context.factory().machine(), where...),
           _context(context),
           _machine(context.factory().machine()),
           _outerTarget(std::exchange(context._pickTarget, &target)),
-          _outerEye(context.CurrentEye),
-          _outerViews(_machine.numberOfViews),
-          _outerLayer(context.CurrentLayer),
-          _outerBlock(context.getUniformBuffer(MultiViewBlock)),
-          _outerProgram(std::exchange(_machine.program, nullptr)),
-          _outerAttributes(std::exchange(_machine.attributes, {})),
+          _eye(context),
+          _views(context),
+          _wave(_machine),
           _failures(context._failures),
           _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {
-        if (_outerLayer != context._viewsLayer) context.takeWorldViews();
+        context.takeWorldViews();
         // Those of the wave that asks.
-        if (context._eachEye->isAimed()) GL::SavedState::disableFlags();
+        if (_drawState.isWithin()) GL::SavedState::disableFlags();
     }
     Picking(const Picking&) = delete;
     Picking& operator=(const Picking&) = delete;
@@ -553,35 +554,90 @@ public:
         _context._pickTarget = _outerTarget;
         _context._failures = std::move(_failures);
         if (_context.precision) _context.precision->lastFrameTime = _frameSeconds;
-        _machine.program = _outerProgram;
-        _machine.attributes = std::move(_outerAttributes);
-        if (_context.CurrentLayer != _outerLayer) giveViewsBack();
-        // An object that picks goes on drawing where it was.
-        if (!_context._eachEye->isAimed()) return;
-        _context.CurrentEye = _outerEye;
-        _context.selectView(_outerEye);
-        _machine.firstView = _outerEye;
-        _machine.numberOfViews = _outerViews;
+        _wave.putBack(_machine);
+        _views.putBack(_context);
+        _eye.putBack(_context);
     }
 
     GL::PickTarget target;
 
 private:
-    void giveViewsBack() const {
-        _context.CurrentLayer = _outerLayer;
-        _context.setUniformBuffer(MultiViewBlock, _outerBlock);
-        _context.updateMultiView(*_context._multiView, _context.getViews(_outerLayer, 0));
-    }
+    /// Which views are open.
+    struct Eye {
+        explicit Eye(const GLRenderContext& context)
+            : eye(context.CurrentEye),
+              firstView(context.factory().machine().firstView),
+              numberOfViews(context.factory().machine().numberOfViews),
+              currentView(context.factory().machine().currentView),
+              projection(context.factory().machine().projection),
+              modelView(context.factory().machine().modelView) {}
+        void putBack(GLRenderContext& context) const {
+            context.CurrentEye = eye;
+            context.factory().machine().firstView = firstView;
+            context.factory().machine().numberOfViews = numberOfViews;
+            context.factory().setCurrentView(currentView);
+            context.factory().setMatrices(projection, modelView);
+        }
+
+        unsigned eye, firstView, numberOfViews, currentView;
+        GL::Machine::Matrix projection, modelView;
+    };
+
+    /// What these see, and programs of them.
+    struct Views {
+        explicit Views(const GLRenderContext& context)
+            : layer(context.CurrentLayer), block(context.getUniformBuffer(MultiViewBlock)) {
+            // Layers above that of the world are for anybody.
+            if (layer > context._viewsLayer) eyes = context.EyeViews;
+            if (context.changesOfMultiView() == context._worldChanges) return;
+            contents.emplace(context._multiView->bytes());
+            context._multiView->read(0, contents->data(), contents->size());
+        }
+        void putBack(GLRenderContext& context) const {
+            context.CurrentLayer = layer;
+            // In place, as others refer to them.
+            if (eyes.size() == context.EyeViews.size()) {
+                std::copy(eyes.begin(), eyes.end(), context.EyeViews.begin());
+            }
+            context.setUniformBuffer(MultiViewBlock, block);
+            if (contents) context._multiView->upload(contents->data(), contents->size());
+        }
+
+        std::uint32_t layer;
+        std::vector<LayeredViews> eyes; // empty if they stay as they are
+        UniformBufferPtr block;
+        std::optional<std::vector<std::byte>> contents; // unless they are those of the world
+    };
+
+    /// The wave that asks, and what its program draws with, which others may use as well.
+    struct Wave {
+        explicit Wave(GL::Machine& machine)
+            : program(std::exchange(machine.program, nullptr)),
+              attributes(std::exchange(machine.attributes, {})) {
+            if (program == nullptr) return;
+            variables = *program;
+            samplers = program->SamplerBindings;
+        }
+        void putBack(GL::Machine& machine) {
+            machine.program = program;
+            machine.attributes = std::move(attributes);
+            if (program == nullptr) return;
+            static_cast<RenderNamespace::ProgramVariables&>(*program) = std::move(variables);
+            program->SamplerBindings = std::move(samplers);
+        }
+
+        GL::GLProgram* program;
+        std::vector<const GL::GLVertexAttribute*> attributes;
+        RenderNamespace::ProgramVariables variables;
+        std::map<std::string, Polyp::TentaclePtr> samplers;
+    };
 
     GLRenderContext& _context;
     GL::Machine& _machine;
     const GL::PickTarget* const _outerTarget;
-    const unsigned _outerEye;
-    const unsigned _outerViews;
-    const std::uint32_t _outerLayer;
-    const UniformBufferPtr _outerBlock;
-    GL::GLProgram* const _outerProgram;
-    std::vector<const GL::GLVertexAttribute*> _outerAttributes;
+    const Eye _eye;
+    const Views _views;
+    Wave _wave;
     std::vector<Failure> _failures;
     // Without it no object gives out the time that it takes.
     const double _frameSeconds;
@@ -604,7 +660,9 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
     const Extent columns = within(x, width, _targets.front()->width());
     const Extent rows = within(y, height, _targets.front()->height());
-    const GL::DrawState::Frame drawState(factory().machine().drawState);
+    if (const RenderAble* asking = _eachEye->object()) {
+        factory().machine().discardErrors(asking->Name());
+    }
     // Even if nothing of it is in the picture, objects are numbered.
     const Picking picking(*this, columns.first + left, rows.first + bottom,
                           std::max(columns.length, 1), std::max(rows.length, 1), picture[2],

@@ -89,7 +89,7 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
       _pictureWidth(pictureWidth),
       _pictureHeight(pictureHeight) {
     // What is pending is nobody's fault who is picked.
-    drainErrors("ahead of a pick");
+    _machine.setErrorsAside("ahead of a pick");
     _numbers = createRenderbuffer();
     glNamedRenderbufferStorage(_numbers.number(), GL_R32UI, width, height);
     _depths = createTexture(GL_TEXTURE_2D_ARRAY);

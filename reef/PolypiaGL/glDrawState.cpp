@@ -63,10 +63,21 @@ DrawState::~DrawState() = default;
 DrawState::Frame::Frame(DrawState& state)
     : _scope(state),
       _state(state),
-      _outer(state._found),
-      _wasRestored(std::exchange(state._wasRestored, false)) {
+      _isWithin(state._depth > 1),
+      _isOthers(_isWithin && !state._isKnown),
+      _wasRestored(std::exchange(state._wasRestored, false)),
+      _outer(state._found) {
     state.know();
     state._found = state._callers;
+}
+
+DrawState::Frame::~Frame() {
+    if (_isOthers) {
+        _state.goBack();
+        _state.restore();
+    }
+    _state._found = _outer;
+    _state._wasRestored = _wasRestored;
 }
 
 void DrawState::know() {

@@ -72,22 +72,26 @@ public:
         DrawState& _state;
     };
     /// A scope around objects that are drawn one after the other, which begin with the state that
-    /// was found ahead of the first one.
+    /// was found ahead of the first one. One that has called restore() and draws others in a frame
+    /// of their own finds its state again behind them.
     class Frame {
     public:
         explicit Frame(DrawState& state);
-        ~Frame() {
-            _state._found = _outer;
-            _state._wasRestored = _wasRestored;
-        }
+        ~Frame();
         Frame(const Frame&) = delete;
         Frame& operator=(const Frame&) = delete;
+
+        /// Whether it is within another scope, such as a frame or a wave.
+        bool isWithin() const { return _isWithin; }
 
     private:
         const Scope _scope;
         DrawState& _state;
+        const bool _isWithin;
+        // Of the outer frame:
+        const bool _isOthers; ///< somebody there calls OpenGL itself
+        const bool _wasRestored;
         const Values _outer;
-        const bool _wasRestored; ///< in the outer frame
     };
     void enter() noexcept { ++_depth; }
     void leave() noexcept {

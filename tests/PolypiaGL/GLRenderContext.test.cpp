@@ -989,6 +989,8 @@ protected:
         ask("stencil passed", GL_STENCIL_PASS_DEPTH_PASS);
         ask("back stencil function", GL_STENCIL_BACK_FUNC);
         ask("back stencil writes", GL_STENCIL_BACK_WRITEMASK);
+        ask("pack alignment", GL_PACK_ALIGNMENT);
+        ask("pack row length", GL_PACK_ROW_LENGTH);
         ask("scissor test", GL_SCISSOR_TEST);
         ask("stencil test", GL_STENCIL_TEST);
         ask("depth clamp", GL_DEPTH_CLAMP);
@@ -1070,6 +1072,12 @@ TEST_F(PickingTest, DrawsWithoutTheFlagsAttributesAndProgramOfTheWaveThatAsks) {
     };
     EXPECT_EQ(draw(), GLRenderContext::Drew);
     EXPECT_TRUE(wasAsked);
+    // The same in a wave between frames.
+    wasAsked = false;
+    asking->setVisible(context->pool, false);
+    context->openEye(0);
+    polyp->wave(~0U);
+    EXPECT_TRUE(wasAsked);
     polyp->clear();
 }
 
@@ -1089,6 +1097,226 @@ TEST_F(PickingTest, SeesTheWorldForAnOverlayThatAsks) {
     };
     draw();
     EXPECT_EQ(found, 1u);
+}
+
+TEST_F(PickingTest, LeavesTheViewsOfAnOverlayThatAsks) {
+    enum class Upload { None, ToTheBlockOfAll, ToABlockOfItsOwn };
+    add("quad", {-8, -8, 8, 8, 0});
+    draw();
+    const auto expected = pixels(*left);
+    const auto overlay = add("overlay", {}, -1);
+    const VSceneObjects all = objects;
+    const auto contents = [](const UniformBuffer& buffer) {
+        std::vector<std::uint8_t> bytes(buffer.bytes());
+        EXPECT_TRUE(buffer.read(0, bytes.data(), bytes.size()));
+        return bytes;
+    };
+    constexpr const char* name = GLRenderContext::MultiViewBlock;
+    for (const Upload upload : {Upload::None, Upload::ToTheBlockOfAll, Upload::ToABlockOfItsOwn}) {
+        std::uint32_t found = 0;
+        overlay->action = [&] {
+            const bool hasOwn = upload == Upload::ToABlockOfItsOwn;
+            const UniformBufferPtr block = context->getUniformBuffer(name);
+            const UniformBufferPtr used = hasOwn ? context->createUniformBuffer(0) : block;
+            takeOverlaysViews();
+            context->setUniformBuffer(name, used);
+            if (upload != Upload::None) context->updateMultiView(*used, context->getViews(3, 0));
+            const auto before = contents(*block), usedBefore = contents(*used);
+            found = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX)
+                        ->Buffer->elements()[0];
+            EXPECT_EQ(context->CurrentLayer, 3u);
+            EXPECT_EQ(context->getUniformBuffer(name), used);
+            EXPECT_TRUE(contents(*block) == before);
+            EXPECT_TRUE(contents(*used) == usedBefore);
+            context->setUniformBuffer(name, block);
+            context->CurrentLayer = 2;
+            if (used == block) context->updateMultiView(*block, context->getViews(2, 0));
+            return false;
+        };
+        draw();
+        EXPECT_EQ(found, 1u);
+        EXPECT_TRUE(pixels(*left) == expected) << static_cast<int>(upload);
+    }
+}
+
+TEST_F(PickingTest, ViewsThatAnObjectHasForItselfAreThoseOfTheWorldAgainWhenItHasPicked) {
+    add("quad", {-8, -8, 8, 8, 0});
+    draw();
+    const auto expected = pixels(*left);
+    const auto overlay = add("overlay", {}, -1);
+    const VSceneObjects all = objects;
+    overlay->action = [&] { // looks into its views and uploads none
+        takeOverlaysViews();
+        context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX);
+        context->CurrentLayer = 2;
+        return false;
+    };
+    draw();
+    EXPECT_TRUE(pixels(*left) == expected);
+}
+
+TEST_F(PickingTest, OverlaysThatArePickedLeaveTheViewsOfTheOneThatAsks) {
+    const auto picked = add("picked", {});
+    const auto asking = add("asking", {});
+    const VSceneObjects all = objects;
+    picked->action = [&] {
+        takeOverlaysViews();
+        context->CurrentLayer = 2;
+        return false;
+    };
+    asking->action = [&] {
+        context->elevateView();
+        context->CurrentView(0, 0).cameraPosition = {1, 2, 3};
+        context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX);
+        EXPECT_EQ(context->CurrentLayer, 3u);
+        EXPECT_TRUE((context->CurrentView(0, 0).cameraPosition == View::point{1, 2, 3}));
+        context->CurrentLayer = 2;
+        return false;
+    };
+    draw();
+    EXPECT_EQ(picked->draws, 2);
+}
+
+TEST_F(PickingTest, LeavesOpenGLToAnObjectThatCallsItItself) {
+    const auto picked = add("picked", {-8, -8, 8, 8, 0});
+    const auto asking = add("asking", {}, 1);
+    const VSceneObjects all = objects;
+    const auto program =
+        context->createProgram(passVertex, colorFragment, "test.vert", "test.frag", 1U, 1U, {}, {});
+    const GL::VertexArrayId array = GL::createVertexArray();
+    const bool hasMatrices = gl->profile() == GL::Profile::Compatibility;
+    const auto matrices = [&] {
+        std::array<std::array<double, 16>, 2> both{};
+        if (!hasMatrices) return both;
+        glGetDoublev(GL_PROJECTION_MATRIX, both[0].data());
+        glGetDoublev(GL_MODELVIEW_MATRIX, both[1].data());
+        return both;
+    };
+    constexpr auto identity = GL::Machine::identity();
+    picked->action = [&] {
+        if (hasMatrices) context->factory().machine().drawState.setMatrices(identity, identity);
+        return true;
+    };
+    std::uint32_t found = 0;
+    asking->action = [&] {
+        context->factory().restoreState();
+        glUseProgram(static_cast<GLuint>(program->nativeHandle()));
+        glBindVertexArray(array.number());
+        glEnable(GL_CLIP_DISTANCE0);
+        glPixelStorei(GL_PACK_ALIGNMENT, 2);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 7);
+        if (hasMatrices) glTranslated(1, 2, 3);
+        const auto before = allState();
+        const auto matricesBefore = matrices();
+        found = context->pickObjects(all, size / 2, size / 2, 1, 1, INT_MIN, INT_MAX)
+                    ->Buffer->elements()[0];
+        EXPECT_EQ(allState(), before);
+        EXPECT_EQ(matrices(), matricesBefore);
+        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+        if (hasMatrices) glTranslated(-1, -2, -3);
+        return false;
+    };
+    const auto before = allState();
+    for (int frame = 0; frame < 2; ++frame) {
+        draw();
+        EXPECT_EQ(found, 1u);
+        EXPECT_EQ(allState().at("program"), before.at("program"));
+        EXPECT_EQ(allState().at("vertex array"), before.at("vertex array"));
+        EXPECT_EQ(allState().at("clip distance 0"), before.at("clip distance 0"));
+    }
+}
+
+TEST_F(PickingTest, LeavesTheOpenEyeBetweenFrames) {
+    setTwoEyes();
+    const auto quad = add("quad", {-8, -8, 8, 8, 20});
+    draw();
+    const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
+    left->clear({0, 0, 0, 1});
+    right->clear({0, 0, 0, 1});
+    for (const unsigned eye : {0U, 1U}) {
+        context->openEye(eye);
+        EXPECT_EQ(context->pickObjects(objects, 32, 32, 1, 1, INT_MIN, INT_MAX)->Ids.size(), 1u);
+        EXPECT_EQ(context->CurrentEye, eye);
+        quad->environment_render(*context);
+    }
+    EXPECT_TRUE(pixels(*left) == leftBefore);
+    EXPECT_TRUE(pixels(*right) == rightBefore);
+    EXPECT_FALSE(rightBefore == leftBefore);
+}
+
+TEST_F(PickingTest, WaveThatAsksDrawsWithItsValuesOfAProgramThatWhatIsPickedUses) {
+    setTwoEyes();
+    const auto program =
+        context->createProgram(passVertex, colorFragment, "test.vert", "test.frag", 1U, 1U, {}, {});
+    const auto filled = [&](const std::vector<FloatPoint>& points) {
+        const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+        polyp->insert(program);
+        const auto vertices = context->createCoordinates(chunk(points), "Coordinates");
+        polyp->insert(vertices);
+        polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+        return polyp;
+    };
+    const auto value = context->createRenderParameter("color", {}, typeid(float), 4);
+    const Skua::FixedArray<float, 4> redValue{1, 0, 0, 1}, greenValue{0, 1, 0, 1};
+    for (const bool isParameter : {false, true}) {
+        const PolypPtr all = filled({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}});
+        const PolypPtr upper = filled({{-1, 0, 0}, {1, 0, 0}, {-1, 1, 0}, {1, 1, 0}});
+        const auto picked = add("picked", {}, -1), asking = add("asking", {});
+        picked->action = [&] {
+            (*program)["color"] = greenValue;
+            upper->wave(~0U);
+            return false;
+        };
+        asking->action = [&] {
+            if (isParameter) {
+                value->setValue(redValue.data(), typeid(float), 4);
+                all->insert(value);
+            } else {
+                (*program)["color"] = redValue;
+            }
+            all->wave(~0U);
+            return false;
+        };
+        const VSceneObjects scene = objects;
+        std::size_t found = 0;
+        all->insertTentacle(
+            Polyp::PainterKey - 1, probe([&](const Polyp&) {
+                found = context->pickObjects(scene, size / 2, size / 2 + 4, 1, 1, INT_MIN, INT_MAX)
+                            ->Ids.size();
+                return true;
+            }));
+        draw();
+        EXPECT_EQ(found, 1u);
+        for (const GLFramebuffer* picture : {left.get(), right.get()}) {
+            EXPECT_EQ(at(*picture, 0, -8), red);
+        }
+        objects = {};
+        quads.clear();
+        all->clear();
+        upper->clear();
+    }
+}
+
+TEST_F(PickingTest, PrintsTheErrorOfOpenGLOfWhoAsks) {
+    add("quad", {-8, -8, 8, 8, 5});
+    const auto asking = add("asking", {});
+    const VSceneObjects all = objects;
+    asking->action = [&] {
+        glEnable(GL_NONE);
+        context->pickObjects(all, 0, 0, 1, 1, INT_MIN, INT_MAX);
+        return true;
+    };
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(draw(), GLRenderContext::Drew);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "GL: [asking] has left an error of OpenGL: GL_INVALID_ENUM\n");
+    testing::internal::CaptureStdout();
+    glEnable(GL_NONE);
+    asking->action = {};
+    context->pickObjects(all, 0, 0, 1, 1, INT_MIN, INT_MAX);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "GL: ahead of a pick: GL_INVALID_ENUM (0x500)\n");
 }
 
 TEST_F(PickingTest, ErrorOfOpenGLThatAnObjectLeavesIsNotThatOfThePick) {
