@@ -30,6 +30,12 @@ class PickTarget;
 ///     context.setTargets({&left, &right});
 ///     context.setEyes({leftEye, rightEye});
 ///     viewer.render(context, seconds, firstLayer, lastLayer);
+///
+/// The buffer of the block "MultiView" has the views of the world whenever an object begins to be
+/// drawn. What programs have as plain uniforms, each object tells its polyps itself, for each eye
+/// and ahead of their waves, by updateTranslatedViews(): only it knows what was subtracted from its
+/// coordinates. Without that a program draws as if its vertices were relative to the last camera
+/// that it was told of.
 class POLYPIAGL_EXPORT GLRenderContext final : public BasinOnGL<VRenderContext> {
 public:
     /// Where an eye looks from, and through which part of the near plane; see
