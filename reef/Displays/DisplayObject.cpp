@@ -1,6 +1,7 @@
 #include <Displays/DisplayObject.hpp>
 
 #include <Displays/DisplayShowings.hpp>
+#include <Displays/displayData.hpp>
 
 #include <Polypia/Seagrass.hpp>
 #include <fennel/VCamera.hpp>
@@ -91,6 +92,7 @@ bool DisplayObject::update(VRequest& request, double) {
     }
     if (!content) {
         resetBBox(request.pool);
+        announceViewpoints({}, request.pool);
         return false;
     }
     if (content == present) return true;
@@ -99,9 +101,15 @@ bool DisplayObject::update(VRequest& request, double) {
     return true;
 }
 
+/// None round nothing, nor round what has no end.
 void DisplayObject::announceViewpoints(const Skua::BoundingBox& box,
                                        const ValuePoolPtr& pool) const {
-    if (box.empty()) return;
+    const point middle = box.boxCentre();
+    const double radius = norm(box.max - box.min) / 2.0;
+    if (box.empty() || !isFinite(middle) || !std::isfinite(radius)) {
+        viewpointsOutput().set(pool, {});
+        return;
+    }
     struct Direction {
         const char* name;
         vector towardsEye;
@@ -115,8 +123,7 @@ void DisplayObject::announceViewpoints(const Skua::BoundingBox& box,
                                                {"top", {0, 1, 0}, {0, 0, -1}},
                                                {"bottom", {0, -1, 0}, {0, 0, 1}}}};
     VCamera camera;
-    camera.lookAt = box.boxCentre();
-    const double radius = norm(box.max - box.min) / 2.0;
+    camera.lookAt = middle;
     const double halfAngle = camera.fieldOfView / 2.0 * std::numbers::pi / 180.0;
     const double distance = radius > 0.0 ? radius / std::sin(halfAngle) : 1.0;
     for (const Direction& direction : directions) {

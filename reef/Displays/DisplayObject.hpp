@@ -40,7 +40,8 @@ public:
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest
-/// power of 1/2. It gets more vertices for that only once it is needed.
+/// power of 1/2, until it would take less than half of that as a whole. It gets more vertices for
+/// that only once it is needed.
 ///
 /// A program that can't be compiled is reported once, and drawing is false from then on: the last
 /// good picture stays, and nothing is compiled until the program is to be another one. Shaders may
@@ -75,8 +76,9 @@ public:
 
     ~DisplayObject() override;
 
-    /// Reads the inputs, and publishes box and viewpoints. False if they can't be drawn: the object
-    /// then has no box, and each drawing ends with the reason, as a DisplayFailure.
+    /// Reads the inputs, and publishes box and viewpoints, of which there are none round a box that
+    /// is not finite. False if the inputs can't be drawn: the object then has neither, and each
+    /// drawing ends with the reason, as a DisplayFailure.
     bool update(VRequest& request, double precision) override;
 
     using RenderAble::environment_render;

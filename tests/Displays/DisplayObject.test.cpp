@@ -343,6 +343,38 @@ TEST_F(DisplayObjectTest, RequestAnnouncesViewpointsAroundTheBox) {
     EXPECT_LT(cameras->cameras().at("left").position.x, -1.0);
 }
 
+TEST_F(DisplayObjectTest, ViewpointsGoWithTheDataAndWithTheEndOfTheBox) {
+    const auto hasViewpoints = [&] {
+        DisplayObject::CameraSetPtr cameras;
+        object->viewpointsOutput().get(context.pool, cameras);
+        return bool(cameras);
+    };
+    ASSERT_TRUE(request(*object));
+    EXPECT_TRUE(hasViewpoints());
+    object->onRead = [] { throw std::runtime_error("there is a hole in it"); };
+    object->changeInput();
+    EXPECT_FALSE(request(*object));
+    EXPECT_FALSE(hasViewpoints());
+    object->onRead = {};
+    object->changeInput();
+    EXPECT_TRUE(request(*object));
+    EXPECT_TRUE(hasViewpoints());
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double most = std::numeric_limits<double>::max();
+    for (const double x : {infinity, std::nan(""), most}) {
+        object->bounds = Skua::BoundingBox({-1, -1, -1}, {1, 1, 1});
+        object->bounds.min.x = -x;
+        object->bounds.max.x = x;
+        object->changeInput();
+        EXPECT_TRUE(request(*object)) << x;
+        EXPECT_FALSE(hasViewpoints()) << x;
+    }
+    object->bounds = Skua::BoundingBox({-1, -1, -1}, {1, 1, 1});
+    object->changeInput();
+    EXPECT_TRUE(request(*object));
+    EXPECT_TRUE(hasViewpoints());
+}
+
 TEST_F(DisplayObjectTest, DataThatCannotBeReadAreAReportUntilTheyCan) {
     object->onRead = [] { throw std::runtime_error("there is a hole in it"); };
     EXPECT_FALSE(request(*object));
