@@ -11,6 +11,8 @@
 #include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
+#include <mutex>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -40,44 +42,69 @@ public:
           data(mesh),
           _pieces(std::move(cut)) {}
 
-    std::span<const std::uint32_t> triangles(std::size_t piece) const {
-        if (_pieces.empty()) return elementsOf(data.triangles);
-        return _pieces[piece].triangles;
-    }
-    /// The elements of a chunk that belong to the points of a piece.
-    template<class T>
-    std::vector<T> ofPoints(const ChunkPtr<T>& chunk, std::size_t piece) const {
-        const std::span<const T> all = elementsOf(chunk);
-        if (_pieces.empty()) return {all.begin(), all.end()};
-        std::vector<T> chosen;
-        chosen.reserve(_pieces[piece].points.size());
-        for (const std::uint32_t point : _pieces[piece].points) chosen.push_back(all[point]);
-        return chosen;
-    }
-    template<class T>
-    RenderBasin::ChunkPtr chunkOf(const ChunkPtr<T>& chunk, std::size_t piece) const {
-        if (_pieces.empty()) return chunk;
-        return shortLived(ofPoints(chunk, piece));
-    }
-    std::vector<FloatPoint> relativePoints(std::size_t piece) const {
-        if (_pieces.empty()) {
-            return relativePart(data.points, origin, {0, elementsOf(data.points).size()});
-        }
-        const std::span<const Point> all = elementsOf(data.points);
-        std::vector<FloatPoint> relative;
-        relative.reserve(_pieces[piece].points.size());
-        for (const std::uint32_t point : _pieces[piece].points) {
-            relative.push_back(relativeTo(origin, all[point]));
-        }
-        return relative;
-    }
     bool isWhole() const { return _pieces.empty(); }
+    /// Of a surface that is drawn as a whole the points have no numbers: they are all in their
+    /// order.
+    const std::vector<std::uint32_t>& pointsOf(std::size_t piece) const {
+        static const std::vector<std::uint32_t> all;
+        return isWhole() ? all : _pieces[piece].points;
+    }
+    std::size_t numberOfPoints(std::size_t piece) const {
+        return isWhole() ? elementsOf(data.points).size() : _pieces[piece].points.size();
+    }
+    RenderBasin::ChunkPtr trianglesOf(std::size_t piece) const {
+        return isWhole() ? RenderBasin::ChunkPtr(data.triangles)
+                         : shortLived(std::vector(_pieces[piece].triangles));
+    }
     std::size_t leastBytes(std::size_t piece) const override {
-        const std::size_t points =
-            isWhole() ? elementsOf(data.points).size() : _pieces[piece].points.size();
         const std::size_t ofPoint = sizeof(FloatPoint) + (isSmooth ? sizeof(Normal) : 0) +
                                     (data.colors ? sizeof(Color) : 0);
-        return points * ofPoint + triangles(piece).size_bytes();
+        const std::size_t corners =
+            isWhole() ? elementsOf(data.triangles).size() : _pieces[piece].triangles.size();
+        return numberOfPoints(piece) * ofPoint + corners * sizeof(std::uint32_t);
+    }
+
+    /// The elements of a chunk that belong to some points, or all.
+    template<class T>
+    RenderBasin::ChunkPtr chunkOf(const ChunkPtr<T>& chunk,
+                                  const std::vector<std::uint32_t>& points) const {
+        if (isWhole()) return chunk;
+        const std::span<const T> all = elementsOf(chunk);
+        std::vector<T> chosen(points.size());
+        std::transform(points.begin(), points.end(), chosen.begin(),
+                       [&](std::uint32_t point) { return all[point]; });
+        return shortLived(std::move(chosen));
+    }
+    std::vector<FloatPoint> relativePoints(const std::vector<std::uint32_t>& points) const {
+        const std::span<const Point> all = elementsOf(data.points);
+        if (isWhole()) return relativePart(data.points, origin, {0, all.size()});
+        std::vector<FloatPoint> relative(points.size());
+        std::transform(points.begin(), points.end(), relative.begin(),
+                       [&](std::uint32_t point) { return relativeTo(origin, all[point]); });
+        return relative;
+    }
+
+    /// A piece with numbers for its points in any case.
+    SurfacePiece copyOf(std::size_t piece) const {
+        if (!isWhole()) return _pieces[piece];
+        const auto triangles = elementsOf(data.triangles);
+        SurfacePiece whole{{}, {triangles.begin(), triangles.end()}};
+        whole.points.resize(elementsOf(data.points).size());
+        std::iota(whole.points.begin(), whole.points.end(), 0U);
+        return whole;
+    }
+    /// With about half of the points, a quarter and so on; so many of them.
+    const std::vector<CoarserSurface>& coarser(std::size_t number) const {
+        std::call_once(_isCoarserMade, [&] {
+            const auto points = elementsOf(data.points);
+            const std::vector<bool> isShared =
+                isWhole() ? std::vector<bool>() : sharedPoints(points.size(), _pieces);
+            for (std::size_t level = 1; level <= number; ++level) {
+                _coarser.emplace_back(points, elementsOf(data.triangles), isShared,
+                                      halved(points.size(), level));
+            }
+        });
+        return _coarser;
     }
 
     const TriangleMesh source;
@@ -86,6 +113,8 @@ public:
 
 private:
     const std::vector<SurfacePiece> _pieces;
+    mutable std::once_flag _isCoarserMade;
+    mutable std::vector<CoarserSurface> _coarser;
 };
 
 /// The data with finite triangles only. Throws std::runtime_error for a corner that isn't there.
@@ -191,50 +220,54 @@ DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& conte
                                              RenderBasin::Program&, const Content& content,
                                              std::size_t piece, Form form) const {
     const auto& surface = static_cast<const SurfaceContent&>(content);
+    if ((form & hasLevels) == 0) {
+        insertPoints(polyp, context, surface, surface.pointsOf(piece), form);
+        return insertTriangles(polyp, context, surface.trianglesOf(piece), {});
+    }
+    SurfacePiece drawn = surface.copyOf(piece);
+    std::vector<std::uint32_t> all = drawn.triangles;
+    Levels levels{{0, static_cast<std::int32_t>(all.size())}};
+    for (const CoarserSurface& coarser : surface.coarser(numberOfLevels - 1)) {
+        const std::vector<std::uint32_t> triangles = coarser.trianglesOf(drawn);
+        // What is too small for the grid stays as it is.
+        if (triangles.empty()) break;
+        levels.emplace_back(static_cast<std::int32_t>(all.size()),
+                            static_cast<std::int32_t>(triangles.size()));
+        all.insert(all.end(), triangles.begin(), triangles.end());
+    }
+    insertPoints(polyp, context, surface, drawn.points, form);
+    return insertTriangles(polyp, context, shortLived(std::move(all)), std::move(levels));
+}
+
+void TriangleSurface::insertPoints(Polyp& polyp, VRenderContext& context, const Content& content,
+                                   const std::vector<std::uint32_t>& points, Form form) const {
+    const auto& surface = static_cast<const SurfaceContent&>(content);
     const TriangleMesh& data = surface.data;
     polyp.insert(
-        context.createCoordinates(shortLived(surface.relativePoints(piece)), "Coordinates"));
+        context.createCoordinates(shortLived(surface.relativePoints(points)), "Coordinates"));
     if (surface.isSmooth) {
         polyp.insert(
-            context.createAttribute(surface.chunkOf(data.normals, piece), Normals, "Normals"));
+            context.createAttribute(surface.chunkOf(data.normals, points), Normals, "Normals"));
     }
     if (data.colors) {
         polyp.insert(
-            context.createAttribute(surface.chunkOf(data.colors, piece), Colors, "Colors"));
+            context.createAttribute(surface.chunkOf(data.colors, points), Colors, "Colors"));
     } else {
         insertColor(polyp, context, _color);
     }
-    if ((form & hasEdges) != 0) {
-        insertViewportPixels(polyp, context);
-        insertColor(polyp, context, _edgeColor, "EdgeColor");
-        insertSize(polyp, context, "EdgeWidth", _edgeWidth);
-    }
-    const auto triangles = surface.triangles(piece);
-    if ((form & hasLevels) == 0) {
-        const RenderBasin::ChunkPtr whole =
-            surface.isWhole() ? RenderBasin::ChunkPtr(data.triangles)
-                              : shortLived(std::vector(triangles.begin(), triangles.end()));
-        const auto indices =
-            polyp.insert(context.createAttribute(whole, indicesAttribute, "Indices"));
-        if (!indices) return {};
-        return {polyp.insert(indices->createPainter(Triangles)), {}};
-    }
-    const std::vector<Point> points = surface.ofPoints(data.points, piece);
-    std::vector<std::uint32_t> all(triangles.begin(), triangles.end());
-    Levels levels{{0, static_cast<std::int32_t>(all.size())}};
-    for (std::size_t level = 1; level < numberOfLevels; ++level) {
-        std::vector<std::uint32_t> coarser =
-            coarserTriangles(points, triangles, halved(points.size(), level));
-        // What is too small for the grid stays as it is.
-        if (coarser.empty()) break;
-        levels.emplace_back(static_cast<std::int32_t>(all.size()),
-                            static_cast<std::int32_t>(coarser.size()));
-        all.insert(all.end(), coarser.begin(), coarser.end());
-    }
-    const auto indices = polyp.insert(
-        context.createAttribute(shortLived(std::move(all)), indicesAttribute, "Indices"));
+    if ((form & hasEdges) == 0) return;
+    insertViewportPixels(polyp, context);
+    insertColor(polyp, context, _edgeColor, "EdgeColor");
+    insertSize(polyp, context, "EdgeWidth", _edgeWidth);
+}
+
+DisplayObject::Drawing TriangleSurface::insertTriangles(Polyp& polyp, VRenderContext& context,
+                                                        const RenderBasin::ChunkPtr& triangles,
+                                                        Levels&& levels) {
+    const auto indices =
+        polyp.insert(context.createAttribute(triangles, indicesAttribute, "Indices"));
     if (!indices) return {};
-    return {polyp.insert(indices->createPainter(Triangles)), levels};
+    return {polyp.insert(indices->createPainter(Triangles)), std::move(levels)};
 }
 
 } // namespace Mirk

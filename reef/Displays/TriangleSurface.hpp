@@ -4,7 +4,9 @@
 #include <Displays/DisplayObject.hpp>
 #include <Displays/datasetValues.hpp>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Mirk {
 
@@ -37,6 +39,11 @@ protected:
                  const Content& content, std::size_t piece, Form form) const override;
 
 private:
+    void insertPoints(Polyp& polyp, VRenderContext& context, const Content& content,
+                      const std::vector<std::uint32_t>& points, Form form) const;
+    static Drawing insertTriangles(Polyp& polyp, VRenderContext& context,
+                                   const RenderBasin::ChunkPtr& triangles, Levels&& levels);
+
     const TypedSlot<TriangleMesh> _surface;
     const TypedSlot<Skua::rgba_float_t> _color;
     const TypedSlot<bool> _smooth;
