@@ -1,17 +1,18 @@
 // A grid on the ellipsoid; position relative to the centre of the earth.
 in vec3 Coordinates;
 uniform float AxisRatio2; // square of the equatorial radius over the polar one
+#if defined(GL_ARB_cull_distance) && !defined(CUSTOM_TransformOperator)
+#define HIDES_ITSELF // where an operator puts it is not known
 struct HiddenSide {
     vec4 plane; // negative where the globe hides itself
 };
 uniform HiddenSide HiddenSides[NumberOfViews];
+out float gl_CullDistance[1];
+#endif
 out vec3 normal;
 out vec3 toEye;
 out vec3 fromCentre;
 flat out vec3 lightDirection; // towards the light
-#ifdef GL_ARB_cull_distance
-out float gl_CullDistance[1];
-#endif
 
 void main()
 {
@@ -22,7 +23,7 @@ void main()
     normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
     toEye = getCameraObserverRelativeToVertexOffset().xyz - Coordinates;
     lightDirection = towardsLight();
-#ifdef GL_ARB_cull_distance
+#ifdef HIDES_ITSELF
     gl_CullDistance[0] = dot(HiddenSides[zelk_getViewID()].plane, vec4(Coordinates, 1.0));
 #endif
 }

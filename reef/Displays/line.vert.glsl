@@ -3,7 +3,8 @@ in vec3 Coordinates;
 #ifndef ONE_COLOR
 in float Level;
 #endif
-#ifdef ON_EARTH
+#if defined(ON_EARTH) && !defined(CUSTOM_TransformOperator)
+#define IS_ON_GLOBE // where an operator puts the line is not known
 struct HiddenSide {
     vec4 plane; // negative where the globe hides the line
 };
@@ -22,7 +23,7 @@ void main()
 #else
     level = Level * 255.0;
 #endif
-#ifdef ON_EARTH
+#ifdef IS_ON_GLOBE
     nearSide = dot(HiddenSides[zelk_getViewID()].plane, vec4(Coordinates, 1.0));
 #else
     nearSide = 1.0;

@@ -702,6 +702,52 @@ TEST_F(DisplayPictures, BentSurfaceIsABallAndItsBoxIsRoundThat) {
     EXPECT_GT(draw(side).drawnPixels(), 100);
 }
 
+/// Turns north and south round.
+class Mirror : public TransformOperator::Functor {
+public:
+    using BoxPtr = TransformOperator::BoundingBoxPtr;
+
+    std::string myShaderFunctions(VRenderContext&) const override {
+        return R"(
+vec4 zelk_transform_vertex_WorldToEye(RelativeVertex theVertex)
+{
+    vec3 mirrored = WorldVertex(theVertex).xyz * vec3(1.0, 1.0, -1.0);
+    return zelk_transform_vertex_WorldToEye_Default(
+        mkRelativeVertex(vec4(mirrored + theVertexOffset.xyz, 1.0)));
+}
+vec4 zelk_transform_vertex_EyeToScreen(vec4 theVertex_in_EyeSpace)
+{
+    return zelk_transform_vertex_EyeToScreen_Default(theVertex_in_EyeSpace);
+}
+vec3 zelk_transform_normal_WorldToEye(vec3 TheNormal)
+{
+    return zelk_transform_normal_WorldToEye_Default(TheNormal);
+}
+)";
+    }
+    BoxPtr transformedBBox(const ValuePoolPtr&, const BoxPtr& box) const override {
+        return BoxPtr(new Skua::BoundingBox({box->min.x, box->min.y, -box->max.z},
+                                            {box->max.x, box->max.y, -box->min.z}));
+    }
+};
+
+TEST_F(DisplayPictures, WhatAnOperatorBringsToTheNearSideIsNotLeftOut) {
+    TransformOperator mirror;
+    mirror.functor = Keel::StrongPtr<TransformOperator::Functor>(new Mirror);
+    const Eye above = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    const auto lines = add<LineSet>(parallel(-40, -180, 180), true);
+    EXPECT_EQ(draw(above).drawnPixels(), 0);
+    lines->transformSlot().set({}, mirror);
+    EXPECT_GT(draw(above).drawnPixels(), 30);
+    objects.clear();
+    // A globe that left out its mirrored south would show what is in it.
+    add<TriangleSurface>(triangle({0, 0, 0.5 * earth}, 0.4 * earth, {255, 128, 0, 255}));
+    const auto globe = add<GlobeDisplay>();
+    globe->transformSlot().set({}, mirror);
+    const Pixel middle = draw(above).at(32, 32);
+    EXPECT_GT(middle[2], middle[0]);
+}
+
 TEST_F(DisplayPictures, BoxShowsItsEdges) {
     const auto box = add<BoundingBoxDisplay>();
     box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
