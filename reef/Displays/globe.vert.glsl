@@ -21,7 +21,8 @@ void main()
     cut(Coordinates);
     fromCentre = Coordinates;
     normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
-    toEye = getCameraObserverRelativeToVertexOffset().xyz - Coordinates;
+    bool hasPerspective = views[zelk_getViewID()].ProjectionMatrix[3][3] == 0.0;
+    toEye = hasPerspective ? getCameraObserverRelativeToVertexOffset().xyz - Coordinates : -getViewDir();
     lightDirection = towardsLight();
 #ifdef HIDES_ITSELF
     gl_CullDistance[0] = dot(HiddenSides[zelk_getViewID()].plane, vec4(Coordinates, 1.0));

@@ -2,11 +2,13 @@
 // or, with SMOOTH, by the normals of its corners.
 in Surface {
     vec3 position;
+    vec3 toEye;
     vec3 normal;
     vec3 color;
 } surface;
 #ifdef EDGES
-noperspective in vec3 edgePixels;
+flat in vec3 edgeLines[3];
+in vec3 edgePlace;
 uniform vec4 EdgeColor;
 uniform float EdgeWidth; // in pixels, half of it on each side of an edge
 #endif
@@ -16,7 +18,7 @@ const vec3 towardsLight = vec3(-0.3940552, 0.4728662, 0.7881104); // as the eye 
 
 void main()
 {
-    vec3 eye = -normalize(surface.position);
+    vec3 eye = normalize(surface.toEye);
 #ifdef SMOOTH
     vec3 n = surface.normal;
 #else
@@ -29,7 +31,9 @@ void main()
     float shine = pow(max(dot(reflect(-towardsLight, n), eye), 0.0), 32.0);
     vec3 shown = surface.color * diffuse + vec3(0.18 * shine);
 #ifdef EDGES
-    float away = min(edgePixels.x, min(edgePixels.y, edgePixels.z));
+    vec3 place = vec3(edgePlace.xy / edgePlace.z, 1.0);
+    float away = min(abs(dot(edgeLines[0], place)),
+                     min(abs(dot(edgeLines[1], place)), abs(dot(edgeLines[2], place))));
     shown = mix(EdgeColor.rgb, shown, clamp(away - 0.5 * EdgeWidth + 0.5, 0.0, 1.0));
 #endif
     color = vec4(shown, 1.0);

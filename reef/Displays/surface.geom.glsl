@@ -1,37 +1,52 @@
-// Tells each pixel of a triangle how far away its edges are.
+// Tells each pixel of a triangle where the edges are. Lengths are in pixels, from the middle of the
+// picture; a place has three components, of which the third divides the others, so that what is
+// behind the eye has one as well.
 layout(triangles) in;
 layout(triangle_strip, max_vertices = 3) out;
 uniform vec2 ViewportPixels;
 in Surface {
     vec3 position;
+    vec3 toEye;
     vec3 normal;
     vec3 color;
 } corner[];
 out Surface {
     vec3 position;
+    vec3 toEye;
     vec3 normal;
     vec3 color;
 } surface;
-noperspective out vec3 edgePixels; // from the edge on the other side of each corner
+flat out vec3 edgeLines[3]; // the product with (x, y, 1) is the distance of a pixel
+out vec3 edgePlace;
 #ifdef CLIPPED
 out float gl_ClipDistance[2];
 #endif
 
-vec2 pixels(int number)
+const float nearest = 1e-6; // in front of the eye, in clip space
+
+vec3 placeOf(vec4 position)
 {
-    return 0.5 * ViewportPixels * gl_in[number].gl_Position.xy / gl_in[number].gl_Position.w;
+    return vec3(0.5 * ViewportPixels * position.xy, position.w);
+}
+
+// Through two places, of which one is seen; else far from all that is.
+vec3 lineThrough(vec3 a, vec3 b)
+{
+    vec3 seen = a.z > b.z ? a : b;
+    if (seen.z < nearest) return vec3(0.0, 0.0, 1e6);
+    a /= max(abs(a.z), nearest);
+    b /= max(abs(b.z), nearest);
+    vec2 along = b.xy * a.z - a.xy * b.z;
+    vec2 across = vec2(-along.y, along.x) / max(length(along), 1e-6);
+    return vec3(across, -dot(across, seen.xy / seen.z));
 }
 
 void main()
 {
-    float nearestW = min(gl_in[0].gl_Position.w, min(gl_in[1].gl_Position.w, gl_in[2].gl_Position.w));
-    // What reaches behind the eye has no place on the screen to measure from.
-    vec3 heights = vec3(1e6);
-    if (nearestW > 1e-6) {
-        vec2 a = pixels(0), b = pixels(1), c = pixels(2);
-        float area2 = abs((b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x));
-        heights = area2 / max(vec3(distance(b, c), distance(c, a), distance(a, b)), vec3(1e-6));
-    }
+    vec3 a = placeOf(gl_in[0].gl_Position);
+    vec3 b = placeOf(gl_in[1].gl_Position);
+    vec3 c = placeOf(gl_in[2].gl_Position);
+    vec3 lines[3] = vec3[3](lineThrough(a, b), lineThrough(b, c), lineThrough(c, a));
     for (int i = 0; i < 3; ++i) {
         gl_Position = gl_in[i].gl_Position;
 #ifdef CLIPPED
@@ -39,10 +54,11 @@ void main()
         gl_ClipDistance[1] = gl_in[i].gl_ClipDistance[1];
 #endif
         surface.position = corner[i].position;
+        surface.toEye = corner[i].toEye;
         surface.normal = corner[i].normal;
         surface.color = corner[i].color;
-        edgePixels = nearestW > 1e-6 ? vec3(0.0) : heights;
-        if (nearestW > 1e-6) edgePixels[i] = heights[i];
+        edgeLines = lines;
+        edgePlace = placeOf(gl_Position);
         EmitVertex();
     }
     EndPrimitive();

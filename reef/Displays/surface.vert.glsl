@@ -9,7 +9,8 @@ in vec4 Colors;
 uniform vec4 Color;
 #endif
 out Surface {
-    vec3 position; // as the eye sees it, like the normal
+    vec3 position; // as the eye sees it, like the two directions
+    vec3 toEye;
     vec3 normal;
     vec3 color;
 } surface;
@@ -21,6 +22,8 @@ void main()
     gl_Position = zelk_transform_vertex_EyeToScreen(inEyeSpace);
     cut(Coordinates);
     surface.position = inEyeSpace.xyz / inEyeSpace.w;
+    bool hasPerspective = views[zelk_getViewID()].ProjectionMatrix[3][3] == 0.0;
+    surface.toEye = hasPerspective ? -surface.position : vec3(0.0, 0.0, 1.0);
 #ifndef SMOOTH
     surface.normal = vec3(0.0);
 #elif defined(CUSTOM_TransformOperator)

@@ -619,6 +619,64 @@ TEST_F(DisplayPictures, SmoothSurfaceHasNoFacets) {
     EXPECT_LT(jump(), 12);
 }
 
+TEST_F(DisplayPictures, EdgesReachBehindTheEye) {
+    // The floor below the eye, from a corner in front of it.
+    const auto object =
+        add<TriangleSurface>(mesh({{0, -0.5, -4}, {3, -0.5, 10}, {-3, -0.5, 10}}, {0, 1, 2}));
+    object->color().set({}, {1, 1, 1, 1});
+    object->edges().set({}, true);
+    object->edgeColor().set({}, {1, 0, 0, 1});
+    object->edgeWidth().set({}, 3.0);
+    const Image image = draw(eyeAt({0, 0, 2}, 0.1, 10));
+    const Pixel red{255, 0, 0};
+    for (const int y : {22, 27}) {
+        // Where the row sees the floor, and the part of the way of a side up to there.
+        const double distance = 0.5 * 32 / (31.5 - y);
+        const double part = (6.0 - distance) / 14.0;
+        const int inwards = static_cast<int>(3 * part * 32 / distance) - 1;
+        EXPECT_EQ(image.at(32 + inwards, y), red) << y;
+        EXPECT_EQ(image.at(31 - inwards, y), red) << y;
+        EXPECT_NE(image.at(32, y), red) << y;
+    }
+    // The third side is behind.
+    EXPECT_NE(image.at(32, 2), red);
+    EXPECT_TRUE(image.isDrawn(32, 2));
+}
+
+TEST_F(DisplayPictures, WithoutPerspectiveLightComesAlikeToAllOfAPlane) {
+    const auto object = add<TriangleSurface>(squareOf(1));
+    object->color().set({}, {0.6F, 0.6F, 0.6F, 1});
+    for (const bool isSmooth : {false, true}) {
+        object->smooth().set({}, isSmooth);
+        Eye eye = eyeAt({0, 0, 0.5}, 0.1, 10);
+        eye.camera.lookAt = {0, 0, -0.5};
+        eye.orthographic = true;
+        const Image image = draw(eye);
+        EXPECT_EQ(image.drawnPixels(), size * size);
+        EXPECT_EQ(image.at(2, 2), image.at(32, 32));
+        EXPECT_EQ(image.at(60, 2), image.at(32, 32));
+    }
+}
+
+TEST_F(DisplayPictures, WithoutPerspectiveTheDistanceOfTheEyeDoesNotCount) {
+    add<GlobeDisplay>();
+    const auto pictureFrom = [&](double distance) {
+        Eye eye = eyeAt({0, 0, distance * earth}, earth / 2, 20 * earth);
+        eye.camera.lookAt = {0, 0, 0};
+        eye.camera.fieldOfView = 2.0 * std::atan(1.25 / distance) * 180.0 / std::numbers::pi;
+        eye.orthographic = true;
+        return draw(eye);
+    };
+    const Image near = pictureFrom(2), far = pictureFrom(8);
+    int differences = 0;
+    for (std::size_t i = 0; i < near.bytes.size(); ++i) {
+        // Depths and angles are rounded otherwise.
+        differences += std::abs(near.bytes[i] - far.bytes[i]) > 2 ? 1 : 0;
+    }
+    EXPECT_LE(differences, 8);
+    EXPECT_GT(near.drawnPixels(), 1500);
+}
+
 TEST_F(DisplayPictures, CoarseSurfaceCoversWhatTheFineOneDoes) {
     class Precision : public VRenderPrecision {
     public:
