@@ -5,6 +5,7 @@
 
 #include <Polypia/ClippingPlanes.hpp>
 #include <Polypia/MultiviewRenderable.hpp>
+#include <Polypia/PixelMargin.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VRenderObject.hpp>
@@ -47,7 +48,9 @@ public:
 /// good picture stays, and nothing is compiled until the program is to be another one. Shaders may
 /// be edited while they are drawn, see Programmable: a file that has changed is such a case, and as
 /// long as what it holds is faulty the last good program goes on, with new data as well.
-class DISPLAYS_EXPORT DisplayObject : public VRenderObject, public MultiviewRenderable {
+class DISPLAYS_EXPORT DisplayObject : public VRenderObject,
+                                      public MultiviewRenderable,
+                                      public PixelMargin {
 public:
     using point = Skua::PhysicalSpace::point;
     using vector = Skua::PhysicalSpace::vector;
@@ -92,8 +95,8 @@ public:
     bool multiview_render(VRenderContext& context, const LayeredMultiViews::ViewReferences& views,
                           SubContext& sub) override;
 
-    /// How far beyond its coordinates the object is drawn in a pool, in pixels. Here 0.
-    virtual double marginPixels(const ValuePoolPtr& pool) const;
+    /// Here 0.
+    double marginPixels(const ValuePoolPtr& pool) const override;
     const ClippingPlanes& clippingPlanes() const noexcept { return _clippingPlanes; }
     /// The folder of the files that take part in the program, see Programmable; "" for the working
     /// directory. To be set ahead of the first drawing.

@@ -14,6 +14,7 @@
 #include <Polypia/OfflineRenderResult.hpp>
 #include <Polypia/PickList.hpp>
 #include <Polypia/PixelBuffer.hpp>
+#include <Polypia/PixelMargin.hpp>
 #include <Polypia/Polyp.hpp>
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/PolypCreatorKeeper.hpp>

@@ -22,6 +22,7 @@ class ObjectSelection;
 class OfflineRenderResult;
 class PickList;
 class PixelBuffer;
+class PixelMargin;
 class PixelZoom;
 class Polyp;
 class PolypBasicCreator;

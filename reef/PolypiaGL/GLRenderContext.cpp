@@ -1,6 +1,7 @@
 #include <PolypiaGL/GLRenderContext.hpp>
 
 #include <Polypia/PickList.hpp>
+#include <Polypia/PixelMargin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VTransformable.hpp>
 #include <PolypiaGL/GLRenderException.hpp>
@@ -22,6 +23,9 @@ namespace Mirk {
 using Box = Skua::PhysicalSpace::AABB;
 
 namespace {
+
+/// By so much objects are drawn beyond their bounds without saying so.
+constexpr double usualMarginPixels = 64.0;
 
 /// Where draws go.
 unsigned boundFramebuffer() {
@@ -240,20 +244,25 @@ void GLRenderContext::setEyes(const std::vector<Eye>& eyes) {
     _views = getViews(_viewsLayer, 0);
     if (!_multiView) _multiView = createUniformBuffer(0);
     takeWorldViews();
-    const PixelRectangle pixels = getViewport(0);
-    _eyePlanes.clear();
-    for (const View& view : _views) _eyePlanes.push_back(planesOf(view, pixels[2], pixels[3]));
+    planesWith(usualMarginPixels, _eyePlanes);
 }
 
-/// From the rows of projection * modelView: -w <= x <= w and so on for y and z.
-GLRenderContext::EyePlanes GLRenderContext::planesOf(const View& view, int widthPixels,
-                                                     int heightPixels) {
-    // Lines and points are drawn beyond their bounds by half their width.
-    constexpr double margin = 64.0;
+void GLRenderContext::planesWith(double marginPixels, std::vector<EyePlanes>& planes) const {
+    const PixelRectangle pixels = getViewport(0);
+    planes.clear();
+    for (const View& view : _views) {
+        planes.push_back(planesOf(view, 2.0 * marginPixels / std::max(pixels[2], 1),
+                                  2.0 * marginPixels / std::max(pixels[3], 1)));
+    }
+}
+
+/// From the rows of projection * modelView: -w <= x <= w and so on for y and z. The margins are
+/// beside and above that, as parts of w.
+GLRenderContext::EyePlanes GLRenderContext::planesOf(const View& view, double marginX,
+                                                     double marginY) {
     std::array<double, 16> m{};
     View::myglMultiplyMatrices4by4(m.data(), view.matrix.data(), view.modelView.data());
-    const std::array<double, 3> reach{1.0 + 2.0 * margin / std::max(widthPixels, 1),
-                                      1.0 + 2.0 * margin / std::max(heightPixels, 1), 1.0};
+    const std::array<double, 3> reach{1.0 + marginX, 1.0 + marginY, 1.0};
     EyePlanes planes{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         for (std::size_t column = 0; column < 4; ++column) {
@@ -358,7 +367,8 @@ GLRenderContext::itemsOf(const ObjectSelection& objects) {
         items->push_back({drawable.layer, drawable.object,
                           dynamic_cast<MultiviewRenderable*>(object.get()),
                           dynamic_cast<StereoDraw*>(object.get()),
-                          dynamic_cast<const VTransformable*>(object.get()), handler != nullptr});
+                          dynamic_cast<const VTransformable*>(object.get()),
+                          dynamic_cast<const PixelMargin*>(object.get()), handler != nullptr});
     }
     _drawables = std::move(drawables);
     _items = items;
@@ -431,7 +441,7 @@ std::optional<Box> GLRenderContext::boundsOf(const RenderAble& object, const Ite
 
 /// Whether all of a box lies beyond one of the planes, for each eye. What is not a number is
 /// nowhere outside.
-bool GLRenderContext::isOutside(const Box& box) const {
+bool GLRenderContext::isOutside(const Box& box, const std::vector<EyePlanes>& eyes) {
     const auto farthest = [&](const std::array<double, 4>& plane) {
         double sum = plane[3];
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -439,11 +449,10 @@ bool GLRenderContext::isOutside(const Box& box) const {
         }
         return sum;
     };
-    return !_eyePlanes.empty() &&
-           std::all_of(_eyePlanes.begin(), _eyePlanes.end(), [&](const EyePlanes& planes) {
-               return std::any_of(planes.begin(), planes.end(),
-                                  [&](const auto& plane) { return farthest(plane) < 0.0; });
-           });
+    return !eyes.empty() && std::all_of(eyes.begin(), eyes.end(), [&](const EyePlanes& planes) {
+        return std::any_of(planes.begin(), planes.end(),
+                           [&](const auto& plane) { return farthest(plane) < 0.0; });
+    });
 }
 
 /// From the first eye, along its line of sight; 0 without bounds.
@@ -459,7 +468,12 @@ double GLRenderContext::distanceOf(const RenderAble& object, const Item& item) c
 
 bool GLRenderContext::isSeen(const RenderAble& object, const Item& item) const {
     const std::optional<Box> bounds = boundsOf(object, item);
-    return !bounds || !isOutside(*bounds);
+    if (!bounds || !isOutside(*bounds, _eyePlanes)) return true;
+    const double margin = item.margin == nullptr ? 0.0 : item.margin->marginPixels(pool);
+    if (!(margin > usualMarginPixels)) return false;
+    std::vector<EyePlanes> planes;
+    planesWith(margin, planes);
+    return !isOutside(*bounds, planes);
 }
 
 VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, const Item& item,

@@ -113,10 +113,10 @@ public:
     void eyeOperation(unsigned eye) override;
     /// Draws what is visible of the objects of the layers, in the order of the selection; what
     /// derives from TransparencyHandler after all others, the farthest first. Objects whose bounds
-    /// (VTransformable::drawnBounds) lie outside of the view of each eye are left out, and counted;
-    /// what has none is drawn. With several eyes an object that derives from StereoDraw is asked
-    /// first whether it draws them. What is not drawn through multiview_render() is drawn once for
-    /// each eye.
+    /// (VTransformable::drawnBounds) lie outside of the view of each eye by 64 pixels, or by their
+    /// PixelMargin if that is more, are left out, and counted; what has no bounds is drawn. With
+    /// several eyes an object that derives from StereoDraw is asked first whether it draws them.
+    /// What is not drawn through multiview_render() is drawn once for each eye.
     RenderResult renderObjects(const ObjectSelection& objects, double& renderTime, int firstLayer,
                                int lastLayer) override;
     /// Notes the failure, and returns false.
@@ -161,6 +161,7 @@ private:
         MultiviewRenderable* own;            // null if it is drawn for one view at a time
         StereoDraw* stereo;                  // null if it knows nothing of stereo
         const VTransformable* transformable; // null if nothing transforms its bounds
+        const PixelMargin* margin;           // null if it is drawn within its bounds
         bool isTransparent;
     };
     using Items = std::vector<Item>;
@@ -178,14 +179,15 @@ private:
     void beginEyes(const ViewReferences& views);
     void beginEye(unsigned eye);
     void selectView(unsigned eye);
-    static EyePlanes planesOf(const View& view, int widthPixels, int heightPixels);
+    void planesWith(double marginPixels, std::vector<EyePlanes>& planes) const;
+    static EyePlanes planesOf(const View& view, double marginX, double marginY);
     std::shared_ptr<const Items> itemsOf(const ObjectSelection& objects);
     template<class Stops, class Visit>
     bool visitInOrder(const Items& items, int firstLayer, int lastLayer, const Stops& stops,
                       const Visit& visit) const;
     std::optional<Skua::PhysicalSpace::AABB> boundsOf(const RenderAble& object,
                                                       const Item& item) const;
-    bool isOutside(const Skua::PhysicalSpace::AABB& box) const;
+    static bool isOutside(const Skua::PhysicalSpace::AABB& box, const std::vector<EyePlanes>& eyes);
     double distanceOf(const RenderAble& object, const Item& item) const;
     bool isSeen(const RenderAble& object, const Item& item) const;
     RenderResult draw(const RenderAblePtr& object, const Item& item, double& renderTime,
@@ -206,8 +208,8 @@ private:
     UniformBufferPtr _multiView;
     std::uint64_t _worldChanges = 0; // of that, when it got the views of the world
     ViewReferences _views;
-    std::uint32_t _viewsLayer = 0; // the layer of those
-    std::vector<EyePlanes> _eyePlanes;
+    std::uint32_t _viewsLayer = 0;     // the layer of those
+    std::vector<EyePlanes> _eyePlanes; // with the usual margin
     const Keel::StrongPtr<EachEye, VManagedObjectBase> _eachEye;
     std::shared_ptr<const ObjectSelection::Drawables> _drawables; // for which items were made
     std::shared_ptr<const Items> _items;

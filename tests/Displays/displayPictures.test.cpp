@@ -388,6 +388,15 @@ TEST_F(DisplayPictures, LineIsAsWideAsItsInputSays) {
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).drawnPixels(), size * 4);
 }
 
+TEST_F(DisplayPictures, BroadLineReachesInFromBesideThePicture) {
+    // 80 pixels beside the picture, and 100 to each side.
+    const auto line = add<LineSet>(flatLine({7, -4, 0}, {7, 4, 0}), false);
+    line->lineWidth().set(context->pool, 200.0);
+    const Image image = draw(eyeAt({0, 0, 2}, 1, 10));
+    EXPECT_FALSE(image.isDrawn(40, 32));
+    EXPECT_TRUE(image.isDrawn(50, 32));
+}
+
 TEST_F(DisplayPictures, BroadLineEndsRound) {
     const auto line = add<LineSet>(flatLine({-1, 0, 0}, {1, 0, 0}), false);
     line->lineWidth().set(context->pool, 10.0);

@@ -297,6 +297,24 @@ TEST_F(GLRenderContextTest, LeavesOutWhatLiesOutsideOfAllViews) {
     EXPECT_EQ(context->numberOfDrawn(), 2u);
 }
 
+TEST_F(GLRenderContextTest, MarginTellsWhatReachesInFromOutside) {
+    class Wide : public Quad, public PixelMargin {
+    public:
+        explicit Wide(const std::string& objectName)
+            : VObject(objectName, 0, {}), Quad(objectName) {}
+        double marginPixels(const ValuePoolPtr&) const override { return margin; }
+        double margin = 0.0;
+    };
+    // The picture reaches to 32.
+    const auto wide = add<Wide>("wide", {32 + 100, 0, 32 + 110, 10});
+    for (const auto& [margin, draws] : {std::pair(101.0, 1), std::pair(99.0, 0)}) {
+        wide->margin = margin;
+        wide->draws = 0;
+        draw();
+        EXPECT_EQ(wide->draws, draws) << margin;
+    }
+}
+
 TEST_F(GLRenderContextTest, TransformationTellsWhatLiesOutside) {
     const auto box = [](const Rectangle& r) {
         return BoxPtr(

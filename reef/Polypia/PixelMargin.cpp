@@ -1,0 +1,7 @@
+#include <Polypia/PixelMargin.hpp>
+
+namespace Mirk {
+
+PixelMargin::~PixelMargin() = default;
+
+} // namespace Mirk
