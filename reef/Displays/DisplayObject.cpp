@@ -157,6 +157,11 @@ std::size_t DisplayObject::levelIn(VRenderContext& context, std::size_t drawnLev
         std::clamp(std::round(-std::log2(std::max(precision, 1e-9))), 0.0, last));
 }
 
+bool DisplayObject::safe_render(VRenderContext& context, double begin, double end) const {
+    _isDrawnAsBefore = false;
+    return VRenderObject::safe_render(context, begin, end) || _isDrawnAsBefore;
+}
+
 bool DisplayObject::environment_render(VRenderContext& context) const {
     const Keel::StrongPtr<Seagrass> seagrass(context.getSeagrass());
     const Keel::StrongPtr<State> kept = myState(context.pool);
@@ -184,6 +189,11 @@ bool DisplayObject::multiview_render(VRenderContext& context,
                                      const LayeredMultiViews::ViewReferences& views,
                                      SubContext& sub) {
     return render(context, views.front(), sub);
+}
+
+Programmable::FileTimes DisplayObject::shaderFiles() const {
+    const std::lock_guard lock(mutex);
+    return _showings->fileTimes();
 }
 
 double DisplayObject::marginPixels(const ValuePoolPtr&) const {

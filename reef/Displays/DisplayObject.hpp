@@ -6,6 +6,7 @@
 #include <Polypia/ClippingPlanes.hpp>
 #include <Polypia/MultiviewRenderable.hpp>
 #include <Polypia/PixelMargin.hpp>
+#include <Polypia/Programmable.hpp>
 #include <Polypia/RenderBasin.hpp>
 #include <Polypia/RenderException.hpp>
 #include <Polypia/VRenderObject.hpp>
@@ -47,7 +48,8 @@ public:
 /// A program that can't be compiled is reported once, and drawing is false from then on: the last
 /// good picture stays, and nothing is compiled until the program is to be another one. Shaders may
 /// be edited while they are drawn, see Programmable: a file that has changed is such a case, and as
-/// long as what it holds is faulty the last good program goes on, with new data as well.
+/// long as what it holds is faulty the last good program goes on, with new data as well. Where that
+/// draws all that there is, safe_render() is true, though the report stays.
 class DISPLAYS_EXPORT DisplayObject : public VRenderObject,
                                       public MultiviewRenderable,
                                       public PixelMargin {
@@ -84,6 +86,7 @@ public:
     /// drawing ends with the reason, as a DisplayFailure.
     bool update(VRequest& request, double precision) override;
 
+    bool safe_render(VRenderContext& context, double begin, double end) const override;
     using RenderAble::environment_render;
     /// Draws with the views of the context's current layer. False if not all of it could be drawn:
     /// ahead of the first update(), without a live Seagrass, or as long as a piece waits for
@@ -98,9 +101,25 @@ public:
     /// Here 0.
     double marginPixels(const ValuePoolPtr& pool) const override;
     const ClippingPlanes& clippingPlanes() const noexcept { return _clippingPlanes; }
+    /// What becomes of files for the main code of stages that aren't there.
+    enum class MissingShaderFiles {
+        Left,
+        Requested ///< made, and empty, so that they are filled with the texts in use
+    };
     /// The folder of the files that take part in the program, see Programmable; "" for the working
     /// directory. To be set ahead of the first drawing.
-    void setShaderFolder(const std::string& folder) { _shaderFolder = folder; }
+    void setShaderFolder(const std::string& folder,
+                         MissingShaderFiles missing = MissingShaderFiles::Left) {
+        _shaderFolder = folder;
+        _missingShaderFiles = missing;
+    }
+    /// The files that took part in what was compiled last, also if that failed, with their times;
+    /// those among them that aren't there may be made. For viewers that draw only when one has
+    /// changed. Any thread, with the object's mutex free.
+    Programmable::FileTimes shaderFiles() const;
+    /// Whether the last drawing was whole, but by a program that is older than its files, as these
+    /// are faulty. On the render thread, or between frames.
+    bool isDrawnAsBefore() const noexcept { return _isDrawnAsBefore; }
     /// What the names of these files begin with, behind the folder.
     virtual std::string shaderStem() const = 0;
 
@@ -168,6 +187,8 @@ private:
 
     const ClippingPlanes _clippingPlanes;
     std::string _shaderFolder;
+    MissingShaderFiles _missingShaderFiles = MissingShaderFiles::Left;
+    mutable bool _isDrawnAsBefore = false;     // by the render thread
     const std::unique_ptr<Showings> _showings; // of it, only render threads know
 };
 

@@ -7,8 +7,18 @@
 #include <keel/File.hpp>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace Mirk {
+
+namespace {
+
+/// Makes a file that is empty, unless something has that name.
+void makeFile(const std::string& path) {
+    if (std::FILE* const file = std::fopen(path.c_str(), "wx")) std::fclose(file);
+}
+
+} // namespace
 
 DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& context,
                                   const Content& content, Form form)
@@ -28,12 +38,20 @@ bool DisplayObject::Composer::isSame(const Composer& other) const {
            _geometryPrefix == other._geometryPrefix && _platformDefines == other._platformDefines;
 }
 
+void DisplayObject::Composer::requestFiles(const std::string& name) const {
+    makeFile(name + ".vert");
+    makeFile(name + ".frag");
+    if (!_stages.geometry.empty()) makeFile(name + ".geom");
+}
+
 DisplayObject::Compiled::Compiled(const Seagrass& seagrass, const Composer& composer,
-                                  const std::string& name, bool takesFiles)
+                                  const std::string& name, bool takesFiles,
+                                  MissingShaderFiles missing)
     : _seagrass(seagrass),
       _composer(composer),
       _name(name),
       _takesFiles(takesFiles),
+      _missingFiles(missing),
       _keeper(new Keeper(seagrass, {})) {}
 
 bool DisplayObject::Compiled::isFor(const Seagrass& seagrass, const Composer& composer,
@@ -68,6 +86,9 @@ bool DisplayObject::Compiled::haveFilesChanged() const {
 }
 
 RenderBasin::ProgramPtr DisplayObject::Compiled::compile(VRenderContext& context) const {
+    if (_takesFiles && _missingFiles == MissingShaderFiles::Requested) {
+        _composer.requestFiles(_name);
+    }
     RenderBasin::ProgramPtr program = _composer.CompileShader(context, _name, {}, {}, {}, {}, {});
     if (!program) throw DisplayFailure("the graphics backend made no program");
     return program;

@@ -19,6 +19,8 @@ public:
              Form form);
 
     bool isSame(const Composer& other) const;
+    /// Makes empty files for the main code of the stages, where there is nothing.
+    void requestFiles(const std::string& name) const;
 
     std::string vertex_shader(VRenderContext&) const override {
         return std::string(_stages.vertex);
@@ -46,13 +48,15 @@ class DisplayObject::Compiled {
 public:
     /// `name` is that of its files, if it takes any.
     Compiled(const Seagrass& seagrass, const Composer& composer, const std::string& name,
-             bool takesFiles);
+             bool takesFiles, MissingShaderFiles missing);
 
     bool isFor(const Seagrass& seagrass, const Composer& composer, bool takesFiles) const;
     /// Of the present files or, if these are faulty, the good one before. Null if there is none.
     RenderBasin::ProgramPtr program(VRenderContext& context);
     /// What the last attempt has thrown; null if it was good.
     const std::exception_ptr& failure() const { return _failure; }
+    /// Of the last attempt.
+    const Programmable::FileTimes& fileTimes() const { return _fileTimes; }
 
 private:
     using Keeper = PolypCreator<DefaultPolypInitializer>;
@@ -66,6 +70,7 @@ private:
     const Composer _composer;
     const std::string _name;
     const bool _takesFiles;
+    const MissingShaderFiles _missingFiles;
     Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> _program;
     // A program has to die on the render thread, so that only polyps hold it: this one as long as
     // there is no piece.

@@ -42,6 +42,7 @@ bool DisplayObject::Showing::draw(const DisplayObject& display, VRenderContext& 
                                   const Content& content) {
     const bool isWhole = drawBest(display, context, content, _compiled->program(context));
     const std::exception_ptr failure = _compiled->failure();
+    display._isDrawnAsBefore = isWhole && failure;
     if (failure != std::exchange(_told, failure) && failure) std::rethrow_exception(failure);
     // A success would clear the report.
     return isWhole && !failure;
@@ -111,6 +112,19 @@ void DisplayObject::Showings::drop(const ValuePoolPtr& pool) {
     std::erase_if(_all, [&](const auto& showing) { return showing->isOf(pool); });
 }
 
+Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
+    Programmable::FileTimes times;
+    for (const std::weak_ptr<Compiled>& known : _programs) {
+        const CompiledPtr compiled = known.lock();
+        if (!compiled) continue;
+        for (const auto& [file, time] : compiled->fileTimes()) {
+            const auto [entry, isNew] = times.try_emplace(file, time);
+            if (!isNew) entry->second = std::min(entry->second, time);
+        }
+    }
+    return times;
+}
+
 DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seagrass,
                                                             const VRenderContext& context) {
     constexpr std::uint64_t aWhile = 100;
@@ -142,7 +156,8 @@ DisplayObject::CompiledPtr DisplayObject::Showings::compiledFor(VRenderContext& 
     }
     const std::string folder = _display._shaderFolder.empty() ? "" : _display._shaderFolder + "/";
     const auto compiled =
-        std::make_shared<Compiled>(seagrass, composer, folder + _display.shaderStem(), takesFiles);
+        std::make_shared<Compiled>(seagrass, composer, folder + _display.shaderStem(), takesFiles,
+                                   _display._missingShaderFiles);
     _programs.push_back(compiled);
     return compiled;
 }

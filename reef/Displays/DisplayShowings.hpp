@@ -61,6 +61,8 @@ public:
     bool draw(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content);
     /// Drops those of a pool.
     void drop(const ValuePoolPtr& pool);
+    /// The files of all programs, each with its earliest time.
+    Programmable::FileTimes fileTimes() const;
 
 private:
     Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);

@@ -348,7 +348,7 @@ void GLRenderContext::contextOperation() {
 }
 
 bool GLRenderContext::notifyError(const RenderAble& object, const RenderException& exception) {
-    _failures.push_back({object.Name(), exception.str()});
+    _failures.push_back({object.Name(), exception.str(), exception.shaderLog.str()});
     return false;
 }
 

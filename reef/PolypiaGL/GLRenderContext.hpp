@@ -71,6 +71,8 @@ public:
     struct Failure {
         std::string object;
         std::string report;
+        /// What was said about a faulty shader, see RenderException; empty if it was no such.
+        std::string shaderLog = {};
     };
 
     /// The name of the block of uniforms that has the views, and of its buffer in the registry.

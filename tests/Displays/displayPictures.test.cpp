@@ -924,9 +924,16 @@ TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
     EXPECT_EQ(faulty.middle, (Pixel{0, 255, 0}));
     EXPECT_THAT(faulty.printed, testing::HasSubstr("oops"));
     EXPECT_THAT(report(), testing::HasSubstr("oops"));
-    EXPECT_EQ(context->failures().size(), 1U);
+    ASSERT_EQ(context->failures().size(), 1U);
+    EXPECT_THAT(context->failures().front().shaderLog,
+                testing::StartsWith("\n" + nameOf(".frag") + "(2) : error: "));
+    EXPECT_EQ(result, VRenderContext::RenderResult{GLRenderContext::Failed});
+    EXPECT_TRUE(object->isDrawnAsBefore());
     for (int i = 0; i < 3; ++i) {
         const Frame next = frame();
+        EXPECT_TRUE(object->isDrawnAsBefore());
+        // All is drawn that there is to be drawn.
+        EXPECT_EQ(result, VRenderContext::RenderResult{GLRenderContext::Drew});
         EXPECT_EQ(next.middle, (Pixel{0, 255, 0}));
         EXPECT_EQ(next.printed, "");
         EXPECT_TRUE(context->failures().empty());
@@ -934,6 +941,7 @@ TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
     }
     save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
     EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_FALSE(object->isDrawnAsBefore());
     EXPECT_EQ(report(), "");
 }
 
@@ -989,8 +997,49 @@ TEST_F(EditedShaders, OneFaultAfterTheOtherIsReported) {
     EXPECT_EQ(frame().printed, "");
 }
 
+TEST_F(EditedShaders, FaultyFromTheBeginningIsNotDrawnUntilItIsMended) {
+    save(".frag", painting("vec4(oops)"));
+    EXPECT_EQ(frame().middle, (Pixel{255, 0, 255}));
+    EXPECT_EQ(result, VRenderContext::RenderResult{GLRenderContext::Failed});
+    EXPECT_EQ(frame().middle, (Pixel{255, 0, 255}));
+    EXPECT_EQ(result, VRenderContext::RenderResult{GLRenderContext::Incomplete});
+    EXPECT_FALSE(object->isDrawnAsBefore());
+    EXPECT_THAT(object->shaderFiles(), testing::Contains(testing::Key(nameOf(".frag"))));
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(report(), "");
+}
+
+TEST_F(EditedShaders, MissingFilesAreMadeAndFilledIfThatIsWanted) {
+    object->setShaderFolder(folder, DisplayObject::MissingShaderFiles::Requested);
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    const std::string fragment = contentOf(".frag");
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(contentOf(".frag"), fragment);
+    EXPECT_THAT(contentOf(".vert"), testing::HasSubstr("gl_Position"));
+    // A stage that this form of the object does not have.
+    EXPECT_FALSE(std::filesystem::exists(nameOf(".geom")));
+    object->edges().set({}, true);
+    frame();
+    EXPECT_THAT(contentOf(".geom"), testing::HasSubstr("EmitVertex"));
+}
+
+TEST_F(EditedShaders, FilesAreToldWithTheTimesThatTheyHadWhenCompiled) {
+    EXPECT_TRUE(object->shaderFiles().empty());
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    const Keel::Filetime first = Keel::FileInfo(nameOf(".frag")).modified;
+    EXPECT_EQ(object->shaderFiles().at(nameOf(".frag")), first);
+    EXPECT_EQ(object->shaderFiles().at(nameOf(".vert")), Keel::Filetime());
+    save(".frag", painting("vec4(oops)"));
+    EXPECT_EQ(object->shaderFiles().at(nameOf(".frag")), first);
+    frame();
+    EXPECT_GT(object->shaderFiles().at(nameOf(".frag")), first);
+}
+
 TEST_F(EditedShaders, WithoutTheSwitchNoFileIsLookedAt) {
     context->ShaderFileOverrides = false;
+    object->setShaderFolder(folder, DisplayObject::MissingShaderFiles::Requested);
     save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
     save(".vert", "");
     EXPECT_NE(frame().middle, (Pixel{0, 255, 0}));
