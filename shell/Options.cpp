@@ -161,6 +161,30 @@ std::optional<StereoOptions> stereoOf(const StereoWords& words) {
     return options;
 }
 
+void addShaders(CLI::App& command, RenderOptions& options) {
+    addOption(command, "--edit-shaders",
+              "A folder that shaders are taken from, to be edited there; those that are missing "
+              "are written to it",
+              [&](Text name, Text text) { options.shaderFolder = folderOf(name, text); });
+    command.add_flag("--watch", options.watch,
+                     "Writes the picture anew whenever one of these shaders has been saved, until "
+                     "interrupted (Ctrl-C)");
+}
+
+void checkWatch(const RenderOptions& options) {
+    if (!options.watch) return;
+    const bool isTwo = options.stereo && options.stereo->layout == StereoLayout::separate;
+    if (options.shaderFolder.empty()) {
+        throw UsageError("--watch: expected with --edit-shaders only");
+    }
+    if (options.report) {
+        throw UsageError("--watch: expected without --report, which tells of one picture");
+    }
+    if (isTwo) {
+        throw UsageError("--watch: expected without --stereo=separate, which is two pictures");
+    }
+}
+
 /// `polypia render`.
 class RenderCommand {
 public:
@@ -172,6 +196,7 @@ public:
         addOption(app, "--background-color", "#RRGGBB[AA], or R,G,B[,A] from 0 to 1",
                   [&](Text name, Text text) { _options.background = colorOf(name, text); });
         addStereo(app, _stereo);
+        addShaders(app, _options);
     }
 
     // The program writes into this.
@@ -185,6 +210,7 @@ public:
         }
         RenderOptions result = _options;
         result.stereo = stereoOf(_stereo);
+        checkWatch(result);
         return result;
     }
 

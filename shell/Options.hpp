@@ -48,6 +48,8 @@ struct RenderOptions : PictureOptions {
     std::string output;
     Skua::rgba_float_t background{0.018F, 0.026F, 0.043F, 1.0F};
     std::optional<StereoOptions> stereo;
+    std::string shaderFolder; ///< for shaders that are edited; none if empty
+    bool watch = false;       ///< draws anew whenever one of these has been saved
 };
 
 /// Pixels of a picture, counted from its upper left corner.

@@ -1,10 +1,13 @@
 #include <Studio.hpp>
 
+#include <CapturedOutput.hpp>
+#include <onOneLine.hpp>
 #include <pixels.hpp>
 
 #include <Readers/ReaderRegistry.hpp>
 
-#include <stdexcept>
+#include <cstdio>
+#include <limits>
 #include <utility>
 #include <variant>
 
@@ -32,14 +35,23 @@ Mirk::OffscreenViewer::Settings settingsOf(const PictureOptions& options,
 
 /// A picture without one of its objects would be a wrong one.
 void checkFrame(const Mirk::OffscreenViewer::Frame& frame) {
-    if (!frame.failures.empty()) {
-        const Mirk::GLRenderContext::Failure& failure = frame.failures.front();
-        throw std::runtime_error("cannot draw " + failure.object + ": " + failure.report);
+    if (isWhole(frame)) return;
+    if (frame.failures.empty()) throw std::runtime_error("not all objects could be drawn");
+    const Mirk::GLRenderContext::Failure& failure = frame.failures.front();
+    const std::string text = "cannot draw " + onOneLine(failure.object) + ": " + wordsOf(failure);
+    if (!failure.shaderLog.empty()) throw FaultyShader(text);
+    throw std::runtime_error(text);
+}
+
+/// Standard output belongs to what commands tell. What libraries have printed there goes to
+/// standard error, but for the failures, which their callers tell.
+void passOn(std::string printed, const std::vector<Mirk::GLRenderContext::Failure>& failures) {
+    for (const Mirk::GLRenderContext::Failure& failure : failures) {
+        const std::string report = "VRenderObject: " + failure.report;
+        const std::size_t place = printed.find(report);
+        if (place != std::string::npos) printed.erase(place, report.size());
     }
-    constexpr auto partly = Mirk::GLRenderContext::Incomplete | Mirk::GLRenderContext::Interrupted;
-    if ((frame.result & partly) != 0) {
-        throw std::runtime_error("not all objects could be drawn");
-    }
+    std::fputs(printed.c_str(), stderr);
 }
 
 /// Fills in what each kind has of its own.
@@ -66,6 +78,19 @@ struct KindFacts {
 
 } // namespace
 
+bool isWhole(const Mirk::OffscreenViewer::Frame& frame) {
+    constexpr auto partly = Mirk::GLRenderContext::Incomplete | Mirk::GLRenderContext::Interrupted |
+                            Mirk::GLRenderContext::Failed;
+    return (frame.result & partly) == 0;
+}
+
+std::string wordsOf(const Mirk::GLRenderContext::Failure& failure) {
+    // It begins and ends with line feeds.
+    const std::string& log = failure.shaderLog;
+    if (log.empty()) return failure.report;
+    return "the shaders are faulty" + log.substr(0, log.find_last_not_of('\n') + 1);
+}
+
 FileFacts factsOf(const std::string& file, const Mirk::Dataset& data) {
     FileFacts facts;
     facts.file = file;
@@ -83,6 +108,9 @@ Studio::Studio(const std::string& name, const PictureOptions& options,
     _clock.begin("context");
     _viewer = Keel::StrongPtr<Mirk::OffscreenViewer, Mirk::VManagedObjectBase>(
         new Mirk::OffscreenViewer(name, settingsOf(options, background)));
+    // Each frame is a picture, and none is to be coarser to save time for the next one.
+    _viewer->precision()->lowerTime = 0.0;
+    _viewer->precision()->upperTime = std::numeric_limits<double>::infinity();
     checkSize();
 }
 
@@ -111,14 +139,29 @@ void Studio::checkSize() const {
                              std::to_string(_options.heightPixels));
 }
 
+void Studio::editShaders(const std::string& folder) {
+    for (const Scene::Object& object : _scene.objects()) {
+        object.display->setShaderFolder(folder, Mirk::DisplayObject::MissingShaderFiles::Requested);
+    }
+    _viewer->onRenderThread(
+        [](Mirk::GLRenderContext& context) { context.ShaderFileOverrides = true; });
+}
+
 void Studio::draw(const std::vector<Mirk::GLRenderContext::Eye>& eyes) {
+    checkFrame(attempt(eyes));
+    _viewer->onRenderThread(
+        [this](const Mirk::GLRenderContext& context) { _objectSeconds = context.objectSeconds(); });
+}
+
+const Mirk::OffscreenViewer::Frame&
+Studio::attempt(const std::vector<Mirk::GLRenderContext::Eye>& eyes) {
     _clock.begin("draw");
     _viewer->onRenderThread(
         [this](Mirk::GLRenderContext& context) { context.collectObjectSeconds(_options.report); });
+    CapturedOutput captured;
     _frame = _viewer->drawWhole(eyes);
-    checkFrame(_frame);
-    _viewer->onRenderThread(
-        [this](const Mirk::GLRenderContext& context) { _objectSeconds = context.objectSeconds(); });
+    passOn(captured.end(), _frame.failures);
+    return _frame;
 }
 
 std::string Studio::story() const {

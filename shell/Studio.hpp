@@ -8,6 +8,7 @@
 #include <PolypiaGL/OffscreenViewer.hpp>
 
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,18 @@ struct FileFacts {
 
 FileFacts factsOf(const std::string& file, const Mirk::Dataset& data);
 
+/// Why something can't be drawn, with a line for each message of the compiler.
+class FaultyShader : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Whether a frame shows all that is to be seen.
+bool isWhole(const Mirk::OffscreenViewer::Frame& frame);
+/// Why an object failed. Of faulty shaders what the compiler has said, each message on a line of
+/// its own.
+std::string wordsOf(const Mirk::GLRenderContext::Failure& failure);
+
 /// Files, drawn.
 class Studio {
 public:
@@ -32,8 +45,16 @@ public:
     Studio(const std::string& name, const PictureOptions& options,
            const Skua::rgba_float_t& background = {});
 
-    /// Throws std::runtime_error if not all that is to be seen is drawn.
+    /// From now on the shaders are those in the files of a folder; what is missing is written
+    /// there. Ahead of the first drawing.
+    void editShaders(const std::string& folder);
+
+    /// Throws std::runtime_error if not all that is to be seen is drawn, a FaultyShader if that is
+    /// why.
     void draw(const std::vector<Mirk::GLRenderContext::Eye>& eyes);
+    /// The same, but whether all is drawn is for the caller to see.
+    const Mirk::OffscreenViewer::Frame&
+    attempt(const std::vector<Mirk::GLRenderContext::Eye>& eyes);
 
     const PictureOptions& options() const { return _options; }
     const Scene& scene() const { return _scene; }
@@ -42,7 +63,7 @@ public:
     const StageClock& clock() const { return _clock; }
     /// Only if there is to be a report.
     const std::vector<FileFacts>& facts() const { return _facts; }
-    /// Of the last draw().
+    /// The last one.
     const Mirk::OffscreenViewer::Frame& frame() const { return _frame; }
     /// Of the objects that were drawn in it, by name; only if there is to be a report.
     const std::map<std::string, double>& objectSeconds() const { return _objectSeconds; }

@@ -1,4 +1,5 @@
 #include <Options.hpp>
+#include <Studio.hpp>
 #include <UsageError.hpp>
 #include <onOneLine.hpp>
 #include <pick.hpp>
@@ -56,6 +57,8 @@ int main(int argc, char** argv) {
         return run(argc, argv);
     } catch (const Shell::UsageError& error) {
         return report(Shell::onOneLine(error.what()), misused);
+    } catch (const Shell::FaultyShader& error) {
+        return report(error.what(), failed); // a line for each message of the compiler
     } catch (const Mirk::ContextError& error) {
         return report(error.what(), failed); // a line for each device that was tried
     } catch (const Mirk::RenderException& error) {

@@ -101,6 +101,17 @@ std::string deviceOf(const std::string& option, const std::string& text) {
     Value{option, text, "a device number, 'surfaceless' or 'default'"}.refuse();
 }
 
+std::string folderOf(const std::string& option, const std::string& text) {
+    // Names of shaders lose other letters, and stand in comments of their texts.
+    const auto isKept = [](char letter) { return letter >= ' ' && letter < 0x7f && letter != '*'; };
+    if (text.empty() || !std::all_of(text.begin(), text.end(), isKept)) {
+        Value{option, text,
+              "a folder whose path has letters of ASCII alone and no *; from within it, . will do"}
+            .refuse();
+    }
+    return text.substr(0, std::max<std::size_t>(text.find_last_not_of('/') + 1, 1));
+}
+
 std::optional<double> numberIn(const std::string& word) {
     // "inf" and "nan" are names.
     if (word.find_first_of("0123456789") == std::string::npos) return {};

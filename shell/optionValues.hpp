@@ -36,6 +36,8 @@ vector vectorOf(const std::string& option, const std::string& text);
 /// "#RRGGBB", "#RRGGBBAA", or three or four numbers from 0 to 1.
 Skua::rgba_float_t colorOf(const std::string& option, const std::string& text);
 std::string deviceOf(const std::string& option, const std::string& text);
+/// Without slashes at the end. Whether there is such a folder is not looked at.
+std::string folderOf(const std::string& option, const std::string& text);
 
 /// The number that a word is, though it may be the name of a file as well. None if it is no number,
 /// and NaN if it is one that a double can't be.

@@ -15,6 +15,8 @@ struct Pixels {
     int width;
     int height;
     std::vector<std::uint8_t> bytes;
+
+    bool operator==(const Pixels&) const = default;
 };
 
 Skua::rgba_float_t premultiplied(const Skua::rgba_float_t& color);

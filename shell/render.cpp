@@ -3,75 +3,60 @@
 #include <PictureFiles.hpp>
 #include <Studio.hpp>
 #include <eyes.hpp>
-#include <pixels.hpp>
+#include <pictures.hpp>
 #include <report.hpp>
+#include <watch.hpp>
 
-#include <cstddef>
+#include <cerrno>
+#include <cstdlib>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace Shell {
 
 namespace {
-
-bool isOpaque(const Skua::rgba_float_t& color) {
-    return color.alpha() >= 1.0F;
-}
 
 std::vector<std::string> outputsOf(const RenderOptions& options) {
     const bool areTwo = options.stereo && options.stereo->layout == StereoLayout::separate;
     return areTwo ? namesForEyes(options.output) : std::vector{options.output};
 }
 
-Pixels pixelsOf(const Studio& studio, unsigned eye) {
-    return {studio.options().widthPixels, studio.options().heightPixels,
-            studio.viewer().colors(eye)};
-}
-
-/// One for each file.
-std::vector<Pixels> picturesOf(const Studio& studio, const RenderOptions& options) {
-    if (!options.stereo) return {pixelsOf(studio, 0)};
-    Pixels left = pixelsOf(studio, 0);
-    Pixels right = pixelsOf(studio, 1);
-    switch (options.stereo->layout) {
-    case StereoLayout::sideBySide:
-        return {sideBySide(left, right)};
-    case StereoLayout::anaglyph:
-        return {anaglyph(left, right)};
-    case StereoLayout::separate:
-        break;
+/// By a file that goes at once. Throws std::runtime_error if none can be made there.
+void checkShaderFolder(const std::string& folder) {
+    std::string path = folder + "/.polypia-XXXXXX";
+    const int file = ::mkostemp(path.data(), O_CLOEXEC);
+    if (file < 0) {
+        throw std::runtime_error(
+            "--edit-shaders: expected a folder that files can be written to, got '" + folder +
+            "': " + std::generic_category().message(errno));
     }
-    return {std::move(left), std::move(right)};
-}
-
-Mirk::PngWriter::Picture forWriter(const Pixels& pixels, bool opaque) {
-    using Writer = Mirk::PngWriter;
-    return {pixels.bytes.data(), static_cast<std::size_t>(pixels.width),
-            static_cast<std::size_t>(pixels.height),
-            opaque ? Writer::PixelFormat::rgbx : Writer::PixelFormat::rgba,
-            Writer::RowOrder::bottomFirst};
-}
-
-void write(const PictureFiles& files, std::vector<Pixels>& pictures, bool opaque) {
-    std::vector<Mirk::PngWriter::Picture> forFiles;
-    for (Pixels& pixels : pictures) {
-        if (!opaque) unpremultiply(pixels);
-        forFiles.push_back(forWriter(pixels, opaque));
-    }
-    files.write(forFiles);
+    ::close(file);
+    ::unlink(path.c_str());
 }
 
 } // namespace
 
 std::string render(const RenderOptions& options) {
+    const bool editsShaders = !options.shaderFolder.empty();
+    if (editsShaders) checkShaderFolder(options.shaderFolder);
     const PictureFiles files(outputsOf(options));
     Studio studio("polypia render", options, options.background);
+    if (editsShaders) studio.editShaders(options.shaderFolder);
     const auto eyes = eyesOf(studio.scene(), options, options.stereo);
+    if (options.watch) {
+        watch(studio, options, eyes, files);
+        return "";
+    }
     studio.draw(eyes);
     studio.clock().begin("read back");
     std::vector<Pixels> pictures = picturesOf(studio, options);
     studio.clock().begin("encode");
-    write(files, pictures, isOpaque(options.background));
+    writePictures(files, std::move(pictures), options);
     studio.clock().end();
     if (options.report) return renderReport(studio, options, eyes, files.paths());
     return options.verbose ? studio.story() : "";

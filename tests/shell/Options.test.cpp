@@ -106,6 +106,22 @@ TEST(OptionsTest, AreThoseOfStereoOnlyWithIt) {
         parseRender({"a.ply", "-o", "a.png", "--toe-in", "--stereo=anaglyph"}).stereo->toeIn);
 }
 
+TEST(OptionsTest, OfShadersAreAFolderAndWhetherItIsWatched) {
+    const RenderOptions none = parseRender({"a.ply", "-o", "a.png"});
+    EXPECT_EQ(none.shaderFolder, "");
+    EXPECT_FALSE(none.watch);
+    const RenderOptions both =
+        parseRender({"a.ply", "-o", "a.png", "--watch", "--edit-shaders=my shaders"});
+    EXPECT_EQ(both.shaderFolder, "my shaders");
+    EXPECT_TRUE(both.watch);
+    EXPECT_EQ(parseOption("--edit-shaders=a/b///").shaderFolder, "a/b");
+    EXPECT_EQ(parseOption("--edit-shaders=.").shaderFolder, ".");
+    EXPECT_EQ(parseOption("--edit-shaders=//").shaderFolder, "/");
+    EXPECT_TRUE(parseRender({"a.ply", "-o", "a.png", "--watch", "--edit-shaders=a",
+                             "--stereo=anaglyph", "--verbose"})
+                    .watch);
+}
+
 TEST(OptionsTest, ThatAreOfNoUseTogetherAreRefused) {
     struct {
         std::vector<const char*> options;
@@ -117,6 +133,10 @@ TEST(OptionsTest, ThatAreOfNoUseTogetherAreRefused) {
         {{"--stereo=anaglyph", "--toe-in", "--convergence=5"},
          "--convergence: expected without --toe-in"},
         {{"--report=json", "-v"}, "--verbose: expected without --report"},
+        {{"--watch"}, "--watch: expected with --edit-shaders only"},
+        {{"--watch", "--edit-shaders=a", "--report=json"}, "--watch: expected without --report"},
+        {{"--watch", "--edit-shaders=a", "--stereo=separate"},
+         "--watch: expected without --stereo=separate"},
     };
     for (const auto& each : cases) {
         std::vector<const char*> words{"render", "a.ply", "-o", "a.png"};
@@ -264,7 +284,11 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"NoConvergence", "--convergence=0"},
         Refusal{"ConvergenceBehind", "--convergence=-1"},
         Refusal{"ConvergenceNowhere", "--convergence=inf"},
-        Refusal{"UnknownReport", "--report=xml"}),
+        Refusal{"UnknownReport", "--report=xml"},
+        Refusal{"ShadersInOtherLetters", "--edit-shaders=m\xc3\xb6wen"},
+        Refusal{"ShadersOnSeveralLines", "--edit-shaders=a\nb"},
+        Refusal{"ShadersBehindAStar", "--edit-shaders=a*/b"},
+        Refusal{"ShadersInAStar", "--edit-shaders=a*"}),
     [](const auto& each) { return each.param.name; });
 
 TEST(OptionsTest, RefuseWhatIsNoCommandLine) {
@@ -284,6 +308,8 @@ TEST(OptionsTest, RefuseWhatIsNoCommandLine) {
         {{"render", "a.ply", "-o", "out/"}, "--output: expected the name of a file, got 'out/'"},
         {{"render", "a.ply", "-o", "a.png", "-o", "b.png"}, "--output: expected one value"},
         {{"render", "a.ply", "-o", "a.png", "--resolution"}, "--resolution: expected one value"},
+        {{"render", "a.ply", "-o", "a.png", "--edit-shaders="},
+         "--edit-shaders: expected one value"},
         {{"render", "a.ply", "-o", "a.png", "--colour=1"}, "--colour"},
         {{"render", "a.ply", "-o", "a.png", "-x"}, "-x"},
         {{"render", "a.ply", "-o", "a.png", "--verbose=maybe"}, "maybe"},
@@ -302,8 +328,8 @@ TEST(OptionsTest, GiveTheTextsThatAreAskedFor) {
     EXPECT_EQ(textOf({"--version"}), "polypia " POLYPIA_VERSION "\n");
     for (const std::vector<const char*>& words :
          {std::vector<const char*>{"--help"}, {"render", "--help"}, {"render", "-h"}}) {
-        for (const char* option :
-             {"--output", "--resolution", "--camera-view-angle", "--device", "--toe-in"}) {
+        for (const char* option : {"--output", "--resolution", "--camera-view-angle", "--device",
+                                   "--toe-in", "--edit-shaders", "--watch"}) {
             EXPECT_THAT(textOf(words), HasSubstr(option));
         }
     }

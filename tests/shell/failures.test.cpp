@@ -144,6 +144,21 @@ TEST_F(Failures, NameAFullDiskBehindStandardOutput) {
     EXPECT_EQ(outcome.exitCode, 1);
 }
 
+TEST_F(Failures, NameAFolderForShadersThatCannotBeWrittenTo) {
+    const struct {
+        std::string folder;
+        const char* reason;
+    } cases[] = {{_inputs.path("missing"), "No such file"},
+                 {mesh(), "Not a directory"},
+                 {"/proc", "'/proc': "}};
+    for (const auto& each : cases) {
+        EXPECT_THAT(
+            render({mesh(), "--edit-shaders=" + each.folder}),
+            Refuses(1, Words{"--edit-shaders: expected a folder", each.folder, each.reason}));
+    }
+    EXPECT_THAT(_outputs.names(), IsEmpty());
+}
+
 TEST_F(Failures, NameTheLimitOfTheDriver) {
     for (const char* size : {"1000000,10", "10,1000000", "2147483647,2147483647"}) {
         EXPECT_THAT(render({mesh(), std::string("--resolution=") + size}),

@@ -2,7 +2,10 @@
 
 #include "../PolypiaGL/glFixture.hpp"
 
+#include <chrono>
+#include <csignal>
 #include <stdexcept>
+#include <thread>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -65,31 +68,75 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     return result;
 }
 
+int exitCodeOf(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
 } // namespace
 
-Outcome run(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
-    const TemporaryFolder folder;
-    const std::string output = folder.path("output"), errors = folder.path("errors");
+Process::Process(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     FileActions actions;
     actions.open(STDIN_FILENO, surroundings.standardInput, O_RDONLY);
-    actions.open(STDOUT_FILENO, output, O_WRONLY | O_CREAT);
-    actions.open(STDERR_FILENO, errors, O_WRONLY | O_CREAT);
+    actions.open(STDOUT_FILENO, _folder.path("output"), O_WRONLY | O_CREAT);
+    actions.open(STDERR_FILENO, _folder.path("errors"), O_WRONLY | O_CREAT);
     std::vector<std::string> words{POLYPIA_PROGRAM};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> environment = environmentWith(surroundings.environment);
 
-    pid_t process = 0;
     int error = 0;
     {
         const FileSizeLimit limit(surroundings.mostBytesOfFile);
-        error = posix_spawn(&process, POLYPIA_PROGRAM, actions.get(), nullptr,
+        error = posix_spawn(&_process, POLYPIA_PROGRAM, actions.get(), nullptr,
                             pointersTo(words).data(), pointersTo(environment).data());
     }
     if (error != 0) throw std::runtime_error("cannot start " POLYPIA_PROGRAM);
+}
+
+Process::~Process() {
+    if (!isRunning()) return;
+    send(SIGKILL);
+    outcome();
+}
+
+std::string Process::output() const {
+    return contentOf(_folder.path("output"));
+}
+
+std::string Process::errors() const {
+    return contentOf(_folder.path("errors"));
+}
+
+bool Process::isRunning() {
     int status = 0;
-    waitpid(process, &status, 0);
-    const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    return {exitCode, contentOf(output), contentOf(errors)};
+    if (!_exitCode && waitpid(_process, &status, WNOHANG) != 0) _exitCode = exitCodeOf(status);
+    return !_exitCode;
+}
+
+void Process::send(int signal) const {
+    if (!_exitCode) kill(_process, signal);
+}
+
+Outcome Process::outcome() {
+    int status = 0;
+    if (!_exitCode) {
+        waitpid(_process, &status, 0);
+        _exitCode = exitCodeOf(status);
+    }
+    return {*_exitCode, output(), errors()};
+}
+
+bool Process::waitFor(const std::function<bool()>& condition) {
+    using Clock = std::chrono::steady_clock;
+    const auto latest = Clock::now() + std::chrono::minutes(3);
+    while (!condition()) {
+        if (!isRunning() || Clock::now() > latest) return condition();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+Outcome run(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+    return Process(arguments, surroundings).outcome();
 }
 
 void Drawing::SetUp() {

@@ -7,11 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace Shell::Test {
 
@@ -31,6 +34,32 @@ struct Outcome {
         *out << "exit code " << outcome.exitCode << ", output \"" << outcome.output
              << "\", errors \"" << outcome.errors << "\"";
     }
+};
+
+/// A process that goes on until it is ended, at the latest by the end of the object.
+class Process {
+public:
+    explicit Process(const std::vector<std::string>& arguments,
+                     const Surroundings& surroundings = {});
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+    ~Process();
+
+    /// Up to now.
+    std::string output() const;
+    std::string errors() const;
+    bool isRunning();
+    void send(int signal) const;
+    /// Waits until it has ended.
+    Outcome outcome();
+    /// Waits until something is the case. False if it hasn't become so within minutes, or by the
+    /// time that the process has ended.
+    bool waitFor(const std::function<bool()>& condition);
+
+private:
+    const TemporaryFolder _folder;
+    pid_t _process = 0;
+    std::optional<int> _exitCode;
 };
 
 /// Waits until it has ended.
