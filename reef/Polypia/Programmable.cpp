@@ -350,7 +350,7 @@ void overrideStage(const std::string& path, bool isOn, std::string& text,
         return;
     }
     text = std::move(content);
-    origin = {origin.stage, path, 1, 1 + numberOfLines(text), 1};
+    origin = {origin.stage, path, 1, 1 + numberOfLines(text), 1, true};
 }
 
 } // namespace

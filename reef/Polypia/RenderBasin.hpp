@@ -72,6 +72,9 @@ public:
         std::size_t firstLine = 1; ///< of the stretch in the text, counted from 1
         std::size_t lines = 0;
         std::size_t fileLine = 1; ///< the line of the file that is the first of the stretch
+        /// Whether the text is the file as it stands, so that `#line` directives in it are old
+        /// ones.
+        bool isVerbatim = false;
     };
     class OriginScope;
 

@@ -189,10 +189,17 @@ std::string GLFactory::platformDefines() const {
            std::to_string(major * 100 + minor * 10) + "\n";
 }
 
-RenderBasin::ProgramPtr GLFactory::createProgram(const std::vector<GL::StageSource>& stages,
+RenderBasin::ProgramPtr GLFactory::createProgram(std::vector<GL::StageSource> stages,
                                                  RenderNamespace::GeometryInputType input,
                                                  RenderNamespace::GeometryOutputType output,
-                                                 const RenderBasin::LinkParameters& parameters) {
+                                                 const RenderBasin::LinkParameters& parameters,
+                                                 const TextOrigins& origins) {
+    for (GL::StageSource& stage : stages) {
+        const auto known = std::find_if(
+            origins.begin(), origins.end(),
+            [&](const RenderBasin::TextOrigin& origin) { return origin.stage == stage.name; });
+        if (known != origins.end()) stage.origin = *known;
+    }
     ProgramParameters chosen;
     chosen["GeometryMaxVertices"] = 64;
     if (parameters) chosen = parameters(chosen);
@@ -205,22 +212,23 @@ RenderBasin::ProgramPtr GLFactory::createProgram(
     RenderNamespace::GeometryInputType input, const std::vector<std::string>& geometryCode,
     RenderNamespace::GeometryOutputType output, const std::string& geometryName, int geometryLine,
     const std::vector<std::string>& fragmentCode, const std::string& fragmentName, int fragmentLine,
-    const RenderBasin::LinkParameters& parameters) {
+    const RenderBasin::LinkParameters& parameters, const TextOrigins& origins) {
     std::vector<GL::StageSource> stages;
     stages.push_back({GL::Stage::Vertex, joined(vertexCode), vertexName, vertexLine});
     if (input != RenderNamespace::NoGeometryInput && output != RenderNamespace::NoGeometryOutput) {
         stages.push_back({GL::Stage::Geometry, joined(geometryCode), geometryName, geometryLine});
     }
     stages.push_back({GL::Stage::Fragment, joined(fragmentCode), fragmentName, fragmentLine});
-    return createProgram(stages, input, output, parameters);
+    return createProgram(std::move(stages), input, output, parameters, origins);
 }
 
 RenderBasin::ProgramPtr
 GLFactory::createComputeProgram(const std::vector<std::string>& code, const std::string& name,
-                                int line, const RenderBasin::LinkParameters& parameters) {
+                                int line, const RenderBasin::LinkParameters& parameters,
+                                const TextOrigins& origins) {
     return createProgram({{GL::Stage::Compute, joined(code), name, line}},
                          RenderNamespace::NoGeometryInput, RenderNamespace::NoGeometryOutput,
-                         parameters);
+                         parameters, origins);
 }
 
 RenderBasin::PainterPtr GLFactory::createPainter(RenderNamespace::Primitive primitive,
@@ -244,8 +252,7 @@ RenderBasin::DispatcherPtr GLFactory::createDispatcher(unsigned x, unsigned y, u
     return RenderBasin::DispatcherPtr(new GL::GLDispatcher(_machine, x, y, z));
 }
 
-void GLFactory::nameFiles(RenderException& exception,
-                          const std::vector<RenderBasin::TextOrigin>& origins) {
+void GLFactory::nameFiles(RenderException& exception, const TextOrigins& origins) {
     GL::nameFiles(exception, origins);
 }
 

@@ -27,6 +27,8 @@ struct StageSource;
 /// of a geometry stage without a layout of its own emits; 64 by default.
 class POLYPIAGL_EXPORT GLFactory {
 public:
+    using TextOrigins = std::vector<RenderBasin::TextOrigin>;
+
     using Matrix = std::array<double, 16>; ///< column by column, the vector on the right
     using FlagPtr = Keel::StrongPtr<RenderBasin::RenderFlag, Polyp::Tentacle>;
 
@@ -82,22 +84,26 @@ public:
     RenderBasin::VertexAttributePtr createAttribute(const RenderBasin::ChunkPtr& data, int number,
                                                     const std::string& name);
     std::string platformDefines() const;
-    RenderBasin::ProgramPtr createProgram(const std::vector<GL::StageSource>& stages,
+    // Programs, of texts whose origins may be known.
+
+    RenderBasin::ProgramPtr createProgram(std::vector<GL::StageSource> stages,
                                           RenderNamespace::GeometryInputType input,
                                           RenderNamespace::GeometryOutputType output,
-                                          const RenderBasin::LinkParameters& parameters);
-    RenderBasin::ProgramPtr createProgram(const std::vector<std::string>& vertexCode,
-                                          const std::string& vertexName, int vertexLine,
-                                          RenderNamespace::GeometryInputType input,
-                                          const std::vector<std::string>& geometryCode,
-                                          RenderNamespace::GeometryOutputType output,
-                                          const std::string& geometryName, int geometryLine,
-                                          const std::vector<std::string>& fragmentCode,
-                                          const std::string& fragmentName, int fragmentLine,
-                                          const RenderBasin::LinkParameters& parameters);
+                                          const RenderBasin::LinkParameters& parameters,
+                                          const TextOrigins& origins);
+    RenderBasin::ProgramPtr
+    createProgram(const std::vector<std::string>& vertexCode, const std::string& vertexName,
+                  int vertexLine, RenderNamespace::GeometryInputType input,
+                  const std::vector<std::string>& geometryCode,
+                  RenderNamespace::GeometryOutputType output, const std::string& geometryName,
+                  int geometryLine, const std::vector<std::string>& fragmentCode,
+                  const std::string& fragmentName, int fragmentLine,
+                  const RenderBasin::LinkParameters& parameters, const TextOrigins& origins);
     RenderBasin::ProgramPtr createComputeProgram(const std::vector<std::string>& code,
                                                  const std::string& name, int line,
-                                                 const RenderBasin::LinkParameters& parameters);
+                                                 const RenderBasin::LinkParameters& parameters,
+                                                 const TextOrigins& origins);
+
     RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive, int vertices);
     RenderBasin::TimerPtr createTimer() const;
     RenderBasin::RenderParameterPtr createRenderParameter(const std::string& name,
@@ -106,8 +112,7 @@ public:
                                                           int components);
     RenderBasin::DispatcherPtr createDispatcher(unsigned x, unsigned y, unsigned z);
     /// Puts what a compiler said of composed text into the files that the text comes from.
-    static void nameFiles(RenderException& exception,
-                          const std::vector<RenderBasin::TextOrigin>& origins);
+    static void nameFiles(RenderException& exception, const TextOrigins& origins);
 
 private:
     std::shared_ptr<GL::Machine> _machine;
@@ -179,15 +184,17 @@ public:
         return withFilesNamed([&] {
             return _factory.createProgram(vertexCode, vertexName, vertexLine, input, geometryCode,
                                           output, geometryName, geometryLine, fragmentCode,
-                                          fragmentName, fragmentLine, parameters);
+                                          fragmentName, fragmentLine, parameters,
+                                          this->textOrigins);
         });
     }
     RenderBasin::ProgramPtr createComputeProgram(const std::vector<std::string>& code,
                                                  const std::string& name, int line,
                                                  const RenderBasin::LinkParameters& parameters,
                                                  const RenderBasin::ProgramPtr&) override {
-        return withFilesNamed(
-            [&] { return _factory.createComputeProgram(code, name, line, parameters); });
+        return withFilesNamed([&] {
+            return _factory.createComputeProgram(code, name, line, parameters, this->textOrigins);
+        });
     }
     RenderBasin::PainterPtr createPainter(RenderNamespace::Primitive primitive,
                                           int vertices) override {

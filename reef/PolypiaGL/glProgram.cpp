@@ -373,6 +373,15 @@ ProgramSwitches neededSwitches(const std::vector<StageSource>& stages) {
     return needed;
 }
 
+StageText textOf(const StageSource& source) {
+    StageText text{source.stage, source.code};
+    if (!source.origin) return text;
+    text.isWhole = source.origin->isVerbatim;
+    text.mainLine = source.origin->firstLine;
+    if (source.origin->file.empty()) text.ownName = source.origin->stage;
+    return text;
+}
+
 bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
     return std::any_of(stages.begin(), stages.end(),
                        [&](const StageSource& source) { return source.stage == stage; });
@@ -431,7 +440,7 @@ void GLProgram::build(const std::vector<StageSource>& stages, AdaptOptions optio
         options.platformDefines += "#define ZELK_DO_MULTIVIEW_VIA_LAYER_ID 1\n";
     if (_pass == Pass::Extension) options.platformDefines += "#define ZELK_HAVE_multiview2 1\n";
     std::vector<StageText> texts;
-    for (const StageSource& source : stages) texts.push_back({source.stage, source.code});
+    for (const StageSource& source : stages) texts.push_back(textOf(source));
     const AdaptedProgram adapted = adaptProgram(texts, options);
     link(stages, adapted);
     readInterface(hasStage(stages, Stage::Geometry));

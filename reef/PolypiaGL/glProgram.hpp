@@ -23,6 +23,7 @@ struct StageSource {
     std::string code;
     std::string name; ///< file for messages
     int line;         ///< of the first line of the code in that file
+    std::optional<RenderBasin::TextOrigin> origin = {}; ///< if it is known
 };
 
 class GLProgram : public RenderBasin::Program {

@@ -391,7 +391,9 @@ public:
         : _stage(source.stage),
           _options(options),
           _hasGeometryStage(hasGeometryStage),
+          _mainLine(source.mainLine),
           _scan(source.text) {
+        countOwnLines(source);
         readVersion();
         if (_version.isEmbedded()) return;
         sortExtensions();
@@ -440,6 +442,7 @@ private:
         _notes.push_back(std::string(stageName(_stage)) + ": " + what);
     }
 
+    void countOwnLines(const StageText& source);
     void readVersion();
     long raisedVersion() const;
     std::string versionDirective() const;
@@ -470,6 +473,8 @@ private:
     std::string ownLineDirective(LineTable& lines) const;
     std::size_t declarationLine() const;
     void editLines(LineTable& lines, std::size_t declarationsAt, bool needsMacro);
+    std::string lineText(LineTable& lines, const LineOperands& at, std::size_t next,
+                         std::size_t declarationsAt) const;
     void insertDeclarations(const std::string& text, std::size_t at, bool hasLineDirectives);
     void editWords();
     void editGeometryWord(const Word& word);
@@ -483,6 +488,7 @@ private:
     const Stage _stage;
     const AdaptOptions& _options;
     const bool _hasGeometryStage;
+    const std::size_t _mainLine;
     GlslScan _scan;
     Version _version;
     long _number = 110; // of the version, after raising it
@@ -835,24 +841,53 @@ std::size_t StageAdapter::declarationLine() const {
     return depth > 0 && hasCode && !hasExtensions ? outermost : _scan.lines.size();
 }
 
-/// Writes the `#line` directives anew. Ahead of the declarations each also notes the number that
-/// the line behind the declarations has if this directive turns out to be the last one in effect.
+/// Has directives that stand for lines of the text itself say so.
+void StageAdapter::countOwnLines(const StageText& source) {
+    for (LogicalLine& line : _scan.lines) {
+        if (line.kind != Kind::Line || !line.at) continue;
+        const bool isOwn =
+            source.isWhole || (!source.ownName.empty() && line.at->file == source.ownName);
+        if (isOwn) line.at = LineOperands{static_cast<long>(line.number) + 2, ""};
+    }
+}
+
+/// Writes the `#line` directives anew, and one that ends the effect of those ahead of the main
+/// code.
 void StageAdapter::editLines(LineTable& lines, std::size_t declarationsAt, bool needsMacro) {
+    bool isCounted = false; // by a directive ahead
     for (std::size_t i = 0; i < _scan.lines.size(); ++i) {
         const LogicalLine& line = _scan.lines[i];
+        if (isCounted && line.number + 1 == _mainLine) {
+            const LineOperands own{static_cast<long>(_mainLine), ""};
+            const bool setsMacro = needsMacro && i <= declarationsAt;
+            _edits.push_back(
+                {line.begin, 0,
+                 lineText(lines, own, line.number, setsMacro ? declarationsAt : npos) + "\n"});
+        }
         if (line.kind != Kind::Line || !line.at) continue;
         _scan.erase(line.first, line.end);
         if (!_options.fileNumbers) continue;
-        std::string text;
-        if (needsMacro && i < declarationsAt) {
-            const std::size_t distance = _scan.lines[declarationsAt].number - line.number - 1;
-            const long then = line.at->number + static_cast<long>(distance);
-            text.append("#undef ").append(lineMacro).append("\n#define ").append(lineMacro) +=
-                " " + std::to_string(lineOperand(lines.number(line.at->file, then))) + "\n";
-        }
-        text += lineDirective(lines.number(line.at->file, line.at->number));
-        _edits.push_back({line.first, 0, std::move(text)});
+        isCounted = true;
+        const bool setsMacro = needsMacro && i < declarationsAt;
+        _edits.push_back(
+            {line.first, 0,
+             lineText(lines, *line.at, line.number + 1, setsMacro ? declarationsAt : npos)});
     }
+}
+
+/// A directive for the line with the number `next`, counted from 0. Ahead of the declarations, if
+/// there is a line for them, it also notes the number that the line behind them has if this turns
+/// out to be the last directive in effect.
+std::string StageAdapter::lineText(LineTable& lines, const LineOperands& at, std::size_t next,
+                                   std::size_t declarationsAt) const {
+    std::string text;
+    if (declarationsAt != npos) {
+        const std::size_t distance = _scan.lines[declarationsAt].number - next;
+        const long then = at.number + static_cast<long>(distance);
+        text.append("#undef ").append(lineMacro).append("\n#define ").append(lineMacro) +=
+            " " + std::to_string(lineOperand(lines.number(at.file, then))) + "\n";
+    }
+    return text + lineDirective(lines.number(at.file, at.number));
 }
 
 /// Puts the declarations on lines of their own and sets the count back to the composed text's.

@@ -34,6 +34,15 @@ POLYPIAGL_EXPORT std::string_view stageName(Stage stage);
 struct StageText {
     Stage stage = Stage::Vertex;
     std::string text;
+
+    // What `#line` directives in it stand for.
+
+    /// The line, counted from 1, from which on directives ahead of it don't count; 0 for none.
+    std::size_t mainLine = 0;
+    /// Directives with this file stand for the lines of the text itself, as there is no such file.
+    std::string ownName = {};
+    /// True if all directives do, whatever they say.
+    bool isWhole = false;
 };
 
 /// What the texts are adapted to.

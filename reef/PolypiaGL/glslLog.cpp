@@ -94,13 +94,13 @@ std::optional<Message> parseMesa(std::string_view rest) {
     return message;
 }
 
-/// NVIDIA: `0(12) : error C1503: text`, also with a file for the source number. The code stays
-/// in the text, people look it up.
+/// NVIDIA: `0(12) : error C1503: text`, also with a file for the source number, and without any at
+/// the beginning. The code stays in the text, people look it up.
 std::optional<Message> parseNvidia(std::string_view whole) {
     const std::size_t colon = whole.find(") :");
     if (colon == std::string_view::npos) return {};
     const std::size_t open = whole.rfind('(', colon);
-    if (open == std::string_view::npos || open == 0) return {};
+    if (open == std::string_view::npos) return {};
     std::string_view number = whole.substr(open + 1, colon - open - 1);
     const auto line = takeNumber(number);
     if (!line || !number.empty()) return {};
@@ -186,8 +186,9 @@ std::string mapLine(std::string_view line, const Origin& origin) {
     if (message) message->line += preprocessorLag(*message, version);
     if (!message) message = parseNvidia(line);
     if (!message) message = parseGlslang(line);
-    if (message) return write(placeOf(*message, lines), *message);
-    if (!stages.empty()) message = parseWithoutLine(line);
+    const bool hasPlace = message && (message->line > 0 || stages.empty());
+    if (hasPlace) return write(placeOf(*message, lines), *message);
+    if (!message && !stages.empty()) message = parseWithoutLine(line);
     if (message) return write(std::string(stages), *message);
     return std::string(line);
 }

@@ -3,11 +3,13 @@
 #include <Polypia/RenderException.hpp>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Mirk::GL {
 
@@ -26,15 +28,38 @@ struct PlacedMessage {
     std::string text() const { return file + "(" + std::to_string(line) + rest; }
 };
 
+bool beginsWithSeverity(std::string_view text) {
+    constexpr std::array severities{
+        "error: ", "fatal error: ", "internal error: ", "warning: ", "note: "};
+    return std::any_of(severities.begin(), severities.end(),
+                       [&](const char* severity) { return text.starts_with(severity); });
+}
+
 std::optional<PlacedMessage> parse(std::string_view text) {
-    const std::size_t close = text.find(") : ");
+    constexpr std::string_view behindPlace = ") : ";
+    const std::size_t close = text.find(behindPlace);
     const std::size_t open = text.substr(0, close).rfind('(');
-    if (close == std::string_view::npos || open == std::string_view::npos) return {};
+    if (close == std::string_view::npos || open == std::string_view::npos || open == 0) return {};
+    if (!beginsWithSeverity(text.substr(close + behindPlace.size()))) return {};
     PlacedMessage message{std::string(text.substr(0, open)), 0, std::string(text.substr(close))};
     const char* const end = text.data() + close;
     const auto parsed = std::from_chars(text.data() + open + 1, end, message.line);
     if (parsed.ec != std::errc() || parsed.ptr != end) return {};
     return message;
+}
+
+/// The stage that a heading in a linker's log names, by the end of its file's name; empty if the
+/// line is none.
+std::string_view stageOfHeading(std::string_view line) {
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> headings{{
+        {"Vertex info", ".vert"},
+        {"Geometry info", ".geom"},
+        {"Fragment info", ".frag"},
+        {"Compute info", ".comp"},
+    }};
+    const auto found = std::find_if(headings.begin(), headings.end(),
+                                    [&](const auto& heading) { return heading.first == line; });
+    return found == headings.end() ? std::string_view() : found->second;
 }
 
 /// A line of the composed text that stands in a file.
@@ -53,14 +78,10 @@ void placeComposed(PlacedMessage& message, std::string_view stage, const Origins
 /// is one less than that of the line behind it.
 void placeBehindInclude(PlacedMessage& message, const Origins& origins) {
     const auto origin = std::find_if(origins.begin(), origins.end(), [&](const auto& candidate) {
-        return candidate.stage == message.file;
+        return candidate.stage == message.file && !candidate.file.empty();
     });
     if (origin == origins.end()) return;
-    ++message.line;
-    // In the text of a whole stage such a directive is left from when it was composed.
-    const bool isWholeStage = origin->firstLine == 1;
-    if (origin->file.empty() || isWholeStage) return;
-    message.line += origin->fileLine - 1;
+    message.line += origin->fileLine;
     message.file = origin->file;
 }
 
@@ -89,20 +110,28 @@ std::vector<std::string_view> linesOf(std::string_view text) {
 void nameFiles(RenderException& exception, const Origins& origins) {
     const std::string_view log = exception.shaderLog.view();
     if (origins.empty() || !log.starts_with('\n')) return;
-    const std::string stage(exception.file.view());
-    std::string errors, warnings;
+    std::string stage(exception.file.view());
+    std::string errors, warnings, stageOfFirst;
     std::optional<PlacedMessage> first;
     for (const std::string_view line : linesOf(log.substr(1))) {
+        const std::string_view ending = stageOfHeading(line);
+        const auto headed = std::find_if(origins.begin(), origins.end(), [&](const auto& origin) {
+            return !ending.empty() && origin.stage.ends_with(ending);
+        });
+        if (headed != origins.end()) stage = headed->stage;
         std::optional<PlacedMessage> message = parse(line);
         if (message) place(*message, stage, origins);
         const bool isWarning = message && message->rest.starts_with(") : warning");
         std::string& target = isWarning ? warnings : errors;
         target.append(message ? message->text() : std::string(line)) += '\n';
-        if (message && !isWarning && !first) first = message;
+        if (message && !isWarning && !first) {
+            first = message;
+            stageOfFirst = stage;
+        }
     }
     exception.shaderLog = "\n" + errors + warnings;
     if (!first) return;
-    if (first->file != composedText) exception.file = first->file;
+    exception.file = first->file == composedText ? stageOfFirst : first->file;
     constexpr std::size_t greatest = std::numeric_limits<int>::max(); // beyond it nothing is a line
     exception.line = static_cast<int>(std::min(first->line, greatest));
 }

@@ -366,6 +366,50 @@ TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
     }
 }
 
+TEST_P(ShaderFaults, BehindAnIncludeOfTheProgramAreThoseOfTheComposedText) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        if (i % 2 == 0) { // which is switched off
+            render->ShaderFileOverrides = true;
+            writeFile("N." + name(), "//disable\nfault");
+        }
+        Fault fault("0");
+        writeFile("part", "float part() { return 1.0; }\n");
+        mainCode() = "// main\n#include \"part\"\r\n" + faultyText(fault) + mainFunction();
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, BehindASegmentWithItsLineMarkerOnAreThoseOfTheirOwnText) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        const bool isOfFile = i % 2 == 0;
+        Fault fault(isOfFile ? "N." + name() : "0");
+        const std::string text = faultyText(fault) + mainFunction();
+        render->ShaderFileOverrides = isOfFile;
+        if (isOfFile) writeFile(fault.file, text);
+        if (!isOfFile) mainCode() = text;
+        classPrefix() = i % 4 < 2 ? "#line 300 \"Mist.glsl\"\nfloat mist() { return 1.0; }\n"
+                                  : "#line 300 \"Mist.glsl\"\n#define MIST 1\n";
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAFileOfAWholeStageAreItsOwnWhateverItsDirectivesSay) {
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        shader.buildGeometry();
+        render->ShaderFileOverrides = true;
+        Fault fault("N." + name() + ".glsl");
+        const std::string text =
+            "#version 330 compatibility\n#line 1 \"part\"\n// part\n#line 7 \"N." + name() +
+            "\"\n" + faultyText(fault) + mainFunction();
+        fault.line += 4;
+        writeFile(fault.file, text);
+        expect(fault);
+    }
+}
+
 TEST_P(ShaderFaults, InAPrefixAreThoseOfTheComposedText) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();

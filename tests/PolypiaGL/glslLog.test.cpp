@@ -134,6 +134,10 @@ TEST(glslLogWhole, LinkMessagesNameTheStages) {
     EXPECT_EQ(mapLinkerLog("Vertex info\n-----------\n0(12) : error C5145: must write\n", table(),
                            stages),
               "\nVertex info\n-----------\n0(12) : error: C5145: must write\n");
+    EXPECT_EQ(mapLinkerLog("(0) : error C6022: No input primitive type\n", table(), stages),
+              "\nvertex and fragment stage : error: C6022: No input primitive type\n");
+    EXPECT_EQ(mapCompilerLog("(0) : error C2003: incompatible options\n", table(), 330),
+              "\n0(0) : error: C2003: incompatible options\n");
 }
 
 TEST(LineTable, KeepsFileAndLine) {

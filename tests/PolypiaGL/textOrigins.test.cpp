@@ -54,13 +54,35 @@ TEST(textOrigins, OtherLinesStayThoseOfTheComposedText) {
 
 TEST(textOrigins, LinesBehindAnIncludeAreThoseBehindTheDirective) {
     EXPECT_EQ(logOf("\nN.frag(4) : error: a\n"), "\nN_frag.glsl(6) : error: a\n");
-    EXPECT_EQ(logOf("\nN.vert(4) : error: a\n", mainCode, "N.vert"), "\nN.vert(5) : error: a\n");
 }
 
-TEST(textOrigins, AWholeStageKeepsWhatItsDirectivesSay) {
-    const Origins whole{{"N.frag", "N.frag.glsl", 1, 50, 1}};
+TEST(textOrigins, AWholeStageIsTheFile) {
+    const Origins whole{{"N.frag", "N.frag.glsl", 1, 50, 1, true}};
     EXPECT_EQ(logOf("\n0(17) : error: a\n", whole), "\nN.frag.glsl(17) : error: a\n");
-    EXPECT_EQ(logOf("\nN.frag(4) : error: a\n", whole), "\nN.frag(5) : error: a\n");
+}
+
+TEST(textOrigins, LinkersTellTheStageByAHeading) {
+    const Origins origins{{"N.vert", "N.vert", 21, 60, 1}, {"N.frag", "N_frag.glsl", 25, 30, 1}};
+    const std::string log = "\nVertex info\n-----------\n0(22) : error: a\n"
+                            "Fragment info\n-------------\n0(26) : error: b\n";
+    EXPECT_EQ(logOf(log, origins, "N.vert"),
+              "\nVertex info\n-----------\nN.vert(2) : error: a\n"
+              "Fragment info\n-------------\nN_frag.glsl(2) : error: b\n");
+    const RenderException composed =
+        named("\nFragment info\n-------------\n0(7) : error: a\n", origins, "N.vert");
+    EXPECT_EQ(composed.file.str(), "N.frag");
+    EXPECT_EQ(composed.line, 7);
+}
+
+TEST(textOrigins, WhatOnlyLooksLikeAPlaceIsNone) {
+    for (const char* const log :
+         {"\nvertex and fragment stage : error: (3) : a\n", "\n(0) : error: C6022: no input\n",
+          "\ncall f(3) : see below\n"}) {
+        const RenderException exception = named(log);
+        EXPECT_EQ(exception.shaderLog.str(), log);
+        EXPECT_EQ(exception.file.str(), "N.frag");
+        EXPECT_EQ(exception.line, 0);
+    }
 }
 
 TEST(textOrigins, ErrorsStandAheadOfWarnings) {
