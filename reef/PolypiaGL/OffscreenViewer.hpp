@@ -65,9 +65,10 @@ public:
     /// picture; that of the first eye is the one of getPixelBuffer(), which is null without eyes.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
     /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
-    /// Returns the last frame. What doesn't fit into the cache, or changes all the time, would go
-    /// on for ever: when frames without another object have brought more to the GPU than the cache
-    /// takes, or there were 1000 of them, that is the end as well.
+    /// Returns the last frame, with the failures of all of them, each once. What doesn't fit into
+    /// the cache, or changes all the time, would go on for ever: when frames without another object
+    /// have brought more to the GPU than the cache takes, or there were 1000 of them, that is the
+    /// end as well.
     Frame drawWhole(const std::vector<GLRenderContext::Eye>& eyes);
     /// The picture of an eye of the last frame: red, green, blue and alpha of each pixel, row 0 at
     /// the bottom.

@@ -5,6 +5,7 @@
 #include <Polypia/PickList.hpp>
 #include <Polypia/Seagrass.hpp>
 #include <Polypia/VScene.hpp>
+#include <PolypiaGL/GLRenderException.hpp>
 
 #include <sorrel/VActionNotifier.hpp>
 
@@ -234,6 +235,24 @@ TEST_F(OffscreenViewerTest, WholePictureEndsThoughTheCacheIsTooSmallForIt) {
     EXPECT_TRUE(frame.result & GLRenderContext::Incomplete);
     // The allowance grows from 10 to 160 bytes each time, until the cache was filled once more.
     EXPECT_LT(evicted->draws, 30);
+}
+
+TEST_F(OffscreenViewerTest, WholePictureHasTheFailuresOfAllItsFrames) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    const QuadPtr once(new Quad("once")), always(new Quad("always"));
+    const QuadPtr large(new Costly("large", 1000)); // which takes several frames
+    once->action = [&]() -> bool {
+        if (once->draws == 1) throw GLRenderException(0, "one", "", "once.cpp", 1);
+        return true;
+    };
+    always->action = []() -> bool { throw GLRenderException(0, "each", "", "always.cpp", 1); };
+    const auto frame = viewer->drawWhole({eyeFromAbove()});
+    EXPECT_EQ(frame.result, GLRenderContext::Drew | GLRenderContext::Failed);
+    ASSERT_EQ(frame.failures.size(), 2u);
+    EXPECT_EQ(frame.failures[0].object, "once");
+    EXPECT_EQ(frame.failures[1].object, "always");
+    EXPECT_GT(always->draws, 1);
 }
 
 TEST_F(OffscreenViewerTest, TellsWhatAFrameHasBroughtToTheGpu) {
