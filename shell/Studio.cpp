@@ -6,6 +6,7 @@
 
 #include <Readers/ReaderRegistry.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 #include <utility>
@@ -31,16 +32,6 @@ Mirk::OffscreenViewer::Settings settingsOf(const PictureOptions& options,
     settings.background = premultiplied(background);
     settings.context.device = options.device;
     return settings;
-}
-
-/// A picture without one of its objects would be a wrong one.
-void checkFrame(const Mirk::OffscreenViewer::Frame& frame) {
-    if (isWhole(frame)) return;
-    if (frame.failures.empty()) throw std::runtime_error("not all objects could be drawn");
-    const Mirk::GLRenderContext::Failure& failure = frame.failures.front();
-    const std::string text = "cannot draw " + onOneLine(failure.object) + ": " + wordsOf(failure);
-    if (!failure.shaderLog.empty()) throw FaultyShader(text);
-    throw std::runtime_error(text);
 }
 
 /// Standard output belongs to what commands tell. What libraries have printed there goes to
@@ -77,12 +68,6 @@ struct KindFacts {
 };
 
 } // namespace
-
-bool isWhole(const Mirk::OffscreenViewer::Frame& frame) {
-    constexpr auto partly = Mirk::GLRenderContext::Incomplete | Mirk::GLRenderContext::Interrupted |
-                            Mirk::GLRenderContext::Failed;
-    return (frame.result & partly) == 0;
-}
 
 std::string wordsOf(const Mirk::GLRenderContext::Failure& failure) {
     // It begins and ends with line feeds.
@@ -148,7 +133,8 @@ void Studio::editShaders(const std::string& folder) {
 }
 
 void Studio::draw(const std::vector<Mirk::GLRenderContext::Eye>& eyes) {
-    checkFrame(attempt(eyes));
+    attempt(eyes);
+    checkFrame();
     _viewer->onRenderThread(
         [this](const Mirk::GLRenderContext& context) { _objectSeconds = context.objectSeconds(); });
 }
@@ -162,6 +148,31 @@ Studio::attempt(const std::vector<Mirk::GLRenderContext::Eye>& eyes) {
     _frame = _viewer->drawWhole(eyes);
     passOn(captured.end(), _frame.failures);
     return _frame;
+}
+
+/// A picture without one of its objects would be a wrong one.
+void Studio::checkFrame() const {
+    if (isWhole()) return;
+    if (_frame.failures.empty()) throw std::runtime_error("not all objects could be drawn");
+    const Mirk::GLRenderContext::Failure& failure = _frame.failures.front();
+    const std::string text = "cannot draw " + onOneLine(failure.object) + ": " + wordsOf(failure);
+    if (!failure.shaderLog.empty()) throw FaultyShader(text);
+    throw std::runtime_error(text);
+}
+
+bool Studio::isWhole() const {
+    constexpr auto partly = Mirk::GLRenderContext::Incomplete | Mirk::GLRenderContext::Interrupted;
+    if ((_frame.result & partly) != 0) return false;
+    if ((_frame.result & Mirk::GLRenderContext::Failed) == 0) return true;
+    return std::all_of(_frame.failures.begin(), _frame.failures.end(),
+                       [this](const auto& failure) { return isDrawnAsBefore(failure.object); });
+}
+
+bool Studio::isDrawnAsBefore(const std::string& object) const {
+    const std::vector<Scene::Object>& all = _scene.objects();
+    return std::any_of(all.begin(), all.end(), [&](const Scene::Object& each) {
+        return each.display->Name() == object && each.display->isDrawnAsBefore();
+    });
 }
 
 std::string Studio::story() const {

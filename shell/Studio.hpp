@@ -31,8 +31,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Whether a frame shows all that is to be seen.
-bool isWhole(const Mirk::OffscreenViewer::Frame& frame);
 /// Why an object failed. Of faulty shaders what the compiler has said, each message on a line of
 /// its own.
 std::string wordsOf(const Mirk::GLRenderContext::Failure& failure);
@@ -52,7 +50,7 @@ public:
     /// Throws std::runtime_error if not all that is to be seen is drawn, a FaultyShader if that is
     /// why.
     void draw(const std::vector<Mirk::GLRenderContext::Eye>& eyes);
-    /// The same, but whether all is drawn is for the caller to see.
+    /// The same, but isWhole() has to be asked.
     const Mirk::OffscreenViewer::Frame&
     attempt(const std::vector<Mirk::GLRenderContext::Eye>& eyes);
 
@@ -63,6 +61,11 @@ public:
     const StageClock& clock() const { return _clock; }
     /// Only if there is to be a report.
     const std::vector<FileFacts>& facts() const { return _facts; }
+    /// Whether the last frame shows all that is to be seen. With what isDrawnAsBefore(), though
+    /// that may be among its failures.
+    bool isWhole() const;
+    /// Whether an object was drawn whole, but with the shaders that were good before.
+    bool isDrawnAsBefore(const std::string& object) const;
     /// The last one.
     const Mirk::OffscreenViewer::Frame& frame() const { return _frame; }
     /// Of the objects that were drawn in it, by name; only if there is to be a report.
@@ -73,6 +76,7 @@ public:
 private:
     void read();
     void checkSize() const;
+    void checkFrame() const;
 
     const PictureOptions& _options;
     StageClock _clock;

@@ -23,7 +23,6 @@ namespace Shell {
 namespace {
 
 using Eye = Mirk::GLRenderContext::Eye;
-using Failures = std::vector<Mirk::GLRenderContext::Failure>;
 using Names = std::vector<std::string>;
 
 std::atomic<bool> isToEnd{false};
@@ -78,26 +77,18 @@ std::string listOf(const Names& names) {
     return list;
 }
 
-Names namesIn(const Failures& failures) {
-    Names names;
-    for (const auto& failure : failures) names.push_back(failure.object);
-    return names;
-}
-
 /// What becomes of faulty objects, in words.
 class Faults {
 public:
-    Faults(const Scene& scene, const Mirk::ValuePoolPtr& pool) : _scene(scene), _pool(pool) {}
+    explicit Faults(const Studio& studio) : _studio(studio) {}
 
-    /// `failures` of the first frame with the shaders as they are saved, and those of a second one.
-    void tell(const Failures& failures, const Failures& remaining) {
-        const Names missing = namesIn(remaining);
+    /// Of the last frame.
+    void tell() {
         // Objects of one kind have the same shaders, and so the same faults.
         std::map<std::string, Names> asBefore, notAtAll;
-        for (const auto& failure : failures) {
-            const bool isMissing =
-                std::find(missing.begin(), missing.end(), failure.object) != missing.end();
-            (isMissing ? notAtAll : asBefore)[wordsOf(failure)].push_back(failure.object);
+        for (const auto& failure : _studio.frame().failures) {
+            const bool goesOn = _studio.isDrawnAsBefore(failure.object);
+            (goesOn ? asBefore : notAtAll)[wordsOf(failure)].push_back(failure.object);
         }
         for (const auto& [words, names] : asBefore) {
             tellUser("still drawing " + listOf(names) + " as before: " + words);
@@ -115,9 +106,9 @@ private:
     /// Those whose report has gone.
     Names takeMended() {
         Names mended;
-        for (const Scene::Object& object : _scene.objects()) {
+        for (const Scene::Object& object : _studio.scene().objects()) {
             const Mirk::DisplayObject& display = *object.display;
-            if (!display.renderStatusSlot().value(_pool).text.empty()) {
+            if (!display.renderStatusSlot().value(_studio.viewer().pool).text.empty()) {
                 _faulty.insert(&display);
             } else if (_faulty.erase(&display) > 0) {
                 mended.push_back(display.Name());
@@ -126,8 +117,7 @@ private:
         return mended;
     }
 
-    const Scene& _scene;
-    const Mirk::ValuePoolPtr _pool;
+    const Studio& _studio;
     std::set<const Mirk::DisplayObject*> _faulty;
 };
 
@@ -148,11 +138,7 @@ class Watch {
 public:
     Watch(Studio& studio, const RenderOptions& options, const std::vector<Eye>& eyes,
           const PictureFiles& files)
-        : _studio(studio),
-          _options(options),
-          _eyes(eyes),
-          _files(files),
-          _faults(studio.scene(), studio.viewer().pool) {}
+        : _studio(studio), _options(options), _eyes(eyes), _files(files), _faults(studio) {}
 
     void run() {
         do {
@@ -173,14 +159,12 @@ private:
 
     /// Draws and writes what is new.
     void follow() {
-        const Failures failures = _studio.attempt(_eyes).failures;
-        // What has failed for its shaders is drawn as before from the next frame on, if it can be.
-        if (!failures.empty()) _studio.attempt(_eyes);
-        _faults.tell(failures, _studio.frame().failures);
-        if (!isWhole(_studio.frame())) return;
+        const bool isFaulty = !_studio.attempt(_eyes).failures.empty();
+        _faults.tell();
+        if (!_studio.isWhole()) return;
         _studio.clock().begin("read back");
         std::vector<Pixels> pictures = picturesOf(_studio, _options);
-        if (!failures.empty() && pictures == _written) return;
+        if (isFaulty && pictures == _written) return;
         write(std::move(pictures));
     }
 
