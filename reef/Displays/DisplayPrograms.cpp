@@ -21,14 +21,15 @@ void makeFile(const std::string& path) {
 } // namespace
 
 DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& context,
-                                  const Content& content, Form form)
+                                  const Content& content, Form form,
+                                  const TransformOperator& transform)
     : _stages(display.stages(form, content)), _platformDefines(context.getShaderPlatformDefines()) {
     setGLSLVersion("330", _stages.fragmentVersion);
     VertexHeader += _stages.vertexExtensions;
     GeometryInput = _stages.input;
     GeometryOutput = _stages.output;
     if ((form & isClipped) != 0) _stages.defines += "#define CLIPPED\n";
-    _vertexPrefix = _stages.defines + display.getTransformationShaderFunctions(context) +
+    _vertexPrefix = _stages.defines + transform.getShaderFunctions(context, true) +
                     std::string(glsl::clip) + _stages.vertexPrefix;
     _geometryPrefix = _stages.defines + context.defineMultiView(context.EyeViews.size(), true, 0);
 }

@@ -16,7 +16,7 @@ namespace Mirk {
 class DisplayObject::Composer final : public Programmable {
 public:
     Composer(const DisplayObject& display, VRenderContext& context, const Content& content,
-             Form form);
+             Form form, const TransformOperator& transform);
 
     bool isSame(const Composer& other) const;
     /// Makes empty files for the main code of the stages, where there is nothing.

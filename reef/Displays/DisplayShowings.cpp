@@ -103,7 +103,7 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     const Way way{content, form | (showing.needsLevels ? hasLevels : 0),
                   _display.transformIn(context.pool)};
     if (showing.isOtherWay(way)) {
-        showing.setWay(way, compiledFor(context, seagrass, *content, form));
+        showing.setWay(way, compiledFor(context, seagrass, *content, form, way.transform));
     }
     return showing.draw(_display, context, *content);
 }
@@ -144,10 +144,11 @@ DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seag
 }
 
 /// One with the same text, or a new one, which nobody has asked yet to be compiled.
-DisplayObject::CompiledPtr DisplayObject::Showings::compiledFor(VRenderContext& context,
-                                                                const Seagrass& seagrass,
-                                                                const Content& content, Form form) {
-    const Composer composer(_display, context, content, form);
+DisplayObject::CompiledPtr
+DisplayObject::Showings::compiledFor(VRenderContext& context, const Seagrass& seagrass,
+                                     const Content& content, Form form,
+                                     const TransformOperator& transform) {
+    const Composer composer(_display, context, content, form, transform);
     const bool takesFiles = context.ShaderFileOverrides;
     std::erase_if(_programs, [](const auto& program) { return program.expired(); });
     for (const std::weak_ptr<Compiled>& known : _programs) {

@@ -67,7 +67,7 @@ public:
 private:
     Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);
     CompiledPtr compiledFor(VRenderContext& context, const Seagrass& seagrass,
-                            const Content& content, Form form);
+                            const Content& content, Form form, const TransformOperator& transform);
 
     const DisplayObject& _display;
     std::vector<std::unique_ptr<Showing>> _all;

@@ -21,8 +21,9 @@ public:
     ~VEnvironmentRenderObject() override;
 
     /// Offers a camera in a pool, in place of one of the same name, and notifies, even if it is
-    /// what it was before. A null pool means all pools. Any thread. The value becomes another set
-    /// each time: the one before stays as it is for those who are reading it.
+    /// what it was before. A null pool means all pools: these have then what was announced for all,
+    /// and no more what was announced for one of them alone. Any thread. The value becomes another
+    /// set each time: the one before stays as it is for those who are reading it.
     void announce(const std::string& viewpoint, const VCamera& camera,
                   const ValuePoolPtr& pool) const;
     /// What a drawing may afford: `precision` is that of the context, 1 for full detail, as without

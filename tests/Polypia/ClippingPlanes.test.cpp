@@ -125,6 +125,8 @@ TEST_F(ClippingPlanesTest, TextStartsWithItsMarkerAndStandsUnderItsGuard) {
                                  "#define HAVE_zelk_setClipDistances"));
     EXPECT_THAT(text, HasSubstr("uniform vec4 ClipPlane0;\n"));
     EXPECT_THAT(text, HasSubstr("uniform vec4 ClipPlane1;\n"));
+    EXPECT_THAT(text, HasSubstr("out gl_PerVertex\n{\n    vec4 gl_Position;\n"
+                                "    float gl_ClipDistance[];\n};\n"));
 }
 
 } // namespace

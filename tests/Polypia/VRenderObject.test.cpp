@@ -10,9 +10,13 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <exception>
 #include <functional>
 #include <limits>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -177,6 +181,7 @@ TEST_F(VRenderObjectTest, ValuesThatItWritesAreLocalAndItsInputsGlobal) {
             << slot->Name();
     }
     EXPECT_TRUE(object->renderStatusSlot()->parameter()->holdsLocalValues());
+    EXPECT_EQ(object->renderStatusSlot()->flags & Mirk::VSlot::GlobalFlag, 0);
     EXPECT_TRUE(object->statusSlot()->parameter()->holdsLocalValues());
     EXPECT_FALSE(object->chartSlot()->parameter()->holdsLocalValues());
     EXPECT_FALSE(object->transformSlot()->parameter()->holdsLocalValues());
@@ -375,6 +380,60 @@ TEST_F(VRenderObjectTest, StatusOfSomebodyElseIsClearedByAGoodFrame) {
     draw();
     EXPECT_EQ(report(), "");
     EXPECT_EQ(status(pool).code, 7U);
+}
+
+TEST_F(VRenderObjectTest, StatusIsReadAheadOfTheDrawing) {
+    object->action = [&] {
+        object->renderStatusSlot().set(pool, VObjectStatus("set meanwhile"));
+        return true;
+    };
+    draw();
+    EXPECT_EQ(report(), "set meanwhile");
+    object->action = nullptr;
+    draw();
+    EXPECT_EQ(report(), "");
+}
+
+TEST_F(VRenderObjectTest, StatusThatIsEmptiedMeanwhileIsNotWrittenAgain) {
+    object->renderStatusSlot().set(pool, VObjectStatus("x"));
+    object->action = [&] {
+        object->renderStatusSlot().set(pool, VObjectStatus(std::string()));
+        return true;
+    };
+    const int before = statusWatcher->changes;
+    draw();
+    EXPECT_EQ(report(), "");
+    EXPECT_EQ(statusWatcher->changes, before + 1) << "by the drawing alone";
+}
+
+TEST_F(VRenderObjectTest, ReportReplacesTheTextOfTheStatusOnly) {
+    VObjectStatus placed("somebody was here");
+    placed.code = 7;
+    object->renderStatusSlot().set(pool, placed);
+    failWith(failure("D"));
+    drawAndListen();
+    EXPECT_THAT(report(), testing::HasSubstr("<B>D: "));
+    EXPECT_EQ(status(pool).code, 7U);
+    EXPECT_EQ(status(pool).colors, placed.colors);
+}
+
+TEST_F(VRenderObjectTest, FailureIsPrintedAheadOfTellingTheContextWithinTheHandler) {
+    class Asking : public RecordingContext {
+    public:
+        bool notifyError(const Mirk::RenderAble&, const RenderException&) override {
+            printed = GetCapturedStdout();
+            isHandled = std::current_exception() != nullptr;
+            return true;
+        }
+        std::string printed;
+        bool isHandled = false;
+    };
+    Asking asking;
+    failWith(failure("D"));
+    CaptureStdout();
+    EXPECT_TRUE(object->safe_render(asking, 0, -1));
+    EXPECT_THAT(asking.printed, StartsWith("VRenderObject: "));
+    EXPECT_TRUE(asking.isHandled);
 }
 
 TEST_F(VRenderObjectTest, WithoutAPoolNoStatusIsWrittenButAllElseRuns) {
@@ -586,6 +645,20 @@ TEST_F(VRenderObjectTest, UpdateTellsTheBoundsWithAllLocksOfARequestHeld) {
     request.process(*object, 1.0);
     EXPECT_EQ(*box(), Skua::BoundingBox({-1, 0, 0}, {1, 0, 0}));
     EXPECT_EQ(object->updates, 1);
+}
+
+TEST_F(VRenderObjectTest, EmbraceWaitsForTheMutexOfThePool) {
+    std::unique_lock lock(pool->mutex);
+    std::atomic<bool> isDone = false;
+    std::thread other([&] {
+        object->embrace(pool, {1, 2, 3});
+        isDone = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(isDone);
+    lock.unlock();
+    other.join();
+    EXPECT_EQ(box()->min.x, 1);
 }
 
 TEST_F(VRenderObjectTest, SeveralThreadsEmbraceAtOnce) {
