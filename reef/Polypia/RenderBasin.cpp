@@ -1,8 +1,11 @@
 #include <Polypia/RenderBasin.hpp>
 
+#include <Polypia/PolypCreator.hpp>
+#include <Polypia/RenderTentacles.hpp>
 #include <Polypia/Seagrass.hpp>
 
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 namespace Mirk {
@@ -11,6 +14,25 @@ namespace {
 
 RenderBasin::ShaderProgram shader(const std::string& code, const std::string& name, unsigned line) {
     return {code, name, static_cast<int>(line)};
+}
+
+using Variables = RenderNamespace::ProgramVariables;
+
+/// Removes a name from the map of each type.
+void eraseVariable(Variables& variables, const std::string& name) {
+    variables.erase(name);
+    variables.forEachKind([&](auto& values) { values.erase(name); });
+}
+
+/// Calls `visit` with each name, its value and the map of a target for values of that type. The map
+/// of variants comes last: of one name in several maps it is the one that counts.
+template<class Visitor>
+void forEachVariable(const Variables& source, Variables& target, const Visitor& visit) {
+    source.forEachKind([&](const auto& values) {
+        using Value = typename std::remove_reference_t<decltype(values)>::mapped_type;
+        for (const auto& [name, value] : values) visit(name, value, target.values<Value>());
+    });
+    for (const auto& [name, value] : source) visit(name, value, target);
 }
 
 } // namespace
@@ -143,6 +165,52 @@ std::string RenderBasin::glsl_line_directive(int line, const char* file) const {
            "defined(GLSL_CAN_DO_LINE_DIRECTIVE)#line " +
            std::to_string(first + 1) + " \"" + file + "\"\n#else\n#line " +
            std::to_string(first + 3) + " /* " + file + "*/\n#endif\n";
+}
+
+std::string RenderBasin::getLightSourceCode() const {
+    std::string code = Lighting::prefix();
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    const unsigned int number = alive ? alive->defineLightFunctions(code) : 0;
+    return code + Lighting::postfix(number);
+}
+
+void RenderBasin::mergeIlluminationUniforms(Program& program) const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    if (alive) mergeIlluminationUniforms(*alive, program);
+}
+
+// The set of names only grows: a program keeps nothing of lights that come and go.
+void RenderBasin::mergeIlluminationUniforms(const Lighting& lighting, Program& program) {
+    Variables& variables = program;
+    for (const std::string& name : program.IlluminationUniformNames) eraseVariable(variables, name);
+    unsigned int index = 0;
+    for (const LightsByCreation::Light& light : lighting) {
+        const Lighting::SourcePtr source(light);
+        if (!source) continue;
+        const auto lock = source->lockVariables();
+        forEachVariable(
+            *source, variables, [&](const std::string& name, const auto& value, auto& map) {
+                const std::string effective = Lighting::getEffectiveLightName(name, index);
+                program.IlluminationUniformNames.insert(effective);
+                eraseVariable(variables, effective);
+                map.insert_or_assign(effective, value);
+            });
+        ++index;
+    }
+}
+
+bool RenderBasin::lightingHasChanged(const PolypCreatorBase& creator) const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    return alive && lightingHasChanged(*alive, creator);
+}
+
+bool RenderBasin::lightingHasChanged(Lighting& lighting, const PolypCreatorBase& creator) {
+    return lighting.isYoungerThan(creator);
+}
+
+bool RenderBasin::hasValidLighting(const Keel::Ageable& made) const {
+    const Keel::StrongPtr<Seagrass> alive(seagrass);
+    return !alive || !(alive->isYoungerThan(made) || alive->compositionIsYoungerThan(made));
 }
 
 RenderBasin::OriginScope::OriginScope(RenderBasin& basin, std::vector<TextOrigin> origins)

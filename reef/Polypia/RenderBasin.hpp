@@ -86,6 +86,7 @@ public:
     using TimerPtr = Keel::StrongPtr<RenderTimer, Tentacle>;
     using StorageBufferPtr = Keel::StrongPtr<StorageBufferTentacle, Tentacle>;
     using TexturePtr = Keel::StrongPtr<TextureTentacle, Tentacle>;
+    using IlluminationPtr = Keel::StrongPtr<Illumination, Tentacle>;
     using RenderParameterPtr = Keel::StrongPtr<RenderParameter, Tentacle>;
     class Updater;
     using UpdaterPtr = Keel::StrongPtr<Updater, Updater>;
@@ -211,6 +212,27 @@ public:
     /// count these lines as well.
     std::string glsl_line_directive(int line, const char* file) const;
 
+    // Lights, which are those of the Seagrass; see RenderNamespace::Lighting. Without a live one
+    // there are none. A shader that asks for light has getLightSourceCode() in its prefix, its
+    // polyp an Illumination, and its owner asks hasValidLighting() ahead of each drawing.
+
+    /// The text that gives getLightAtVertex() to the main code of a stage. Not cached.
+    std::string getLightSourceCode() const;
+    /// Brings the uniforms of the lights into the variables of a program, in place of those that a
+    /// light has ever brought there: a variable of the program's own whose name a light has used
+    /// goes with them. Live lights are numbered in the order of the set. Of one name in several
+    /// lights, as names without placeholder may be, the last light has the value, whatever its
+    /// type. Does nothing without a live Seagrass.
+    void mergeIlluminationUniforms(Program& program) const;
+    static void mergeIlluminationUniforms(const Lighting& lighting, Program& program);
+    /// Whether a light has changed since the creator made its polyp, so that other shaders are due;
+    /// see Lighting::isYoungerThan for what that leaves out.
+    bool lightingHasChanged(const PolypCreatorBase& creator) const;
+    static bool lightingHasChanged(Lighting& lighting, const PolypCreatorBase& creator);
+    /// Whether shaders that were made at that age still are for the lights that there are: no light
+    /// has changed, and none was added, removed, hidden, shown or swapped for another.
+    bool hasValidLighting(const Keel::Ageable& made) const;
+
     /// An updater from a function of the render context, for a value that has no slot.
     template<class F>
     static UpdaterPtr createRenderLambda(F function);
@@ -237,7 +259,7 @@ protected:
     Keel::WeakPtr<Seagrass> seagrass;
 
 public:
-    /// Kept up to date by the backend.
+    /// How many lights are visible; set at the head of each frame, see VRenderContext::FrameLights.
     std::int32_t numberOfLightSources = 0;
     /// Where the texts of the program come from that is being made, so that what a backend throws
     /// names files as their authors know them. Empty for programs of whose texts nothing is known.

@@ -5,13 +5,16 @@
 #include <Polypia/fwd.hpp>
 
 #include <keel/Ageable.hpp>
+#include <keel/StrongPtr.hpp>
 #include <keel/WeakPtr.hpp>
 #include <rookery/Coordinates.hpp>
 #include <rookery/FixedArray.hpp>
 #include <rookery/Matrix.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <tuple>
@@ -127,15 +130,36 @@ private:
 
 /// A light as shaders see it: a function in GLSL, and its uniforms. The names of both contain the
 /// placeholder of Lighting where the index of the light must stand, so that lights with the same
-/// code do not collide. The age is that of the last change of the light.
+/// code do not collide. Places go into the map of variants as Skua::PhysicalSpace::point, from
+/// which a backend subtracts the origin of what is lit; directions as FixedArray<double, 3>.
+///
+/// The age is that of the last change that takes other shaders: of the function's text, or of the
+/// set of names and types of the uniforms. New values of uniforms take no other shaders, as they
+/// are merged into programs ahead of each drawing, and leave the age alone.
+///
+/// The function is asked for on the render thread. The variables may be replaced on any thread: who
+/// reads or changes them while another may do so holds lockVariables().
 class POLYPIA_EXPORT RenderNamespace::LightSource : public Keel::ReferenceBase<LightSource>,
                                                     public ProgramVariables,
                                                     public Keel::Ageable {
 public:
     LightSource();
     ~LightSource() override;
-    /// The GLSL definition of the light's function.
+    /// The GLSL definition of the light's function, which has the signature
+    ///
+    ///     void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity,
+    ///                      out vec3 specular_intensity)
     virtual std::string getLightFunction() = 0;
+
+    std::unique_lock<std::mutex> lockVariables() const;
+    /// The variables as they are now.
+    ProgramVariables copyVariables() const;
+    /// Replaces them as a whole, so that a merge never sees some of a change. Returns whether names
+    /// or types are others than before.
+    bool replaceVariables(ProgramVariables&& variables);
+
+private:
+    mutable std::mutex _variablesMutex; // leaf
 };
 
 /// Orders lights by the time at which they were made, which is the same in each run of a program
@@ -146,16 +170,65 @@ struct POLYPIA_EXPORT LightsByCreation {
     bool operator()(const Light& a, const Light& b) const noexcept;
 };
 
-/// The lights of a context. It does not keep them alive: an expired one stays until the set is
-/// filled anew.
+/// The lights of a context, and the text by which shaders ask for their light. It does not keep
+/// them alive: an expired one stays until the set is filled anew. All on the render thread.
+///
+/// The text is prefix(), the functions of the lights in the order of the set, and postfix(); who
+/// stands behind it has getLightAtVertex(), and defines LightFunction(). See Lighting.glsl.
 class POLYPIA_EXPORT RenderNamespace::Lighting
     : public std::set<LightsByCreation::Light, LightsByCreation> {
 public:
+    using Age = Keel::Ageable::Age;
+    using SourcePtr = Keel::StrongPtr<LightSource, LightSource>;
+
+    /// What stands for the index of a light in its function and in the names of its uniforms.
+    static const std::string placeholder;
+
     Lighting();
     virtual ~Lighting();
 
+    /// The fixed front of the text.
+    static std::string prefix();
+    /// The end of the text: getLightAtVertex(), which calls that many functions.
+    static std::string postfix(unsigned int numberOfFunctions);
+    /// Appends the functions, numbered by their place in the set. An expired light has a number,
+    /// but no function: what postfix() makes of it doesn't link. Returns the number of entries.
+    unsigned int defineLightFunctions(std::string& code) const;
+    /// The name with each placeholder replaced by the index.
+    static std::string getEffectiveLightName(const std::string& name, unsigned int index);
+    /// Whether a live light has changed, as LightSource tells its age, since then. Is not told by
+    /// lights that were added or removed, see compositionIsYoungerThan().
+    bool isYoungerThan(const Keel::Ageable& age) const;
+
+    // LightingStamp rises whenever lights are entered, and so with each frame. What tells whether
+    // shaders are due is the age of the composition: the time at which the set became another one,
+    // by comparison of its lights, one by one. So hiding, removing and swapping lights are noticed,
+    // and nothing is compiled while the lights stay what they are.
+
+    /// Enters a light, unless it is empty, and stamps the set. In the set twice it is once.
+    void enable(const SourcePtr& source);
+    /// Empties the set, calls `fill`, which enters the lights, and stamps the set if they are
+    /// others than before; only then the composition is another one.
+    void refill(const std::function<void()>& fill);
+    /// Keeps the lights alive for the caller, in order, so that what they are can't change while
+    /// shaders are made for them; those that have expired already leave the set.
+    std::vector<SourcePtr> hold();
+    /// Notes that shaders for these lights are due, though the lights are the same.
+    void noteComposition();
+    Age compositionAge() const noexcept { return _compositionAge; }
+    bool compositionIsYoungerThan(const Keel::Ageable& age) const noexcept {
+        return _compositionAge > age.age();
+    }
+
     /// Age of the last change of the set.
     std::uint64_t LightingStamp = Keel::Ageable::Ooooold;
+
+private:
+    class Refilling;
+    using Set = std::set<LightsByCreation::Light, LightsByCreation>;
+
+    Age _compositionAge = Keel::Ageable::Ooooold;
+    bool _isRefilling = false;
 };
 
 } // namespace Mirk

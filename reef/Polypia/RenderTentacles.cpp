@@ -1,5 +1,7 @@
 #include <Polypia/RenderTentacles.hpp>
 
+#include <Polypia/Seagrass.hpp>
+
 #include <keel/VerboseStream.hpp>
 
 #include <algorithm>
@@ -129,6 +131,26 @@ bool RenderBasin::Illumination::activate(const Polyp&) {
 
 bool RenderBasin::Illumination::deactivate(const Polyp&) {
     return true;
+}
+
+RenderBasin::IlluminationPtr RenderBasin::Illumination::get(const Polyp& polyp) {
+    const auto [first, last] = polyp.get_range(Polyp::ParameterKey, Polyp::ParameterKey);
+    for (auto entry = first; entry != last; ++entry) {
+        if (IlluminationPtr found(entry->second); found) return found;
+    }
+    return {};
+}
+
+bool RenderBasin::Illumination::mergeIlluminationUniformsIntoProgram(Program& program) {
+    const Keel::StrongPtr<Seagrass> alive(_seagrass);
+    if (alive) mergeIlluminationUniforms(*alive, program);
+    return true;
+}
+
+bool RenderBasin::Illumination::mergeIlluminationUniformsIntoProgram(Program& program,
+                                                                     const Polyp& polyp) {
+    const IlluminationPtr illumination = get(polyp);
+    return !illumination || illumination->mergeIlluminationUniformsIntoProgram(program);
 }
 
 } // namespace Mirk

@@ -25,7 +25,8 @@ public:
     Program();
     ~Program() override;
 
-    /// The variables that the last merge of lights has put into the program.
+    /// The variables that merges of lights have put into the program, all of them so far; see
+    /// RenderBasin::mergeIlluminationUniforms.
     std::set<std::string> IlluminationUniformNames;
     /// Text of the stages by name.
     std::map<std::string, std::string> ProgramSources;
@@ -206,15 +207,25 @@ public:
                                Seagrass* seagrass) = 0;
 };
 
-/// Through this a polyp takes part in lighting.
+/// Through this a polyp takes part in lighting: it finds the lights of its Seagrass for the
+/// programs of the polyp. Owners call mergeIlluminationUniformsIntoProgram() ahead of each drawing,
+/// as the uniforms change without notice, and the index of a light with the set.
 class POLYPIA_EXPORT RenderBasin::Illumination
     : public Polyp::SpecializedTentacle<Polyp::ParameterKey> {
 public:
     explicit Illumination(const Keel::WeakPtr<Seagrass>& seagrass);
     ~Illumination() override;
 
+    /// Without effect, like deactivate(); both are true.
     bool activate(const Polyp& polyp) override;
     bool deactivate(const Polyp& polyp) override;
+
+    /// That of a polyp, or null.
+    static IlluminationPtr get(const Polyp& polyp);
+    /// See RenderBasin::mergeIlluminationUniforms. Does nothing without a live Seagrass, and the
+    /// second form without the tentacle. True in any case.
+    bool mergeIlluminationUniformsIntoProgram(Program& program);
+    static bool mergeIlluminationUniformsIntoProgram(Program& program, const Polyp& polyp);
 
 private:
     Keel::WeakPtr<Seagrass> _seagrass;

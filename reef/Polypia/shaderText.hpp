@@ -1,6 +1,7 @@
 #pragma once
 // Pieces of text that blocks of GLSL have in common; stands on nothing.
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,16 @@ namespace Mirk {
 /// errors are told in lines of the source that the block comes from. `line` is the number of the
 /// first line behind the marker.
 std::string lineMarker(int line, std::string_view source);
+
+/// The text with each `what`, found from left to right, replaced by `by`, which isn't searched
+/// again. An empty `what` is found nowhere.
+inline std::string replacedText(std::string text, std::string_view what, std::string_view by) {
+    if (what.empty()) return text;
+    for (std::size_t at = text.find(what); at != std::string::npos;
+         at = text.find(what, at + by.size())) {
+        text.replace(at, what.size(), by);
+    }
+    return text;
+}
 
 } // namespace Mirk

@@ -8,6 +8,7 @@
 #include <Polypia/RenderException.hpp>
 
 #include <gmock/gmock.h>
+#include <zlib.h>
 
 #include <memory>
 #include <string>
@@ -565,6 +566,11 @@ TEST_F(Programmable, NumberOfLightsIsAConstant) {
     context.numberOfLightSources = 3;
     EXPECT_EQ(Mirk::Programmable::setNumberOfLightSources(context, "Lights"),
               "const int Lights = 3; // number of currently active light sources \n");
+    const std::string line = Mirk::Programmable::setNumberOfLightSources(context, "N");
+    EXPECT_EQ(line.size(), 62U) << "with a blank ahead of the line feed";
+    EXPECT_EQ(
+        ::crc32(0, reinterpret_cast<const Bytef*>(line.data()), static_cast<uInt>(line.size())),
+        0x910eeb4bU);
 }
 
 // ---------------------------------------------------------------------------------------------
