@@ -1,6 +1,8 @@
 #include <Polypia/ObjectSelection.hpp>
 
 #include <Polypia/RenderAble.hpp>
+#include <Polypia/VLightSource.hpp>
+#include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
 #include <mutex>
@@ -121,12 +123,23 @@ std::shared_ptr<const ObjectSelection::Drawables> ObjectSelection::drawables() c
             continue;
         }
         const Keel::StrongPtr<RenderAble, VManagedObjectBase> drawable(live);
-        if (drawable) found->push_back({layer, drawable});
+        if (!drawable) continue;
+        const bool isLight = dynamic_cast<const VLightSource*>(drawable.get()) != nullptr;
+        found->push_back({layer, drawable, isLight});
     }
     if (!isComplete) return found;
     const std::lock_guard lock(objects->drawablesMutex);
     if (!objects->drawables) objects->drawables = found;
     return objects->drawables;
+}
+
+int ObjectSelection::getNumberOfActiveLightSources(const VRenderContext& context) const {
+    const auto all = drawables();
+    return static_cast<int>(std::count_if(all->begin(), all->end(), [&](const Drawable& drawable) {
+        if (!drawable.isLight) return false;
+        const Keel::StrongPtr<RenderAble, VManagedObjectBase> light(drawable.object);
+        return light && light->isVisible(context.pool);
+    }));
 }
 
 ObjectSelection::Shared ObjectSelection::snapshot() const noexcept {

@@ -33,6 +33,7 @@ public:
     struct Drawable {
         int layer;
         Keel::WeakPtr<RenderAble, VManagedObjectBase> object;
+        bool isLight; ///< is a VLightSource
     };
     using Drawables = std::vector<Drawable>;
 
@@ -64,6 +65,8 @@ public:
     /// what an object is takes longer than to look at it, so that this is done once for a selection
     /// and its copies, until it is changed. Never null.
     std::shared_ptr<const Drawables> drawables() const;
+    /// How many of the drawables() are a VLightSource that is visible in the pool of the context.
+    int getNumberOfActiveLightSources(const VRenderContext& context) const;
 
 private:
     struct Objects;

@@ -29,6 +29,7 @@
 #include <Polypia/Seagrass.hpp>
 #include <Polypia/ShaderConditionals.hpp>
 #include <Polypia/ShaderInjector.hpp>
+#include <Polypia/ShaderLightSource.hpp>
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/TextureModel.hpp>
 #include <Polypia/TouchList.hpp>
@@ -36,6 +37,7 @@
 #include <Polypia/UniformBuffer.hpp>
 #include <Polypia/VCameraSet.hpp>
 #include <Polypia/VEnvironmentRenderObject.hpp>
+#include <Polypia/VLightSource.hpp>
 #include <Polypia/VRenderAble.hpp>
 #include <Polypia/VRenderContext.hpp>
 #include <Polypia/VRenderInterruptor.hpp>

@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <exception>
 #include <numbers>
+#include <utility>
 
 namespace Mirk {
 
@@ -98,6 +100,21 @@ double beyond(const FrustumPlane& plane, const Skua::BoundingBox& box) {
                                n.z > 0.0 ? box.max.z : box.min.z};
     const View::vector d = plane.corner - farthest;
     return d.x * n.x + d.y * n.y + d.z * n.z;
+}
+
+/// A light that fails is left out; the frame goes on.
+void letIlluminate(const RenderAble& object, const VRenderContext& context) {
+    try {
+        object.illuminate(context);
+    } catch (const std::exception& exception) {
+        std::printf("VRenderContext::setLightSources - [%s]: %s\n", object.Name().c_str(),
+                    exception.what());
+        std::fflush(stdout);
+    } catch (...) {
+        std::printf("VRenderContext::setLightSources - [%s]: unknown exception\n",
+                    object.Name().c_str());
+        std::fflush(stdout);
+    }
 }
 
 } // namespace
@@ -293,6 +310,40 @@ bool VRenderContext::isVisible(const Skua::BoundingBox& box, unsigned eye) const
     return std::none_of(planes.begin(), planes.end(),
                         [&](const FrustumPlane& plane) { return beyond(plane, box) > 0.0; });
 }
+
+void VRenderContext::enableLightSource(const Keel::StrongPtr<LightSource>& source) const {
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    if (live) live->enable(source);
+}
+
+void VRenderContext::setLightSources(const ObjectSelection& objects) const {
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    if (!live) return;
+    const auto drawables = objects.drawables();
+    live->refill([&] {
+        for (const ObjectSelection::Drawable& drawable : *drawables) {
+            const Keel::StrongPtr<RenderAble, VManagedObjectBase> object(drawable.object);
+            if (object && object->isVisible(pool)) letIlluminate(*object, *this);
+        }
+    });
+}
+
+VRenderContext::FrameLights::FrameLights(const VRenderContext& context) {
+    const Keel::StrongPtr<Seagrass> live(context.seagrass);
+    if (live) _sources = live->hold();
+}
+
+VRenderContext::FrameLights::FrameLights(VRenderContext& context, const ObjectSelection& objects) {
+    context.setLightSources(objects);
+    const int number = objects.getNumberOfActiveLightSources(context);
+    const bool isOtherNumber = number != std::exchange(context.numberOfLightSources, number);
+    const Keel::StrongPtr<Seagrass> live(context.seagrass);
+    if (!live) return;
+    _sources = live->hold();
+    if (isOtherNumber) live->noteComposition();
+}
+
+VRenderContext::FrameLights::~FrameLights() = default;
 
 UniformBufferPtr
 VRenderContext::mkUniformBuffer(const std::string& name,

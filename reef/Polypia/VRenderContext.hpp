@@ -22,6 +22,7 @@
 #include <list>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace Mirk {
 
@@ -92,6 +93,8 @@ public:
         double focus = 1.0; ///< distance from the eye, in the units of eyeX and eyeY
         double spare = 0.0; ///< for the backend
     };
+
+    class FrameLights;
 
     /// `layers` is kept for the backend; layers of views there are always
     /// LayeredMultiViews::NumberOfLayers. `renderAllowance` is in bytes.
@@ -185,6 +188,15 @@ public:
     /// not a number excludes nothing.
     bool isVisible(const Skua::BoundingBox& box, unsigned eye) const;
 
+    /// Enters a light into those of the Seagrass; called by RenderAble::illuminate. An empty one is
+    /// ignored, and nothing is done without a live Seagrass.
+    void enableLightSource(const Keel::StrongPtr<LightSource>& source) const;
+    /// Replaces the lights of the Seagrass by those that the visible objects of a selection enter,
+    /// whatever their layer; see Lighting::refill for what that does to ages. What an object throws
+    /// is printed, and the next one follows. Contexts that share a Seagrass share its lights, which
+    /// then are those of the last call.
+    void setLightSources(const ObjectSelection& objects) const;
+
     /// Those of the Seagrass; without a live one empty, and setting does nothing.
     UniformBufferPtr mkUniformBuffer(const std::string& name,
                                      const std::function<UniformBufferPtr()>& factory) const;
@@ -230,6 +242,25 @@ private:
     bool isTile() const;
 
     std::uint64_t _refusals = 0;
+};
+
+/// The lights of a frame, for a backend to hold from the head of the frame to its end: none dies
+/// while shaders are made for it and uniforms are merged from it. Behind the first constructor, and
+/// ahead of other objects, a backend has the lights rendered, for what they change with each frame.
+class POLYPIA_EXPORT VRenderContext::FrameLights {
+public:
+    /// Sets the lights and `numberOfLightSources` from the objects of the frame. Shaders are due if
+    /// one of them has changed.
+    FrameLights(VRenderContext& context, const ObjectSelection& objects);
+    /// Keeps the lights that there are, for drawing other objects with the lights of the last
+    /// frame.
+    explicit FrameLights(const VRenderContext& context);
+    FrameLights(const FrameLights&) = delete;
+    FrameLights& operator=(const FrameLights&) = delete;
+    ~FrameLights();
+
+private:
+    std::vector<Lighting::SourcePtr> _sources;
 };
 
 static_assert(std::is_same_v<Keel::RootOf_t<VRenderContext::Font>, Polyp::Tentacle>);

@@ -38,6 +38,7 @@ class RenderSlice;
 class Seagrass;
 class ShaderConditionals;
 class ShaderInjectorBase;
+class ShaderLightSource;
 class StereoDraw;
 class TextureBase;
 class TextureCreator;
@@ -48,6 +49,7 @@ class UniformBuffer;
 class UniformBufferRegistry;
 class VCameraSet;
 class VEnvironmentRenderObject;
+class VLightSource;
 class VRenderContext;
 class VRenderContextBasin;
 class VRenderInterruptor;
@@ -135,6 +137,10 @@ struct Keel::RootOf<Mirk::ShaderInjectorBase> {
     using type = Mirk::ShaderInjectorBase;
 };
 template<>
+struct Keel::RootOf<Mirk::ShaderLightSource> {
+    using type = Mirk::VManagedObjectBase;
+};
+template<>
 struct Keel::RootOf<Mirk::TextureBase> {
     using type = Keel::Cacheable;
 };
@@ -152,6 +158,10 @@ struct Keel::RootOf<Mirk::VCameraSet> {
 };
 template<>
 struct Keel::RootOf<Mirk::VEnvironmentRenderObject> {
+    using type = Mirk::VManagedObjectBase;
+};
+template<>
+struct Keel::RootOf<Mirk::VLightSource> {
     using type = Mirk::VManagedObjectBase;
 };
 template<>
