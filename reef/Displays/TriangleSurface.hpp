@@ -15,7 +15,8 @@ namespace Mirk {
 /// data have none. They have the colours of their points or, without these, that of the input
 /// "color". With the input "edges" the edges are drawn on them, in the colour "edgecolor" and
 /// "edgewidth" pixels wide. Alpha is not used. Triangles with a corner that is no finite number are
-/// left out.
+/// left out. Pieces that are drawn with fewer vertices may have some of their neighbours' points
+/// beside their own, so that they meet without gaps.
 class DISPLAYS_EXPORT TriangleSurface : public DisplayObject {
 public:
     explicit TriangleSurface(const std::string& name, const TriangleMesh& data = {});
