@@ -650,14 +650,14 @@ TEST_F(VRenderObjectTest, UpdateTellsTheBoundsWithAllLocksOfARequestHeld) {
 TEST_F(VRenderObjectTest, EmbraceWaitsForTheMutexOfThePool) {
     std::unique_lock lock(pool->mutex);
     std::atomic<bool> isDone = false;
-    std::thread other([&] {
+    std::thread embracing([&] {
         object->embrace(pool, {1, 2, 3});
         isDone = true;
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_FALSE(isDone);
     lock.unlock();
-    other.join();
+    embracing.join();
     EXPECT_EQ(box()->min.x, 1);
 }
 
