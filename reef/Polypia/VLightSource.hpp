@@ -9,7 +9,7 @@ namespace Mirk {
 
 /// By this class a scene tells lights from other objects, see
 /// ObjectSelection::getNumberOfActiveLightSources. A backend has lights rendered at the head of a
-/// frame.
+/// frame; they draw nothing, and aren't picked.
 class POLYPIA_EXPORT VLightSource : public VEnvironmentRenderObject {
 public:
     /// The arguments are those of VObject, which a derived class constructs.

@@ -334,6 +334,10 @@ VRenderContext::FrameLights::FrameLights(const VRenderContext& context) {
 }
 
 VRenderContext::FrameLights::FrameLights(VRenderContext& context, const ObjectSelection& objects) {
+    const auto drawables = objects.drawables();
+    for (const ObjectSelection::Drawable& drawable : *drawables) {
+        if (drawable.isLight) _objects.emplace_back(drawable.object);
+    }
     context.setLightSources(objects);
     const int number = objects.getNumberOfActiveLightSources(context);
     const bool isOtherNumber = number != std::exchange(context.numberOfLightSources, number);

@@ -244,9 +244,10 @@ private:
     std::uint64_t _refusals = 0;
 };
 
-/// The lights of a frame, for a backend to hold from the head of the frame to its end: none dies
-/// while shaders are made for it and uniforms are merged from it. Behind the first constructor, and
-/// ahead of other objects, a backend has the lights rendered, for what they change with each frame.
+/// The lights of a frame, for a backend to hold from the head of the frame to its end: neither they
+/// nor the objects that tell their functions die while shaders are made for them. Behind the first
+/// constructor, and ahead of other objects, a backend has the lights rendered, for what they change
+/// with each frame.
 class POLYPIA_EXPORT VRenderContext::FrameLights {
 public:
     /// Sets the lights and `numberOfLightSources` from the objects of the frame. Shaders are due if
@@ -260,6 +261,7 @@ public:
     ~FrameLights();
 
 private:
+    std::vector<Keel::StrongPtr<RenderAble, VManagedObjectBase>> _objects;
     std::vector<Lighting::SourcePtr> _sources;
 };
 

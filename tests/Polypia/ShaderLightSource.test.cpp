@@ -371,6 +371,7 @@ TEST_F(ShaderLightSource, LightsOfAFrameAreCountedAndLiveUntilItsEnd) {
         light = {};
         EXPECT_TRUE(*seagrass->begin());
         EXPECT_EQ(seagrass->size(), 2U);
+        EXPECT_EQ(lights().front()->getLightFunction(), toldLightCode) << "its owner lives as well";
     }
     EXPECT_FALSE(*seagrass->begin());
     const Mirk::VRenderContext::FrameLights held(context);
