@@ -364,25 +364,25 @@ GLRenderContext::itemsOf(const ObjectSelection& objects) {
         const RenderAblePtr object(drawable.object);
         if (!object) continue;
         const auto* const handler = dynamic_cast<RenderAble::TransparencyHandler*>(object.get());
-        items->push_back({drawable.layer, drawable.object,
-                          dynamic_cast<MultiviewRenderable*>(object.get()),
-                          dynamic_cast<StereoDraw*>(object.get()),
-                          dynamic_cast<const VTransformable*>(object.get()),
-                          dynamic_cast<const PixelMargin*>(object.get()), handler != nullptr});
+        items->push_back(
+            {drawable.layer, drawable.object, dynamic_cast<MultiviewRenderable*>(object.get()),
+             dynamic_cast<StereoDraw*>(object.get()),
+             dynamic_cast<const VTransformable*>(object.get()),
+             dynamic_cast<const PixelMargin*>(object.get()), handler != nullptr, drawable.isLight});
     }
     _drawables = std::move(drawables);
     _items = items;
     return items;
 }
 
-/// Visits the live objects of the layers in the order in which they are drawn. Ends, and is false,
-/// if `stops`, which is asked ahead of each, is true.
+/// Visits the live objects of the layers, but for lights, in the order in which they are drawn.
+/// Ends, and is false, if `stops`, which is asked ahead of each, is true.
 template<class Stops, class Visit>
 bool GLRenderContext::visitInOrder(const Items& items, int firstLayer, int lastLayer,
                                    const Stops& stops, const Visit& visit) const {
     std::vector<Waiting> transparent;
     for (const Item& item : items) {
-        if (item.layer < firstLayer || item.layer > lastLayer) continue;
+        if (item.isLight || item.layer < firstLayer || item.layer > lastLayer) continue;
         const RenderAblePtr object(item.object);
         if (!object) continue;
         if (stops()) return false;
@@ -413,8 +413,10 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
     if (_targets.empty() || _views.empty()) return 0;
     factory().machine().report("ahead of the frame");
     const GL::DrawState::Frame drawState(factory().machine().drawState);
-    RenderResult result = 0;
+    const FrameLights lights(*this, objects);
+    const auto items = itemsOf(objects);
     RenderAble::SubContext sub;
+    RenderResult result = renderLights(*items, renderTime, sub);
     const auto drawNext = [&](const RenderAblePtr& object, const Item& item) {
         if (isSeen(*object, item)) {
             result |= draw(object, item, renderTime, sub);
@@ -423,7 +425,7 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
         }
     };
     const auto stops = [this] { return isCancelled(); };
-    if (!visitInOrder(*itemsOf(objects), firstLayer, lastLayer, stops, drawNext)) {
+    if (!visitInOrder(*items, firstLayer, lastLayer, stops, drawNext)) {
         result |= Interrupted;
     }
     openEye(0);
@@ -474,6 +476,26 @@ bool GLRenderContext::isSeen(const RenderAble& object, const Item& item) const {
     std::vector<EyePlanes> planes;
     planesWith(margin, planes);
     return !isOutside(*bounds, planes);
+}
+
+/// Ahead of other objects, as these take over what the lights set for the frame.
+VRenderContext::RenderResult GLRenderContext::renderLights(const Items& items, double& renderTime,
+                                                           RenderAble::SubContext& sub) {
+    const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
+    RenderResult result = 0;
+    for (const Item& item : items) {
+        if (!item.isLight) continue;
+        const RenderAblePtr light(item.object);
+        if (!light) continue;
+        const std::size_t failures = _failures.size();
+        const EachEye::Aim aim(*_eachEye, *light, item.own);
+        const bool succeeded =
+            _eachEye->exception_safe_multiview_render(light, renderTime, *this, firstEye, sub);
+        const bool hasFailed = _failures.size() != failures;
+        putInOrder(*light, hasFailed);
+        if (!succeeded) result |= hasFailed ? Failed : Incomplete;
+    }
+    return result;
 }
 
 VRenderContext::RenderResult GLRenderContext::draw(const RenderAblePtr& object, const Item& item,
@@ -677,6 +699,7 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     if (const RenderAble* asking = _eachEye->object()) {
         factory().machine().discardErrors(asking->Name());
     }
+    const FrameLights lights(*this);
     // Even if nothing of it is in the picture, objects are numbered.
     const Picking picking(*this, columns.first + left, rows.first + bottom,
                           std::max(columns.length, 1), std::max(rows.length, 1), picture[2],

@@ -119,6 +119,10 @@ public:
     /// PixelMargin if that is more, are left out, and counted; what has no bounds is drawn. With
     /// several eyes an object that derives from StereoDraw is asked first whether it draws them.
     /// What is not drawn through multiview_render() is drawn once for each eye.
+    ///
+    /// The lights of all layers shine, and come first, once for all eyes and with the first one's
+    /// view. They draw nothing, so that they aren't counted, nor found by pickObjects(), which
+    /// draws with the lights of the frame before.
     RenderResult renderObjects(const ObjectSelection& objects, double& renderTime, int firstLayer,
                                int lastLayer) override;
     /// Notes the failure, and returns false.
@@ -165,6 +169,7 @@ private:
         const VTransformable* transformable; // null if nothing transforms its bounds
         const PixelMargin* margin;           // null if it is drawn within its bounds
         bool isTransparent;
+        bool isLight;
     };
     using Items = std::vector<Item>;
     /// Something transparent, and how far behind the first eye.
@@ -192,6 +197,7 @@ private:
     static bool isOutside(const Skua::PhysicalSpace::AABB& box, const std::vector<EyePlanes>& eyes);
     double distanceOf(const RenderAble& object, const Item& item) const;
     bool isSeen(const RenderAble& object, const Item& item) const;
+    RenderResult renderLights(const Items& items, double& renderTime, RenderAble::SubContext& sub);
     RenderResult draw(const RenderAblePtr& object, const Item& item, double& renderTime,
                       RenderAble::SubContext& sub);
     bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
