@@ -11,7 +11,8 @@ namespace Mirk {
 /// Many lines, as wide on the screen as the input "linewidth" says in pixels, with the colours of
 /// their kind and level, or with that of the input "color", whose alpha is not used, if they are
 /// curves. A line is broken at points with a coordinate that is no finite number. Of earth-centred
-/// lines those are left out that the earth hides for certain, whether or not a globe is drawn.
+/// lines those are left out that the earth hides for certain, whether or not a globe is drawn; but
+/// for lines of at most a pixel that aren't `smooth`, which a globe has to hide.
 class DISPLAYS_EXPORT LineSet : public DisplayObject {
 public:
     /// `smooth` if the pictures have several samples for each pixel. `unitsPerMetre` is how the

@@ -40,7 +40,9 @@ public:
 /// The same without the points that can't be drawn, and without what isn't used.
 PointSet finiteOnes(const PointSet& data) {
     const std::span<const Point> points = elementsOf(data.points);
-    if (std::all_of(points.begin(), points.end(), isFinite)) return {data.points, {}, data.colors};
+    if (std::all_of(points.begin(), points.end(), isFinite)) {
+        return {data.points, {}, unlessEmpty(data.colors)};
+    }
     const std::span<const Color> colors = elementsOf(data.colors);
     std::vector<Point> finite;
     std::vector<Color> ofFinite;

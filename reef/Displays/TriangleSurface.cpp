@@ -200,9 +200,9 @@ DisplayObject::ContentPtr TriangleSurface::read(const ValuePoolPtr& pool,
     requireSameLength("colours", elementsOf(data.colors).size(), "points", points.size());
     requireSameLength("normals", elementsOf(data.normals).size(), "points", points.size());
     if (triangles.empty()) throw std::runtime_error("there are no triangles");
-    if (!isSmooth) {
-        data.normals = {};
-    } else if (!data.normals) {
+    data.colors = unlessEmpty(data.colors);
+    data.normals = isSmooth ? unlessEmpty(data.normals) : ChunkPtr<Normal>();
+    if (isSmooth && !data.normals) {
         data.normals = makeChunk(pointNormals(points, triangles));
     }
     std::vector<SurfacePiece> pieces;

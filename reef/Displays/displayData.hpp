@@ -33,6 +33,12 @@ std::span<const T> elementsOf(const ChunkPtr<T>& chunk) {
     return std::as_const(*chunk).elements();
 }
 
+/// None for a chunk without elements as well.
+template<class T>
+ChunkPtr<T> unlessEmpty(const ChunkPtr<T>& chunk) {
+    return elementsOf(chunk).empty() ? ChunkPtr<T>() : chunk;
+}
+
 inline bool isFinite(const Point& p) {
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }

@@ -21,7 +21,8 @@ Bounds boundsOf(const Skua::BoundingBall& ball) {
 } // namespace
 
 VTransformable::VTransformable(VObject* owner)
-    : _transform(owner, "transform", TransformOperator(), 10) {}
+    : _transform(TypedSlot<TransformOperator>(owner, "transform", TransformOperator(), 10)
+                     .setHelp("What moves or bends the object ahead of drawing it.")) {}
 
 VTransformable::~VTransformable() = default;
 

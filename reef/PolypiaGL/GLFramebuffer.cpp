@@ -243,6 +243,7 @@ unsigned GLFramebuffer::resolvedColors() const {
 unsigned GLFramebuffer::resolvedDepths() const {
     if (_samples == 1) return _framebuffer.number();
     if (!_resolvedDepths.framebuffer) {
+        GL::drainErrors("ahead of it"); // which say nothing about this
         _resolvedDepths.buffer = renderbuffer(depthFormat, _width, _height, 1);
         _resolvedDepths.framebuffer = framebuffer(0, _resolvedDepths.buffer.number());
     }

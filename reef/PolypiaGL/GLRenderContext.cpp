@@ -16,6 +16,7 @@
 #include <cmath>
 #include <cstddef>
 #include <exception>
+#include <limits>
 #include <utility>
 
 namespace Mirk {
@@ -468,11 +469,21 @@ double GLRenderContext::distanceOf(const RenderAble& object, const Item& item) c
     return std::isnan(distance) ? 0.0 : distance;
 }
 
+/// An object that fails to tell it is drawn, and fails again or not.
+double GLRenderContext::marginOf(const Item& item) const {
+    try {
+        return item.margin == nullptr ? 0.0 : item.margin->marginPixels(pool);
+    } catch (...) {
+        return std::numeric_limits<double>::infinity();
+    }
+}
+
 bool GLRenderContext::isSeen(const RenderAble& object, const Item& item) const {
     const std::optional<Box> bounds = boundsOf(object, item);
     if (!bounds || !isOutside(*bounds, _eyePlanes)) return true;
-    const double margin = item.margin == nullptr ? 0.0 : item.margin->marginPixels(pool);
+    const double margin = marginOf(item);
     if (!(margin > usualMarginPixels)) return false;
+    if (std::isinf(margin)) return true;
     std::vector<EyePlanes> planes;
     planesWith(margin, planes);
     return !isOutside(*bounds, planes);
@@ -488,11 +499,13 @@ VRenderContext::RenderResult GLRenderContext::renderLights(const Items& items, d
         const RenderAblePtr light(item.object);
         if (!light) continue;
         const std::size_t failures = _failures.size();
+        const std::uint64_t refusals = numberOfRefusals();
         const EachEye::Aim aim(*_eachEye, *light, item.own);
         const bool succeeded =
             _eachEye->exception_safe_multiview_render(light, renderTime, *this, firstEye, sub);
         const bool hasFailed = _failures.size() != failures;
         putInOrder(*light, hasFailed);
+        if (numberOfRefusals() != refusals) result |= RefusedMemory;
         if (!succeeded) result |= hasFailed ? Failed : Incomplete;
     }
     return result;

@@ -196,6 +196,7 @@ private:
                                                       const Item& item) const;
     static bool isOutside(const Skua::PhysicalSpace::AABB& box, const std::vector<EyePlanes>& eyes);
     double distanceOf(const RenderAble& object, const Item& item) const;
+    double marginOf(const Item& item) const;
     bool isSeen(const RenderAble& object, const Item& item) const;
     RenderResult renderLights(const Items& items, double& renderTime, RenderAble::SubContext& sub);
     RenderResult draw(const RenderAblePtr& object, const Item& item, double& renderTime,

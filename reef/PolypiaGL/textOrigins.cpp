@@ -112,6 +112,10 @@ void nameFiles(RenderException& exception, const Origins& origins) {
     if (origins.empty() || !log.starts_with('\n')) return;
     std::string stage(exception.file.view());
     std::string errors, warnings, stageOfFirst;
+    // What follows a message without a place of its own belongs to it; and below the headings of a
+    // linker each message stays where it is.
+    std::string* target = &errors;
+    bool hasHeadings = false;
     std::optional<PlacedMessage> first;
     for (const std::string_view line : linesOf(log.substr(1))) {
         const std::string_view ending = stageOfHeading(line);
@@ -119,11 +123,12 @@ void nameFiles(RenderException& exception, const Origins& origins) {
             return !ending.empty() && origin.stage.ends_with(ending);
         });
         if (headed != origins.end()) stage = headed->stage;
+        hasHeadings = hasHeadings || !ending.empty();
         std::optional<PlacedMessage> message = parse(line);
         if (message) place(*message, stage, origins);
         const bool isWarning = message && message->rest.starts_with(") : warning");
-        std::string& target = isWarning ? warnings : errors;
-        target.append(message ? message->text() : std::string(line)) += '\n';
+        if (message) target = isWarning && !hasHeadings ? &warnings : &errors;
+        target->append(message ? message->text() : std::string(line)) += '\n';
         if (message && !isWarning && !first) {
             first = message;
             stageOfFirst = stage;

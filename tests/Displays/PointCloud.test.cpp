@@ -24,6 +24,14 @@ TEST_F(PointCloudTest, DrawsItsPointsRelativeToTheMiddleOfTheBounds) {
                 ElementsAre(FloatPoint{0.5F, -2, 0}, FloatPoint{-0.5F, 2, 0}));
 }
 
+TEST_F(PointCloudTest, InputsSayWhatTheyAreFor) {
+    for (const char* const name : {"points", "pointsize", "color", "clip0", "clip1", "transform"}) {
+        const auto input = object->findInput(name);
+        ASSERT_TRUE(input) << name;
+        EXPECT_TRUE(input->parameter()->getProperty("help")) << name;
+    }
+}
+
 TEST_F(PointCloudTest, SizeFollowsTheInputWithoutBeingFilledAnew) {
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(parameter("PointSize"), ElementsAre(3.0F));
@@ -66,6 +74,14 @@ TEST_F(PointCloudTest, WithoutColoursTakesThatOfTheInput) {
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(vertexText(), Not(HasSubstr("#define HAVE_COLORS")));
     EXPECT_THAT(parameter("Color"), ElementsAre(0.85F, 0.80F, 0.60F, 1.0F));
+}
+
+TEST_F(PointCloudTest, ListOfNoColoursIsNone) {
+    Mirk::PointSet data = cloud({{0, 0, 0}, {1, 0, 0}});
+    data.colors = Mirk::makeChunk(std::vector<Mirk::Color>{});
+    object->points().set({}, data);
+    ASSERT_TRUE(draw(*object));
+    EXPECT_FALSE(context.has("Colors"));
 }
 
 TEST_F(PointCloudTest, PointsThatAreNoNumbersAreLeftOut) {

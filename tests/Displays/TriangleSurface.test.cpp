@@ -102,6 +102,17 @@ TEST_F(TriangleSurfaceTest, SmoothSurfaceTakesTheNormalsOfItsPoints) {
     EXPECT_EQ(attribute<Mirk::Normal>("Normals")[2], (Mirk::Normal{1, 0, 0}));
 }
 
+TEST_F(TriangleSurfaceTest, ListsOfNothingAreNone) {
+    Mirk::TriangleMesh data = mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2});
+    data.colors = Mirk::makeChunk(std::vector<Mirk::Color>{});
+    data.normals = Mirk::makeChunk(std::vector<Mirk::Normal>{});
+    const DisplayPtr<TriangleSurface> object(new TriangleSurface("mesh", std::move(data)));
+    object->smooth().set({}, true);
+    ASSERT_TRUE(draw(*object));
+    EXPECT_FALSE(context.has("Colors"));
+    EXPECT_TRUE(context.has("Normals"));
+}
+
 TEST_F(TriangleSurfaceTest, NormalsThatAreMissingAreThoseOfTheTrianglesAround) {
     // A roof: two sides of equal size that meet at the ridge.
     const DisplayPtr<TriangleSurface> object(new TriangleSurface(

@@ -156,6 +156,15 @@ TEST_F(GLFramebufferTest, AnErrorFromElsewhereIsNoReasonToRefuse) {
     EXPECT_NO_THROW(GLLayeredFramebuffer(*context, 4, 4, 1, 2, GL::Pass::Layers));
 }
 
+TEST_F(GLFramebufferTest, AnErrorFromElsewhereIsNoReasonToRefuseDepths) {
+    const GLFramebuffer sampled(*context, 4, 4, 4);
+    sampled.clear({0, 0, 0, 1});
+    glEnable(GL_NONE);
+    float depth = -1.0F;
+    EXPECT_EQ(sampled.pixelBuffer()->readPixelDepth(0, 0, &depth, 1, 1, 0), 1);
+    EXPECT_EQ(depth, 1.0F);
+}
+
 TEST_F(GLFramebufferTest, OnePixelIsAPicture) {
     const GLFramebuffer frame(*context, 1, 1, 1);
     frame.clear({0.2F, 0.4F, 0.6F, 0.8F});

@@ -302,8 +302,12 @@ TEST_F(GLRenderContextTest, MarginTellsWhatReachesInFromOutside) {
     public:
         explicit Wide(const std::string& objectName)
             : VObject(objectName, 0, {}), Quad(objectName) {}
-        double marginPixels(const ValuePoolPtr&) const override { return margin; }
+        double marginPixels(const ValuePoolPtr&) const override {
+            if (throws) throw std::runtime_error("margin");
+            return margin;
+        }
         double margin = 0.0;
+        bool throws = false;
     };
     // The picture reaches to 32.
     const auto wide = add<Wide>("wide", {32 + 100, 0, 32 + 110, 10});
@@ -313,6 +317,9 @@ TEST_F(GLRenderContextTest, MarginTellsWhatReachesInFromOutside) {
         draw();
         EXPECT_EQ(wide->draws, draws) << margin;
     }
+    wide->throws = true;
+    draw();
+    EXPECT_EQ(wide->draws, 1) << "one that fails to tell it is drawn";
 }
 
 TEST_F(GLRenderContextTest, TransformationTellsWhatLiesOutside) {

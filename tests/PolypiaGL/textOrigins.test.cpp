@@ -90,6 +90,13 @@ TEST(textOrigins, ErrorsStandAheadOfWarnings) {
               "\n0(4) : error: a\nmore\n0(3) : warning: w\nN_frag.glsl(3) : warning: v\n");
 }
 
+TEST(textOrigins, WhatBelongsToAWarningGoesWithIt) {
+    EXPECT_EQ(logOf("\n0(3) : warning: w\n   detail of w\n0(4) : error: a\n   detail of a\n"),
+              "\n0(4) : error: a\n   detail of a\n0(3) : warning: w\n   detail of w\n");
+    const std::string headed = "\nVertex info\n0(7) : warning: w\nFragment info\n0(8) : error: a\n";
+    EXPECT_EQ(logOf(headed), headed) << "each below its heading";
+}
+
 TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
     const RenderException inFile = named("\n0(3) : warning: w\n0(22) : error: a\n");
     EXPECT_EQ(inFile.file.str(), "N_frag.glsl");
