@@ -9,8 +9,9 @@
 namespace Mirk {
 
 /// A light that brings a function in GLSL and the uniforms of that function, of which each pool has
-/// its own. A derived class tells both; requests then keep the uniforms up to date, so that
-/// requests are to be served ahead of the first frame.
+/// its own. A derived class tells both, and calls enableRequestProcessing() when it is complete:
+/// requests then keep the uniforms up to date, so that they are to be served ahead of the first
+/// frame.
 ///
 /// Places of lights belong into the uniforms as Skua::PhysicalSpace::point: shaders find them
 /// relative to the origin of what is lit, as the vertex is that they get. Directions, which have no
@@ -59,8 +60,8 @@ public:
     /// of this object held. Gets a copy of what they were before, which replaces them afterwards:
     /// drawing goes on meanwhile, with the old ones. What is thrown leaves them as they were.
     virtual void updateLight(ProgramVariables& uniforms, VRequest& request) = 0;
-    /// Sets uniforms that depend on the frame; on the render thread, at the head of the frame. Does
-    /// nothing here.
+    /// Sets uniforms that depend on the frame; on the render thread, at the head of the frame, with
+    /// the uniforms locked: it may neither draw nor pick. Does nothing here.
     virtual void updateLightAtRendering(ProgramVariables& uniforms, VRenderContext& context) const;
 
     /// Has updateLight() called. The light counts as changed, so that shaders are due, if the text
