@@ -66,6 +66,13 @@ DisplayObject::DisplayObject(const std::string& displayName)
     : VRenderObject(displayName, 0, {}),
       _clippingPlanes(this),
       _showings(std::make_unique<Showings>(*this)) {
+    for (TypedSlot<ClippingPlanes::HessianNormalPlane> plane :
+         {_clippingPlanes.clip0, _clippingPlanes.clip1}) {
+        plane.setHelp("A plane that cuts the object: what its normal points away from isn't drawn. "
+                      "None with a normal of zero.");
+    }
+    TypedSlot<TransformOperator> transform = transformSlot();
+    transform.setHelp("What moves or bends the object ahead of drawing it.");
     enableRequestProcessing();
 }
 

@@ -36,19 +36,9 @@ void insertPlanes(Polyp& polyp, VRenderContext& context, const ClippingPlanes& p
 
 } // namespace
 
-namespace {
-
-const char* const help =
-    "A plane that cuts the object: what its normal points away from isn't drawn. "
-    "None with a normal of zero.";
-
-} // namespace
-
 ClippingPlanes::ClippingPlanes(VObject* owner)
-    : clip0(TypedSlot<HessianNormalPlane>(owner, "clip0", HessianNormalPlane(), expertLevel)
-                .setHelp(help)),
-      clip1(TypedSlot<HessianNormalPlane>(owner, "clip1", HessianNormalPlane(), expertLevel)
-                .setHelp(help)) {}
+    : clip0(owner, "clip0", HessianNormalPlane(), expertLevel),
+      clip1(owner, "clip1", HessianNormalPlane(), expertLevel) {}
 
 std::string ClippingPlanes::setClipDistances() {
     return std::string(glsl::ClippingPlanes);

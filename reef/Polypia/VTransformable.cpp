@@ -21,8 +21,7 @@ Bounds boundsOf(const Skua::BoundingBall& ball) {
 } // namespace
 
 VTransformable::VTransformable(VObject* owner)
-    : _transform(TypedSlot<TransformOperator>(owner, "transform", TransformOperator(), 10)
-                     .setHelp("What moves or bends the object ahead of drawing it.")) {}
+    : _transform(owner, "transform", TransformOperator(), 10) {}
 
 VTransformable::~VTransformable() = default;
 
