@@ -106,16 +106,22 @@ function(_polypia_test_settings target)
 endfunction()
 
 # polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...
-#                   [ENVIRONMENT NAME=value ...])
+#                   [ENVIRONMENT NAME=value ...] [NO_NEW_THREADS])
 #
 # One test program for a folder of tests. Its cases are found when the tests are run, and run in a
 # process each; with a sanitizer they share one, as starting it takes longer than most cases.
 # LABEL is the tier: unit (no graphics context), gl (needs one), image (compares pictures).
+# NO_NEW_THREADS tells that there are no threads in it, or none but those of other tests: it is left
+# out with the thread sanitizer, with which it would take minutes.
 function(polypia_add_tests name)
-  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(arg "NO_NEW_THREADS" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   _polypia_settings(${name})
   _polypia_test_settings(${name})
+  if(arg_NO_NEW_THREADS AND POLYPIA_SANITIZE MATCHES thread)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  endif()
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   if(POLYPIA_SANITIZE)
     if(NOT TARGET test_headers)
