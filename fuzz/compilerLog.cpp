@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+using Mirk::GL::LineNumbering;
 using Mirk::GL::LineTable;
 
 namespace {
@@ -71,8 +72,8 @@ void expectLines(const std::string& log, const std::string& mapped) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string log(reinterpret_cast<const char*>(data), size);
     expectLines(log, Mirk::GL::mapLinkerLog(log, lines(), "vertex and fragment stage"));
-    for (const long version : {130L, 450L}) {
-        const std::string mapped = Mirk::GL::mapCompilerLog(log, lines(), version);
+    for (const auto numbering : {LineNumbering::NPlusOne, LineNumbering::N}) {
+        const std::string mapped = Mirk::GL::mapCompilerLog(log, lines(), numbering);
         expectLines(log, mapped);
         for (const char* const stage : {"N.vert", "N.frag", "W.frag", ""}) {
             Mirk::RenderException exception(0, "compile", "", 0);

@@ -12,6 +12,10 @@
 
 namespace Mirk::GL {
 
+/// Which number compilers give the line behind `#line N`. It depends on version and profile of the
+/// language.
+enum class LineNumbering { N, NPlusOne };
+
 /// One table serves all stages of a program. Numbers below the first file are lines of the composed
 /// text itself. Copyable; not synchronised.
 class POLYPIAGL_EXPORT LineTable {

@@ -137,8 +137,13 @@ Components components(const Variant& value) {
         value);
 }
 
-/// The value relative to the origin, if it is a point. Only single points are: those in arrays are
-/// relative to something already.
+/// Only single points are: those in arrays are relative to something already.
+bool isPoint(const Variant& value) {
+    return std::holds_alternative<Skua::PhysicalSpace::point>(value) ||
+           std::holds_alternative<FloatPoint>(value);
+}
+
+/// The value relative to the origin, if it is a point.
 std::optional<Variant> relativeTo(const Skua::PhysicalSpace::vector& origin, const Variant& value) {
     if (const auto* const point = std::get_if<Skua::PhysicalSpace::point>(&value)) {
         return *point - origin;
@@ -459,7 +464,7 @@ ShaderId GLProgram::compile(const AdaptedStage& stage, const StageSource& source
     GLRenderException exception(0, std::string(stageName(stage.stage)) + " stage does not compile",
                                 linkFunction, source.name.c_str(),
                                 static_cast<unsigned>(std::max(source.line, 0)));
-    exception.shaderLog = mapCompilerLog(shaderLog(shader.number()), lines, stage.version);
+    exception.shaderLog = mapCompilerLog(shaderLog(shader.number()), lines, stage.numbering);
     if (exception.shaderLog.empty()) exception.shaderLog = "\nthe driver gave no message\n";
     exception.shaderCode = source.code;
     throw exception;
@@ -581,12 +586,15 @@ void GLProgram::sendChanges() {
 void GLProgram::sendIfChanged(const std::string& name, const Variant& value) {
     auto found = _sent.find(name);
     const bool isNew = found == _sent.end();
-    if (isNew) found = _sent.try_emplace(name, Sent{findUniform(name), value}).first;
-    auto& [uniform, sent] = found->second;
-    if (uniform == nullptr || isOwn(uniform) || (!isNew && sent == value)) return;
+    if (isNew) found = _sent.try_emplace(name, Sent{findUniform(name), value, worldOrigin()}).first;
+    auto& [uniform, sent, origin] = found->second;
+    if (uniform == nullptr || isOwn(uniform)) return;
+    const bool isSame = !isNew && sent == value;
+    if (isSame && (!isPoint(value) || origin == worldOrigin())) return;
     const std::optional<Variant> relative = relativeTo(worldOrigin(), value);
     send(*uniform, relative ? *relative : value);
-    sent = value;
+    if (!isSame) sent = value;
+    origin = worldOrigin();
 }
 
 void GLProgram::setProgramVariable(const std::string& name,
@@ -596,7 +604,7 @@ void GLProgram::setProgramVariable(const std::string& name,
     if (uniform == nullptr || isOwn(uniform)) return;
     const std::optional<Variant> relative = relativeTo(origin.worldOrigin, variable.second);
     send(*uniform, relative ? *relative : variable.second);
-    _sent.insert_or_assign(name, Sent{uniform, variable.second});
+    _sent.insert_or_assign(name, Sent{uniform, variable.second, origin.worldOrigin});
 }
 
 void GLProgram::send(const Uniform& uniform, const Variant& value) const {

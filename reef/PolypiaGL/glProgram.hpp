@@ -51,6 +51,7 @@ public:
     bool bindStorageBlock(const char* blockName,
                           const Keel::WeakPtr<GLStorageBuffer, Polyp::Tentacle>& buffer);
     bool isCompute() const { return _isCompute; }
+    using Program::worldOrigin;
     /// Whether a vertex input of this name takes part, built-in ones included.
     bool hasAttribute(std::string_view name) const {
         return _attributes.find(name) != _attributes.end();
@@ -88,6 +89,7 @@ private:
     struct Sent {
         const Uniform* uniform; ///< null if the program has none of that name
         Variant value;
+        Skua::PhysicalSpace::vector origin; ///< from which it was told, if it is a point
     };
 
     void build(const std::vector<StageSource>& stages, AdaptOptions options);

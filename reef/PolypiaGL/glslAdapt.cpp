@@ -404,7 +404,7 @@ public:
     }
 
     Stage stage() const { return _stage; }
-    long version() const { return _number; }
+    LineNumbering lineNumbering() const;
     std::size_t lineCount() const { return _scan.lineCount; }
     const Varyings& reads() const { return _reads; }
     const Varyings& writes() const { return _writes; }
@@ -781,10 +781,13 @@ std::string StageAdapter::declarations() const {
     return text;
 }
 
-/// Up to version 150 of the language `#line N` numbers the next line N+1, later ones N.
+LineNumbering StageAdapter::lineNumbering() const {
+    const long firstWithN = _version.isEmbedded() ? 300 : 330;
+    return _number >= firstWithN ? LineNumbering::N : LineNumbering::NPlusOne;
+}
+
 long StageAdapter::lineOperand(long nextLine) const {
-    const bool numbersNextLine = _number >= (_version.isEmbedded() ? 300 : 330);
-    return numbersNextLine ? nextLine : std::max(nextLine - 1, 0L);
+    return lineNumbering() == LineNumbering::N ? nextLine : std::max(nextLine - 1, 0L);
 }
 
 std::string StageAdapter::ownLineDirective(LineTable& lines) const {
@@ -1000,7 +1003,7 @@ AdaptedProgram adaptProgram(const std::vector<StageText>& stages, const AdaptOpt
     program.lines = LineTable(longest);
     for (StageAdapter& adapter : adapters) {
         program.stages.push_back(
-            {adapter.stage(), adapter.finish(program.lines), adapter.version()});
+            {adapter.stage(), adapter.finish(program.lines), adapter.lineNumbering()});
         program.notes.insert(program.notes.end(), adapter.notes().begin(), adapter.notes().end());
     }
     return program;

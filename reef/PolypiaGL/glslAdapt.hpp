@@ -70,7 +70,7 @@ struct AdaptOptions {
 struct AdaptedStage {
     Stage stage = Stage::Vertex;
     std::string text;
-    long version = 0; ///< of the language; reading the compiler's log needs it
+    LineNumbering numbering = LineNumbering::N; ///< reading the compiler's log needs it
 };
 
 struct AdaptedProgram {

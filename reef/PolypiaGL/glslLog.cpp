@@ -171,19 +171,19 @@ std::string write(const std::string& place, const Message& message) {
 struct Origin {
     const LineTable& lines;
     std::string_view stages; ///< of a link, else empty
-    long version;
+    LineNumbering numbering;
 };
 
-/// Below version 330 `#line N` numbers the next line N+1; Mesa's preprocessor gives it N whatever
-/// the version (its compiler does not).
-long preprocessorLag(const Message& message, long version) {
-    return message.isOfPreprocessor && version < 330 ? 1 : 0;
+/// Mesa's preprocessor gives the line behind `#line N` the number N in all versions of the language
+/// (its compiler does not).
+long preprocessorLag(const Message& message, LineNumbering numbering) {
+    return message.isOfPreprocessor && numbering == LineNumbering::NPlusOne ? 1 : 0;
 }
 
 std::string mapLine(std::string_view line, const Origin& origin) {
-    const auto& [lines, stages, version] = origin;
+    const auto& [lines, stages, numbering] = origin;
     auto message = parseMesa(line);
-    if (message) message->line += preprocessorLag(*message, version);
+    if (message) message->line += preprocessorLag(*message, numbering);
     if (!message) message = parseNvidia(line);
     if (!message) message = parseGlslang(line);
     const bool hasPlace = message && (message->line > 0 || stages.empty());
@@ -209,13 +209,12 @@ std::string mapLog(std::string_view log, const Origin& origin) {
 
 } // namespace
 
-std::string mapCompilerLog(std::string_view log, const LineTable& lines, long version) {
-    return mapLog(log, {lines, {}, version});
+std::string mapCompilerLog(std::string_view log, const LineTable& lines, LineNumbering numbering) {
+    return mapLog(log, {lines, {}, numbering});
 }
 
 std::string mapLinkerLog(std::string_view log, const LineTable& lines, std::string_view stages) {
-    constexpr long latest = 460; // linkers preprocess nothing
-    return mapLog(log, {lines, stages, latest});
+    return mapLog(log, {lines, stages, LineNumbering::N}); // linkers preprocess nothing
 }
 
 } // namespace Mirk::GL

@@ -144,7 +144,7 @@ protected:
             glGetShaderiv(shader, GL_COMPILE_STATUS, &succeeded);
             glGetShaderInfoLog(shader, length, nullptr, log.data());
             if (!succeeded) {
-                return {std::move(made), GL::mapCompilerLog(log, adapted.lines, stage.version)};
+                return {std::move(made), GL::mapCompilerLog(log, adapted.lines, stage.numbering)};
             }
             glAttachShader(made.number(), shader);
         }

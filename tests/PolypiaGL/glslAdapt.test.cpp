@@ -213,6 +213,20 @@ TEST(glslAdapt, EnablesOnlyWhatTheVersionLacks) {
     EXPECT_THAT(adapt(V, "#version 300 es\n", compatibility()), Not(HasSubstr("#extension")));
 }
 
+TEST(glslAdapt, TellsHowEachVersionNumbersLines) {
+    const auto numbering = [](const std::string& version) {
+        return adaptProgram({{V, "#version " + version + "\nvoid main() {}\n"}}, bare())
+            .stages.at(0)
+            .numbering;
+    };
+    for (const std::string version : {"110", "150", "100 es"}) {
+        EXPECT_EQ(numbering(version), LineNumbering::NPlusOne) << version;
+    }
+    for (const std::string version : {"330", "450 core", "300 es", "310 es"}) {
+        EXPECT_EQ(numbering(version), LineNumbering::N) << version;
+    }
+}
+
 TEST(glslAdapt, EveryStageGetsThePlatformDefines) {
     AdaptOptions options = bare();
     options.platformDefines = "#define A 1\n#define B 2\n";

@@ -73,7 +73,7 @@ protected:
             glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
             std::string log(4096, '\0');
             glGetShaderInfoLog(shader, static_cast<GLsizei>(log.size()), nullptr, log.data());
-            if (!isCompiled) return GL::mapCompilerLog(log, adapted.lines, stage.version);
+            if (!isCompiled) return GL::mapCompilerLog(log, adapted.lines, stage.numbering);
             glAttachShader(program.number(), shader);
         }
         glLinkProgram(program.number());
@@ -156,7 +156,7 @@ TEST_P(GlslDriver, TakesWhatOtherwiseStopsIt) {
 TEST_P(GlslDriver, ReportsAPlantedErrorAtItsPlace) {
     const std::string use = "void main() { gl_Position = fault; }\n";
     options.platformDefines = "#define A_DEFINED 1\n#define B 2\n";
-    for (const std::string version : {"130", "150", "330", "450 core"}) {
+    for (const std::string version : {"130", "150", "330", "450 core", "300 es"}) {
         const std::string head = "/* c */\n#version " + version + "\n\n";
         const std::vector<std::pair<std::string, std::string>> cases{
             {head + use, "\n0(4) : error: "},

@@ -30,7 +30,8 @@ std::string nameOf(const testing::TestParamInfo<LogCase>& info) {
 class glslLog : public testing::TestWithParam<LogCase> {};
 
 TEST_P(glslLog, LineHasTheOneForm) {
-    EXPECT_EQ(mapCompilerLog(GetParam().line, table(), 330), "\n" + GetParam().expected + "\n");
+    EXPECT_EQ(mapCompilerLog(GetParam().line, table(), LineNumbering::N),
+              "\n" + GetParam().expected + "\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -96,33 +97,38 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 TEST(glslLogWhole, BeginsAndEndsWithALineFeedSoThatEveryMessageBeginsALine) {
-    EXPECT_EQ(mapCompilerLog("0:1(1): error: a\n0:2(1): error: b\n", table(), 330),
+    EXPECT_EQ(mapCompilerLog("0:1(1): error: a\n0:2(1): error: b\n", table(), LineNumbering::N),
               "\n0(1) : error: a\n0(2) : error: b\n");
-    EXPECT_EQ(mapCompilerLog("0:1(1): error: a", table(), 330), "\n0(1) : error: a\n");
+    EXPECT_EQ(mapCompilerLog("0:1(1): error: a", table(), LineNumbering::N), "\n0(1) : error: a\n");
 }
 
 TEST(glslLogWhole, IsEmptyWithoutAMessage) {
-    EXPECT_EQ(mapCompilerLog("", table(), 330), "");
-    EXPECT_EQ(mapCompilerLog(" \r\n\n", table(), 330), "");
-    EXPECT_EQ(mapCompilerLog(std::string_view("\0abc", 4), table(), 330), "");
+    EXPECT_EQ(mapCompilerLog("", table(), LineNumbering::N), "");
+    EXPECT_EQ(mapCompilerLog(" \r\n\n", table(), LineNumbering::N), "");
+    EXPECT_EQ(mapCompilerLog(std::string_view("\0abc", 4), table(), LineNumbering::N), "");
 }
 
 TEST(glslLogWhole, KeepsBlankLinesBetweenMessagesAndDropsCarriageReturns) {
-    EXPECT_EQ(mapCompilerLog("\r\n0:1(1): error: a\r\n\r\nVertex info\r\n", table(), 330),
-              "\n0(1) : error: a\n\nVertex info\n");
+    EXPECT_EQ(
+        mapCompilerLog("\r\n0:1(1): error: a\r\n\r\nVertex info\r\n", table(), LineNumbering::N),
+        "\n0(1) : error: a\n\nVertex info\n");
 }
 
 TEST(glslLogWhole, EndsAtANul) {
-    EXPECT_EQ(mapCompilerLog(std::string_view("0:1(1): error: a\n\0rest", 22), table(), 330),
-              "\n0(1) : error: a\n");
+    EXPECT_EQ(
+        mapCompilerLog(std::string_view("0:1(1): error: a\n\0rest", 22), table(), LineNumbering::N),
+        "\n0(1) : error: a\n");
 }
 
 TEST(glslLogWhole, MesasPreprocessorCountsLowBelowVersion330) {
     const std::string_view log = "0:12(5): preprocessor error: a\n0:12(5): error: b\n";
-    EXPECT_EQ(mapCompilerLog(log, table(), 330), "\n0(12) : error: a\n0(12) : error: b\n");
-    EXPECT_EQ(mapCompilerLog(log, table(), 150), "\n0(13) : error: a\n0(12) : error: b\n");
-    EXPECT_EQ(mapCompilerLog("0:1000042(2): preprocessor error: a", table(), 150),
-              "\nblock.glsl(43) : error: a\n");
+    EXPECT_EQ(mapCompilerLog(log, table(), LineNumbering::N),
+              "\n0(12) : error: a\n0(12) : error: b\n");
+    EXPECT_EQ(mapCompilerLog(log, table(), LineNumbering::NPlusOne),
+              "\n0(13) : error: a\n0(12) : error: b\n");
+    EXPECT_EQ(
+        mapCompilerLog("0:1000042(2): preprocessor error: a", table(), LineNumbering::NPlusOne),
+        "\nblock.glsl(43) : error: a\n");
 }
 
 TEST(glslLogWhole, LinkMessagesNameTheStages) {
@@ -136,8 +142,9 @@ TEST(glslLogWhole, LinkMessagesNameTheStages) {
               "\nVertex info\n-----------\n0(12) : error: C5145: must write\n");
     EXPECT_EQ(mapLinkerLog("(0) : error C6022: No input primitive type\n", table(), stages),
               "\nvertex and fragment stage : error: C6022: No input primitive type\n");
-    EXPECT_EQ(mapCompilerLog("(0) : error C2003: incompatible options\n", table(), 330),
-              "\n0(0) : error: C2003: incompatible options\n");
+    EXPECT_EQ(
+        mapCompilerLog("(0) : error C2003: incompatible options\n", table(), LineNumbering::N),
+        "\n0(0) : error: C2003: incompatible options\n");
 }
 
 TEST(LineTable, KeepsFileAndLine) {

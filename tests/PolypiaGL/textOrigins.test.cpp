@@ -137,7 +137,8 @@ protected:
     std::string report(long packedLine) const {
         const std::string log = GetParam().message(std::to_string(packedLine));
         const RenderException exception =
-            named(Mirk::GL::mapCompilerLog(log, lines, 330), {{"N.frag", "N.frag", 21, 10, 1}});
+            named(Mirk::GL::mapCompilerLog(log, lines, Mirk::GL::LineNumbering::N),
+                  {{"N.frag", "N.frag", 21, 10, 1}});
         const std::string text = exception.shaderLog.str();
         const std::string place = text.substr(1, text.find(')'));
         EXPECT_EQ(exception.line, std::stoi(place.substr(place.rfind('(') + 1)));
