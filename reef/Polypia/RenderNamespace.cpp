@@ -44,7 +44,7 @@ RenderNamespace::LightSource::LightSource() = default;
 
 RenderNamespace::LightSource::~LightSource() = default;
 
-std::unique_lock<std::mutex> RenderNamespace::LightSource::lockVariables() const {
+std::unique_lock<std::recursive_mutex> RenderNamespace::LightSource::lockVariables() const {
     return std::unique_lock(_variablesMutex);
 }
 
@@ -53,11 +53,11 @@ RenderNamespace::ProgramVariables RenderNamespace::LightSource::copyVariables() 
     return *this;
 }
 
-bool RenderNamespace::LightSource::replaceVariables(ProgramVariables&& variables) {
-    ProgramVariables& mine = *this;
+bool RenderNamespace::LightSource::replaceVariables(const ProgramVariables& variables) {
     const auto lock = lockVariables();
-    const bool isOtherForm = !haveSameForm(mine, variables);
-    std::swap(mine, variables);
+    const bool isOtherForm = !haveSameForm(_lastReplacement, variables);
+    _lastReplacement = variables;
+    static_cast<ProgramVariables&>(*this) = variables;
     return isOtherForm;
 }
 

@@ -151,15 +151,19 @@ public:
     ///                      out vec3 specular_intensity)
     virtual std::string getLightFunction() = 0;
 
-    std::unique_lock<std::mutex> lockVariables() const;
+    /// May be locked again by the same thread: who changes variables at the head of a frame may
+    /// draw meanwhile.
+    std::unique_lock<std::recursive_mutex> lockVariables() const;
     /// The variables as they are now.
     ProgramVariables copyVariables() const;
     /// Replaces them as a whole, so that a merge never sees some of a change. Returns whether names
-    /// or types are others than before.
-    bool replaceVariables(ProgramVariables&& variables);
+    /// or types are others than those of the last replacement; what was changed in place since then
+    /// doesn't count.
+    bool replaceVariables(const ProgramVariables& variables);
 
 private:
-    mutable std::mutex _variablesMutex; // leaf
+    mutable std::recursive_mutex _variablesMutex;
+    ProgramVariables _lastReplacement;
 };
 
 /// Orders lights by the time at which they were made, which is the same in each run of a program

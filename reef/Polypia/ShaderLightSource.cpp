@@ -40,7 +40,7 @@ bool ShaderLightSource::update(VRequest& request, double) {
     if (!source) return true;
     ProgramVariables uniforms = source->copyVariables();
     updateLight(uniforms, request);
-    const bool isOtherForm = source->replaceVariables(std::move(uniforms));
+    const bool isOtherForm = source->replaceVariables(uniforms);
     std::string code = getShaderCode();
     if (isOtherForm || code != source->_lastCode) {
         source->_lastCode = std::move(code);

@@ -328,18 +328,25 @@ void VRenderContext::setLightSources(const ObjectSelection& objects) const {
     });
 }
 
-VRenderContext::FrameLights::FrameLights(const VRenderContext& context) {
+VRenderContext::FrameLights::FrameLights(const VRenderContext& context)
+    : _objects(context._lights.begin(), context._lights.end()) {
     const Keel::StrongPtr<Seagrass> live(context.seagrass);
     if (live) _sources = live->hold();
 }
 
 VRenderContext::FrameLights::FrameLights(VRenderContext& context, const ObjectSelection& objects) {
+    // All but these would be asked for nothing, in each frame.
+    ObjectSelection lights;
+    context._lights.clear();
     const auto drawables = objects.drawables();
     for (const ObjectSelection::Drawable& drawable : *drawables) {
-        if (drawable.isLight) _objects.emplace_back(drawable.object);
+        if (!drawable.isLight) continue;
+        lights.insert(drawable.layer, drawable.object);
+        context._lights.push_back(drawable.object);
+        _objects.emplace_back(drawable.object);
     }
-    context.setLightSources(objects);
-    const int number = objects.getNumberOfActiveLightSources(context);
+    context.setLightSources(lights);
+    const int number = lights.getNumberOfActiveLightSources(context);
     const bool isOtherNumber = number != std::exchange(context.numberOfLightSources, number);
     const Keel::StrongPtr<Seagrass> live(context.seagrass);
     if (!live) return;

@@ -242,6 +242,7 @@ private:
     bool isTile() const;
 
     std::uint64_t _refusals = 0;
+    std::vector<Keel::WeakPtr<RenderAble, VManagedObjectBase>> _lights; // of the last frame
 };
 
 /// The lights of a frame, for a backend to hold from the head of the frame to its end: neither they
@@ -250,8 +251,8 @@ private:
 /// with each frame.
 class POLYPIA_EXPORT VRenderContext::FrameLights {
 public:
-    /// Sets the lights and `numberOfLightSources` from the objects of the frame. Shaders are due if
-    /// one of them has changed.
+    /// Sets the lights and `numberOfLightSources` from those objects of the frame that are a
+    /// VLightSource. Shaders are due if one of them has changed.
     FrameLights(VRenderContext& context, const ObjectSelection& objects);
     /// Keeps the lights that there are, for drawing other objects with the lights of the last
     /// frame.

@@ -334,7 +334,7 @@ TEST_F(Lighting, MergeAndReplacementOfVariablesExcludeEachOther) {
             Variables next = lights[0]->copyVariables();
             next["a$$"] = i;
             next["b$$"] = i;
-            lights[0]->replaceVariables(std::move(next));
+            lights[0]->replaceVariables(next);
         }
     });
     int torn = 0;
@@ -352,7 +352,7 @@ TEST_F(Lighting, ReplacementTellsOtherNamesAndTypesFromOtherValues) {
     const auto isOther = [&](const std::function<void(Variables&)>& change) {
         Variables next = light->copyVariables();
         change(next);
-        return light->replaceVariables(std::move(next));
+        return light->replaceVariables(next);
     };
     EXPECT_FALSE(isOther([](Variables&) {}));
     EXPECT_TRUE(isOther([](Variables& next) { next["u"] = 1; }));

@@ -159,6 +159,36 @@ TEST_F(ShaderLightSource, RequestFillsTheUniformsOfItsPool) {
     EXPECT_THAT(*light->source(Mirk::ValuePoolPtr(new Mirk::ValuePool)), IsEmpty());
 }
 
+TEST_F(ShaderLightSource, WhatIsSetWhileRenderingMakesNoShaderDue) {
+    light->updating = [](auto& uniforms, Mirk::VRequest&) { uniforms.clear(); };
+    light->rendering = [](auto& uniforms, Mirk::VRenderContext&) { uniforms["frame"] = 1; };
+    request(light);
+    context.setLightSources(objects);
+    const CreatorPtr made = creator();
+    for (const double brightness : {0.5, 0.25, 0.125}) {
+        light->environment_render(context);
+        EXPECT_TRUE(light->source(context.pool)->contains("frame"));
+        light->brightness.set(context.pool, brightness);
+        EXPECT_TRUE(request(light));
+        context.setLightSources(objects);
+        EXPECT_TRUE(context.hasValidLighting(*made)) << brightness;
+    }
+}
+
+TEST_F(ShaderLightSource, MayAskForItsLightWhileRendering) {
+    request(light);
+    context.setLightSources(objects);
+    const Program merging = program();
+    light->rendering = [&](auto& uniforms, Mirk::VRenderContext&) {
+        uniforms["frame$$"] = 1;
+        EXPECT_EQ(&uniforms, light->source(context.pool).get());
+        EXPECT_TRUE(light->source(context.pool)->copyVariables().contains("frame$$"));
+        context.mergeIlluminationUniforms(*merging); // as drawing for a pick does
+    };
+    EXPECT_TRUE(light->environment_render(context));
+    EXPECT_TRUE(merging->contains("frame0"));
+}
+
 TEST_F(ShaderLightSource, UpdateWorksOnACopyUntilItIsDone) {
     request(light);
     const auto source = light->source(context.pool);
@@ -364,7 +394,7 @@ TEST_F(ShaderLightSource, ActiveLightsAreCountedByTheirClassAndVisibility) {
 }
 
 TEST_F(ShaderLightSource, LightsOfAFrameAreCountedAndLiveUntilItsEnd) {
-    const ToldLightObjectPtr second = add("second");
+    ToldLightObjectPtr second = add("second");
     {
         const Mirk::VRenderContext::FrameLights frame(context, objects);
         EXPECT_EQ(context.numberOfLightSources, 2);
@@ -376,6 +406,8 @@ TEST_F(ShaderLightSource, LightsOfAFrameAreCountedAndLiveUntilItsEnd) {
     EXPECT_FALSE(*seagrass->begin());
     const Mirk::VRenderContext::FrameLights held(context);
     EXPECT_THAT(lights(), ElementsAre(second->source(context.pool)));
+    second = {};
+    EXPECT_EQ(lights().front()->getLightFunction(), toldLightCode) << "its owner lives as well";
 }
 
 TEST_F(ShaderLightSource, OtherNumberOfLightsMakesShadersDueThoughTheSetIsTheSame) {
