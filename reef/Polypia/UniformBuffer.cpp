@@ -31,6 +31,7 @@ UniformBufferPtr UniformBufferRegistry::getUniformBuffer(const std::string& name
 UniformBufferPtr UniformBufferRegistry::setUniformBuffer(
     const std::string& name, const Keel::WeakPtr<UniformBuffer, Polyp::Tentacle>& buffer) {
     const std::unique_lock exclusive(lock);
+    ++_written;
     return UniformBufferPtr(uniformBuffers.insert_or_assign(name, buffer).first->second);
 }
 
@@ -44,6 +45,7 @@ UniformBufferRegistry::mkUniformBuffer(const std::string& name,
     }
     // Stored only when the factory has returned, so that one that throws leaves no entry behind.
     const UniformBufferPtr made = factory();
+    ++_written;
     uniformBuffers.insert_or_assign(name, Keel::WeakPtr<UniformBuffer, Polyp::Tentacle>(made));
     return made;
 }

@@ -4,6 +4,8 @@
 #include <Polypia/MapMemory.hpp>
 #include <Polypia/Polyp.hpp>
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <shared_mutex>
 #include <string>
@@ -52,10 +54,15 @@ public:
     /// throws std::bad_function_call.
     UniformBufferPtr mkUniformBuffer(const std::string& name,
                                      const std::function<UniformBufferPtr()>& factory);
+    /// How often an entry was written: who has seen an entry need not look again before this rises.
+    std::uint64_t numberOfEntriesWritten() const noexcept {
+        return _written.load(std::memory_order_relaxed);
+    }
 
 private:
     std::unordered_map<std::string, Keel::WeakPtr<UniformBuffer, Polyp::Tentacle>> uniformBuffers;
     mutable std::shared_mutex lock;
+    std::atomic<std::uint64_t> _written{0};
 };
 
 } // namespace Mirk

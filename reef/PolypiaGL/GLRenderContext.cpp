@@ -3,6 +3,7 @@
 #include <Polypia/PickList.hpp>
 #include <Polypia/PixelMargin.hpp>
 #include <Polypia/RenderException.hpp>
+#include <Polypia/Seagrass.hpp>
 #include <Polypia/VTransformable.hpp>
 #include <PolypiaGL/GLRenderException.hpp>
 #include <PolypiaGL/PickTarget.hpp>
@@ -547,8 +548,20 @@ void GLRenderContext::putInOrder(const RenderAble& object, bool hasFailed) {
     // Whoever has views of its own elevates the layer for them and uploads them; one that fails may
     // be back from the one, and not from the other.
     const bool hasOwnViews = CurrentLayer != _viewsLayer || changesOfMultiView() != _worldChanges;
-    if (hasFailed || hasOwnViews) takeWorldViews();
+    if (hasFailed || hasOwnViews || hasOwnBlock()) takeWorldViews();
     factory().machine().discardErrors(object.Name());
+}
+
+/// Whether somebody has left another buffer for the views, which later programs would be tied to.
+bool GLRenderContext::hasOwnBlock() {
+    const std::uint64_t written = entriesWritten();
+    if (std::exchange(_entriesWritten, written) == written) return false;
+    return getUniformBuffer(MultiViewBlock) != _multiView;
+}
+
+std::uint64_t GLRenderContext::entriesWritten() const {
+    const Keel::StrongPtr<Seagrass> live(seagrass);
+    return live ? live->numberOfEntriesWritten() : 0;
 }
 
 std::uint64_t GLRenderContext::changesOfMultiView() const {
@@ -558,6 +571,7 @@ std::uint64_t GLRenderContext::changesOfMultiView() const {
 void GLRenderContext::takeWorldViews() {
     CurrentLayer = _viewsLayer;
     setUniformBuffer(MultiViewBlock, _multiView);
+    _entriesWritten = entriesWritten();
     updateMultiView(*_multiView, _views);
     _worldChanges = changesOfMultiView();
 }
@@ -666,6 +680,7 @@ private:
             if (program == nullptr) return;
             variables = *program;
             samplers = program->SamplerBindings;
+            origin = program->worldOrigin();
         }
         void putBack(GL::Machine& machine) {
             machine.program = program;
@@ -673,12 +688,14 @@ private:
             if (program == nullptr) return;
             static_cast<RenderNamespace::ProgramVariables&>(*program) = std::move(variables);
             program->SamplerBindings = std::move(samplers);
+            program->setAllProgramVariables(FloatedOrigin(origin));
         }
 
         GL::GLProgram* program;
         std::vector<const GL::GLVertexAttribute*> attributes;
         RenderNamespace::ProgramVariables variables;
         std::map<std::string, Polyp::TentaclePtr> samplers;
+        Skua::PhysicalSpace::vector origin;
     };
 
     GLRenderContext& _context;

@@ -203,6 +203,8 @@ private:
                       RenderAble::SubContext& sub);
     bool drawStereo(const RenderAblePtr& object, const Item& item, double& renderTime,
                     RenderAble::SubContext& sub);
+    bool hasOwnBlock();
+    std::uint64_t entriesWritten() const;
     std::uint64_t changesOfMultiView() const;
     void takeWorldViews();
     void putInOrder(const RenderAble& object, bool hasFailed);
@@ -215,7 +217,8 @@ private:
     const GLFramebuffer* _boundTarget = nullptr; // null: unknown, to be bound anew
     const GL::PickTarget* _pickTarget = nullptr; // while objects are picked
     UniformBufferPtr _multiView;
-    std::uint64_t _worldChanges = 0; // of that, when it got the views of the world
+    std::uint64_t _worldChanges = 0;   // of that, when it got the views of the world
+    std::uint64_t _entriesWritten = 0; // to the registry, when it had that for the views
     ViewReferences _views;
     std::uint32_t _viewsLayer = 0;     // the layer of those
     std::vector<EyePlanes> _eyePlanes; // with the usual margin

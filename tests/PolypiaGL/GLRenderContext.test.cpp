@@ -806,6 +806,31 @@ TEST_F(GLRenderContextTest, ViewsThatAnObjectLeavesInTheBlockAreNotThoseOfTheNex
     EXPECT_TRUE(pixels(*left) == expected);
 }
 
+TEST_F(GLRenderContextTest, BufferThatAnObjectLeavesForTheViewsIsNotThatOfTheNext) {
+    add("quad", {});
+    draw();
+    const auto expected = pixels(*left);
+    quads.clear();
+    objects = {};
+    const UniformBufferPtr own = context->createUniformBuffer(0);
+    ASSERT_TRUE(own->resize(688)); // of one view
+    for (const bool throws : {true, false}) {
+        const auto careless = add("careless", {}, 0);
+        careless->action = [&]() -> bool {
+            context->setUniformBuffer(GLRenderContext::MultiViewBlock, own);
+            if (throws) throw std::runtime_error("swallowed on the way");
+            return true;
+        };
+        add("quad", {}, 1); // makes its polyp in this frame
+        testing::internal::CaptureStdout();
+        draw();
+        testing::internal::GetCapturedStdout();
+        EXPECT_TRUE(pixels(*left) == expected) << throws;
+        quads.clear();
+        objects = {};
+    }
+}
+
 TEST_F(GLRenderContextTest, ReportedFailureOfOneEyeLeavesOutTheOthersWhateverTheResult) {
     setTwoEyes();
     const auto quad = add("quad", {});
@@ -1321,6 +1346,70 @@ TEST_F(PickingTest, WaveThatAsksDrawsWithItsValuesOfAProgramThatWhatIsPickedUses
         all->clear();
         upper->clear();
     }
+}
+
+TEST_F(PickingTest, WaveThatAsksDrawsWithItsOriginOfAProgramThatWhatIsPickedUses) {
+    const std::string fragment = "#version 330\nuniform vec3 place;\nout vec4 color;\n"
+                                 "void main() { color = vec4(place, 1.0); }\n";
+    const auto program =
+        context->createProgram(passVertex, fragment, "test.vert", "test.frag", 1U, 1U, {}, {});
+    const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    polyp->insert(program);
+    const auto vertices = context->createCoordinates(
+        chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
+    polyp->insert(vertices);
+    polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+    (*program)["place"] = Skua::PhysicalSpace::point{1e9 + 1, 1, 0};
+    const auto drawFrom = [&](const Skua::PhysicalSpace::vector& origin) {
+        program->setAllProgramVariables(RenderBasin::FloatedOrigin(origin));
+        polyp->wave(~0U);
+        return false;
+    };
+    const auto picked = add("picked", {}, -1), asking = add("asking", {});
+    picked->action = [&] { return drawFrom({1e9 + 1, 0, 0}); }; // green
+    bool isPicking = false;
+    std::size_t found = 0;
+    asking->action = [&] {
+        isPicking = true;
+        return drawFrom({1e9, 1, 0}); // red
+    };
+    const VSceneObjects scene = objects;
+    polyp->insertTentacle(
+        Polyp::PainterKey - 1, probe([&](const Polyp&) {
+            if (!std::exchange(isPicking, false)) return true;
+            found = context->pickObjects(scene, 0, 0, 1, 1, INT_MIN, INT_MAX)->Ids.size();
+            return true;
+        }));
+    draw();
+    EXPECT_EQ(found, 1u);
+    EXPECT_EQ(at(*left, 0, 0), red);
+}
+
+TEST_F(PickingTest, PointThatComesBackIsSentWithThePresentOrigin) {
+    const std::string fragment = "#version 330\nuniform vec3 place;\nout vec4 color;\n"
+                                 "void main() { color = vec4(place, 1.0); }\n";
+    const auto program =
+        context->createProgram(passVertex, fragment, "test.vert", "test.frag", 1U, 1U, {}, {});
+    const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+    polyp->insert(program);
+    const auto vertices = context->createCoordinates(
+        chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
+    polyp->insert(vertices);
+    polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+    const Skua::PhysicalSpace::point place{5, 1, 0};
+    const auto drawing = add("drawing", {});
+    drawing->action = [&] {
+        (*program)["place"] = place;
+        program->setAllProgramVariables(RenderBasin::FloatedOrigin({4, 1, 0})); // red
+        polyp->wave(~0U);
+        program->erase("place");
+        program->setAllProgramVariables(RenderBasin::FloatedOrigin({5, 0, 0})); // green
+        (*program)["place"] = place;
+        polyp->wave(~0U);
+        return false;
+    };
+    draw();
+    EXPECT_EQ(at(*left, 0, 0), green);
 }
 
 TEST_F(PickingTest, PrintsTheErrorOfOpenGLOfWhoAsks) {
