@@ -84,9 +84,9 @@ DisplayObject::ContentPtr BoundingBoxDisplay::read(const ValuePoolPtr& pool,
 
 DisplayObject::Drawing BoundingBoxDisplay::fill(Polyp& polyp, VRenderContext& context,
                                                 RenderBasin::Program&, const Content& content,
-                                                std::size_t, Form) const {
-    const auto corners = polyp.insert(context.createCoordinates(
-        shortLived(edgesOf(content.bounds, content.origin)), "Coordinates"));
+                                                const point& origin, std::size_t, Form) const {
+    const auto corners = polyp.insert(
+        context.createCoordinates(shortLived(edgesOf(content.bounds, origin)), "Coordinates"));
     if (!corners) return {};
     insertColor(polyp, context, _color);
     insertViewportPixels(polyp, context);

@@ -27,7 +27,8 @@ protected:
     Form form(const ValuePoolPtr& pool) const override;
     Stages stages(Form form, const Content& content) const override;
     Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
-                 const Content& content, std::size_t piece, Form form) const override;
+                 const Content& content, const point& origin, std::size_t piece,
+                 Form form) const override;
 
 private:
     const TypedSlot<SharedBoundingBox> _box;

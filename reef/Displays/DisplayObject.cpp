@@ -192,6 +192,10 @@ DisplayObject::Form DisplayObject::form(const ValuePoolPtr&) const {
     return 0;
 }
 
+DisplayObject::point DisplayObject::originIn(const VRenderContext&, const Content& content) const {
+    return content.origin;
+}
+
 bool DisplayObject::multiview_render(VRenderContext& context,
                                      const LayeredMultiViews::ViewReferences& views,
                                      SubContext& sub) {

@@ -38,7 +38,9 @@ public:
 /// bounds, so that single precision does for it; shaders see the views as LayeredMultiViews offers
 /// them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
 /// many of them to the GPU as fit, and draws these. If something else was drawn before, that stays
-/// until all of the new is there.
+/// as it is until all of the new is on the GPU; then one takes the place of the other, in one
+/// frame. As long as there are both, neither leaves the cache. What the GPU has no memory for is
+/// reported once, and tried again in each frame, while what was drawn before stays.
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest
@@ -66,7 +68,7 @@ public:
         Content& operator=(const Content&) = delete;
 
         const Skua::BoundingBox bounds;
-        /// What vertices are relative to: the middle of the bounds.
+        /// The middle of the bounds, finite in any case.
         const point origin;
         const std::size_t pieces;
 
@@ -164,10 +166,14 @@ protected:
     virtual Form form(const ValuePoolPtr& pool) const;
     /// The program for a form and data.
     virtual Stages stages(Form form, const Content& content) const = 0;
-    /// Inserts attributes, parameters and painter behind the program. Without painter it has
-    /// failed; it may throw a RenderException.
+    /// What vertices are to be relative to. Where that has become another point, all of them go to
+    /// the GPU again. Here the middle of the bounds.
+    virtual point originIn(const VRenderContext& context, const Content& content) const;
+    /// Inserts attributes, parameters and painter behind the program, of vertices that are relative
+    /// to `origin`. Without painter it has failed; it may throw a RenderException.
     virtual Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
-                         const Content& content, std::size_t piece, Form form) const = 0;
+                         const Content& content, const point& origin, std::size_t piece,
+                         Form form) const = 0;
 
 private:
     struct PoolState;
@@ -175,7 +181,7 @@ private:
     class Compiled;
     using CompiledPtr = std::shared_ptr<Compiled>;
     class Filler;
-    struct Way;
+    struct Generation;
     class Pieces;
     class Showing;
     class Showings;

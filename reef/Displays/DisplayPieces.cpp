@@ -10,6 +10,9 @@ namespace Mirk {
 
 namespace {
 
+/// What the painter of a piece has, so that a wave without it ends ahead of the drawing.
+constexpr Activity_t drawing = 1;
+
 /// Has a program read the views. False without a Seagrass, where the buffer is.
 bool bindViews(Polyp& polyp, RenderBasin::Program& program, VRenderContext& context) {
     const UniformBufferPtr views =
@@ -31,23 +34,25 @@ public:
     void setContent(const Content& content) const { _content = &content; }
 
     bool initializePolyp(Polyp& polyp, VRenderContext& context) const {
-        _isAdmitted = false;
+        _isThere = false;
         _isRefused = isRefusedAhead(polyp, context);
         if (_isRefused) return false;
         const DisplayObject& display = _pieces._display;
-        const Form form = _pieces._way.form;
-        const RenderBasin::ProgramPtr program(_pieces._program);
+        const Generation& generation = _pieces._generation;
+        const RenderBasin::ProgramPtr program(generation.program);
         polyp.insert(program);
-        const Drawing drawing = display.fill(polyp, context, *program, *_content, _piece, form);
-        if (!drawing.painter || !bindViews(polyp, *program, context)) return false;
-        if ((form & isClipped) != 0) {
+        const Drawing filled = display.fill(polyp, context, *program, *_content, generation.origin,
+                                            _piece, generation.form);
+        if (!filled.painter || !bindViews(polyp, *program, context)) return false;
+        if ((generation.form & isClipped) != 0) {
             display._clippingPlanes.initializeRelativePolyp(polyp, context,
-                                                            _content->origin - point());
+                                                            generation.origin - point());
         }
-        if (!_pieces._way.transform.initializePolyp(polyp, context)) return false;
-        const Keel::StrongPtr<RenderBasin::RangedPainter, Polyp::Tentacle> ranged(drawing.painter);
+        if (!generation.transform.initializePolyp(polyp, context)) return false;
+        filled.painter->activityMask = drawing;
+        const Keel::StrongPtr<RenderBasin::RangedPainter, Polyp::Tentacle> ranged(filled.painter);
         _painter = ranged;
-        _levels = drawing.levels;
+        _levels = filled.levels;
         context.setNumberOfViews(polyp);
         return true;
     }
@@ -55,14 +60,19 @@ public:
         return context.isValid(polyp);
     }
 
-    /// Whether the polyp may be brought to the GPU, or is there already.
-    bool admit(Polyp& polyp, VRenderContext& context) const {
-        if (!_isAdmitted) _isAdmitted = context.allowRendering(polyp);
-        _isRefused = !_isAdmitted;
-        return _isAdmitted;
+    /// Whether the polyp may be brought to the GPU.
+    bool admits(Polyp& polyp, VRenderContext& context) const {
+        _isRefused = isRefusedWith(polyp, polyp.memsize(), context);
+        return !_isRefused;
     }
-    /// Whether the last polyp was admitted; it may be gone.
-    bool isAdmitted() const { return _isAdmitted; }
+    /// The polyp is on the GPU now. Only here it is taken from the allowance, as it isn't when the
+    /// GPU has no memory for it.
+    void noteUpload(Polyp& polyp, VRenderContext& context) const {
+        context.renderAllowance -= static_cast<std::int64_t>(polyp.memsize());
+        _isThere = true;
+    }
+    /// Whether the last polyp was brought to the GPU; it may be gone.
+    bool isThere() const { return _isThere; }
     /// Whether the last polyp was refused, ahead of its filling or after that.
     bool isRefused() const { return _isRefused; }
     void setLevel(std::size_t level) const {
@@ -80,15 +90,19 @@ public:
     }
 
 private:
-    /// Nothing is filled in vain whose size is known, from the last time or from the data.
-    bool isRefusedAhead(Polyp& polyp, VRenderContext& context) const {
-        const std::size_t bytes = std::max(polyp.memsize(), _content->leastBytes(_piece));
+    static bool isRefusedWith(Polyp& polyp, std::size_t bytes, VRenderContext& context) {
         const bool isPossible =
             !context.isCancelled() && context.renderAllowance >= static_cast<std::int64_t>(bytes);
         if (isPossible) return false;
         // Asked all the same: a viewer counts what it has refused.
         polyp.expectMemsize(bytes);
-        return !context.allowRendering(polyp);
+        context.allowRendering(polyp);
+        return true;
+    }
+    /// Nothing is filled in vain whose size is known, from the last time or from the data.
+    bool isRefusedAhead(Polyp& polyp, VRenderContext& context) const {
+        return isRefusedWith(polyp, std::max(polyp.memsize(), _content->leastBytes(_piece)),
+                             context);
     }
 
     const Pieces& _pieces;
@@ -96,19 +110,15 @@ private:
     mutable const Content* _content = nullptr;
     mutable Keel::WeakPtr<RenderBasin::RangedPainter, Polyp::Tentacle> _painter;
     mutable Levels _levels;
-    mutable bool _isAdmitted = false;
+    mutable bool _isThere = false;
     mutable bool _isRefused = false;
     mutable LayeredMultiViews::ViewReferences _views;
 };
 
 DisplayObject::Pieces::Pieces(const DisplayObject& display, const Seagrass& seagrass,
-                              const Way& way, const Content& content, const CompiledPtr& compiled,
-                              const RenderBasin::ProgramPtr& program)
-    : _display(display),
-      _way(way),
-      _origin(content.origin),
-      _compiled(compiled),
-      _program(program) {
+                              const Generation& generation, const Content& content,
+                              const CompiledPtr& compiled)
+    : _display(display), _generation(generation), _compiled(compiled) {
     for (std::size_t piece = 0; piece < content.pieces; ++piece) {
         _creators.emplace_back(new PieceCreator(seagrass, {}, *this, piece));
     }
@@ -116,13 +126,8 @@ DisplayObject::Pieces::Pieces(const DisplayObject& display, const Seagrass& seag
 
 DisplayObject::Pieces::~Pieces() = default;
 
-bool DisplayObject::Pieces::isOf(const Way& way, const RenderBasin::ProgramPtr& program) const {
-    return _way.isSame(way) &&
-           _program == Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle>(program);
-}
-
 bool DisplayObject::Pieces::isReady(const PieceCreator& creator) {
-    return creator.isAdmitted() && creator.hasData();
+    return creator.isThere() && creator.hasData();
 }
 
 bool DisplayObject::Pieces::isEmpty() const {
@@ -130,37 +135,62 @@ bool DisplayObject::Pieces::isEmpty() const {
                         [](const PieceCreatorPtr& creator) { return isReady(*creator); });
 }
 
-/// What may be drawn; null if it has to wait. Behind a refusal nothing is filled.
+void DisplayObject::Pieces::keep(bool kept) {
+    if (_isKept == kept) return;
+    _isKept = kept;
+    for (const PieceCreatorPtr& creator : _creators) creator->enableCaching(kept);
+}
+
+/// What is on the GPU; null if it has to wait. Behind a refusal or a failure nothing is filled.
 PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& context,
-                                        const Content& content, bool& isRefused) {
-    if (isRefused && !isReady(creator)) return {};
-    creator.setContent(content);
-    PolypPtr polyp = creator.acquire(context);
-    if (polyp && creator.admit(*polyp, context)) return polyp;
-    isRefused = isRefused || creator.isRefused();
-    return {};
-}
-
-bool DisplayObject::Pieces::prepare(VRenderContext& context, const Content& content) {
-    bool isRefused = false;
-    bool haveAllBeenThere = true;
-    for (const PieceCreatorPtr& creator : _creators) {
-        // One that was evicted since is filled again when it is drawn: where there is no room for
-        // all at once they would never be complete.
-        if (creator->isAdmitted()) continue;
-        const PolypPtr polyp = provide(*creator, context, content, isRefused);
-        haveAllBeenThere = haveAllBeenThere && polyp;
+                                        const Content& content, Supply& supply) const {
+    const bool wasReady = isReady(creator);
+    if (supply.isStopped && !wasReady) return {};
+    try {
+        creator.setContent(content);
+        const PolypPtr polyp = creator.acquire(context);
+        if (polyp && creator.isThere()) return polyp;
+        const PolypPtr uploaded =
+            polyp && creator.admits(*polyp, context) ? upload(creator, context) : PolypPtr();
+        supply.isStopped = creator.isRefused();
+        return uploaded;
+    } catch (...) {
+        supply = {true, std::current_exception()};
+        return {};
     }
-    return haveAllBeenThere;
 }
 
-bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content,
-                                 std::size_t level) {
-    return _way.transform.draw(context, [&] {
-        bool isRefused = false;
+/// By a wave that draws nothing. Null if a value can't be had for it: it stays, and is tried again.
+PolypPtr DisplayObject::Pieces::upload(PieceCreator& creator, VRenderContext& context) const {
+    const PolypPtr polyp = creator.getPolyp();
+    if (!update(context, creator, *polyp)) return {};
+    try {
+        polyp->wave(~drawing);
+    } catch (...) {
+        // What of it is on the GPU already is memory that others may have.
+        creator.forget();
+        throw;
+    }
+    creator.noteUpload(*polyp, context);
+    polyp->pin(_isKept);
+    return polyp;
+}
+
+bool DisplayObject::Pieces::prepare(VRenderContext& context, const Content& content,
+                                    Supply& supply) {
+    bool areAllThere = true;
+    for (const PieceCreatorPtr& creator : _creators) {
+        areAllThere = provide(*creator, context, content, supply) && areAllThere;
+    }
+    return areAllThere;
+}
+
+bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content, std::size_t level,
+                                 Supply& supply) {
+    return _generation.transform.draw(context, [&] {
         bool areAllDrawn = true;
         for (const PieceCreatorPtr& creator : _creators) {
-            const PolypPtr polyp = provide(*creator, context, content, isRefused);
+            const PolypPtr polyp = provide(*creator, context, content, supply);
             const bool isDrawn = polyp && drawPiece(context, *creator, *polyp, level);
             areAllDrawn = areAllDrawn && isDrawn;
         }
@@ -169,7 +199,7 @@ bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content
 }
 
 void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t level) const {
-    _way.transform.draw(context, [&] {
+    _generation.transform.draw(context, [&] {
         for (const PieceCreatorPtr& creator : _creators) {
             if (!isReady(*creator)) continue;
             if (const PolypPtr polyp = creator->getPolyp()) {
@@ -180,11 +210,16 @@ void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t lev
     });
 }
 
+bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& creator,
+                                   Polyp& polyp) const {
+    context.updateTranslatedViews(polyp, creator.viewsOf(context), point() - _generation.origin);
+    return polyp.updateValues(context);
+}
+
 bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreator& creator,
                                       Polyp& polyp, std::size_t level) const {
     creator.setLevel(level);
-    context.updateTranslatedViews(polyp, creator.viewsOf(context), point() - _origin);
-    if (!polyp.updateValues(context)) return false;
+    if (!update(context, creator, polyp)) return false;
     polyp.wave(~Activity_t{0});
     polyp.complete(context);
     return true;

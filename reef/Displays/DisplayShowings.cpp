@@ -8,6 +8,22 @@
 
 namespace Mirk {
 
+namespace {
+
+/// Empty if it is no RenderException.
+std::string reportOf(const std::exception_ptr& failure) {
+    if (!failure) return {};
+    try {
+        std::rethrow_exception(failure);
+    } catch (const RenderException& exception) {
+        return exception.str();
+    } catch (...) {
+        return {};
+    }
+}
+
+} // namespace
+
 DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& context)
     : _seagrass(seagrass),
       _pool(context.pool),
@@ -29,69 +45,77 @@ bool DisplayObject::Showing::isAlive() const {
     return _seagrass && _pool;
 }
 
-bool DisplayObject::Showing::isOtherWay(const Way& way) const {
-    return !_compiled || !_way.isSame(way);
+bool DisplayObject::Showing::isOther(const Generation& generation) const {
+    return !_compiled || !_wanted.isOfSameInputs(generation);
 }
 
-void DisplayObject::Showing::setWay(const Way& way, const CompiledPtr& compiled) {
-    _way = way;
+void DisplayObject::Showing::setWanted(const Generation& generation, const CompiledPtr& compiled) {
+    _wanted = generation;
     _compiled = compiled;
 }
 
 bool DisplayObject::Showing::draw(const DisplayObject& display, VRenderContext& context,
                                   const Content& content) {
-    const bool isWhole = drawBest(display, context, content, _compiled->program(context));
-    const std::exception_ptr failure = _compiled->failure();
-    display._isDrawnAsBefore = isWhole && failure;
+    _wanted.program = _compiled->program(context);
+    const bool isWhole = drawBest(display, context, content);
+    const std::exception_ptr notCompiled = _compiled->failure();
+    display._isDrawnAsBefore = isWhole && notCompiled;
+    const std::exception_ptr failure = notCompiled ? notCompiled : _notSupplied;
     if (failure != std::exchange(_told, failure) && failure) std::rethrow_exception(failure);
     // A success would clear the report.
     return isWhole && !failure;
 }
 
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
-                                      const Content& content,
-                                      const RenderBasin::ProgramPtr& program) {
-    if (!program) {
+                                      const Content& content) {
+    if (!_wanted.program) {
         drawShown(context);
         return false;
     }
-    Pieces& pieces = wanted(display, content, program);
-    if (&pieces == _coming.get()) {
-        bool isComplete = false;
-        try {
-            isComplete = pieces.prepare(context, content);
-        } catch (const RenderException&) {
-            drawShown(context);
-            throw;
-        }
-        if (!isComplete) {
-            drawShown(context);
-            return false;
-        }
-        _shown = std::move(_coming);
-    }
-    return _shown->draw(context, content, level);
+    provideWanted(display, content);
+    Pieces::Supply supply;
+    if (_coming && _coming->prepare(context, content, supply)) showComing();
+    const bool isWhole = !_coming && _shown->draw(context, content, level, supply);
+    if (_coming) drawShown(context);
+    noteSupply(supply.failure);
+    return isWhole;
 }
 
 void DisplayObject::Showing::drawShown(VRenderContext& context) const {
     if (_shown) _shown->drawPresent(context, level);
 }
 
-/// Those that are shown or coming. What can't be drawn is not worth to be kept on show.
-DisplayObject::Pieces& DisplayObject::Showing::wanted(const DisplayObject& display,
-                                                      const Content& content,
-                                                      const RenderBasin::ProgramPtr& program) {
-    if (_shown && _shown->isOf(_way, program)) {
-        _coming.reset();
-        return *_shown;
-    }
-    if (_shown && _shown->isEmpty()) _shown = std::move(_coming);
-    if (_shown && _shown->isOf(_way, program)) return *_shown;
-    if (_coming && _coming->isOf(_way, program)) return *_coming;
+/// Has what is wanted be what is shown or coming. What can't be drawn is not worth to be kept on
+/// show.
+void DisplayObject::Showing::provideWanted(const DisplayObject& display, const Content& content) {
+    if (_shown && _shown->isOf(_wanted)) return setComing({});
+    if (_shown && _shown->isEmpty()) showComing();
+    const Pieces* const last = _coming ? _coming.get() : _shown.get();
+    if (last != nullptr && last->isOf(_wanted)) return;
     const Keel::StrongPtr<Seagrass> seagrass(_seagrass);
-    std::unique_ptr<Pieces>& place = _shown ? _coming : _shown;
-    place = std::make_unique<Pieces>(display, *seagrass, _way, content, _compiled, program);
-    return *place;
+    auto pieces = std::make_unique<Pieces>(display, *seagrass, _wanted, content, _compiled);
+    if (_shown) return setComing(std::move(pieces));
+    _shown = std::move(pieces);
+}
+
+void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
+    _coming = std::move(pieces);
+    // Neither is of use in parts: what the cache evicts of the one that is shown may never come
+    // back, and the other would never be complete.
+    _shown->keep(bool(_coming));
+    if (_coming) _coming->keep(true);
+}
+
+void DisplayObject::Showing::showComing() {
+    _shown = std::move(_coming);
+    if (_shown) _shown->keep(false);
+}
+
+/// What fails in the same way in each frame is one failure.
+void DisplayObject::Showing::noteSupply(const std::exception_ptr& failure) {
+    const std::string text = reportOf(failure);
+    const bool isSame = !text.empty() && text == reportOf(_notSupplied);
+    if (!isSame) _notSupplied = failure;
 }
 
 bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seagrass,
@@ -100,10 +124,11 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     showing.level = _display.levelIn(context, showing.level);
     showing.needsLevels = showing.needsLevels || showing.level > 0;
     const Form form = _display.wholeForm(context.pool);
-    const Way way{content, form | (showing.needsLevels ? hasLevels : 0),
-                  _display.transformIn(context.pool)};
-    if (showing.isOtherWay(way)) {
-        showing.setWay(way, compiledFor(context, seagrass, *content, form, way.transform));
+    const Generation wanted{content, _display.originIn(context, *content),
+                            form | (showing.needsLevels ? hasLevels : 0),
+                            _display.transformIn(context.pool)};
+    if (showing.isOther(wanted)) {
+        showing.setWanted(wanted, compiledFor(context, seagrass, *content, form, wanted.transform));
     }
     return showing.draw(_display, context, *content);
 }

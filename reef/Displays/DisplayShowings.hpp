@@ -22,11 +22,12 @@ public:
     bool isAlive() const;
 
     /// Whether what was asked for last is something else.
-    bool isOtherWay(const Way& way) const;
-    void setWay(const Way& way, const CompiledPtr& compiled);
+    bool isOther(const Generation& generation) const;
+    /// Asks for that, by whichever program there is when it is drawn.
+    void setWanted(const Generation& generation, const CompiledPtr& compiled);
 
-    /// Draws what was asked for last or, as long as there is no program or no room for all of it,
-    /// what was drawn before. True if all was drawn. Throws a failure to compile, once.
+    /// Draws what was asked for last or, until all of it is on the GPU, what was drawn before. True
+    /// if all was drawn. Throws what kept it from being compiled or brought to the GPU, once.
     bool draw(const DisplayObject& display, VRenderContext& context, const Content& content);
 
     std::size_t level = 0;    ///< that was drawn last
@@ -34,10 +35,11 @@ public:
     std::uint64_t lastDrawn = 0;
 
 private:
-    Pieces& wanted(const DisplayObject& display, const Content& content,
-                   const RenderBasin::ProgramPtr& program);
-    bool drawBest(const DisplayObject& display, VRenderContext& context, const Content& content,
-                  const RenderBasin::ProgramPtr& program);
+    void provideWanted(const DisplayObject& display, const Content& content);
+    void setComing(std::unique_ptr<Pieces> pieces);
+    void showComing();
+    bool drawBest(const DisplayObject& display, VRenderContext& context, const Content& content);
+    void noteSupply(const std::exception_ptr& failure);
     void drawShown(VRenderContext& context) const;
 
     const Keel::WeakPtr<Seagrass> _seagrass;
@@ -45,11 +47,12 @@ private:
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;
-    Way _way;
+    Generation _wanted;
     CompiledPtr _compiled;
+    std::exception_ptr _notSupplied; // why something isn't on the GPU
     std::exception_ptr _told;        // the last failure that was thrown
     std::unique_ptr<Pieces> _shown;  // what is drawn
-    std::unique_ptr<Pieces> _coming; // what takes its place once it is complete
+    std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
 };
 
 /// All of them; of a display object, with its mutex held. One goes when it hasn't been drawn for a

@@ -67,21 +67,20 @@ DisplayObject::ContentPtr GlobeDisplay::read(const ValuePoolPtr&, const ContentP
 }
 
 DisplayObject::Drawing GlobeDisplay::fill(Polyp& polyp, VRenderContext& context,
-                                          RenderBasin::Program& program, const Content& content,
-                                          std::size_t, Form) const {
-    polyp.insert(context.createCoordinates(grid(), "Coordinates"));
+                                          RenderBasin::Program& program, const Content&,
+                                          const point& origin, std::size_t, Form) const {
+    polyp.insert(context.createCoordinates(grid(origin), "Coordinates"));
     const auto indices =
         polyp.insert(context.createAttribute(triangles(), indicesAttribute, "Indices"));
     if (!indices) return {};
     const double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
     program["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
-    polyp.insert(Keel::make<HiddenSides>(context, program, content.origin, 1.0 / _unitsPerMetre,
+    polyp.insert(Keel::make<HiddenSides>(context, program, origin, 1.0 / _unitsPerMetre,
                                          [](const VRenderContext&) { return 0.0; }));
     return {polyp.insert(indices->createPainter(RenderNamespace::Triangles)), {}};
 }
 
-/// Relative to the origin, which is the centre of the earth.
-RenderBasin::ChunkPtr GlobeDisplay::grid() const {
+RenderBasin::ChunkPtr GlobeDisplay::grid(const point& origin) const {
     std::vector<FloatPoint> points;
     points.reserve(std::size_t{meridians + 1} * (parallels + 1));
     for (std::uint32_t row = 0; row <= parallels; ++row) {
@@ -89,7 +88,7 @@ RenderBasin::ChunkPtr GlobeDisplay::grid() const {
         for (std::uint32_t column = 0; column <= meridians; ++column) {
             const double longitude = 360.0 * column / meridians - 180.0;
             const vector p = Skua::toEarthCentred({longitude, latitude, 0.0}) - point();
-            points.push_back(toFloat(point() + p * globeScale * _unitsPerMetre));
+            points.push_back(relativeTo(origin, point() + p * globeScale * _unitsPerMetre));
         }
     }
     return shortLived(std::move(points));

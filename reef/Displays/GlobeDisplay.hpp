@@ -21,10 +21,11 @@ protected:
     ContentPtr read(const ValuePoolPtr& pool, const ContentPtr& present) const override;
     Stages stages(Form form, const Content& content) const override;
     Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
-                 const Content& content, std::size_t piece, Form form) const override;
+                 const Content& content, const point& origin, std::size_t piece,
+                 Form form) const override;
 
 private:
-    RenderBasin::ChunkPtr grid() const;
+    RenderBasin::ChunkPtr grid(const point& origin) const;
 
     const double _unitsPerMetre;
 };

@@ -183,12 +183,12 @@ DisplayObject::ContentPtr LineSet::read(const ValuePoolPtr& pool, const ContentP
 
 DisplayObject::Drawing LineSet::fill(Polyp& polyp, VRenderContext& context,
                                      RenderBasin::Program& program, const Content& content,
-                                     std::size_t piece, Form form) const {
+                                     const point& origin, std::size_t piece, Form form) const {
     const auto& lines = static_cast<const LineContent&>(content);
     const Polylines& data = lines.data;
     const Part part = lines.points(piece);
-    polyp.insert(context.createCoordinates(
-        shortLived(relativePart(data.points, content.origin, part)), "Coordinates"));
+    polyp.insert(context.createCoordinates(shortLived(relativePart(data.points, origin, part)),
+                                           "Coordinates"));
 
     std::vector<std::uint32_t> strips;
     Levels levels;
@@ -216,7 +216,7 @@ DisplayObject::Drawing LineSet::fill(Polyp& polyp, VRenderContext& context,
     }
     if (data.coordinates == CoordinateSystem::EarthCentred) {
         polyp.insert(Keel::make<HiddenSides>(
-            context, program, content.origin, 1.0 / _unitsPerMetre,
+            context, program, origin, 1.0 / _unitsPerMetre,
             [this](const VRenderContext& present) { return marginPixels(present.pool); }));
     }
     return {polyp.insert(indices->createPainter(RenderNamespace::LineStrip)), levels};

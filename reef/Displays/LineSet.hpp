@@ -34,7 +34,8 @@ protected:
     Form form(const ValuePoolPtr& pool) const override;
     Stages stages(Form form, const Content& content) const override;
     Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
-                 const Content& content, std::size_t piece, Form form) const override;
+                 const Content& content, const point& origin, std::size_t piece,
+                 Form form) const override;
 
 private:
     const bool _smooth;

@@ -124,14 +124,14 @@ DisplayObject::ContentPtr PointCloud::read(const ValuePoolPtr& pool,
 
 DisplayObject::Drawing PointCloud::fill(Polyp& polyp, VRenderContext& context,
                                         RenderBasin::Program&, const Content& content,
-                                        std::size_t piece, Form form) const {
+                                        const point& origin, std::size_t piece, Form form) const {
     const auto& cloud = static_cast<const CloudContent&>(content);
     const PointSet& data = cloud.data;
     const Part part = cloud.points(piece);
     const bool isSpread = (form & hasLevels) != 0;
     const std::vector<std::uint32_t> order =
         isSpread ? spreadOrder(part.count) : std::vector<std::uint32_t>();
-    std::vector<FloatPoint> relative = relativePart(data.points, content.origin, part);
+    std::vector<FloatPoint> relative = relativePart(data.points, origin, part);
     arrange(relative, order);
     const auto coordinates =
         polyp.insert(context.createCoordinates(shortLived(std::move(relative)), "Coordinates"));

@@ -75,12 +75,13 @@ public:
                        [&](std::uint32_t point) { return all[point]; });
         return shortLived(std::move(chosen));
     }
-    std::vector<FloatPoint> relativePoints(const std::vector<std::uint32_t>& points) const {
+    std::vector<FloatPoint> relativePoints(const Point& relativeOrigin,
+                                           const std::vector<std::uint32_t>& points) const {
         const std::span<const Point> all = elementsOf(data.points);
-        if (isWhole()) return relativePart(data.points, origin, {0, all.size()});
+        if (isWhole()) return relativePart(data.points, relativeOrigin, {0, all.size()});
         std::vector<FloatPoint> relative(points.size());
         std::transform(points.begin(), points.end(), relative.begin(),
-                       [&](std::uint32_t point) { return relativeTo(origin, all[point]); });
+                       [&](std::uint32_t point) { return relativeTo(relativeOrigin, all[point]); });
         return relative;
     }
 
@@ -218,10 +219,11 @@ DisplayObject::ContentPtr TriangleSurface::read(const ValuePoolPtr& pool,
 
 DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& context,
                                              RenderBasin::Program&, const Content& content,
-                                             std::size_t piece, Form form) const {
+                                             const point& origin, std::size_t piece,
+                                             Form form) const {
     const auto& surface = static_cast<const SurfaceContent&>(content);
     if ((form & hasLevels) == 0) {
-        insertPoints(polyp, context, surface, surface.pointsOf(piece), form);
+        insertPoints(polyp, context, surface, origin, surface.pointsOf(piece), form);
         return insertTriangles(polyp, context, surface.trianglesOf(piece), {});
     }
     SurfacePiece drawn = surface.copyOf(piece);
@@ -235,16 +237,17 @@ DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& conte
                             static_cast<std::int32_t>(triangles.size()));
         all.insert(all.end(), triangles.begin(), triangles.end());
     }
-    insertPoints(polyp, context, surface, drawn.points, form);
+    insertPoints(polyp, context, surface, origin, drawn.points, form);
     return insertTriangles(polyp, context, shortLived(std::move(all)), std::move(levels));
 }
 
 void TriangleSurface::insertPoints(Polyp& polyp, VRenderContext& context, const Content& content,
-                                   const std::vector<std::uint32_t>& points, Form form) const {
+                                   const point& origin, const std::vector<std::uint32_t>& points,
+                                   Form form) const {
     const auto& surface = static_cast<const SurfaceContent&>(content);
     const TriangleMesh& data = surface.data;
-    polyp.insert(
-        context.createCoordinates(shortLived(surface.relativePoints(points)), "Coordinates"));
+    polyp.insert(context.createCoordinates(shortLived(surface.relativePoints(origin, points)),
+                                           "Coordinates"));
     if (surface.isSmooth) {
         polyp.insert(
             context.createAttribute(surface.chunkOf(data.normals, points), Normals, "Normals"));

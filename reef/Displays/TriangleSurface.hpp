@@ -37,11 +37,13 @@ protected:
     Form form(const ValuePoolPtr& pool) const override;
     Stages stages(Form form, const Content& content) const override;
     Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,
-                 const Content& content, std::size_t piece, Form form) const override;
+                 const Content& content, const point& origin, std::size_t piece,
+                 Form form) const override;
 
 private:
     void insertPoints(Polyp& polyp, VRenderContext& context, const Content& content,
-                      const std::vector<std::uint32_t>& points, Form form) const;
+                      const point& origin, const std::vector<std::uint32_t>& points,
+                      Form form) const;
     static Drawing insertTriangles(Polyp& polyp, VRenderContext& context,
                                    const RenderBasin::ChunkPtr& triangles, Levels&& levels);
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <numbers>
+#include <set>
 #include <stdexcept>
 
 using Mirk::DisplayObject;
@@ -37,6 +38,8 @@ public:
     mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
     mutable std::vector<const Polyp*> polyps;
     mutable Levels levels;
+    vector shift{0, 0, 0}; ///< of what vertices are relative to
+    mutable point lastOrigin{};
 
     using DisplayObject::hasLevels;
     using DisplayObject::isClipped;
@@ -73,8 +76,9 @@ protected:
         return stages;
     }
     Drawing fill(Polyp& polyp, Mirk::VRenderContext& context, Mirk::RenderBasin::Program&,
-                 const Content&, std::size_t piece, Form form) const override {
+                 const Content&, const point& origin, std::size_t piece, Form form) const override {
         filled.emplace_back(piece, form);
+        lastOrigin = origin;
         polyps.push_back(&polyp);
         const auto coordinates = polyp.insert(context.createCoordinates(
             Mirk::RenderBasin::ChunkPtr(new Keel::Chunk<Mirk::Point>(1)), "Coordinates"));
@@ -84,6 +88,9 @@ protected:
         return drawing;
     }
     Form form(const Mirk::ValuePoolPtr&) const override { return wantedForm; }
+    point originIn(const Mirk::VRenderContext& context, const Content& content) const override {
+        return DisplayObject::originIn(context, content) + shift;
+    }
 
 private:
     mutable double _changes = 0.0;
@@ -439,6 +446,180 @@ TEST_F(DisplayObjectTest, OtherDataAreDrawnOnceAllOfThemAreThere) {
     // What was drawn before is gone.
     seagrass->cleanup();
     EXPECT_EQ(context.basin.log->live["Painter"], 3);
+}
+
+/// Pieces whose data are told by number when they go to the GPU, and when they are drawn.
+class DisplayObjectUploads : public DisplayObjectTest {
+protected:
+    DisplayObjectUploads() {
+        object->action = [this](Polyp& polyp, Mirk::VRenderContext& present) {
+            const std::string number = std::to_string(++_made);
+            auto& basin = dynamic_cast<KnowingContext&>(present).basin;
+            polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
+                new RecordingTentacle(basin.log, "data " + number, Polyp::VertexAttributeKey + 1)));
+            polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
+                new RecordingTentacle(basin.log, "last " + number, Polyp::PainterKey + 1)));
+            return true;
+        };
+    }
+    struct Frame {
+        bool isWhole;
+        std::vector<std::string> uploaded; ///< the first time that they are activated
+        std::vector<std::string> drawn;
+    };
+    Frame frame(std::int64_t allowance = 1000) {
+        context.renderAllowance = allowance;
+        context.basin.log->take();
+        Frame result{draw(*object), {}, {}};
+        for (const std::string& call : context.basin.log->take()) {
+            if (!call.starts_with("activate Tentacle ")) continue;
+            const std::string number = call.substr(call.rfind(' ') + 1);
+            if (call.starts_with("activate Tentacle last ")) {
+                result.drawn.push_back(number);
+            } else if (_known.insert(number).second) {
+                result.uploaded.push_back(number);
+            }
+        }
+        return result;
+    }
+
+private:
+    int _made = 0;
+    std::set<std::string> _known;
+};
+
+TEST_F(DisplayObjectUploads, FrameBringsNoMoreToTheGpuThanItsAllowance) {
+    object->pieces = 2;
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    object->setData(3);
+    const std::vector<std::vector<std::string>> uploaded{{"3", "4"}, {"5"}, {}};
+    for (const auto& expected : uploaded) {
+        EXPECT_EQ(frame(2 * bytes).uploaded, expected);
+    }
+}
+
+TEST_F(DisplayObjectUploads, OneGenerationIsDrawnWholeUntilTheNextOneTakesItsPlace) {
+    object->pieces = 2;
+    frame();
+    object->setData(3);
+    for (int i = 0; i < 2; ++i) {
+        const Frame waiting = frame(bytes);
+        EXPECT_FALSE(waiting.isWhole);
+        EXPECT_THAT(waiting.drawn, ElementsAre("1", "2"));
+    }
+    for (int i = 0; i < 2; ++i) {
+        const Frame whole = frame(bytes);
+        EXPECT_TRUE(whole.isWhole);
+        EXPECT_THAT(whole.drawn, ElementsAre("3", "4", "5"));
+    }
+}
+
+TEST_F(DisplayObjectUploads, OtherOriginOfTheSameDataIsAnotherGeneration) {
+    object->pieces = 2;
+    frame();
+    object->shift = {100, 0, 0};
+    const Frame waiting = frame(bytes);
+    EXPECT_THAT(waiting.drawn, ElementsAre("1", "2"));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{0, 0, 0, 0}));
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-100, 0, 0, 0}));
+    EXPECT_EQ(object->lastOrigin, (point{100, 0, 0}));
+    EXPECT_EQ(context.basin.log->live["Program"], 1);
+}
+
+TEST_F(DisplayObjectUploads, FailedUploadKeepsThePictureAndIsToldOnce) {
+    object->pieces = 2;
+    frame();
+    object->setData(2);
+    context.basin.log->throwing = {"activate Tentacle data 4"};
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    testing::internal::GetCapturedStdout();
+    EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
+    EXPECT_EQ(context.failures.size(), 1U);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 3); // what failed takes no memory
+    // It is tried again.
+    EXPECT_THAT(frame().drawn, ElementsAre("3", "5"));
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, FailureThatLastsIsToldOnceAndTakesNoAllowance) {
+    frame();
+    object->setData(1);
+    const auto fill = object->action;
+    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) -> bool {
+        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
+            new RecordingTentacle(context.basin.log, "full", Polyp::VertexAttributeKey + 2)));
+        return fill(polyp, present);
+    };
+    context.basin.log->throwing = {"activate Tentacle full"};
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_THAT(frame().drawn, ElementsAre("1"));
+        EXPECT_EQ(context.renderAllowance, 1000);
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
+    context.basin.log->throwing = {};
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, ValueThatCannotBeHadLetsTheLastGenerationStay) {
+    frame();
+    object->setData(1);
+    const auto fill = object->action;
+    bool isMissing = true;
+    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) {
+        class Value : public Polyp::SpecializedTentacle<Polyp::ParameterKey> {
+        public:
+            explicit Value(const bool& missing) : _isMissing(missing) {}
+            bool updateValue(Mirk::VRenderContext&) override { return !_isMissing; }
+            bool activate(const Polyp&) override { return true; }
+            bool deactivate(const Polyp&) override { return true; }
+
+        private:
+            const bool& _isMissing;
+        };
+        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(new Value(isMissing)));
+        return fill(polyp, present);
+    };
+    for (int i = 0; i < 2; ++i) {
+        const Frame waiting = frame();
+        EXPECT_FALSE(waiting.isWhole);
+        EXPECT_THAT(waiting.drawn, ElementsAre("1"));
+    }
+    isMissing = false;
+    EXPECT_THAT(frame().drawn, ElementsAre("2"));
+}
+
+TEST_F(DisplayObjectUploads, NeitherGenerationIsEvictedUntilTheyAreExchanged) {
+    object->pieces = 2;
+    object->knownBytes = bytes; // so that none is filled ahead of its frame
+    frame();
+    object->setData(3);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    EXPECT_EQ(seagrass->lawn(), 1); // the polyp of the program
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    seagrass->getCache()->maxCost = 1;
+    seagrass->getCache()->adjust(typeid(void), typeid(void), 0);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4", "5"));
+    // From now on they are worth no more than others.
+    EXPECT_GE(seagrass->lawn(), 3);
+}
+
+TEST_F(DisplayObjectUploads, WhatIsNotWantedAnyMoreGivesTheOthersFree) {
+    object->pieces = 2;
+    frame();
+    object->wantedForm = 7;
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    object->wantedForm = 0;
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    EXPECT_GE(seagrass->lawn(), 2);
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 0);
 }
 
 TEST_F(DisplayObjectTest, ChangedAgainAheadOfThatTheFirstStaysDrawn) {
