@@ -69,11 +69,12 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context
     try {
         const RenderBasin::ProgramPtr program = compile(context);
         _fileTimes = _composer.lastFileTimes;
-        keep(program);
+        keep(program, false);
         return program;
     } catch (const RenderException&) {
         _failure = std::current_exception();
         rememberFiles();
+        if (present) keep(present, true);
         return present;
     }
 }
@@ -103,10 +104,11 @@ void DisplayObject::Compiled::rememberFiles() {
     for (const auto& [file, time] : _composer.lastFileTimes) _fileTimes[file] = time;
 }
 
-void DisplayObject::Compiled::keep(const RenderBasin::ProgramPtr& program) {
+void DisplayObject::Compiled::keep(const RenderBasin::ProgramPtr& program, bool inAnyCase) {
     _program = Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle>(program);
     static_cast<Keeper&>(*_keeper).recreate(
         [&](Polyp& polyp) { return bool(polyp.insert(program)); });
+    _keeper->enableCaching(inAnyCase);
 }
 
 } // namespace Mirk

@@ -53,7 +53,8 @@ public:
     bool isFor(const Seagrass& seagrass, const Composer& composer, bool takesFiles) const;
     /// Of the present files or, if these are faulty, the good one before. Null if there is none.
     RenderBasin::ProgramPtr program(VRenderContext& context);
-    /// What the last attempt has thrown; null if it was good.
+    /// What the last attempt has thrown; null if it was good. As long as there is one, the program
+    /// before stays in the cache, as nothing could make it again.
     const std::exception_ptr& failure() const { return _failure; }
     /// Of the last attempt.
     const Programmable::FileTimes& fileTimes() const { return _fileTimes; }
@@ -64,7 +65,7 @@ private:
     bool haveFilesChanged() const;
     RenderBasin::ProgramPtr compile(VRenderContext& context) const;
     void rememberFiles();
-    void keep(const RenderBasin::ProgramPtr& program);
+    void keep(const RenderBasin::ProgramPtr& program, bool inAnyCase);
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Composer _composer;

@@ -32,9 +32,12 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _takesFiles(context.ShaderFileOverrides) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
-    return _seagrass == Keel::WeakPtr<Seagrass>(seagrass) && isOf(context.pool) &&
-           _eyes == context.EyeViews.size() && _outputViews == context.OutputViews &&
-           _takesFiles == context.ShaderFileOverrides;
+    return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
+           _outputViews == context.OutputViews && _takesFiles == context.ShaderFileOverrides;
+}
+
+bool DisplayObject::Showing::isIn(const Seagrass& seagrass) const {
+    return _seagrass == Keel::WeakPtr<Seagrass>(seagrass);
 }
 
 bool DisplayObject::Showing::isOf(const ValuePoolPtr& pool) const {
@@ -43,6 +46,12 @@ bool DisplayObject::Showing::isOf(const ValuePoolPtr& pool) const {
 
 bool DisplayObject::Showing::isAlive() const {
     return _seagrass && _pool;
+}
+
+bool DisplayObject::Showing::clear() {
+    _coming.reset();
+    _shown.reset();
+    return !_compiled || !_compiled->failure();
 }
 
 bool DisplayObject::Showing::isOther(const Generation& generation) const {
@@ -69,6 +78,8 @@ bool DisplayObject::Showing::draw(const DisplayObject& display, VRenderContext& 
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
                                       const Content& content) {
     if (!_wanted.program) {
+        // Nothing else may ever be drawn.
+        if (_shown) _shown->keep(true);
         drawShown(context);
         return false;
     }
@@ -134,7 +145,8 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
 }
 
 void DisplayObject::Showings::drop(const ValuePoolPtr& pool) {
-    std::erase_if(_all, [&](const auto& showing) { return showing->isOf(pool); });
+    std::erase_if(_all,
+                  [&](const auto& showing) { return showing->isOf(pool) && showing->clear(); });
 }
 
 Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
@@ -153,9 +165,11 @@ Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
 DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seagrass,
                                                             const VRenderContext& context) {
     constexpr std::uint64_t aWhile = 100;
-    ++_drawings;
+    std::erase_if(_drawings, [](const auto& entry) { return !entry.first; });
+    const std::uint64_t drawing = ++_drawings[Keel::WeakPtr<Seagrass>(seagrass)];
     std::erase_if(_all, [&](const auto& showing) {
-        return !showing->isAlive() || showing->lastDrawn + aWhile < _drawings;
+        const bool isLeft = showing->isIn(seagrass) && showing->lastDrawn + aWhile < drawing;
+        return !showing->isAlive() || (isLeft && showing->clear());
     });
     auto found = std::find_if(_all.begin(), _all.end(), [&](const auto& showing) {
         return showing->isFor(seagrass, context);
@@ -164,7 +178,7 @@ DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seag
         _all.push_back(std::make_unique<Showing>(seagrass, context));
         found = std::prev(_all.end());
     }
-    (*found)->lastDrawn = _drawings;
+    (*found)->lastDrawn = drawing;
     return **found;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -17,9 +18,13 @@ public:
     Showing(const Seagrass& seagrass, const VRenderContext& context);
 
     bool isFor(const Seagrass& seagrass, const VRenderContext& context) const;
+    bool isIn(const Seagrass& seagrass) const;
     bool isOf(const ValuePoolPtr& pool) const;
     /// Whether its Seagrass and pool are still there.
     bool isAlive() const;
+    /// Gives up its pieces. Whether nothing is left then that couldn't be made again, as the last
+    /// good program of faulty files can't.
+    bool clear();
 
     /// Whether what was asked for last is something else.
     bool isOther(const Generation& generation) const;
@@ -30,9 +35,9 @@ public:
     /// if all was drawn. Throws what kept it from being compiled or brought to the GPU, once.
     bool draw(const DisplayObject& display, VRenderContext& context, const Content& content);
 
-    std::size_t level = 0;    ///< that was drawn last
-    bool needsLevels = false; ///< once a level was needed
-    std::uint64_t lastDrawn = 0;
+    std::size_t level = 0;       ///< that was drawn last
+    bool needsLevels = false;    ///< once a level was needed
+    std::uint64_t lastDrawn = 0; ///< by the number of drawings in its Seagrass
 
 private:
     void provideWanted(const DisplayObject& display, const Content& content);
@@ -55,14 +60,14 @@ private:
     std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
 };
 
-/// All of them; of a display object, with its mutex held. One goes when it hasn't been drawn for a
-/// while, and with it what it holds on the GPU.
+/// All of them; of a display object, with its mutex held. One goes when its Seagrass has drawn
+/// others for a while, and with it what it holds on the GPU.
 class DisplayObject::Showings {
 public:
     explicit Showings(const DisplayObject& display) : _display(display) {}
 
     bool draw(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content);
-    /// Drops those of a pool.
+    /// Gives up the pieces of a pool, and what can be made again.
     void drop(const ValuePoolPtr& pool);
     /// The files of all programs, each with its earliest time.
     Programmable::FileTimes fileTimes() const;
@@ -74,8 +79,8 @@ private:
 
     const DisplayObject& _display;
     std::vector<std::unique_ptr<Showing>> _all;
-    std::vector<std::weak_ptr<Compiled>> _programs; // that these have
-    std::uint64_t _drawings = 0;
+    std::vector<std::weak_ptr<Compiled>> _programs;             // that these have
+    std::map<Keel::WeakPtr<Seagrass>, std::uint64_t> _drawings; // in each
 };
 
 } // namespace Mirk

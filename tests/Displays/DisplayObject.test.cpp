@@ -757,6 +757,17 @@ TEST_F(DisplayObjectTest, WhatIsNotDrawnForAWhileIsDropped) {
     EXPECT_EQ(object->filled.size(), 2U);
 }
 
+TEST_F(DisplayObjectTest, DrawingsOfAnotherViewerDropNothing) {
+    draw(*object);
+    const auto other = Keel::make<Mirk::Seagrass>(1U << 30, "other");
+    KnowingContext second(other);
+    second.pool = context.pool;
+    const Mirk::View view;
+    for (int frame = 0; frame < 200; ++frame) object->render(second, view, sub);
+    EXPECT_FALSE(isCompiledByDraw(*object));
+    EXPECT_EQ(object->filled.size(), 2U);
+}
+
 TEST_F(DisplayObjectTest, PoolThatIsGoneTakesItsPolypsAlong) {
     const Mirk::ValuePoolPtr first = context.pool;
     context.pool = Keel::make<Mirk::ValuePool>();

@@ -150,6 +150,45 @@ TEST_F(EditedShaders, FileThatIsFaultyFromTheFirstIsReportedOnce) {
     EXPECT_EQ(report(), "");
 }
 
+TEST_F(EditedShaders, LastGoodProgramOutlivesEvictionWhileItsFileIsFaulty) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".frag", painting("vec4(oops)"));
+    frame();
+    for (int i = 0; i < 2; ++i) {
+        seagrass->lawn();
+        EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    }
+    save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    // It is worth no more than others then.
+    EXPECT_EQ(seagrass->lawn(), 2);
+}
+
+TEST_F(EditedShaders, LastPictureOutlivesEvictionWhileAFileOfAnotherFormIsFaulty) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".geom", "oops");
+    object->edges().set({}, true);
+    frame();
+    seagrass->lawn();
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    object->edges().set({}, false);
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(seagrass->lawn(), 1); // it is worth no more than others now
+}
+
+TEST_F(EditedShaders, LastGoodProgramOutlivesDataThatBreakWhileItsFileIsFaulty) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".frag", painting("vec4(oops)"));
+    frame();
+    object->surface().set({}, TriangleMesh());
+    EXPECT_EQ(frame().middle, magenta);
+    object->surface().set({}, triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+}
+
 TEST_F(EditedShaders, FaultyFileLetsOtherDataBeDrawnByTheLastProgram) {
     save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
     EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));

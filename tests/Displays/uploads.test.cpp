@@ -34,7 +34,7 @@ namespace {
 constexpr std::size_t pieces = 3;
 constexpr long long pieceBytes = DisplayObject::pieceVertices * 3 * sizeof(float);
 
-/// A cloud in three pieces, all of whose points are in one place.
+/// A cloud in three pieces, with one point of each in front of the eye.
 class Uploads : public DisplayPictures {
 protected:
     void SetUp() override {
@@ -52,7 +52,11 @@ protected:
     }
 
     static PointSet cloudAt(double x) {
-        return cloud(std::vector<point>(pieces * DisplayObject::pieceVertices, point{x, 0, 0}));
+        std::vector<point> points(pieces * DisplayObject::pieceVertices, point{0, 0, 5});
+        for (std::size_t piece = 0; piece < pieces; ++piece) {
+            points[piece * DisplayObject::pieceVertices] = {x, 0, 0};
+        }
+        return cloud(points);
     }
     /// A frame, as the places where the cloud is drawn: -1 left, 1 right.
     std::vector<int> frame(long long allowance) {
