@@ -165,8 +165,11 @@ std::size_t DisplayObject::levelIn(VRenderContext& context, std::size_t drawnLev
 }
 
 bool DisplayObject::safe_render(VRenderContext& context, double begin, double end) const {
-    _isDrawnAsBefore = false;
-    return VRenderObject::safe_render(context, begin, end) || _isDrawnAsBefore;
+    _isDrawnAsBefore = _isWell = _hasThrown = false;
+    const bool isDone = VRenderObject::safe_render(context, begin, end);
+    if (_hasThrown) _showings->noteReport(renderStatusSlot().value(context.pool).text);
+    if (!isDone) _showings->restoreReport(context.pool);
+    return isDone || _isDrawnAsBefore || _isWell;
 }
 
 bool DisplayObject::environment_render(VRenderContext& context) const {

@@ -47,8 +47,10 @@ public:
 /// power of 1/2, until it would take less than half of that as a whole. It gets more vertices for
 /// that only once it is needed.
 ///
-/// A program that can't be compiled is reported once, and drawing is false from then on: the last
-/// good picture stays, and nothing is compiled until the program is to be another one. Shaders may
+/// A program that can't be compiled is reported once for each Seagrass, and drawing is false from
+/// then on: the last good picture stays, and nothing is compiled until the program is to be another
+/// one. As long as something fails wherever a pool is shown, "RenderStatus" tells of something that
+/// does, whatever was reported and mended in between. Shaders may
 /// be edited while they are drawn, see Programmable: a file that has changed is such a case, and as
 /// long as what it holds is faulty the last good program goes on, with new data as well. Where that
 /// draws all that there is, safe_render() is true, though the report stays.
@@ -194,7 +196,9 @@ private:
     const ClippingPlanes _clippingPlanes;
     std::string _shaderFolder;
     MissingShaderFiles _missingShaderFiles = MissingShaderFiles::Left;
-    mutable bool _isDrawnAsBefore = false;     // by the render thread
+    mutable bool _isDrawnAsBefore = false;     // by the render thread, as the next two
+    mutable bool _isWell = false;              // nothing fails where it was drawn last
+    mutable bool _hasThrown = false;           // what the last drawing has found to fail
     const std::unique_ptr<Showings> _showings; // of it, only render threads know
 };
 

@@ -63,16 +63,14 @@ void DisplayObject::Showing::setWanted(const Generation& generation, const Compi
     _compiled = compiled;
 }
 
-bool DisplayObject::Showing::draw(const DisplayObject& display, VRenderContext& context,
-                                  const Content& content) {
+DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& display,
+                                                           VRenderContext& context,
+                                                           const Content& content) {
     _wanted.program = _compiled->program(context);
     const bool isWhole = drawBest(display, context, content);
     const std::exception_ptr notCompiled = _compiled->failure();
     display._isDrawnAsBefore = isWhole && notCompiled;
-    const std::exception_ptr failure = notCompiled ? notCompiled : _notSupplied;
-    if (failure != std::exchange(_told, failure) && failure) std::rethrow_exception(failure);
-    // A success would clear the report.
-    return isWhole && !failure;
+    return {isWhole, notCompiled ? notCompiled : _notSupplied};
 }
 
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
@@ -141,7 +139,51 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     if (showing.isOther(wanted)) {
         showing.setWanted(wanted, compiledFor(context, seagrass, *content, form, wanted.transform));
     }
-    return showing.draw(_display, context, *content);
+    const Showing::Drawn drawn = showing.draw(_display, context, *content);
+    if (tell(seagrass, context.pool, drawn.failure)) {
+        _display._hasThrown = true;
+        std::rethrow_exception(drawn.failure);
+    }
+    const bool isAllWell = std::none_of(_told.begin(), _told.end(), [&](const Told& told) {
+        return told.pool == Keel::WeakPtr<ValuePool>(context.pool);
+    });
+    _display._isWell = drawn.isWhole && !drawn.failure;
+    return _display._isWell && isAllWell;
+}
+
+/// Notes what fails now, which is null if nothing does. Whether it is to be thrown.
+bool DisplayObject::Showings::tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
+                                   const std::exception_ptr& failure) {
+    if (_told.empty() && !failure) return false;
+    const Keel::WeakPtr<Seagrass> place(seagrass);
+    const bool isKnown = std::any_of(_told.begin(), _told.end(), [&](const Told& told) {
+        return told.seagrass == place && told.pool == Keel::WeakPtr<ValuePool>(pool) &&
+               told.failure == failure;
+    });
+    if (isKnown) return false;
+    std::erase_if(_told, [&](const Told& told) {
+        const bool isHere = told.seagrass == place && told.pool == Keel::WeakPtr<ValuePool>(pool);
+        return isHere || !told.seagrass || !told.pool;
+    });
+    if (failure) _told.push_back({place, pool, failure, {}});
+    return bool(failure);
+}
+
+void DisplayObject::Showings::noteReport(const std::string& report) {
+    if (!_told.empty()) _told.back().report = report;
+}
+
+void DisplayObject::Showings::restoreReport(const ValuePoolPtr& pool) const {
+    if (_told.empty()) return;
+    const TypedSlot<VObjectStatus>& status = _display.renderStatusSlot();
+    const std::string present = status.value(pool).text;
+    const Told* last = nullptr;
+    for (const Told& told : _told) {
+        if (told.report.empty() || !(told.pool == Keel::WeakPtr<ValuePool>(pool))) continue;
+        if (told.report == present) return;
+        last = &told;
+    }
+    if (last != nullptr) status.set(pool, VObjectStatus(last->report));
 }
 
 void DisplayObject::Showings::drop(const ValuePoolPtr& pool) {

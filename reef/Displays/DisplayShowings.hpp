@@ -8,6 +8,7 @@
 #include <exception>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace Mirk {
@@ -31,9 +32,13 @@ public:
     /// Asks for that, by whichever program there is when it is drawn.
     void setWanted(const Generation& generation, const CompiledPtr& compiled);
 
-    /// Draws what was asked for last or, until all of it is on the GPU, what was drawn before. True
-    /// if all was drawn. Throws what kept it from being compiled or brought to the GPU, once.
-    bool draw(const DisplayObject& display, VRenderContext& context, const Content& content);
+    struct Drawn {
+        bool isWhole;
+        std::exception_ptr failure; ///< the same as long as it lasts
+    };
+    /// Draws what was asked for last or, until all of it is on the GPU, what was drawn before, and
+    /// tells what keeps it from being compiled or brought there.
+    Drawn draw(const DisplayObject& display, VRenderContext& context, const Content& content);
 
     std::size_t level = 0;       ///< that was drawn last
     bool needsLevels = false;    ///< once a level was needed
@@ -55,7 +60,6 @@ private:
     Generation _wanted;
     CompiledPtr _compiled;
     std::exception_ptr _notSupplied; // why something isn't on the GPU
-    std::exception_ptr _told;        // the last failure that was thrown
     std::unique_ptr<Pieces> _shown;  // what is drawn
     std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
 };
@@ -66,13 +70,29 @@ class DisplayObject::Showings {
 public:
     explicit Showings(const DisplayObject& display) : _display(display) {}
 
+    /// True if all was drawn, and nothing fails at any place where the pool is shown: a success
+    /// clears the report. Throws what keeps it from that, once for each Seagrass.
     bool draw(VRenderContext& context, const Seagrass& seagrass, const ContentPtr& content);
+    /// To be called with the report on what draw() has just thrown.
+    void noteReport(const std::string& report);
+    /// Has the report of a pool be about something that still fails, if anything does.
+    void restoreReport(const ValuePoolPtr& pool) const;
     /// Gives up the pieces of a pool, and what can be made again.
     void drop(const ValuePoolPtr& pool);
     /// The files of all programs, each with its earliest time.
     Programmable::FileTimes fileTimes() const;
 
 private:
+    /// What fails in a Seagrass since it was thrown there.
+    struct Told {
+        Keel::WeakPtr<Seagrass> seagrass;
+        Keel::WeakPtr<ValuePool> pool;
+        std::exception_ptr failure;
+        std::string report;
+    };
+
+    bool tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
+              const std::exception_ptr& failure);
     Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);
     CompiledPtr compiledFor(VRenderContext& context, const Seagrass& seagrass,
                             const Content& content, Form form, const TransformOperator& transform);
@@ -81,6 +101,7 @@ private:
     std::vector<std::unique_ptr<Showing>> _all;
     std::vector<std::weak_ptr<Compiled>> _programs;             // that these have
     std::map<Keel::WeakPtr<Seagrass>, std::uint64_t> _drawings; // in each
+    std::vector<Told> _told;                                    // the last one at the end
 };
 
 } // namespace Mirk

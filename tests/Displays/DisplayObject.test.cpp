@@ -204,6 +204,69 @@ TEST_F(DisplayObjectTest, RefusedProgramIsAFailureOfTheObjectThatIsToldOnce) {
     EXPECT_EQ(reportOf(*object), "");
 }
 
+TEST_F(DisplayObjectTest, ReportIsThatOfWhatFailsNowWhateverHasFailedInBetween) {
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    testing::internal::CaptureStdout();
+    draw(*object);
+    const std::string refused = reportOf(*object);
+    object->onRead = [] { throw std::runtime_error("there is a hole in it"); };
+    object->changeInput();
+    draw(*object);
+    EXPECT_THAT(reportOf(*object), HasSubstr("there is a hole in it"));
+    object->onRead = {};
+    object->changeInput();
+    EXPECT_FALSE(draw(*object));
+    EXPECT_EQ(reportOf(*object), refused);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 2U);
+    context.basin.log->throwing.clear();
+    object->wantedForm = 7;
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectTest, ReportOfOneViewerStaysWhatAnotherOfThePoolDraws) {
+    const auto other = Keel::make<Mirk::Seagrass>(1U << 30, "other");
+    KnowingContext second(other);
+    second.pool = context.pool;
+    const Mirk::View view;
+    const auto drawInSecond = [&] { return object->render(second, view, sub); };
+    second.basin.log->throwing.insert("createProgram plain.vert");
+    testing::internal::CaptureStdout();
+    request(*object);
+    drawInSecond();
+    const std::string refused = reportOf(*object);
+    EXPECT_NE(refused, "");
+    for (int frame = 0; frame < 2; ++frame) {
+        EXPECT_TRUE(draw(*object));
+        EXPECT_EQ(reportOf(*object), refused);
+        EXPECT_FALSE(drawInSecond());
+        EXPECT_EQ(reportOf(*object), refused);
+    }
+    EXPECT_EQ(second.failures.size(), 1U);
+    // Another failure in the first, and its end.
+    object->setData(1);
+    object->action = [&](Polyp&, Mirk::VRenderContext& present) -> bool {
+        if (&present == &second) return true;
+        throw Mirk::RenderException(1, "full", "other.cpp", 1);
+    };
+    draw(*object);
+    EXPECT_THAT(reportOf(*object), HasSubstr("other.cpp"));
+    drawInSecond();
+    draw(*object);
+    EXPECT_THAT(reportOf(*object), HasSubstr("other.cpp")); // fails as well
+    EXPECT_EQ(context.failures.size(), 1U);
+    object->action = {};
+    EXPECT_TRUE(draw(*object));
+    EXPECT_EQ(reportOf(*object), refused);
+    // And of that one.
+    second.basin.log->throwing.clear();
+    object->wantedForm = 7;
+    EXPECT_TRUE(drawInSecond());
+    EXPECT_EQ(reportOf(*object), "");
+    testing::internal::GetCapturedStdout();
+}
+
 TEST_F(DisplayObjectTest, RefusedProgramOfAnotherFormLeavesThePictureAsItWas) {
     EXPECT_TRUE(draw(*object));
     context.basin.log->throwing.insert("createProgram plain.vert");
