@@ -94,7 +94,8 @@ public:
         std::iota(whole.points.begin(), whole.points.end(), 0U);
         return whole;
     }
-    /// With about half of the points, a quarter and so on; so many of them.
+    /// With about half of the points, a quarter and so on; so many of them, or as many as leave
+    /// anything of the surface: these are the same for all pieces, or gaps would open between them.
     const std::vector<CoarserSurface>& coarser(std::size_t number) const {
         std::call_once(_isCoarserMade, [&] {
             const auto points = elementsOf(data.points);
@@ -103,6 +104,9 @@ public:
             for (std::size_t level = 1; level <= number; ++level) {
                 _coarser.emplace_back(points, elementsOf(data.triangles), isShared,
                                       halved(points.size(), level));
+                if (leavesAny(_coarser.back())) continue;
+                _coarser.pop_back();
+                break;
             }
         });
         return _coarser;
@@ -113,6 +117,14 @@ public:
     const TriangleMesh data;
 
 private:
+    bool leavesAny(const CoarserSurface& coarser) const {
+        for (std::size_t piece = 0; piece < pieces; ++piece) {
+            SurfacePiece copy = copyOf(piece);
+            if (!coarser.trianglesOf(copy).empty()) return true;
+        }
+        return false;
+    }
+
     const std::vector<SurfacePiece> _pieces;
     mutable std::once_flag _isCoarserMade;
     mutable std::vector<CoarserSurface> _coarser;
@@ -231,8 +243,6 @@ DisplayObject::Drawing TriangleSurface::fill(Polyp& polyp, VRenderContext& conte
     Levels levels{{0, static_cast<std::int32_t>(all.size())}};
     for (const CoarserSurface& coarser : surface.coarser(numberOfLevels - 1)) {
         const std::vector<std::uint32_t> triangles = coarser.trianglesOf(drawn);
-        // What is too small for the grid stays as it is.
-        if (triangles.empty()) break;
         levels.emplace_back(static_cast<std::int32_t>(all.size()),
                             static_cast<std::int32_t>(triangles.size()));
         all.insert(all.end(), triangles.begin(), triangles.end());

@@ -3,7 +3,9 @@
 #include "displayFixture.hpp"
 
 #include <cmath>
+#include <utility>
 
+using Mirk::Polyp;
 using Mirk::TriangleSurface;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -162,6 +164,60 @@ TEST_F(TriangleSurfaceTest, PointsWithoutTrianglesDoNotMoveTheOrigin) {
     ASSERT_TRUE(draw(*object));
     EXPECT_EQ(boundsOf(*object).max, (point{2, 2, 0}));
     EXPECT_EQ(attribute<FloatPoint>("Coordinates")[1], (FloatPoint{1, -1, 0}));
+}
+
+/// Tells what levels its pieces have.
+class LeveledSurface : public TriangleSurface {
+public:
+    explicit LeveledSurface(const Mirk::TriangleMesh& data)
+        : VObject("mesh", 0, {}), TriangleSurface("mesh", data) {}
+
+    mutable std::vector<Levels> levels;
+
+protected:
+    Drawing fill(Polyp& polyp, Mirk::VRenderContext& context, Mirk::RenderBasin::Program& program,
+                 const Content& content, const point& origin, std::size_t piece,
+                 Form form) const override {
+        Drawing drawing =
+            TriangleSurface::fill(polyp, context, program, content, origin, piece, form);
+        levels.push_back(drawing.levels);
+        return drawing;
+    }
+};
+
+TEST_F(TriangleSurfaceTest, PieceOfWhichACoarserLevelLeavesNothingHasThatLevelAsItsNeighboursDo) {
+    // As many points as a piece has, and a speck in another.
+    constexpr std::uint32_t columns = 512;
+    static_assert(columns * columns == TriangleSurface::pieceVertices);
+    std::vector<Mirk::Point> points;
+    std::vector<std::uint32_t> corners;
+    for (std::uint32_t i = 0; i < columns * columns; ++i) {
+        const std::uint32_t column = i % columns, row = i / columns;
+        points.push_back({static_cast<double>(column), static_cast<double>(row), 0.0});
+        if (column > 0 && row > 0) {
+            for (const std::uint32_t corner : {i, i - 1, i - columns}) corners.push_back(corner);
+        }
+    }
+    for (const auto& [x, y] : {std::pair(100.3, 100.3), {100.301, 100.3}, {100.3, 100.301}}) {
+        corners.push_back(static_cast<std::uint32_t>(points.size()));
+        points.push_back({x, y, 0.0});
+    }
+    const DisplayPtr<LeveledSurface> object(new LeveledSurface(mesh(points, corners)));
+    ASSERT_TRUE(drawAt(0.5, *object));
+    ASSERT_EQ(object->levels.size(), 2U);
+    ASSERT_EQ(object->levels[1].size(), object->levels[0].size());
+    for (std::size_t level = 1; level < object->levels[0].size(); ++level) {
+        EXPECT_GT(object->levels[0][level].second, 0) << level;
+        EXPECT_EQ(object->levels[1][level].second, 0) << level;
+    }
+}
+
+TEST_F(TriangleSurfaceTest, LevelsThatLeaveNothingAreNoLevels) {
+    const DisplayPtr<LeveledSurface> object(
+        new LeveledSurface(mesh({{1, 2, 3}, {1, 2, 3}, {1, 2, 3}}, {0, 1, 2})));
+    ASSERT_TRUE(drawAt(0.5, *object));
+    ASSERT_EQ(object->levels.size(), 1U);
+    EXPECT_THAT(object->levels[0], ElementsAre(std::pair(0, 3)));
 }
 
 TEST_F(TriangleSurfaceTest, LargeSurfaceIsDrawnInPiecesOfItsOwnPoints) {
