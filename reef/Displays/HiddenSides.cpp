@@ -32,9 +32,12 @@ Skua::FixedArray<float, 4> toFloats(const Skua::FixedArray<double, 4>& values) {
 
 HiddenSides::HiddenSides(const VRenderContext& context, RenderBasin::Program& program,
                          const point& origin, double unitMetres, Margin marginPixels)
-    : _origin(origin), _unitMetres(unitMetres), _marginPixels(std::move(marginPixels)) {
+    : _program(program),
+      _origin(origin),
+      _unitMetres(unitMetres),
+      _marginPixels(std::move(marginPixels)) {
     for (std::size_t eye = 0; eye < context.EyeViews.size(); ++eye) {
-        _eyes.push_back({&program["HiddenSides[" + std::to_string(eye) + "].plane"]});
+        _eyes.push_back({"HiddenSides[" + std::to_string(eye) + "].plane"});
     }
 }
 
@@ -52,12 +55,15 @@ bool HiddenSides::updateValue(VRenderContext& context) {
             eye.plane = toFloats(
                 hiddenSide(point() + (eye.position - _origin), margin, earthCentre, _unitMetres));
         }
-        *eye.inProgram = eye.plane;
     }
     return true;
 }
 
 bool HiddenSides::activate(const Polyp&) {
+    const RenderBasin::ProgramPtr program(_program);
+    if (!program) return false;
+    // By name, as variables that are set as a whole don't stay in their places.
+    for (const Eye& eye : _eyes) (*program)[eye.name] = eye.plane;
     return true;
 }
 

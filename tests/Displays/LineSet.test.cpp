@@ -2,6 +2,7 @@
 
 #include "displayFixture.hpp"
 
+#include <Displays/HiddenSides.hpp>
 #include <Displays/horizon.hpp>
 #include <rookery/Geodesy.hpp>
 
@@ -180,6 +181,26 @@ TEST_F(LineSetTest, HiddenSideIsSetForEachDrawingAsOthersHaveTheProgram) {
     std::get<vec4>(program().at("HiddenSides[0].plane")) = vec4{-1, -1, -1, -1};
     ASSERT_TRUE(draw(*lines));
     EXPECT_EQ(hiddenSideOf(0), plane);
+}
+
+TEST_F(LineSetTest, HiddenSideIsThatOfTheWaveWhateverBecomesOfTheProgramsVariables) {
+    const auto lines = onEarth();
+    ASSERT_TRUE(draw(*lines));
+    const vec4 plane = hiddenSideOf(0);
+    program().erase("HiddenSides[0].plane");
+    ASSERT_TRUE(draw(*lines));
+    EXPECT_EQ(hiddenSideOf(0), plane);
+    // What another polyp with the program leaves behind the update of this one.
+    Mirk::Polyp polyp{Keel::WeakPtr<Keel::Creature>()};
+    const auto sides = Keel::make<Mirk::HiddenSides>(
+        context, program(), point(), 1.0, [](const Mirk::VRenderContext&) { return 0.0; });
+    lookFrom(0, {0, 0, 3 * earth});
+    ASSERT_TRUE(sides->updateValue(context));
+    std::get<vec4>(program().at("HiddenSides[0].plane")) = vec4{-1, -1, -1, -1};
+    ASSERT_TRUE(sides->activate(polyp));
+    const vec4 ofThis = hiddenSideOf(0);
+    EXPECT_NE(ofThis, (vec4{-1, -1, -1, -1}));
+    EXPECT_NE(ofThis, plane);
 }
 
 TEST_F(LineSetTest, OtherKindOfLinesHasItsColoursWithTheSameProgram) {
