@@ -187,7 +187,8 @@ DepthRange depthRangeOf(const Camera& camera, const Skua::BoundingBall& ball) {
     const double size = sizeOf(ball);
     // A little more than the ball, as points lie on it.
     const double far = std::max(depth, 0.0) + 1.001 * size;
-    return {std::max(depth - 1.001 * size, far * 1e-4), far};
+    // Within the ball as close as the depths of floats allow.
+    return {std::max(depth - 1.001 * size, far * 1e-9), far};
 }
 
 Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect) {

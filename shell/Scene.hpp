@@ -28,6 +28,9 @@ struct SceneSpace {
     point toDisplays(const point& scene) const {
         return scene + (worldOrigin - point()) * (1.0 / worldUnit);
     }
+    point fromDisplays(const point& place) const {
+        return point() + (place - point()) * worldUnit;
+    }
 };
 
 /// The data of files, and the globe if they are on the earth.

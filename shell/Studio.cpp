@@ -30,6 +30,8 @@ Mirk::OffscreenViewer::Settings settingsOf(const PictureOptions& options,
     settings.heightPixels = options.heightPixels;
     settings.samples = options.samples;
     settings.background = premultiplied(background);
+    // Data may be near and far at once, and the near plane close to the eye.
+    settings.depths = Mirk::GLContext::Depths::Reversed;
     settings.context.device = options.device;
     return settings;
 }

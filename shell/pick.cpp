@@ -8,6 +8,8 @@
 #include <Polypia/PickList.hpp>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdint>
 #include <map>
 
@@ -48,7 +50,6 @@ Counts countsIn(const Studio& studio, const PixelRectangle& rectangle) {
     return counts;
 }
 
-/// Those with the most pixels first.
 std::vector<PickedObject> pickedObjects(const Scene& scene, const Counts& counts) {
     std::vector<PickedObject> result;
     for (const Scene::Object& object : scene.objects()) {
@@ -62,7 +63,28 @@ std::vector<PickedObject> pickedObjects(const Scene& scene, const Counts& counts
     return result;
 }
 
-std::string linesOf(const std::vector<PickedObject>& objects, const PixelRectangle& rectangle) {
+bool isOnePixel(const PixelRectangle& rectangle) {
+    return rectangle.width == 1 && rectangle.height == 1;
+}
+
+/// In the world of the files.
+std::optional<point> placeUnder(const Studio& studio, const PixelRectangle& rectangle) {
+    if (!isOnePixel(rectangle)) return {};
+    const int fromBottom = studio.options().heightPixels - 1 - rectangle.y;
+    const std::optional<point> place = studio.viewer().pickPlace(rectangle.x, fromBottom);
+    if (!place) return {};
+    return studio.scene().space().fromDisplays(*place);
+}
+
+/// As few digits as give the same number.
+std::string textOf(double number) {
+    std::array<char, 32> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    return {digits.data(), end};
+}
+
+std::string linesOf(const Picked& picked, const PixelRectangle& rectangle) {
+    const std::vector<PickedObject>& objects = picked.objects;
     if (objects.empty()) return "nothing is there\n";
     const std::size_t all =
         static_cast<std::size_t>(rectangle.width) * static_cast<std::size_t>(rectangle.height);
@@ -71,6 +93,10 @@ std::string linesOf(const std::vector<PickedObject>& objects, const PixelRectang
         text += onOneLine(object.name) + ": " + std::to_string(object.pixels) + " of " +
                 std::to_string(all) + (all == 1 ? " pixel" : " pixels") +
                 (object.file.empty() ? "" : ", " + onOneLine(object.file)) + "\n";
+    }
+    if (picked.place) {
+        text += "at " + textOf(picked.place->x) + " " + textOf(picked.place->y) + " " +
+                textOf(picked.place->z) + "\n";
     }
     return text;
 }
@@ -81,11 +107,11 @@ std::string pick(const PickOptions& options) {
     Studio studio("polypia pick", options);
     studio.draw(eyesOf(studio.scene(), options));
     studio.clock().begin("pick");
-    const std::vector<PickedObject> objects =
-        pickedObjects(studio.scene(), countsIn(studio, options.rectangle));
+    const Picked picked{pickedObjects(studio.scene(), countsIn(studio, options.rectangle)),
+                        placeUnder(studio, options.rectangle)};
     studio.clock().end();
-    if (options.report) return pickReport(studio, options, objects);
-    return linesOf(objects, options.rectangle) + (options.verbose ? studio.story() : "");
+    if (options.report) return pickReport(studio, options, picked);
+    return linesOf(picked, options.rectangle) + (options.verbose ? studio.story() : "");
 }
 
 } // namespace Shell

@@ -3,7 +3,10 @@
 
 #include <Options.hpp>
 
+#include <rookery/PhysicalSpace.hpp>
+
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +17,12 @@ struct PickedObject {
     std::string name;
     std::string file; ///< none for the globe
     std::size_t pixels;
+};
+
+/// What is to be seen in a rectangle of pixels.
+struct Picked {
+    std::vector<PickedObject> objects;          ///< those with the most pixels first
+    std::optional<Skua::PhysicalSpace::point> place; ///< of what lies under a single pixel
 };
 
 /// Reads the files and returns what lies under the pixels, in lines or as JSON. Throws what its

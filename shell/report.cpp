@@ -145,11 +145,11 @@ std::string renderReport(const Studio& studio, const RenderOptions& options,
 }
 
 std::string pickReport(const Studio& studio, const PickOptions& options,
-                       const std::vector<PickedObject>& objects) {
+                       const Picked& picked) {
     const PixelRectangle& rectangle = options.rectangle;
-    Json picked = Json::array();
-    for (const PickedObject& each : objects) {
-        picked.push_back(
+    Json objects = Json::array();
+    for (const PickedObject& each : picked.objects) {
+        objects.push_back(
             {{"name", each.name}, {"file", fileOf(each.file)}, {"pixels", each.pixels}});
     }
     Json report{{"command", "pick"},
@@ -159,7 +159,8 @@ std::string pickReport(const Studio& studio, const PickOptions& options,
                   {"y", rectangle.y},
                   {"width", rectangle.width},
                   {"height", rectangle.height}}},
-                {"objects", picked}};
+                {"objects", objects},
+                {"place", picked.place ? tripleOf(*picked.place) : Json(nullptr)}};
     addCommon(report, studio);
     return textOf(report);
 }

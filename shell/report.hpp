@@ -17,6 +17,6 @@ std::string renderReport(const Studio& studio, const RenderOptions& options,
                          const std::vector<Mirk::GLRenderContext::Eye>& eyes,
                          const std::vector<std::string>& outputs);
 std::string pickReport(const Studio& studio, const PickOptions& options,
-                       const std::vector<PickedObject>& objects);
+                       const Picked& picked);
 
 } // namespace Shell

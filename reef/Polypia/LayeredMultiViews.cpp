@@ -46,13 +46,26 @@ MultiViewRecord::mat4 single(const View::Matrix& matrix) {
     return result;
 }
 
-MultiViewRecord recordOf(const View& view) {
+/// The inverse of a projection withReversedDepths(), from that of the projection.
+View::Matrix inverseWithReversedDepths(const View::Matrix& inverse) {
+    View::Matrix result = inverse;
+    for (std::size_t row = 0; row < 4; ++row) {
+        result[8 + row] = -2.0 * inverse[8 + row];
+        result[12 + row] = inverse[12 + row] + inverse[8 + row];
+    }
+    return result;
+}
+
+MultiViewRecord recordOf(const View& view, bool reversesDepths) {
     MultiViewRecord record{};
-    record.ProjectionMatrix = single(view.matrix);
+    record.ProjectionMatrix = single(
+        reversesDepths ? LayeredMultiViews::withReversedDepths(view.matrix) : view.matrix);
     record.UntranslatedModelViewMatrix = single(view.untranslatedModelView);
     record.FullModelViewMatrix = single(view.modelView);
     record.PixelCalibrationMatrix = single(view.pixelCalibration);
-    record.inv_ProjectionMatrix = single(view.inverseProjection);
+    record.inv_ProjectionMatrix =
+        single(reversesDepths ? inverseWithReversedDepths(view.inverseProjection)
+                              : view.inverseProjection);
     record.inv_UntranslatedModelViewMatrix = single(view.inverseUntranslatedModelView);
     record.inv_FullModelViewMatrix = single(view.inverseModelView);
     record.Translation = single(view.cameraPosition);
@@ -157,8 +170,16 @@ bool LayeredMultiViews::updateMultiView(UniformBuffer& buffer, const ViewReferen
     if (views.empty()) return buffer.upload(nullptr, 0);
     std::vector<MultiViewRecord> records;
     records.reserve(views.size());
-    for (const View& view : views) records.push_back(recordOf(view));
+    for (const View& view : views) records.push_back(recordOf(view, ReversedDepths));
     return buffer.upload(records.data(), records.size() * sizeof(MultiViewRecord));
+}
+
+View::Matrix LayeredMultiViews::withReversedDepths(const View::Matrix& projection) {
+    View::Matrix result = projection;
+    for (std::size_t column = 0; column < 16; column += 4) {
+        result[column + 2] = (projection[column + 3] - projection[column + 2]) / 2.0;
+    }
+    return result;
 }
 
 void LayeredMultiViews::updateViewID(ProgramVariables& variables, int id) {

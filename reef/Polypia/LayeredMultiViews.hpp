@@ -72,6 +72,9 @@ public:
     /// translation of the view is the position of its camera, in world space. Returns what the
     /// upload returns.
     bool updateMultiView(UniformBuffer& buffer, const ViewReferences& views) const;
+    /// A projection, as View keeps it, whose depths are from w at the near plane to 0 at the far
+    /// one, in place of -w to w.
+    static View::Matrix withReversedDepths(const View::Matrix& projection);
     /// Tells a program which view is being drawn, for a pass of its own.
     static void updateViewID(ProgramVariables& variables, int id);
     /// Tells a program where the cameras of all views are relative to its vertices. `offset` is
@@ -114,6 +117,9 @@ public:
     std::uint32_t OutputViews = 1;
     /// Changed by setNumberOfEyes() only.
     std::vector<LayeredViews> EyeViews;
+    /// Whether shaders are to have projections withReversedDepths(), and the inverse matrices of
+    /// these. Set by the backend.
+    bool ReversedDepths = false;
 };
 
 } // namespace Mirk

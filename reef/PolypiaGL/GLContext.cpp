@@ -163,6 +163,12 @@ void GLContext::readLimits() {
     l.programBinaryFormats = getInteger(GL_NUM_PROGRAM_BINARY_FORMATS);
 }
 
+void GLContext::setDepths(Depths depths) {
+    _depths = depths;
+    glClipControl(GL_LOWER_LEFT, depths == Depths::Reversed ? GL_ZERO_TO_ONE
+                                                            : GL_NEGATIVE_ONE_TO_ONE);
+}
+
 void GLContext::collectDebugMessages() {
     const auto add = [](GLenum source, GLenum type, GLuint id, GLenum severity, GLsizei length,
                         const GLchar* text, const void* context) {

@@ -111,6 +111,18 @@ public:
     /// One line for a log: renderer, version and profile.
     std::string description() const;
 
+    /// What the depth buffers of framebuffers hold that are made in this context.
+    enum class Depths {
+        Usual,    ///< 24 bits, from 0 at the near plane to 1 at the far one
+        Reversed, ///< floats, from 1 to 0: as fine a part of the distance everywhere
+    };
+    /// Has all that this backend draws and tells follow, matrices in shaders included. To be set
+    /// ahead of the first framebuffer and frame, with the context current. What computes depths of
+    /// its own, clears them, or sets a depth function, has to know; reversed clip space has depths
+    /// from 0 to w.
+    void setDepths(Depths depths);
+    Depths depths() const { return _depths; }
+
     /// Collects the driver's messages from now on; only contexts that were made for it give useful
     /// ones. Needs the context current.
     void collectDebugMessages();
@@ -148,6 +160,7 @@ private:
     GLLimits _limits;
     std::set<std::string, std::less<>> _extensions;
     bool _isSoftware = false;
+    Depths _depths = Depths::Usual;
     std::mutex _debugMutex; // drivers may call from threads of their own
     std::vector<GLDebugMessage> _debugMessages;
 };

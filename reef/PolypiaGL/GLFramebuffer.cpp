@@ -1,6 +1,7 @@
 #include <PolypiaGL/GLFramebuffer.hpp>
 
 #include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/depthBuffers.hpp>
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glSavedState.hpp>
@@ -16,7 +17,6 @@ namespace Mirk {
 namespace {
 
 constexpr unsigned colorFormat = GL_RGBA8;
-constexpr unsigned depthFormat = GL_DEPTH24_STENCIL8;
 
 /// The greatest width and height that the driver draws.
 std::array<int, 2> greatestSize(const GLLimits& limits) {
@@ -80,11 +80,11 @@ int usableSamples(const GLLimits& limits, int samples) {
 }
 
 /// To the whole picture, the nearest or last on top, whatever was drawn before.
-void drawTo(const GL::FramebufferId& id, int width, int height) {
+void drawTo(const GL::FramebufferId& id, int width, int height, GLContext::Depths depths) {
     glBindFramebuffer(GL_FRAMEBUFFER, id.number());
     glViewport(0, 0, width, height);
     glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
+    glDepthFunc(GL::nearestOrLast(depths));
     glDepthMask(GL_TRUE);
     glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
     glDisable(GL_SCISSOR_TEST);
@@ -174,6 +174,14 @@ private:
         (*_framebuffer)
             ->read(rectangle, isOneRow ? rectangle.Width : static_cast<int>(row), format, GL_FLOAT,
                    first);
+        const bool isReversed = (*_framebuffer)->_depths == GLContext::Depths::Reversed;
+        if (format == GL_DEPTH_COMPONENT && isReversed) {
+            for (long long each = 0; each < rectangle.Height; ++each) {
+                float* const begin = first + each * row;
+                std::transform(begin, begin + rectangle.Width, begin,
+                               [](float depth) { return 1.0F - depth; });
+            }
+        }
         return rectangle.Width * rectangle.Height;
     }
 
@@ -181,11 +189,14 @@ private:
 };
 
 GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samples)
-    : _width(width), _height(height), _samples(usableSamples(context.limits(), samples)) {
+    : _width(width),
+      _height(height),
+      _samples(usableSamples(context.limits(), samples)),
+      _depths(context.depths()) {
     checkSize(context.limits(), width, height);
     GL::drainErrors("ahead of it"); // which say nothing about this
     _color = renderbuffer(colorFormat, width, height, _samples);
-    _depth = renderbuffer(depthFormat, width, height, _samples);
+    _depth = renderbuffer(GL::depthFormat(_depths), width, height, _samples);
     _framebuffer = framebuffer(_color.number(), _depth.number());
     if (_samples == 1) return;
     glGetNamedRenderbufferParameteriv(_color.number(), GL_RENDERBUFFER_SAMPLES, &_samples);
@@ -193,7 +204,10 @@ GLFramebuffer::GLFramebuffer(GLContext& context, int width, int height, int samp
 }
 
 GLFramebuffer::GLFramebuffer(const GLLayeredFramebuffer& whole, int layer)
-    : _width(whole._width), _height(whole._height), _samples(whole._samples) {
+    : _width(whole._width),
+      _height(whole._height),
+      _samples(whole._samples),
+      _depths(whole._depths) {
     _framebuffer = GL::createFramebuffer();
     glNamedFramebufferTextureLayer(_framebuffer.number(), GL_COLOR_ATTACHMENT0,
                                    whole._color.number(), 0, layer);
@@ -213,15 +227,15 @@ GLFramebuffer::~GLFramebuffer() {
 }
 
 void GLFramebuffer::bind() const {
-    drawTo(_framebuffer, _width, _height);
+    drawTo(_framebuffer, _width, _height, _depths);
 }
 
 void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
-    constexpr float farPlane = 1.0F;
     const WithoutScissor everywhere;
     const WithoutMasks everything;
     glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
-    glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0, farPlane, 0);
+    glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0,
+                              GL::farPlane(_depths), 0);
 }
 
 void GLFramebuffer::finish() const {
@@ -244,7 +258,7 @@ unsigned GLFramebuffer::resolvedDepths() const {
     if (_samples == 1) return _framebuffer.number();
     if (!_resolvedDepths.framebuffer) {
         GL::drainErrors("ahead of it"); // which say nothing about this
-        _resolvedDepths.buffer = renderbuffer(depthFormat, _width, _height, 1);
+        _resolvedDepths.buffer = renderbuffer(GL::depthFormat(_depths), _width, _height, 1);
         _resolvedDepths.framebuffer = framebuffer(0, _resolvedDepths.buffer.number());
     }
     resolve(_resolvedDepths, GL_DEPTH_BUFFER_BIT);
@@ -301,11 +315,12 @@ GLLayeredFramebuffer::GLLayeredFramebuffer(GLContext& context, int width, int he
     : _width(width),
       _height(height),
       _samples(usableSamples(context.limits(), samples)),
+      _depths(context.depths()),
       _pass(pass) {
     checkSize(context.limits(), width, height);
     GL::drainErrors("ahead of it"); // which say nothing about this
     _color = layers(colorFormat, width, height, _samples, views);
-    _depth = layers(depthFormat, width, height, _samples, views);
+    _depth = layers(GL::depthFormat(_depths), width, height, _samples, views);
     if (_samples > 1)
         glGetTextureLevelParameteriv(_color.number(), 0, GL_TEXTURE_SAMPLES, &_samples);
     _framebuffer = GL::createFramebuffer();
@@ -327,7 +342,7 @@ GLLayeredFramebuffer::GLLayeredFramebuffer(GLContext& context, int width, int he
 GLLayeredFramebuffer::~GLLayeredFramebuffer() = default;
 
 void GLLayeredFramebuffer::bind() const {
-    drawTo(_framebuffer, _width, _height);
+    drawTo(_framebuffer, _width, _height, _depths);
 }
 
 } // namespace Mirk

@@ -47,7 +47,8 @@ public:
     /// Copies the picture: red, green, blue and alpha of each pixel, row 0 at the bottom, without
     /// gaps. `pixels` has room for width * height * 4 bytes.
     void readColors(std::span<std::uint8_t> pixels) const;
-    /// Read-back of rectangles; of none when this object has ended.
+    /// Read-back of rectangles; of none when this object has ended. Depths are those of usual depth
+    /// buffers, whatever the context has.
     Keel::StrongPtr<PixelBuffer> pixelBuffer() const;
 
 private:
@@ -79,6 +80,7 @@ private:
     int _width;
     int _height;
     int _samples;
+    GLContext::Depths _depths;
     GL::RenderbufferId _color;
     GL::RenderbufferId _depth;
     GL::FramebufferId _framebuffer;
@@ -113,6 +115,7 @@ private:
     int _width;
     int _height;
     int _samples;
+    GLContext::Depths _depths;
     GL::Pass _pass;
     GL::TextureId _color;
     GL::TextureId _depth;

@@ -203,6 +203,7 @@ GLRenderContext::GLRenderContext(GLContext& glContext, const Keel::WeakPtr<Seagr
       _viewTargets(std::make_unique<Targets>(*this)),
       _eachEye(new EachEye(*this)) {
     factory().machine().targets = _viewTargets.get();
+    ReversedDepths = glContext.depths() == GLContext::Depths::Reversed;
 }
 
 GLRenderContext::~GLRenderContext() {
@@ -316,7 +317,8 @@ void GLRenderContext::beginEye(unsigned eye) {
 void GLRenderContext::selectView(unsigned eye) {
     const View& view = CurrentView(eye, 0);
     factory().setCurrentView(eye);
-    factory().setMatrices(view.matrix, view.modelView);
+    factory().setMatrices(ReversedDepths ? withReversedDepths(view.matrix) : view.matrix,
+                          view.modelView);
 }
 
 /// Null without targets.
@@ -734,22 +736,7 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     const Picking picking(*this, columns.first + left, rows.first + bottom,
                           std::max(columns.length, 1), std::max(rows.length, 1), picture[2],
                           picture[3], needsAllViews ? static_cast<int>(_views.size()) : 1);
-    const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
-    RenderAble::SubContext sub;
-    std::uint32_t number = 0;
-    const auto pick = [&](const RenderAblePtr& object, const Item& item) {
-        if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return;
-        double seconds = 0.0;
-        const std::size_t failures = _failures.size();
-        const EachEye::Aim aim(*_eachEye, *object, item.own);
-        _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye, sub);
-        putInOrder(*object, _failures.size() != failures);
-        if (!aim.wasDrawn()) return;
-        picking.target.assign(++number);
-        list->Ids[number] = object;
-    };
-    visitInOrder(
-        *itemsOf(objects), firstLayer, lastLayer, [] { return false; }, pick);
+    list->Ids = drawNumbered(picking.target, objects, firstLayer, lastLayer);
     std::vector<std::uint32_t> numbers(static_cast<std::size_t>(list->AlignedWidth) *
                                        static_cast<std::size_t>(list->AlignedHeight));
     if (columns.length > 0 && rows.length > 0) {
@@ -761,6 +748,71 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
     list->Buffer = Keel::StrongPtr<Keel::TypedChunk<std::uint32_t>, Keel::ChunkBase>(
         new Keel::Chunk<std::uint32_t>(std::move(numbers)));
     return list;
+}
+
+/// Draws for the first eye, and numbers what was drawn from 1 on.
+std::map<std::uint32_t, VObjectPtr>
+GLRenderContext::drawNumbered(const GL::PickTarget& target, const ObjectSelection& objects,
+                              int firstLayer, int lastLayer) {
+    const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
+    RenderAble::SubContext sub;
+    std::map<std::uint32_t, VObjectPtr> numbered;
+    std::uint32_t number = 0;
+    const auto pick = [&](const RenderAblePtr& object, const Item& item) {
+        if (_eachEye->isAimedAt(*object) || !isSeen(*object, item)) return;
+        double seconds = 0.0;
+        const std::size_t failures = _failures.size();
+        const EachEye::Aim aim(*_eachEye, *object, item.own);
+        _eachEye->exception_safe_multiview_render(object, seconds, *this, firstEye, sub);
+        putInOrder(*object, _failures.size() != failures);
+        if (!aim.wasDrawn()) return;
+        target.assign(++number);
+        numbered[number] = object;
+    };
+    visitInOrder(
+        *itemsOf(objects), firstLayer, lastLayer, [] { return false; }, pick);
+    return numbered;
+}
+
+std::optional<View::point> GLRenderContext::pickPlace(const ObjectSelection& objects, int x, int y,
+                                                      int firstLayer, int lastLayer) {
+    if (_targets.empty() || _views.empty()) return {};
+    const bool isInside = x >= 0 && x < _targets.front()->width() && y >= 0 &&
+                          y < _targets.front()->height();
+    if (!isInside) return {};
+    const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
+    const PixelRectangle picture = getViewport(0);
+    const int left = _picture ? _picture->left : 0, bottom = _picture ? _picture->bottom : 0;
+    if (const RenderAble* asking = _eachEye->object()) {
+        factory().machine().discardErrors(asking->Name());
+    }
+    const FrameLights lights(*this);
+    const Picking picking(*this, x + left, y + bottom, 1, 1, picture[2], picture[3],
+                          needsAllViews ? static_cast<int>(_views.size()) : 1);
+    drawNumbered(picking.target, objects, firstLayer, lastLayer);
+    if (picking.target.read().front() == 0) return {};
+    return placeOf(x + left, y + bottom, picking.target.readDepth());
+}
+
+/// Relative to the camera as long as numbers are small there, so that far from the origin of the
+/// world nothing is lost.
+View::point GLRenderContext::placeOf(int x, int y, float depth) const {
+    const View& view = _views.front();
+    const PixelRectangle picture = getViewport(0);
+    const double between = ReversedDepths ? 1.0 - 2.0 * double{depth} : 2.0 * double{depth} - 1.0;
+    std::array<double, 4> place{2.0 * (x + 0.5) / picture[2] - 1.0,
+                                2.0 * (y + 0.5) / picture[3] - 1.0, between, 1.0};
+    View::myglMultiplyMatrixByVector4by4(place.data(), view.inverseProjection.data(), place.data());
+    const double w = place[3];
+    // A model view turns, and nothing else; its inverse is its transpose.
+    const View::Matrix& turn = view.untranslatedModelView;
+    View::vector offset;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        for (std::size_t row = 0; row < 3; ++row) {
+            offset[axis] += turn[4 * axis + row] * place[row] / w;
+        }
+    }
+    return view.cameraPosition + offset;
 }
 
 void GLRenderContext::noteSeconds(const RenderAble& object, double seconds) {

@@ -142,6 +142,11 @@ public:
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
+    /// Where in the world, for the first eye, that lies what pickObjects() finds under the middle of
+    /// a pixel, from its depth in double precision; none if it finds nothing.
+    std::optional<Skua::PhysicalSpace::point>
+    pickPlace(const ObjectSelection& objects, int x, int y, int firstLayer, int lastLayer);
+
     Keel::StrongPtr<FloatedOrigin>
     makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const override;
 
@@ -208,6 +213,10 @@ private:
     std::uint64_t changesOfMultiView() const;
     void takeWorldViews();
     void putInOrder(const RenderAble& object, bool hasFailed);
+    std::map<std::uint32_t, VObjectPtr> drawNumbered(const GL::PickTarget& target,
+                                                     const ObjectSelection& objects, int firstLayer,
+                                                     int lastLayer);
+    Skua::PhysicalSpace::point placeOf(int x, int y, float depth) const;
     void noteSeconds(const RenderAble& object, double seconds);
 
     std::vector<const GLFramebuffer*> _targets;

@@ -85,6 +85,7 @@ struct OffscreenViewer::Graphics {
     Graphics(const Settings& settings, const OffscreenViewer& viewer)
         : gl(EglContext::create(settings.context)), pass(settings.pass) {
         gl->makeCurrent();
+        gl->setDepths(settings.depths);
         if (!GLLayeredFramebuffer::isPossible(*gl, pass, 2)) pass = GL::Pass::EachView;
         seagrass = Keel::make<Seagrass>(settings.cacheBytes, viewer.Name());
         context = std::make_unique<GLRenderContext>(*gl, seagrass, viewer._frameInterruptor,
@@ -287,6 +288,18 @@ VRenderContext::PickListPtr OffscreenViewer::pickPixels(int x, int y, int width,
     VRenderContext::PickListPtr list;
     _thread.submit([&] { list = pick(*_graphics->context, x, y, width, height); }).get();
     return list;
+}
+
+std::optional<Skua::PhysicalSpace::point> OffscreenViewer::pickPlace(int x, int y) {
+    std::optional<Skua::PhysicalSpace::point> place;
+    _thread
+        .submit([&] {
+            place = _graphics->context->pickPlace(scene.value(pool), x, y,
+                                                  VSceneObjects::LowestPickableLayer,
+                                                  VSceneObjects::HighestPickableLayer);
+        })
+        .get();
+    return place;
 }
 
 void OffscreenViewer::onRenderThread(const std::function<void(GLRenderContext&)>& function) {

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,7 @@ public:
         /// How several eyes are drawn, if the driver can do so; else one after the other. The
         /// picture is the same.
         GL::Pass pass = GL::Pass::EachView;
+        GLContext::Depths depths = GLContext::Depths::Usual;
         EglContext::Options context;
     };
 
@@ -76,6 +78,8 @@ public:
     /// What lies under a rectangle of pixels of the first eye, from the lower left corner, with the
     /// eyes of the last frame.
     VRenderContext::PickListPtr pickPixels(int x, int y, int width, int height);
+    /// Where that is in the world what lies under the middle of a pixel; none for the background.
+    std::optional<Skua::PhysicalSpace::point> pickPlace(int x, int y);
 
     /// The greatest width and height of a picture, in pixels.
     std::array<int, 2> greatestPicture() const noexcept { return _greatestPicture; }

@@ -1,6 +1,7 @@
 #include <PolypiaGL/PickTarget.hpp>
 
 #include <PolypiaGL/GLRenderException.hpp>
+#include <PolypiaGL/depthBuffers.hpp>
 #include <PolypiaGL/glErrors.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 #include <PolypiaGL/glMachine.hpp>
@@ -93,7 +94,8 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
     _numbers = createRenderbuffer();
     glNamedRenderbufferStorage(_numbers.number(), GL_R32UI, width, height);
     _depths = createTexture(GL_TEXTURE_2D_ARRAY);
-    glTextureStorage3D(_depths.number(), 1, GL_DEPTH24_STENCIL8, width, height, views);
+    glTextureStorage3D(_depths.number(), 1, depthFormat(_machine.context.depths()), width, height,
+                       views);
     _objectsFramebuffer = framebuffer(_depths, 0);
     _numbersFramebuffer = framebuffer(_depths, _numbers.number());
     if (views > 1) {
@@ -107,7 +109,8 @@ PickTarget::PickTarget(Machine& machine, int x, int y, int width, int height, in
     allowWriting();
     const GLuint background = 0;
     glClearNamedFramebufferuiv(_numbersFramebuffer.number(), GL_COLOR, 0, &background);
-    glClearNamedFramebufferfi(_numbersFramebuffer.number(), GL_DEPTH_STENCIL, 0, 1.0F, 0);
+    glClearNamedFramebufferfi(_numbersFramebuffer.number(), GL_DEPTH_STENCIL, 0,
+                              farPlane(_machine.context.depths()), 0);
 }
 
 PickTarget::~PickTarget() = default;
@@ -130,7 +133,7 @@ void PickTarget::bind() const {
     glViewport(-_x, -_y, _pictureWidth, _pictureHeight);
     allowWriting();
     glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
+    glDepthFunc(nearestOrLast(_machine.context.depths()));
     glEnable(GL_STENCIL_TEST);
     glStencilFunc(GL_ALWAYS, mark, 0xFF);
     glStencilOp(GL_KEEP, GL_KEEP, GL_REPLACE);
@@ -165,6 +168,15 @@ std::vector<std::uint32_t> PickTarget::read() const {
     glReadPixels(0, 0, _width, _height, GL_RED_INTEGER, GL_UNSIGNED_INT, numbers.data());
     _machine.check("glReadPixels");
     return numbers;
+}
+
+float PickTarget::readDepth() const {
+    float depth = 0.0F;
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, _objectsFramebuffer.number());
+    const PixelPacking packing;
+    glReadPixels(0, 0, 1, 1, GL_DEPTH_COMPONENT, GL_FLOAT, &depth);
+    _machine.check("glReadPixels");
+    return depth;
 }
 
 } // namespace Mirk::GL

@@ -42,6 +42,8 @@ public:
     void assign(std::uint32_t number) const;
     /// The numbers, row by row from the bottom.
     std::vector<std::uint32_t> read() const;
+    /// What the depth buffer holds at the first pixel of the first view.
+    float readDepth() const;
 
 private:
     Machine& _machine;
