@@ -28,9 +28,7 @@ struct SceneSpace {
     point toDisplays(const point& scene) const {
         return scene + (worldOrigin - point()) * (1.0 / worldUnit);
     }
-    point fromDisplays(const point& place) const {
-        return point() + (place - point()) * worldUnit;
-    }
+    point fromDisplays(const point& place) const { return point() + (place - point()) * worldUnit; }
 };
 
 /// The data of files, and the globe if they are on the earth.

@@ -21,7 +21,7 @@ struct PickedObject {
 
 /// What is to be seen in a rectangle of pixels.
 struct Picked {
-    std::vector<PickedObject> objects;          ///< those with the most pixels first
+    std::vector<PickedObject> objects;               ///< those with the most pixels first
     std::optional<Skua::PhysicalSpace::point> place; ///< of what lies under a single pixel
 };
 

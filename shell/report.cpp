@@ -144,8 +144,7 @@ std::string renderReport(const Studio& studio, const RenderOptions& options,
     return textOf(report);
 }
 
-std::string pickReport(const Studio& studio, const PickOptions& options,
-                       const Picked& picked) {
+std::string pickReport(const Studio& studio, const PickOptions& options, const Picked& picked) {
     const PixelRectangle& rectangle = options.rectangle;
     Json objects = Json::array();
     for (const PickedObject& each : picked.objects) {

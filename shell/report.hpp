@@ -16,7 +16,6 @@ namespace Shell {
 std::string renderReport(const Studio& studio, const RenderOptions& options,
                          const std::vector<Mirk::GLRenderContext::Eye>& eyes,
                          const std::vector<std::string>& outputs);
-std::string pickReport(const Studio& studio, const PickOptions& options,
-                       const Picked& picked);
+std::string pickReport(const Studio& studio, const PickOptions& options, const Picked& picked);
 
 } // namespace Shell

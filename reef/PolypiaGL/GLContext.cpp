@@ -165,8 +165,8 @@ void GLContext::readLimits() {
 
 void GLContext::setDepths(Depths depths) {
     _depths = depths;
-    glClipControl(GL_LOWER_LEFT, depths == Depths::Reversed ? GL_ZERO_TO_ONE
-                                                            : GL_NEGATIVE_ONE_TO_ONE);
+    glClipControl(GL_LOWER_LEFT,
+                  depths == Depths::Reversed ? GL_ZERO_TO_ONE : GL_NEGATIVE_ONE_TO_ONE);
 }
 
 void GLContext::collectDebugMessages() {

@@ -234,8 +234,7 @@ void GLFramebuffer::clear(const Skua::rgba_float_t& color) const {
     const WithoutScissor everywhere;
     const WithoutMasks everything;
     glClearNamedFramebufferfv(_framebuffer.number(), GL_COLOR, 0, color.data());
-    glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0,
-                              GL::farPlane(_depths), 0);
+    glClearNamedFramebufferfi(_framebuffer.number(), GL_DEPTH_STENCIL, 0, GL::farPlane(_depths), 0);
 }
 
 void GLFramebuffer::finish() const {

@@ -71,6 +71,15 @@ void copyRows(const std::vector<std::uint32_t>& from, int length,
     }
 }
 
+/// Whether the model view is what the camera gives, and nobody has set another one.
+bool isOfItsCamera(const View& view) {
+    VCamera camera;
+    camera.position = view.cameraPosition;
+    View::Matrix modelView = view.untranslatedModelView;
+    camera.translate(modelView);
+    return modelView == view.modelView;
+}
+
 } // namespace
 
 /// Draws the object that it is aimed at, for one eye after the other unless it draws all views
@@ -263,10 +272,15 @@ void GLRenderContext::planesWith(double marginPixels, std::vector<EyePlanes>& pl
 /// beside and above that, as parts of w.
 GLRenderContext::EyePlanes GLRenderContext::planesOf(const View& view, double marginX,
                                                      double marginY) {
+    const bool isOfCamera = isOfItsCamera(view);
     std::array<double, 16> m{};
-    View::myglMultiplyMatrices4by4(m.data(), view.matrix.data(), view.modelView.data());
+    View::myglMultiplyMatrices4by4(m.data(), view.matrix.data(),
+                                   isOfCamera ? view.untranslatedModelView.data()
+                                              : view.modelView.data());
     const std::array<double, 3> reach{1.0 + marginX, 1.0 + marginY, 1.0};
-    EyePlanes planes{};
+    EyePlanes result;
+    if (isOfCamera) result.place = view.cameraPosition;
+    auto& planes = result.planes;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         for (std::size_t column = 0; column < 4; ++column) {
             const double value = m[4 * column + axis];
@@ -275,7 +289,7 @@ GLRenderContext::EyePlanes GLRenderContext::planesOf(const View& view, double ma
             planes[2 * axis + 1][column] = w - value;
         }
     }
-    return planes;
+    return result;
 }
 
 VRenderContext::PixelRectangle GLRenderContext::getViewport(unsigned) const {
@@ -448,15 +462,16 @@ std::optional<Box> GLRenderContext::boundsOf(const RenderAble& object, const Ite
 /// Whether all of a box lies beyond one of the planes, for each eye. What is not a number is
 /// nowhere outside.
 bool GLRenderContext::isOutside(const Box& box, const std::vector<EyePlanes>& eyes) {
-    const auto farthest = [&](const std::array<double, 4>& plane) {
-        double sum = plane[3];
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            sum += plane[axis] * (plane[axis] > 0.0 ? box.max[axis] : box.min[axis]);
-        }
-        return sum;
-    };
-    return !eyes.empty() && std::all_of(eyes.begin(), eyes.end(), [&](const EyePlanes& planes) {
-        return std::any_of(planes.begin(), planes.end(),
+    return !eyes.empty() && std::all_of(eyes.begin(), eyes.end(), [&](const EyePlanes& eye) {
+        const View::vector min = box.min - eye.place, max = box.max - eye.place;
+        const auto farthest = [&](const std::array<double, 4>& plane) {
+            double sum = plane[3];
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                sum += plane[axis] * (plane[axis] > 0.0 ? max[axis] : min[axis]);
+            }
+            return sum;
+        };
+        return std::any_of(eye.planes.begin(), eye.planes.end(),
                            [&](const auto& plane) { return farthest(plane) < 0.0; });
     });
 }
@@ -751,9 +766,9 @@ VRenderContext::PickListPtr GLRenderContext::pickObjects(const ObjectSelection& 
 }
 
 /// Draws for the first eye, and numbers what was drawn from 1 on.
-std::map<std::uint32_t, VObjectPtr>
-GLRenderContext::drawNumbered(const GL::PickTarget& target, const ObjectSelection& objects,
-                              int firstLayer, int lastLayer) {
+std::map<std::uint32_t, VObjectPtr> GLRenderContext::drawNumbered(const GL::PickTarget& target,
+                                                                  const ObjectSelection& objects,
+                                                                  int firstLayer, int lastLayer) {
     const ViewReferences firstEye(_views.begin(), _views.begin() + 1);
     RenderAble::SubContext sub;
     std::map<std::uint32_t, VObjectPtr> numbered;
@@ -777,8 +792,8 @@ GLRenderContext::drawNumbered(const GL::PickTarget& target, const ObjectSelectio
 std::optional<View::point> GLRenderContext::pickPlace(const ObjectSelection& objects, int x, int y,
                                                       int firstLayer, int lastLayer) {
     if (_targets.empty() || _views.empty()) return {};
-    const bool isInside = x >= 0 && x < _targets.front()->width() && y >= 0 &&
-                          y < _targets.front()->height();
+    const bool isInside =
+        x >= 0 && x < _targets.front()->width() && y >= 0 && y < _targets.front()->height();
     if (!isInside) return {};
     const bool needsAllViews = factory().machine().pass == GL::Pass::Extension;
     const PixelRectangle picture = getViewport(0);

@@ -142,10 +142,10 @@ public:
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 
-    /// Where in the world, for the first eye, that lies what pickObjects() finds under the middle of
-    /// a pixel, from its depth in double precision; none if it finds nothing.
-    std::optional<Skua::PhysicalSpace::point>
-    pickPlace(const ObjectSelection& objects, int x, int y, int firstLayer, int lastLayer);
+    /// Where in the world, for the first eye, that lies what pickObjects() finds under the middle
+    /// of a pixel, from its depth in double precision; none if it finds nothing.
+    std::optional<Skua::PhysicalSpace::point> pickPlace(const ObjectSelection& objects, int x,
+                                                        int y, int firstLayer, int lastLayer);
 
     Keel::StrongPtr<FloatedOrigin>
     makeFloatedOrigin(const Skua::PhysicalSpace::vector& cameraOffset) const override;
@@ -183,8 +183,13 @@ private:
         double distance;
     };
     /// The planes between which an eye sees: a point is outside if a * x + b * y + c * z + d is
-    /// below 0 for one of them.
-    using EyePlanes = std::array<std::array<double, 4>, 6>;
+    /// below 0 for one of them, x, y and z being relative to a place, mostly that of the camera:
+    /// relative to the origin of the world, which may be far away, the difference of the planes to
+    /// what they cut off would be lost in rounding.
+    struct EyePlanes {
+        View::point place{};
+        std::array<std::array<double, 4>, 6> planes{};
+    };
 
     const GLFramebuffer* targetOf(unsigned eye) const;
     bool isInPlace(unsigned eye) const;

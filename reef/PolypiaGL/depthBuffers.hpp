@@ -1,5 +1,6 @@
 #pragma once
-// What differs between the two kinds of depth buffers; internal to the backend, stands on GLContext.
+// What differs between the two kinds of depth buffers; internal to the backend, stands on
+// GLContext.
 
 #include <PolypiaGL/GLContext.hpp>
 #include <PolypiaGL/glHeaders.hpp>

@@ -394,6 +394,52 @@ TEST_F(LayeredMultiViews, RecordsHoldEachMemberAtItsByte) {
     }
 }
 
+TEST_F(LayeredMultiViews, ReversedDepthsAreFromOneAtTheNearPlaneToZeroAtTheFarOne) {
+    Mirk::View view;
+    view.setFrustum(-1.0, 2.0, -3.0, 1.0, 1e-3, 1e6);
+    const auto reversed = Mirk::LayeredMultiViews::withReversedDepths(view.matrix);
+    const auto clip = [&](double distance) {
+        const std::array<double, 4> eye{0.0, 0.0, -distance, 1.0};
+        std::array<double, 4> result{};
+        Mirk::View::myglMultiplyMatrixByVector4by4(result.data(), reversed.data(), eye.data());
+        return result;
+    };
+    EXPECT_NEAR(clip(1e-3)[2] / clip(1e-3)[3], 1.0, 1e-12);
+    EXPECT_NEAR(clip(1.0)[2] / clip(1.0)[3], 1e-3, 1e-8);
+    EXPECT_NEAR(clip(1e6)[2] / clip(1e6)[3], 0.0, 1e-15);
+    for (const std::size_t row : {0U, 1U, 3U}) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            EXPECT_EQ(reversed[4 * column + row], view.matrix[4 * column + row]);
+        }
+    }
+}
+
+TEST_F(LayeredMultiViews, ShadersGetReversedProjectionsAndTheirInverseIfTheBackendSaysSo) {
+    views.CurrentView(0, 0).setFrustum(-1.0, 2.0, -3.0, 1.0, 0.5, 8.0);
+    views.CurrentView(0, 0).updateInverseMatrices();
+    const auto uploaded = [&](bool reversed) {
+        views.ReversedDepths = reversed;
+        views.updateMultiView(*buffer, views.getViews(0, 0));
+        Mirk::MultiViewRecord record{};
+        buffer->read(0, &record, sizeof record);
+        return record;
+    };
+    EXPECT_EQ(uploaded(false).ProjectionMatrix[10], static_cast<float>(-8.5 / 7.5));
+    const Mirk::MultiViewRecord record = uploaded(true);
+    EXPECT_FLOAT_EQ(record.ProjectionMatrix[10], static_cast<float>(0.5 / 7.5));
+    EXPECT_FLOAT_EQ(record.ProjectionMatrix[14], static_cast<float>(4.0 / 7.5));
+    for (std::size_t row = 0; row < 4; ++row) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            float sum = 0.0F;
+            for (std::size_t k = 0; k < 4; ++k) {
+                sum += record.ProjectionMatrix[4 * k + row] *
+                       record.inv_ProjectionMatrix[4 * column + k];
+            }
+            EXPECT_NEAR(sum, row == column ? 1.0F : 0.0F, 1e-6F) << row << " " << column;
+        }
+    }
+}
+
 TEST_F(LayeredMultiViews, ViewportIsTheWholeOutputUntilWritten) {
     views.updateMultiView(*buffer, views.getViews(0, 0));
     std::array<float, 4> viewport;

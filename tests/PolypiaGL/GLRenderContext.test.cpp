@@ -126,6 +126,7 @@ protected:
         gl = tryContext({}, reason);
         if (!gl) POLYPIA_NO_CONTEXT(reason);
         gl->makeCurrent();
+        gl->setDepths(depths);
         seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
         context = std::make_unique<GLRenderContext>(*gl, seagrass, interruptor,
                                                     Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
@@ -218,6 +219,7 @@ protected:
         return names;
     }
 
+    GLContext::Depths depths = GLContext::Depths::Usual; // ahead of SetUp()
     std::unique_ptr<EglContext> gl;
     Keel::StrongPtr<Seagrass> seagrass;
     const Keel::StrongPtr<Interruptor, VRenderInterruptor> interruptor{new Interruptor};
@@ -1663,6 +1665,149 @@ TEST_F(PickingTest, AgreesWithTheGeometryInRandomScenes) {
         }
         ASSERT_EQ(pick(x, y, pickedPixels, pickedPixels), expected) << "scene " << scene;
     }
+}
+
+/// Both kinds of depth buffers.
+class DepthsTest : public GLRenderContextTest,
+                   public testing::WithParamInterface<GLContext::Depths> {
+protected:
+    DepthsTest() { depths = GetParam(); }
+
+    /// Near and far planes that are far apart, above the quads.
+    void lookWith(double near, double far) {
+        GLRenderContext::Eye eye = eyeFromAbove();
+        eye.near = near;
+        eye.far = far;
+        context->setEyes({eye});
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, DepthsTest,
+                         testing::Values(GLContext::Depths::Usual, GLContext::Depths::Reversed),
+                         [](const auto& row) {
+                             const bool isReversed = row.param == GLContext::Depths::Reversed;
+                             return isReversed ? "Reversed" : "Usual";
+                         });
+
+TEST_P(DepthsTest, NearestIsOnTopAndOfEqualOnesTheLast) {
+    add("near", {-8, -8, 8, 8, 5}, 0)->color = {1, 0, 0, 1};
+    add("far", {-16, -16, 16, 16, 0}, 1)->color = {0, 1, 0, 1};
+    add("as far", {10, -16, 16, 16, 0}, 2)->color = {1, 0, 0, 1};
+    draw();
+    EXPECT_EQ(at(*left, 0, 0), red);
+    EXPECT_EQ(at(*left, -12, 0), green);
+    EXPECT_EQ(at(*left, 12, 0), red);
+    EXPECT_EQ(at(*left, -20, 0), black);
+}
+
+TEST_P(DepthsTest, FrustumEndsAtItsPlanes) {
+    // The eye is 100 above the ground.
+    lookWith(50.0, 99.0);
+    add("beyond", {-32, -32, 0, 32, 0})->hasBounds = false;
+    add("ahead of the near plane", {0, -32, 32, 0, 60})->hasBounds = false;
+    add("within", {0, 0, 32, 32, 20})->hasBounds = false;
+    draw();
+    EXPECT_EQ(at(*left, -8, 8), black);
+    EXPECT_EQ(at(*left, 8, -8), black);
+    EXPECT_EQ(at(*left, 8, 8), white);
+}
+
+TEST_P(DepthsTest, ReadBackIsFromZeroAtTheNearPlaneToOneAtTheFarOne) {
+    add("quad", {-8, -8, 8, 8, 20});
+    for (const auto& [near, far, expected] :
+         {std::tuple{80.0, 100.0, 0.0}, {50.0, 80.0, 1.0}, {40.0, 160.0, 1.0 / 3.0}}) {
+        lookWith(near, far);
+        left->clear({0, 0, 0, 1});
+        draw();
+        float read[2] = {-1.0F, -1.0F};
+        const auto pixelsOfLeft = left->pixelBuffer();
+        EXPECT_EQ(pixelsOfLeft->readPixelDepth(size / 2, size / 2, &read[0], 1, 1, 0), 1);
+        EXPECT_EQ(pixelsOfLeft->readPixelDepth(1, 1, &read[1], 1, 1, 0), 1);
+        EXPECT_NEAR(read[0], expected, 1e-5) << near;
+        EXPECT_EQ(read[1], 1.0F);
+    }
+}
+
+TEST_P(DepthsTest, ReadBackOfSeveralRowsLeavesWhatIsBetweenThem) {
+    add("quad", {-8, -8, 8, 8, 20});
+    draw();
+    std::vector<float> read(6, -1.0F);
+    EXPECT_EQ(left->pixelBuffer()->readPixelDepth(1, 1, read.data(), 2, 2, 3), 4);
+    EXPECT_THAT(read, ElementsAre(1.0F, 1.0F, -1.0F, 1.0F, 1.0F, -1.0F));
+}
+
+TEST_P(DepthsTest, SurfacesAreToldApartFarFromANearPlaneOnlyByReversedDepths) {
+    GLRenderContext::Eye eye = eyeFromAbove();
+    eye.orthographic = false;
+    eye.near = 1e-4;
+    eye.far = 1e6;
+    context->setEyes({eye});
+    add("near", {-8, -8, 8, 8, 0.01}, 0)->color = {1, 0, 0, 1};
+    add("far", {-16, -16, 16, 16, 0}, 1)->color = {0, 1, 0, 1};
+    draw();
+    EXPECT_EQ(at(*left, 0, 0) == red, GetParam() == GLContext::Depths::Reversed);
+}
+
+TEST_P(DepthsTest, PicksWhatIsOnTopAndTellsWhereThatIs) {
+    const auto near = add("near", {-8, -8, 8, 8, 5}), far = add("far", {-16, -16, 16, 16, 0});
+    draw();
+    const auto under = [&](int x) {
+        return context->pickObjects(objects, x, 32, 1, 1, INT_MIN, INT_MAX);
+    };
+    EXPECT_EQ(under(32)->Ids.at(under(32)->Buffer->elements()[0]), near);
+    EXPECT_EQ(under(44)->Ids.at(under(44)->Buffer->elements()[0]), far);
+    const auto place = [&](int x) { return context->pickPlace(objects, x, 32, INT_MIN, INT_MAX); };
+    ASSERT_TRUE(place(44));
+    EXPECT_NEAR(place(44)->x, 12.5, 1e-4);
+    EXPECT_NEAR(place(44)->y, 0.5, 1e-4);
+    EXPECT_NEAR(place(44)->z, 0.0, 1e-4);
+    ASSERT_TRUE(place(32));
+    EXPECT_NEAR(place(32)->z, 5.0, 1e-4);
+    EXPECT_FALSE(place(60));
+    EXPECT_FALSE(place(-1));
+    EXPECT_FALSE(place(size));
+    context->setTargets({});
+    EXPECT_FALSE(place(32));
+}
+
+TEST_P(DepthsTest, ViewsOfAnOverlayHaveThemAsWell) {
+    add("quad", {-16, -16, 16, 16, 0});
+    const auto overlay = add("overlay", {-1, -1, 1, 1, -50}, -1);
+    overlay->action = [this] {
+        takeOverlaysViews();
+        uploadViews();
+        const auto block = context->getUniformBuffer(GLRenderContext::MultiViewBlock);
+        std::array<float, 16> projection{};
+        block->read(0, projection.data(), sizeof projection);
+        const bool isReversed = GetParam() == GLContext::Depths::Reversed;
+        // From -1 to 1 along -z, or from 1 to 0.
+        EXPECT_FLOAT_EQ(projection[10], isReversed ? 0.5F : -1.0F);
+        EXPECT_FLOAT_EQ(projection[14], isReversed ? 0.5F : 0.0F);
+        context->CurrentLayer = 2;
+        return true;
+    };
+    draw();
+    EXPECT_EQ(overlay->draws, 1);
+}
+
+TEST_P(DepthsTest, OnePassForAllEyesGivesTheSame) {
+    if (!GLLayeredFramebuffer::isPossible(*gl, GL::Pass::Layers, 2)) {
+        GTEST_SKIP() << "the driver can't draw several views in one pass";
+    }
+    add("near", {-8, -8, 8, 8, 5})->color = {1, 0, 0, 1};
+    add("far", {-16, -16, 16, 16, 0})->color = {0, 1, 0, 1};
+    setTwoEyes();
+    draw();
+    const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
+    const GLLayeredFramebuffer layers(*gl, size, size, 1, 2, GL::Pass::Layers);
+    layers.view(0).clear({0, 0, 0, 1});
+    layers.view(1).clear({0, 0, 0, 1});
+    context->setTargets(layers);
+    double seconds = 0;
+    objects.render(*context, seconds, INT_MIN, INT_MAX);
+    EXPECT_TRUE(pixels(layers.view(0)) == leftBefore);
+    EXPECT_TRUE(pixels(layers.view(1)) == rightBefore);
+    context->setTargets({left.get()});
 }
 
 } // namespace

@@ -31,6 +31,11 @@ protected:
         EXPECT_EQ(outcome.errors, "");
         return outcome.output;
     }
+    /// The lines that tell objects.
+    static std::string objects(const Words& arguments) {
+        const std::string lines = pick(arguments);
+        return lines.substr(0, lines.find("\nat ") + 1);
+    }
     static nlohmann::json report(Words arguments) {
         arguments.emplace_back("--report=json");
         return nlohmann::json::parse(pick(arguments));
@@ -61,7 +66,7 @@ TEST_F(Pick, CountsFromTheUpperLeftCorner) {
     const std::string file = model("mesh.ply", triangle({255, 0, 0}));
     const std::string found = "mesh: 1 of 1 pixel, " + file + "\n";
     for (const auto& [x, y] : {std::pair{"27", "73"}, {"72", "73"}, {"50", "28"}}) {
-        EXPECT_EQ(pick(with({file, x, y}, square)), found) << x << " " << y;
+        EXPECT_EQ(objects(with({file, x, y}, square)), found) << x << " " << y;
     }
     for (const auto& [x, y] :
          {std::pair{"23", "73"}, {"76", "73"}, {"50", "77"}, {"50", "23"}, {"30", "50"}}) {
@@ -73,9 +78,9 @@ TEST_F(Pick, TellsWhatIsInFront) {
     const std::string near = model("near.ply", triangle({255, 0, 0}));
     const std::string far = model("far.ply", triangle({0, 0, 255}).movedBy({0.5, 0, -1}));
     for (const Words& files : {Words{near, far}, {far, near}}) {
-        EXPECT_EQ(pick(with(with(files, {"50", "60"}), square)),
+        EXPECT_EQ(objects(with(with(files, {"50", "60"}), square)),
                   "near: 1 of 1 pixel, " + near + "\n");
-        EXPECT_EQ(pick(with(with(files, {"70", "62"}), square)),
+        EXPECT_EQ(objects(with(with(files, {"70", "62"}), square)),
                   "far: 1 of 1 pixel, " + far + "\n");
     }
 }
@@ -99,6 +104,24 @@ TEST_F(Pick, CountsThePixelsOfThePicture) {
         const nlohmann::json found = report(with(options, {"0", "0", "200", "150"}));
         EXPECT_EQ(found["objects"].at(0)["pixels"], drawnPixels(options));
     }
+}
+
+TEST_F(Pick, TellsWhereInTheWorldOfTheDataThatIsWhatLiesUnderAPixel) {
+    // Pixels are 0.04 wide at the distance of the triangle.
+    const std::string file = model("mesh.ply", triangle({255, 0, 0}).movedBy({5e8, -7e8, 3}));
+    const Words there{file, "--resolution=100,100", "--camera-position=5e8,-7e8,5",
+                      "--camera-focal-point=5e8,-7e8,3", "--camera-view-angle=90"};
+    const nlohmann::json found = report(with(there, {"60", "70"}))["place"];
+    ASSERT_EQ(found.size(), 3u);
+    EXPECT_NEAR(found[0].get<double>(), 5e8 + 0.42, 1e-6);
+    EXPECT_NEAR(found[1].get<double>(), -7e8 - 0.82, 1e-6);
+    EXPECT_NEAR(found[2].get<double>(), 3.0, 1e-6);
+    EXPECT_THAT(pick(with(there, {"60", "70"})),
+                testing::MatchesRegex("mesh: 1 of 1 pixel, .*\nat 500000000\\.4.* -700000000\\.8.* "
+                                      "[23]\\..*\n"));
+    EXPECT_TRUE(report(with(there, {"2", "2"}))["place"].is_null());
+    EXPECT_TRUE(report(with(there, {"60", "70", "1", "2"}))["place"].is_null());
+    EXPECT_THAT(pick(with(there, {"60", "70", "2", "1"})), testing::Not(HasSubstr("\nat ")));
 }
 
 TEST_F(Pick, TakesPicturesLargerThanABuffer) {
@@ -128,16 +151,16 @@ TEST_F(Pick, TellsFilesOfOneNameApart) {
     }
     const std::string red = model("a/mesh.ply", triangle({255, 0, 0}));
     const std::string blue = model("b/mesh.ply", triangle({0, 0, 255}).movedBy({0, 0, -1}));
-    EXPECT_EQ(pick(with({blue, red, "50", "60"}, square)),
+    EXPECT_EQ(objects(with({blue, red, "50", "60"}, square)),
               "a/mesh.ply: 1 of 1 pixel, " + red + "\n");
     const std::string twice = pick(with({blue, blue, "50", "60"}, square));
-    EXPECT_THAT(twice, testing::MatchesRegex("mesh(#2)?: 1 of 1 pixel, .*\n"));
+    EXPECT_THAT(twice, testing::MatchesRegex("mesh(#2)?: 1 of 1 pixel, .*\nat .*\n"));
 }
 
 TEST_F(Pick, TakesAFileWhoseNameIsANumber) {
     // There is no other way but the folder ahead of it, as the program says.
     const std::string file = model("5", triangle({255, 0, 0}));
-    EXPECT_EQ(pick(with({file, "50", "60"}, square)), "5: 1 of 1 pixel, " + file + "\n");
+    EXPECT_EQ(objects(with({file, "50", "60"}, square)), "5: 1 of 1 pixel, " + file + "\n");
 }
 
 TEST_F(Pick, PutsNamesOfSeveralLinesOnOne) {
@@ -151,7 +174,7 @@ TEST_F(Pick, ComesWithItsStagesIfAskedFor) {
     for (const char* word : {"mesh: 1 of 1 pixel", "OpenGL 4.", "\nread ", ", draw ", ", pick "}) {
         EXPECT_THAT(lines, HasSubstr(word));
     }
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 4);
 }
 
 TEST_F(Pick, NamesAFileThatIsMissing) {
