@@ -7,11 +7,25 @@
 #include <keel/File.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 
 namespace Mirk {
 
 namespace {
+
+/// A moment is as long as an editor takes at most that empties a file and then writes it. A time
+/// that is still to come tells nothing.
+bool isOfThisMoment(const Keel::Filetime& time) {
+    using namespace std::chrono;
+    constexpr nanoseconds moment = milliseconds(500);
+    const auto filetime = [](const nanoseconds& sinceEpoch) {
+        const auto whole = floor<seconds>(sinceEpoch);
+        return Keel::Filetime(whole.count(), static_cast<long>((sinceEpoch - whole).count()));
+    };
+    const nanoseconds now = system_clock::now().time_since_epoch();
+    return time > filetime(now - moment) && !(time > filetime(now));
+}
 
 /// Makes a file that is empty, unless something has that name.
 void makeFile(const std::string& path) {
@@ -64,7 +78,8 @@ bool DisplayObject::Compiled::isFor(const Seagrass& seagrass, const Composer& co
 RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context) {
     const RenderBasin::ProgramPtr present(_program);
     const bool wasTried = present || _failure;
-    if (wasTried && !haveFilesChanged()) return present;
+    const Files files = stateOfFiles();
+    if (files == Files::BeingSaved || (wasTried && files == Files::Unchanged)) return present;
     _failure = nullptr;
     try {
         const RenderBasin::ProgramPtr program = compile(context);
@@ -79,12 +94,17 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context
     }
 }
 
-bool DisplayObject::Compiled::haveFilesChanged() const {
-    if (!_takesFiles) return false;
-    return std::any_of(_fileTimes.begin(), _fileTimes.end(), [](const auto& entry) {
-        const Keel::FileInfo info(entry.first);
-        return info.exists && info.modified > entry.second;
-    });
+/// Of those that took part in the last attempt.
+DisplayObject::Compiled::Files DisplayObject::Compiled::stateOfFiles() const {
+    if (!_takesFiles) return Files::Unchanged;
+    Files state = Files::Unchanged;
+    for (const auto& [file, time] : _fileTimes) {
+        const Keel::FileInfo info(file);
+        if (!info.exists || !(info.modified > time)) continue;
+        if (info.bytes == 0 && isOfThisMoment(info.modified)) return Files::BeingSaved;
+        state = Files::Changed;
+    }
+    return state;
 }
 
 RenderBasin::ProgramPtr DisplayObject::Compiled::compile(VRenderContext& context) const {

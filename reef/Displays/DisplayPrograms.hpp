@@ -43,7 +43,8 @@ private:
 };
 
 /// A program of one text in one Seagrass. It is compiled when it is asked for: again only if it was
-/// evicted or if a file has changed that took part, whether it was good or not.
+/// evicted or if a file has changed that took part, whether it was good or not. What is empty since
+/// a moment only may be about to be written: that is waited for, as it would be filled otherwise.
 class DisplayObject::Compiled {
 public:
     /// `name` is that of its files, if it takes any.
@@ -62,7 +63,9 @@ public:
 private:
     using Keeper = PolypCreator<DefaultPolypInitializer>;
 
-    bool haveFilesChanged() const;
+    enum class Files { Unchanged, Changed, BeingSaved };
+
+    Files stateOfFiles() const;
     RenderBasin::ProgramPtr compile(VRenderContext& context) const;
     void rememberFiles();
     void keep(const RenderBasin::ProgramPtr& program, bool inAnyCase);

@@ -106,6 +106,36 @@ TEST_F(EditedShaders, EmptyFileIsFilledWithTheTextInUse) {
     EXPECT_FALSE(std::filesystem::exists(nameOf(".vert")));
 }
 
+TEST_F(EditedShaders, FileThatAnEditorHasJustEmptiedIsLeftToTheEditor) {
+    const auto hourAgo = [&] {
+        std::filesystem::last_write_time(
+            nameOf(".frag"), std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    };
+    std::ofstream(nameOf(".frag")) << painting("vec4(0.0, 1.0, 0.0, 1.0)");
+    hourAgo();
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    const std::string saved = painting("vec4(0.0, 0.0, 1.0, 1.0)");
+    for (const bool isEvicted : {false, true}) {
+        const std::string before = contentOf(".frag");
+        std::ofstream editor(nameOf(".frag"));
+        if (isEvicted) seagrass->lawn();
+        const Frame between = frame();
+        EXPECT_EQ(between.middle, isEvicted ? magenta : (Pixel{0, 255, 0}));
+        EXPECT_EQ(between.printed, "");
+        editor << saved;
+        editor.close();
+        EXPECT_EQ(contentOf(".frag"), saved);
+        EXPECT_EQ(frame().middle, (Pixel{0, 0, 255}));
+    }
+    // After that it is a request.
+    std::ofstream(nameOf(".frag")).close();
+    hourAgo();
+    EXPECT_EQ(frame().middle, (Pixel{0, 0, 255})); // its time is no later one
+    save(".frag", "");
+    EXPECT_NE(frame().middle, (Pixel{0, 0, 255}));
+    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("towardsLight"));
+}
+
 TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
     save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
     EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
