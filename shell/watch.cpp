@@ -1,5 +1,6 @@
 #include <watch.hpp>
 
+#include <Faults.hpp>
 #include <FileWatch.hpp>
 #include <onOneLine.hpp>
 #include <pictures.hpp>
@@ -11,8 +12,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <map>
-#include <set>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -23,7 +22,6 @@ namespace Shell {
 namespace {
 
 using Eye = Mirk::GLRenderContext::Eye;
-using Names = std::vector<std::string>;
 
 std::atomic<bool> isToEnd{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
@@ -71,55 +69,21 @@ void tell(const std::string& text) {
                              std::generic_category().message(errno));
 }
 
-std::string listOf(const Names& names) {
-    std::string list;
-    for (const std::string& name : names) list += (list.empty() ? "" : ", ") + onOneLine(name);
-    return list;
+/// Tells what is faulty in the last frame, and what is so no more.
+void tellFaults(Faults& faults, const Studio& studio) {
+    std::vector<Faults::Fault> failed;
+    for (const auto& failure : studio.frame().failures) {
+        failed.push_back({failure.object, wordsOf(failure), !failure.shaderLog.empty(),
+                          studio.isDrawnAsBefore(failure.object)});
+    }
+    std::vector<Faults::State> states;
+    for (const Scene::Object& object : studio.scene().objects()) {
+        const Mirk::DisplayObject& display = *object.display;
+        const auto status = display.renderStatusSlot().value(studio.viewer().pool);
+        states.push_back({display.Name(), !status.text.empty()});
+    }
+    for (const std::string& message : faults.follow(failed, states)) tellUser(message);
 }
-
-/// What becomes of faulty objects, in words.
-class Faults {
-public:
-    explicit Faults(const Studio& studio) : _studio(studio) {}
-
-    /// Of the last frame.
-    void tell() {
-        // Objects of one kind have the same shaders, and so the same faults.
-        std::map<std::string, Names> asBefore, notAtAll;
-        for (const auto& failure : _studio.frame().failures) {
-            const bool goesOn = _studio.isDrawnAsBefore(failure.object);
-            (goesOn ? asBefore : notAtAll)[wordsOf(failure)].push_back(failure.object);
-        }
-        for (const auto& [words, names] : asBefore) {
-            tellUser("still drawing " + listOf(names) + " as before: " + words);
-        }
-        for (const auto& [words, names] : notAtAll) {
-            tellUser("cannot draw " + listOf(names) + ": " + words);
-        }
-        const Names mended = takeMended();
-        if (!mended.empty()) {
-            tellUser("drawing " + listOf(mended) + " anew: the shaders are good again");
-        }
-    }
-
-private:
-    /// Those whose report has gone.
-    Names takeMended() {
-        Names mended;
-        for (const Scene::Object& object : _studio.scene().objects()) {
-            const Mirk::DisplayObject& display = *object.display;
-            if (!display.renderStatusSlot().value(_studio.viewer().pool).text.empty()) {
-                _faulty.insert(&display);
-            } else if (_faulty.erase(&display) > 0) {
-                mended.push_back(display.Name());
-            }
-        }
-        return mended;
-    }
-
-    const Studio& _studio;
-    std::set<const Mirk::DisplayObject*> _faulty;
-};
 
 /// Of a file that several objects have the earliest time, as each of them is to be drawn with what
 /// it holds.
@@ -138,7 +102,7 @@ class Watch {
 public:
     Watch(Studio& studio, const RenderOptions& options, const std::vector<Eye>& eyes,
           const PictureFiles& files)
-        : _studio(studio), _options(options), _eyes(eyes), _files(files), _faults(studio) {}
+        : _studio(studio), _options(options), _eyes(eyes), _files(files) {}
 
     void run() {
         do {
@@ -160,7 +124,7 @@ private:
     /// Draws and writes what is new.
     void follow() {
         const bool isFaulty = !_studio.attempt(_eyes).failures.empty();
-        _faults.tell();
+        tellFaults(_faults, _studio);
         if (!_studio.isWhole()) return;
         _studio.clock().begin("read back");
         std::vector<Pixels> pictures = picturesOf(_studio, _options);
