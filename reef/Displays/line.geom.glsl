@@ -1,5 +1,7 @@
-// Widens each line to a rectangle of LineWidth pixels on the screen, whatever its direction. With
-// ROUND_ENDS it gets half discs at its ends, which fill the notches between lines that meet:
+// Widens each line to a rectangle of LineWidth pixels on the screen, whatever its direction, and of
+// some length at least: corners are moved to the raster's grid, where less may be nothing, and many
+// short lines in a row would leave gaps. With ROUND_ENDS it gets half discs at its ends, which
+// fill the notches between lines that meet:
 //
 //        3__5__________7__9
 //      1/   |          |   \11
@@ -74,10 +76,11 @@ void main()
     // What lies behind the eye has no place on the screen: the line is cut there.
     if (wa < nearest) a = between(b, a, (wb - nearest) / (wb - wa));
     if (wb < nearest) b = between(a, b, (wa - nearest) / (wa - wb));
+    // Clip space is two units wide: these are halves of pixels, and half the width on each side is
+    // one width in its units.
     vec2 along = (b.position.xy / b.position.w - a.position.xy / a.position.w) * ViewportPixels;
-    float pixels = length(along);
-    vec2 direction = pixels > 0.0 ? along / pixels : vec2(1.0, 0.0);
-    // Clip space is two units wide, so that half the width on each side is one width in its units.
+    float halfPixels = length(along);
+    vec2 direction = halfPixels > 0.0 ? along / halfPixels : vec2(1.0, 0.0);
     vec2 halfWidth = LineWidth / ViewportPixels;
     vec2 side = vec2(-direction.y, direction.x) * halfWidth;
 #ifdef ROUND_ENDS
@@ -94,8 +97,10 @@ void main()
     emitPair(b, c * outwards, s * side);
     emitAt(b, outwards);
 #else
-    emitPair(a, vec2(0.0), side);
-    emitPair(b, vec2(0.0), side);
+    const float leastPixels = 0.125; // two steps of the coarsest grid that there may be
+    vec2 missing = direction * max(0.0, leastPixels - 0.5 * halfPixels) / ViewportPixels;
+    emitPair(a, -missing, side);
+    emitPair(b, missing, side);
 #endif
     EndPrimitive();
 }

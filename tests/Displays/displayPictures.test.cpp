@@ -280,6 +280,39 @@ TEST_F(DisplayPictures, LineOfOnePixelHasNoGap) {
     EXPECT_EQ(image.drawnPixels(), size);
 }
 
+TEST_F(DisplayPictures, LineOfVeryShortPartsHasNoGap) {
+    // Round 46 pixels in all, and round 138.
+    constexpr int parts = 263000;
+    for (const double radius : {46.0 / 2 / std::numbers::pi, 138.0 / 2 / std::numbers::pi}) {
+        std::vector<point> circle;
+        circle.reserve(parts + 1);
+        for (int i = 0; i <= parts; ++i) {
+            const double angle = 2 * std::numbers::pi * i / parts;
+            circle.push_back({radius / 16 * std::cos(angle), radius / 16 * std::sin(angle), 0});
+        }
+        Polylines data = polylines({{1, circle}});
+        data.coordinates = CoordinateSystem::Geographic;
+        for (const double width : {1.0, 1.2, 2.0, 4.0}) {
+            for (const bool isSmooth : {false, true}) {
+                objects.clear();
+                const auto lines = add<LineSet>(data, isSmooth);
+                lines->lineWidth().set(context->pool, width);
+                const Image image = draw(eyeAt({0, 0, 2}, 1, 10), isSmooth ? 4 : 1);
+                int missing = 0, beyond = 0;
+                for (int i = 0; i < size * size; ++i) {
+                    const int x = i % size, y = i / size;
+                    const double off = std::abs(std::hypot(x - 31.5, y - 31.5) - radius);
+                    const bool isDrawn = image.isDrawn(x, y);
+                    missing += off < 0.3 && !isDrawn ? 1 : 0;
+                    beyond += off > width / 2 + 1.0 && isDrawn ? 1 : 0;
+                }
+                EXPECT_EQ(missing, 0) << radius << " " << width << " " << isSmooth;
+                EXPECT_EQ(beyond, 0) << radius << " " << width << " " << isSmooth;
+            }
+        }
+    }
+}
+
 TEST_F(DisplayPictures, LineHasTheColourOfItsLevel) {
     const auto line = add<LineSet>(flatLine({-4, 0, 0}, {4, 0, 0}), false);
     line->lineWidth().set(context->pool, 4.0);
