@@ -39,6 +39,15 @@ std::optional<LineOperands> parseBehindNumber(long number, std::string_view rest
     return {};
 }
 
+/// `FILE N`.
+std::optional<LineOperands> parseFileAhead(std::string_view all) {
+    const std::size_t lastBlank = all.find_last_of(" \t\v\f");
+    if (lastBlank == std::string_view::npos) return {};
+    const auto number = parseNumber(all.substr(lastBlank + 1));
+    if (!number) return {};
+    return LineOperands{*number, std::string(unquoted(trim(all.substr(0, lastBlank))))};
+}
+
 std::size_t lineEndFrom(std::string_view text, std::size_t i) {
     return std::min(text.find_first_of("\r\n", i), text.size());
 }
@@ -197,16 +206,16 @@ std::optional<LineOperands> parseLineOperands(std::string_view operands) {
     const auto behindDigits = std::find_if_not(all.begin(), all.end(), isDigit);
     const auto digits = static_cast<std::size_t>(behindDigits - all.begin());
     const std::string_view rest = all.substr(digits);
-    if (digits > 0 && (rest.empty() || isBlank(rest[0]) || rest[0] == '"' || rest[0] == '/')) {
+    const bool isNumberAhead =
+        digits > 0 && (rest.empty() || isBlank(rest[0]) || rest[0] == '"' || rest[0] == '/');
+    // In `2024//file 3` the slashes begin no comment: that is a folder.
+    const bool mayBePath = rest.size() > 2 && rest.starts_with("//") && !isBlank(rest[2]);
+    const auto fileAhead = parseFileAhead(all);
+    if (isNumberAhead && !(mayBePath && fileAhead)) {
         auto parsed = parseBehindNumber(*parseNumber(all.substr(0, digits)), trim(rest));
         if (parsed) return parsed;
     }
-
-    const std::size_t lastBlank = all.find_last_of(" \t\v\f");
-    if (lastBlank == std::string_view::npos) return {};
-    const auto number = parseNumber(all.substr(lastBlank + 1));
-    if (!number) return {};
-    return LineOperands{*number, std::string(unquoted(trim(all.substr(0, lastBlank))))};
+    return fileAhead;
 }
 
 GlslScan::GlslScan(std::string source) : text(std::move(source)) {

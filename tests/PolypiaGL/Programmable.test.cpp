@@ -156,6 +156,33 @@ TEST_P(ProgrammableOnGL, IncludesOverridesAndWholeStagesCompileAndDraw) {
     EXPECT_EQ(center(), green);
 }
 
+TEST_P(ProgrammableOnGL, GeometryTextsIncludeFiles) {
+    shader.setGLSLVersion("330");
+    shader.buildGeometry();
+    writeFile("part", "vec4 halved(vec4 p) { return vec4(0.5 * p.xy, p.zw); }\n");
+    shader.vertex = "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
+    shader.geometry = "#include \"part\"\r\n"
+                      "void main() {\n"
+                      "    for (int i = 0; i < 3; ++i) {\n"
+                      "        gl_Position = halved(gl_in[i].gl_Position);\n"
+                      "        EmitVertex();\n"
+                      "    }\n"
+                      "    EndPrimitive();\n"
+                      "}\n";
+    shader.fragment = "out vec4 color;\nvoid main() { color = vec4(0.0, 1.0, 0.0, 1.0); }\n";
+    ASSERT_EQ(compile(), "");
+    draw(red);
+    EXPECT_EQ(center(), green);
+    EXPECT_EQ(pixel(4, 4), black);
+    // And so do files in place of them.
+    render->ShaderFileOverrides = true;
+    writeFile("N.geom", shader.geometry);
+    writeFile("part", "vec4 halved(vec4 p) { return p; }\n");
+    ASSERT_EQ(compile(), "");
+    draw(red);
+    EXPECT_EQ(pixel(4, 4), green);
+}
+
 TEST_P(ProgrammableOnGL, FilledFilesCompileAsTheyAre) {
     render->ShaderFileOverrides = true;
     shader.buildGeometry();
@@ -362,6 +389,18 @@ TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
         Fault fault("./part");
         writeFile("part", faultyText(fault, i % 2 == 0 ? "\n" : "\r\n"));
         mainCode() = "// main\n#include \"part\"\r\n" + std::string(mainFunction());
+        expect(fault);
+    }
+}
+
+TEST_P(ShaderFaults, InAnIncludedFileOfAFolderWhoseNameIsANumberAreItsOwn) {
+    std::filesystem::create_directory("2024");
+    for (int i = 0; i < faultsOfAKind; ++i) {
+        start();
+        shader.IncludePath = {i % 2 == 0 ? "2024//" : "2024"};
+        Fault fault(i % 2 == 0 ? "2024//part" : "2024/part");
+        writeFile("2024/part", faultyText(fault));
+        mainCode() = "// main\n#include <part>\r\n" + std::string(mainFunction());
         expect(fault);
     }
 }

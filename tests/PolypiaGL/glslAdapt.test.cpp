@@ -293,6 +293,12 @@ INSTANTIATE_TEST_SUITE_P(
         LineCase{"NumberAndComment", "#line 15 /* shader.glsl*/", "shader.glsl", 15},
         LineCase{"NumberAndEmptyComment", "#line 15 /**/", "", 15},
         LineCase{"NumberAndLineComment", "#line 15 // shader.glsl", "", 15},
+        LineCase{"NumberAndLineCommentAtOnce", "#line 15//shader.glsl", "", 15},
+        LineCase{"NumberAndLineCommentWithANumber", "#line 15 // as line 3", "", 15},
+        LineCase{"NumberAndLineCommentAtOnceWithWords", "#line 15// as line 3", "", 15},
+        LineCase{"FolderOfDigitsAhead", "#line 2024/ab 3", "2024/ab", 3},
+        LineCase{"FolderOfDigitsWithSlashAhead", "#line 2024//ab 3", "2024//ab", 3},
+        LineCase{"FolderOfDigitsWithStarAhead", "#line 2024/*/ab 3", "2024/*/ab", 3},
         LineCase{"FileAheadAndComment", "#line N.vert 42 // note", "N.vert", 42},
         LineCase{"BlanksEverywhere", " \t# \t line \t 12 \t", "", 12},
         LineCase{"CommentAhead", "/* c */ #line 12 \"f\"", "f", 12},
@@ -300,6 +306,98 @@ INSTANTIATE_TEST_SUITE_P(
         LineCase{"One", "#line 1 \"f\"", "f", 1}, LineCase{"Zero", "#line 0 \"f\"", "f", 0},
         LineCase{"LargeIsHeld", "#line 1234567890123 \"f\"", "f", 999999}),
     caseName);
+
+/// Where the line "int here;" is counted.
+struct Place {
+    std::string file;
+    long line;
+
+    bool operator==(const Place&) const = default;
+};
+
+Place placeOfHere(const StageText& stage, const AdaptOptions& options = bare()) {
+    const auto program = adaptProgram({stage}, options);
+    const long version = std::stol(stage.text.substr(std::string("#version ").size()));
+    const auto lines = numberedLines(program.stages[0].text, version);
+    for (const auto& [number, line] : lines) {
+        if (!line.ends_with("int here;")) continue;
+        const LineTable::Place place = program.lines.find(number);
+        return {std::string(place.file), place.line};
+    }
+    return {"nowhere", 0};
+}
+
+TEST(glslAdapt, DirectivesAheadOfTheMainCodeDoNotCountFromThereOn) {
+    for (const std::string version : {"150", "330"}) {
+        const std::string text =
+            "#version " + version + "\n#line 300 \"Mist.glsl\"\nfloat mist;\nint here;\nint too;\n";
+        EXPECT_EQ(placeOfHere({V, text}), (Place{"Mist.glsl", 301}));
+        EXPECT_EQ(placeOfHere({V, text, 4}), (Place{"", 4}));
+        // Above it they do.
+        EXPECT_EQ(placeOfHere({V, text, 5}), (Place{"Mist.glsl", 301}));
+        EXPECT_EQ(placeOfHere({V, text, 100}), (Place{"Mist.glsl", 301}));
+    }
+}
+
+TEST(glslAdapt, DirectivesWithinTheMainCodeCount) {
+    for (const std::string version : {"150", "330"}) {
+        const std::string text =
+            "#version " + version + "\nfloat main;\n#line 7 \"part\"\nint here;\n";
+        EXPECT_EQ(placeOfHere({V, text, 2}), (Place{"part", 7}));
+        // The first line of the main code may be one.
+        EXPECT_EQ(placeOfHere({V, text, 3}), (Place{"part", 7}));
+    }
+}
+
+TEST(glslAdapt, MainCodeWithoutDirectivesAheadTakesNone) {
+    const std::string text = "#version 330\nfloat ahead;\nint here;\n";
+    EXPECT_EQ(adaptProgram({{V, text, 3}}, bare()).stages[0].text,
+              adaptProgram({{V, text}}, bare()).stages[0].text);
+}
+
+TEST(glslAdapt, MainCodeIsCountedBehindDirectivesInConditionsAndDeclarations) {
+    for (const std::string version : {"150", "330"}) {
+        // In a core context the declaration of gl_Vertex comes in between.
+        const std::string text = "#version " + version +
+                                 "\n#ifdef MARKED\n#line 40 \"block\"\n#endif\n"
+                                 "#ifdef SHORT\nfloat mist;\n#endif\nint here;\n"
+                                 "void main() { gl_Position = gl_Vertex; }\n";
+        for (const char* const defined :
+             {"", "#define MARKED\n", "#define MARKED\n#define SHORT\n"}) {
+            AdaptOptions options = core();
+            options.platformDefines = defined;
+            EXPECT_EQ(placeOfHere({V, text, 8}, options), (Place{"", 8})) << defined;
+        }
+        AdaptOptions options = core();
+        options.platformDefines = "#define MARKED\n";
+        EXPECT_EQ(placeOfHere({V, text}, options), (Place{"block", 44}));
+    }
+}
+
+TEST(glslAdapt, DirectivesWithTheOwnNameStandForTheTextItself) {
+    for (const std::string version : {"150", "330"}) {
+        const std::string text =
+            "#version " + version + "\n#line part 1\nfloat part;\n#line N.vert 2\nint here;\n";
+        EXPECT_EQ(placeOfHere({V, text}), (Place{"N.vert", 2}));
+        EXPECT_EQ(placeOfHere({V, text, 0, "N.vert"}), (Place{"", 5}));
+        EXPECT_EQ(placeOfHere({V, text, 0, "N.frag"}), (Place{"N.vert", 2}));
+        // Those of other files don't.
+        const std::string included = "#version " + version + "\n#line part 1\nint here;\n";
+        EXPECT_EQ(placeOfHere({V, included, 0, "N.vert"}), (Place{"part", 1}));
+        // Nor those that only have a number, which may be anybody's.
+        const std::string numbered = "#version " + version + "\n#line 70\nint here;\n";
+        EXPECT_EQ(placeOfHere({V, numbered, 0, "N.vert"}), (Place{"", 70}));
+    }
+}
+
+TEST(glslAdapt, AllDirectivesOfAWholeFileStandForItsOwnLines) {
+    for (const std::string version : {"150", "330"}) {
+        for (const char* const directive : {"#line 1 \"part\"", "#line N.vert 7", "#line 70"}) {
+            const std::string text = "#version " + version + "\n" + directive + "\nint here;\n";
+            EXPECT_EQ(placeOfHere({V, text, 0, {}, true}), (Place{"", 3})) << directive;
+        }
+    }
+}
 
 TEST(glslAdapt, UnreadableLineDirectiveStaysForTheDriver) {
     for (const std::string directive :
