@@ -267,6 +267,65 @@ TEST_P(TransformText, ViewDirectionWithoutTheViewsIsOfTheCompatibilityProfile) {
     }
 }
 
+TEST_P(TransformText, WithoutTheViewsTheFixedMatricesStandForThem) {
+    // Column by column.
+    constexpr std::array<double, 16> modelView{0, 1, 0, 0, -2,  0,     0, 0,
+                                               0, 0, 4, 0, 0.5, -0.25, 1, 1};
+    constexpr std::array<double, 16> projection{0.5, 0, 0,  0,  0, 0.25, 0, 0,
+                                                0,   0, -1, -1, 0, 0,    2, 0};
+    const std::string vertex =
+        "#version 140\n#extension GL_ARB_uniform_buffer_object : require\n"
+        "#define VERTEX_SHADER 1\n" +
+        views() + "#undef HAVE_MULTIVIEW_TRANSFORM\n" +
+        TransformOperator().getShaderFunctions(*frame, false) +
+        "in vec3 Coordinates;\n"
+        "out vec4 isRight;\n"
+        "void main() {\n"
+        "    gl_Position = vec4(Coordinates, 1.0);\n"
+        "    RelativeVertex V = mkRelativeVertex(vec4(1.0, 2.0, 3.0, 1.0));\n"
+        "    vec4 eye = vec4(-3.5, 0.75, 13.0, 1.0);\n"
+        "    vec4 screen = vec4(-1.75, 0.1875, -11.0, -13.0);\n"
+        "    isRight.r = zelk_transform_vertex_WorldToEye_Default(V) == eye &&\n"
+        "        zelk_transform_vertex_WorldToEye(V) == eye ? 1.0 : 0.0;\n"
+        "    isRight.g = zelk_transform_vertex_EyeToScreen_Default(eye) == screen &&\n"
+        "        zelk_transform_vertex_EyeToScreen(eye) == screen &&\n"
+        "        zelk_transform_vertex_WorldToScreen(V) == screen ? 1.0 : 0.0;\n"
+        "    vec3 normal = vec3(-1.0, 1.0, 0.75);\n"
+        "    isRight.b = distance(zelk_transform_normal_WorldToEye_Default(vec3(1.0, 2.0, 3.0)),\n"
+        "                         normal) < 1e-5 &&\n"
+        "        distance(zelk_transform_normal_WorldToEye(vec3(1.0, 2.0, 3.0)), normal) < 1e-5 "
+        "&&\n"
+        "        getViewDir() == vec3(0.0, 0.0, -4.0) ? 1.0 : 0.0;\n"
+        "    isRight.a = 1.0;\n"
+        "}\n";
+    fillPicture(program(vertex, "#version 140\nin vec4 isRight;\nout vec4 color;\n"
+                                "void main() { color = isRight; }\n"));
+    basin->factory().setMatrices(projection, modelView);
+    wave();
+    EXPECT_EQ(center(), white);
+}
+
+TEST_P(TransformText, FaultsAreToldInItsFilesWithLineMarkersAndWarningsOn) {
+    const std::string marked =
+        "#define ZELK_DO_LINE_DIRECTIVE 1\n#define ZELK_GLSL_ENABLE_WARNINGS 1\n";
+    for (const std::string version : {"130", "140", "330", "450"}) {
+        const std::string text = TransformOperator().getShaderFunctions(*frame, true);
+        EXPECT_EQ(log(version, marked + text + mainOfAll), "") << version;
+        // Behind the line of the warning, and in another of the texts.
+        std::string faulty = text;
+        const std::string normal = "return gl_NormalMatrix * TheNormal;";
+        ASSERT_NE(faulty.find(normal), std::string::npos);
+        faulty.replace(faulty.find(normal), normal.size(), "return fault;");
+        EXPECT_THAT(log(version, marked + faulty + mainOfAll),
+                    HasSubstr("\nreef/Polypia/TransformOperatorDefault.glsl(34) : error"))
+            << version;
+        EXPECT_THAT(log(version, marked + "struct RelativeVertex { vec4 Vertex, Offset; };\n" +
+                                     TransformOperator::GlobalFunctions + "void main() {}\n"),
+                    HasSubstr("\nreef/Polypia/TransformOperatorGlobal.glsl(6) : error"))
+            << version;
+    }
+}
+
 TEST_P(TransformText, WithoutTranslatedViewsIsRefusedByItsWords) {
     EXPECT_THAT(log("330", "struct RelativeVertex { vec4 Vertex, Offset; };\n" +
                                TransformOperator::GlobalFunctions + "void main() {}\n"),
