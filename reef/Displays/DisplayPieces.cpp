@@ -160,12 +160,15 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
     }
 }
 
-/// By a wave that draws nothing. Null if a value can't be had for it: it stays, and is tried again.
+/// By a wave that draws nothing. Null if a value can't be had for it, or if something refuses to be
+/// activated: it stays, and is tried again.
 PolypPtr DisplayObject::Pieces::upload(PieceCreator& creator, VRenderContext& context) const {
     const PolypPtr polyp = creator.getPolyp();
     if (!update(context, creator, *polyp)) return {};
+    const std::size_t wanted =
+        polyp->NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey - 1, ~drawing);
     try {
-        polyp->wave(~drawing);
+        if (static_cast<std::size_t>(polyp->wave(~drawing)) < wanted) return {};
     } catch (...) {
         // What of it is on the GPU already is memory that others may have.
         creator.forget();

@@ -658,6 +658,21 @@ TEST_F(DisplayObjectUploads, ValueThatCannotBeHadLetsTheLastGenerationStay) {
     EXPECT_THAT(frame().drawn, ElementsAre("2"));
 }
 
+TEST_F(DisplayObjectUploads, WhatRefusesToBeActivatedLetsTheLastGenerationStay) {
+    frame();
+    object->setData(1);
+    context.basin.log->failing = {"activate Tentacle data 2"};
+    for (int i = 0; i < 2; ++i) {
+        const Frame waiting = frame();
+        EXPECT_FALSE(waiting.isWhole);
+        EXPECT_THAT(waiting.drawn, ElementsAre("1"));
+        EXPECT_EQ(context.renderAllowance, 1000);
+    }
+    context.basin.log->failing = {};
+    EXPECT_THAT(frame().drawn, ElementsAre("2"));
+    EXPECT_EQ(context.renderAllowance, 1000 - bytes);
+}
+
 TEST_F(DisplayObjectUploads, NeitherGenerationIsEvictedUntilTheyAreExchanged) {
     object->pieces = 2;
     object->knownBytes = bytes; // so that none is filled ahead of its frame
