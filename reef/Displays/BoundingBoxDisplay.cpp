@@ -1,5 +1,6 @@
 #include <Displays/BoundingBoxDisplay.hpp>
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/displayUniforms.hpp>
 #include <Displays/lineForm.hpp>
@@ -11,6 +12,8 @@
 #include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
+#include <limits>
+#include <span>
 #include <stdexcept>
 #include <vector>
 
@@ -19,13 +22,13 @@ namespace Mirk {
 namespace {
 
 /// By two of its corners for each edge; bit i of a corner says which end of axis i it is at.
-std::vector<FloatPoint> edgesOf(const Skua::BoundingBox& box, const Point& origin) {
+std::vector<Point> edgesOf(const Skua::BoundingBox& box) {
     const auto corner = [&](unsigned bits) {
-        return relativeTo(origin, {(bits & 1U) != 0 ? box.max.x : box.min.x,
-                                   (bits & 2U) != 0 ? box.max.y : box.min.y,
-                                   (bits & 4U) != 0 ? box.max.z : box.min.z});
+        return Point{(bits & 1U) != 0 ? box.max.x : box.min.x,
+                     (bits & 2U) != 0 ? box.max.y : box.min.y,
+                     (bits & 4U) != 0 ? box.max.z : box.min.z};
     };
-    std::vector<FloatPoint> edges;
+    std::vector<Point> edges;
     for (unsigned bits = 0; bits < 8; ++bits) {
         for (unsigned axis = 1; axis < 8; axis <<= 1U) {
             if ((bits & axis) != 0) continue;
@@ -35,6 +38,21 @@ std::vector<FloatPoint> edgesOf(const Skua::BoundingBox& box, const Point& origi
     }
     return edges;
 }
+
+class EdgesContent : public DisplayObject::Content {
+public:
+    explicit EdgesContent(const Skua::BoundingBox& box) : Content(box, 1), edges(edgesOf(box)) {}
+
+    double distanceFrom(const Point& place) const override {
+        double nearest = std::numeric_limits<double>::infinity();
+        for (std::size_t i = 0; i < edges.size(); i += 2) {
+            nearest = std::min(nearest, distanceToSegment(edges[i], edges[i + 1], place));
+        }
+        return nearest;
+    }
+
+    const std::vector<Point> edges;
+};
 
 } // namespace
 
@@ -79,14 +97,15 @@ DisplayObject::ContentPtr BoundingBoxDisplay::read(const ValuePoolPtr& pool,
     if (present && present->bounds.min == box->min && present->bounds.max == box->max) {
         return present;
     }
-    return std::make_shared<const Content>(*box, 1);
+    return std::make_shared<const EdgesContent>(*box);
 }
 
 DisplayObject::Drawing BoundingBoxDisplay::fill(Polyp& polyp, VRenderContext& context,
                                                 RenderBasin::Program&, const Content& content,
                                                 const point& origin, std::size_t, Form) const {
+    const std::span<const Point> edges = static_cast<const EdgesContent&>(content).edges;
     const auto corners = polyp.insert(
-        context.createCoordinates(shortLived(edgesOf(content.bounds, origin)), "Coordinates"));
+        context.createCoordinates(shortLived(relativeTo(origin, edges)), "Coordinates"));
     if (!corners) return {};
     insertColor(polyp, context, _color);
     insertViewportPixels(polyp, context);

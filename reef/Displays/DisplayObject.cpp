@@ -1,6 +1,7 @@
 #include <Displays/DisplayObject.hpp>
 
 #include <Displays/DisplayShowings.hpp>
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
 
 #include <Polypia/Seagrass.hpp>
@@ -18,16 +19,6 @@ namespace Mirk {
 
 namespace {
 
-/// Something that is infinite must not take all else with it.
-Skua::PhysicalSpace::point originOf(const Skua::BoundingBox& bounds) {
-    if (bounds.empty()) return {};
-    Skua::PhysicalSpace::point middle = bounds.boxCentre();
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        if (!std::isfinite(middle[axis])) middle[axis] = 0.0;
-    }
-    return middle;
-}
-
 bool isOn(const Skua::PhysicalSpace::HessianNormalPlane& plane) {
     return dot(plane.normal, plane.normal) > 0.0;
 }
@@ -42,9 +33,13 @@ DisplayFailure::DisplayFailure(const std::string& reason) {
 DisplayFailure::~DisplayFailure() = default;
 
 DisplayObject::Content::Content(const Skua::BoundingBox& dataBounds, std::size_t numberOfPieces)
-    : bounds(dataBounds), origin(originOf(dataBounds)), pieces(numberOfPieces) {}
+    : bounds(dataBounds), pieces(numberOfPieces) {}
 
 DisplayObject::Content::~Content() = default;
+
+double DisplayObject::Content::distanceFrom(const point& place) const {
+    return bounds.empty() ? 0.0 : distanceToBox({bounds.min, bounds.max}, place);
+}
 
 std::size_t DisplayObject::Content::leastBytes(std::size_t) const {
     return 0;
@@ -193,10 +188,6 @@ bool DisplayObject::environment_render(VRenderContext& context) const {
 
 DisplayObject::Form DisplayObject::form(const ValuePoolPtr&) const {
     return 0;
-}
-
-DisplayObject::point DisplayObject::originIn(const VRenderContext&, const Content& content) const {
-    return content.origin;
 }
 
 bool DisplayObject::multiview_render(VRenderContext& context,

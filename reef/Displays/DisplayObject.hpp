@@ -34,9 +34,10 @@ public:
 /// planes, a box in each pool, and viewpoints around that: "front" (towards -z), "back", "left",
 /// "right", "top" and "bottom".
 ///
-/// A request reads the inputs, see update(). What goes to the GPU is relative to the middle of the
-/// bounds, so that single precision does for it; shaders see the views as LayeredMultiViews offers
-/// them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
+/// A request reads the inputs, see update(). What goes to the GPU is relative to an origin near the
+/// camera, see FloatOrigin: it follows when single precision would be seen in the picture, by a
+/// tenth of a pixel at what is nearest (originThreshold()). Shaders see the views as
+/// LayeredMultiViews offers them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
 /// many of them to the GPU as fit, and draws these. If something else was drawn before, that stays
 /// as it is until all of the new is on the GPU; then one takes the place of the other, in one
 /// frame. As long as there are both, neither leaves the cache. What the GPU has no memory for is
@@ -70,9 +71,10 @@ public:
         Content& operator=(const Content&) = delete;
 
         const Skua::BoundingBox bounds;
-        /// The middle of the bounds, finite in any case.
-        const point origin;
         const std::size_t pieces;
+
+        /// How near to a place something is drawn, or less. Here the distance of the bounds.
+        virtual double distanceFrom(const point& place) const;
 
         /// Bytes that a piece takes on the GPU at least, for the allowance to be asked ahead of
         /// filling it. Here 0: not known.
@@ -168,9 +170,6 @@ protected:
     virtual Form form(const ValuePoolPtr& pool) const;
     /// The program for a form and data.
     virtual Stages stages(Form form, const Content& content) const = 0;
-    /// What vertices are to be relative to. Where that has become another point, all of them go to
-    /// the GPU again. Here the middle of the bounds.
-    virtual point originIn(const VRenderContext& context, const Content& content) const;
     /// Inserts attributes, parameters and painter behind the program, of vertices that are relative
     /// to `origin`. Without painter it has failed; it may throw a RenderException.
     virtual Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program& program,

@@ -216,6 +216,11 @@ void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t lev
 bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& creator,
                                    Polyp& polyp) const {
     context.updateTranslatedViews(polyp, creator.viewsOf(context), point() - _generation.origin);
+    // Points among the variables are relative to what the vertices are relative to.
+    const RenderBasin::ProgramPtr program(_generation.program);
+    if (program) {
+        program->setAllProgramVariables(RenderBasin::FloatedOrigin(_generation.origin - point()));
+    }
     return polyp.updateValues(context);
 }
 

@@ -43,6 +43,7 @@ public:
     Pieces& operator=(const Pieces&) = delete;
 
     bool isOf(const Generation& generation) const { return _generation.isSame(generation); }
+    const Generation& generation() const { return _generation; }
     /// Whether none of the pieces can be drawn.
     bool isEmpty() const;
     /// While they are kept, the cache evicts none of those that are there or come.

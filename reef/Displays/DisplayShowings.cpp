@@ -1,5 +1,9 @@
 #include <Displays/DisplayShowings.hpp>
 
+#include <Displays/displayData.hpp>
+#include <Displays/originThreshold.hpp>
+
+#include <Polypia/FloatOrigin.hpp>
 #include <Polypia/Seagrass.hpp>
 #include <Polypia/VRenderContext.hpp>
 
@@ -52,6 +56,25 @@ bool DisplayObject::Showing::clear() {
     _coming.reset();
     _shown.reset();
     return !_compiled || !_compiled->failure();
+}
+
+bool DisplayObject::Showing::isOriginComing() const {
+    return _coming && _shown && _coming->generation().origin != _shown->generation().origin;
+}
+
+DisplayObject::point DisplayObject::Showing::originIn(const VRenderContext& context,
+                                                      const Content& content, bool isTransformed) {
+    const VCamera& camera = context.CurrentView(context.CurrentEye, 0).camera;
+    vector origin = FloatOrigin::getTranslationVector(_place);
+    if (!isOriginComing() && isFinite(camera.position)) {
+        // Where an operator puts things is not known, but they are what is looked at.
+        const double nearest = isTransformed ? norm(camera.lookAt - camera.position)
+                                             : content.distanceFrom(camera.position);
+        // Null means that it has moved, which is found by comparison.
+        FloatOrigin::getTranslationVector(context, _place, origin,
+                                          originThreshold(context, nearest));
+    }
+    return point() + origin;
 }
 
 bool DisplayObject::Showing::isOther(const Generation& generation) const {
@@ -133,9 +156,10 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     showing.level = _display.levelIn(context, showing.level);
     showing.needsLevels = showing.needsLevels || showing.level > 0;
     const Form form = _display.wholeForm(context.pool);
-    const Generation wanted{content, _display.originIn(context, *content),
-                            form | (showing.needsLevels ? hasLevels : 0),
-                            _display.transformIn(context.pool)};
+    const TransformOperator transform = _display.transformIn(context.pool);
+    const Generation wanted{content,
+                            showing.originIn(context, *content, bool(transform.functor)),
+                            form | (showing.needsLevels ? hasLevels : 0), transform};
     if (showing.isOther(wanted)) {
         showing.setWanted(wanted, compiledFor(context, seagrass, *content, form, wanted.transform));
     }

@@ -27,6 +27,10 @@ public:
     /// good program of faulty files can't.
     bool clear();
 
+    /// What vertices are to be relative to. While those of another origin are on their way to the
+    /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
+    point originIn(const VRenderContext& context, const Content& content, bool isTransformed);
+
     /// Whether what was asked for last is something else.
     bool isOther(const Generation& generation) const;
     /// Asks for that, by whichever program there is when it is drawn.
@@ -52,8 +56,11 @@ private:
     void noteSupply(const std::exception_ptr& failure);
     void drawShown(VRenderContext& context) const;
 
+    bool isOriginComing() const;
+
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
+    Keel::Intercube _place; // where the origin is kept
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;

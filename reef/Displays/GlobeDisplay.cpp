@@ -12,6 +12,7 @@
 #include <rookery/Geodesy.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -32,6 +33,23 @@ Skua::BoundingBox earthBounds(double unitsPerMetre) {
     box.radius = a;
     return box;
 }
+
+class GlobeContent : public DisplayObject::Content {
+public:
+    explicit GlobeContent(double unitsPerMetre)
+        : Content(earthBounds(unitsPerMetre), 1), _unitsPerMetre(unitsPerMetre) {}
+
+    /// To the ellipsoid that is drawn, less a percent.
+    double distanceFrom(const Point& place) const override {
+        const double a = Skua::WGS84::semiMajorAxisMetres * globeScale * _unitsPerMetre;
+        const double b = Skua::WGS84::semiMinorAxisMetres * globeScale * _unitsPerMetre;
+        const double size = norm(Skua::PhysicalSpace::vector{place.x / a, place.y / a, place.z / b});
+        return 0.99 * b * std::abs(size - 1.0);
+    }
+
+private:
+    const double _unitsPerMetre;
+};
 
 RenderBasin::ChunkPtr triangles() {
     std::vector<std::uint32_t> indices;
@@ -63,7 +81,7 @@ DisplayObject::Stages GlobeDisplay::stages(Form, const Content&) const {
 
 DisplayObject::ContentPtr GlobeDisplay::read(const ValuePoolPtr&, const ContentPtr& present) const {
     if (present) return present;
-    return std::make_shared<const Content>(earthBounds(_unitsPerMetre), 1);
+    return std::make_shared<const GlobeContent>(_unitsPerMetre);
 }
 
 DisplayObject::Drawing GlobeDisplay::fill(Polyp& polyp, VRenderContext& context,
@@ -74,6 +92,7 @@ DisplayObject::Drawing GlobeDisplay::fill(Polyp& polyp, VRenderContext& context,
         polyp.insert(context.createAttribute(triangles(), indicesAttribute, "Indices"));
     if (!indices) return {};
     const double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
+    program["Centre"] = Point(); // sent relative to the origin, as points are
     program["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
     polyp.insert(Keel::make<HiddenSides>(context, program, origin, 1.0 / _unitsPerMetre,
                                          [](const VRenderContext&) { return 0.0; }));

@@ -1,5 +1,6 @@
 #include <Displays/LineSet.hpp>
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/HiddenSides.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/displayUniforms.hpp>
@@ -33,9 +34,19 @@ std::span<const Point> pointsOfLines(const Polylines& lines) {
 
 class LineContent : public DisplayObject::Content {
 public:
-    explicit LineContent(const Polylines& lines)
-        : Content(finiteBounds(pointsOfLines(lines)), piecesOf(elementsOf(lines.points).size())),
-          data(lines) {}
+    explicit LineContent(const Polylines& lines) : LineContent(lines, boxesOf(lines)) {}
+
+    double distanceFrom(const Point& place) const override {
+        const auto points = pointsOfLines(data);
+        const auto starts = elementsOf(data.starts);
+        const auto isStart = [&](std::size_t i) {
+            return std::binary_search(starts.begin(), starts.end(), i + starts.front());
+        };
+        return _boxes.nearest(place, [&](std::size_t i) {
+            const bool goesOn = i + 1 < points.size() && isFinite(points[i + 1]) && !isStart(i + 1);
+            return distanceToSegment(points[i], points[goesOn ? i + 1 : i], place);
+        });
+    }
 
     /// Two pieces of a line that is cut share a point.
     static constexpr std::size_t step = DisplayObject::pieceVertices - 1;
@@ -53,6 +64,27 @@ public:
     }
 
     const Polylines data;
+
+private:
+    LineContent(const Polylines& lines, ElementBoxes&& boxes)
+        : Content(boxes.bounds(), piecesOf(elementsOf(lines.points).size())),
+          data(lines),
+          _boxes(std::move(boxes)) {}
+
+    /// Of each point with the way to the next one.
+    static ElementBoxes boxesOf(const Polylines& lines) {
+        const std::span<const Point> points = pointsOfLines(lines);
+        return {points.size(), [&](std::size_t i, Skua::BoundingBox& box) {
+                    if (isFinite(points[i])) box.add(points[i]);
+                    const std::size_t next = i + 1;
+                    const bool isLast = next % ElementBoxes::elementsInEach == 0;
+                    if (isLast && next < points.size() && isFinite(points[next])) {
+                        box.add(points[next]);
+                    }
+                }};
+    }
+
+    const ElementBoxes _boxes;
 };
 
 /// By level.

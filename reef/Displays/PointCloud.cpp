@@ -1,5 +1,6 @@
 #include <Displays/PointCloud.hpp>
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/displayUniforms.hpp>
 
@@ -21,10 +22,12 @@ class CloudContent : public DisplayObject::Content {
 public:
     /// `points` are those of the source that can be drawn.
     CloudContent(const PointSet& sourceData, const PointSet& points)
-        : Content(finiteBounds(elementsOf(points.points)),
-                  numberOfParts(elementsOf(points.points).size(), DisplayObject::pieceVertices)),
-          source(sourceData),
-          data(points) {}
+        : CloudContent(sourceData, points, boxesOf(elementsOf(points.points))) {}
+
+    double distanceFrom(const Point& place) const override {
+        const auto points = elementsOf(data.points);
+        return _boxes.nearest(place, [&](std::size_t i) { return norm(points[i] - place); });
+    }
 
     Part points(std::size_t piece) const {
         return partOf(elementsOf(data.points).size(), DisplayObject::pieceVertices, piece);
@@ -35,6 +38,20 @@ public:
 
     const PointSet source;
     const PointSet data;
+
+private:
+    CloudContent(const PointSet& sourceData, const PointSet& drawable, ElementBoxes&& boxes)
+        : Content(boxes.bounds(), numberOfParts(elementsOf(drawable.points).size(),
+                                                DisplayObject::pieceVertices)),
+          source(sourceData),
+          data(drawable),
+          _boxes(std::move(boxes)) {}
+
+    static ElementBoxes boxesOf(std::span<const Point> points) {
+        return {points.size(), [&](std::size_t i, Skua::BoundingBox& box) { box.add(points[i]); }};
+    }
+
+    const ElementBoxes _boxes;
 };
 
 /// The same without the points that can't be drawn, and without what isn't used.

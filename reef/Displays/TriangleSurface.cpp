@@ -1,5 +1,6 @@
 #include <Displays/TriangleSurface.hpp>
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/displayUniforms.hpp>
 #include <Displays/surfaceData.hpp>
@@ -23,12 +24,14 @@ namespace {
 constexpr std::uint32_t hasEdges = 1;
 
 /// Of what is drawn: points that no triangle has may be anywhere.
-Skua::BoundingBox boundsOfTriangles(const TriangleMesh& mesh) {
+ElementBoxes boxesOfTriangles(const TriangleMesh& mesh) {
     const auto points = elementsOf(mesh.points);
-    Skua::BoundingBox box;
-    for (const std::uint32_t point : elementsOf(mesh.triangles)) box.add(points[point]);
-    box.updateBall();
-    return box;
+    const auto corners = elementsOf(mesh.triangles);
+    return {corners.size() / 3, [&](std::size_t triangle, Skua::BoundingBox& box) {
+                for (std::size_t corner = 0; corner < 3; ++corner) {
+                    box.add(points[corners[3 * triangle + corner]]);
+                }
+            }};
 }
 
 class SurfaceContent : public DisplayObject::Content {
@@ -36,11 +39,20 @@ public:
     /// `mesh` is what of the source can be drawn; without pieces it is drawn as a whole.
     SurfaceContent(const TriangleMesh& sourceData, bool smooth, const TriangleMesh& mesh,
                    std::vector<SurfacePiece>&& cut)
-        : Content(boundsOfTriangles(mesh), std::max<std::size_t>(cut.size(), 1)),
-          source(sourceData),
-          isSmooth(smooth),
-          data(mesh),
-          _pieces(std::move(cut)) {}
+        : SurfaceContent(sourceData, smooth, mesh, std::move(cut), boxesOfTriangles(mesh)) {}
+
+    /// To the box of the nearest triangle.
+    double distanceFrom(const Point& place) const override {
+        const auto points = elementsOf(data.points);
+        const auto corners = elementsOf(data.triangles);
+        return _boxes.nearest(place, [&](std::size_t triangle) {
+            Skua::BoundingBox box;
+            for (std::size_t corner = 0; corner < 3; ++corner) {
+                box.add(points[corners[3 * triangle + corner]]);
+            }
+            return distanceToBox({box.min, box.max}, place);
+        });
+    }
 
     bool isWhole() const { return _pieces.empty(); }
     /// Of a surface that is drawn as a whole the points have no numbers: they are all in their
@@ -125,6 +137,16 @@ private:
         return false;
     }
 
+    SurfaceContent(const TriangleMesh& sourceData, bool smooth, const TriangleMesh& mesh,
+                   std::vector<SurfacePiece>&& cut, ElementBoxes&& boxes)
+        : Content(boxes.bounds(), std::max<std::size_t>(cut.size(), 1)),
+          source(sourceData),
+          isSmooth(smooth),
+          data(mesh),
+          _boxes(std::move(boxes)),
+          _pieces(std::move(cut)) {}
+
+    const ElementBoxes _boxes;
     const std::vector<SurfacePiece> _pieces;
     mutable std::once_flag _isCoarserMade;
     mutable std::vector<CoarserSurface> _coarser;

@@ -95,13 +95,15 @@ inline std::size_t halved(std::size_t number, std::size_t times) {
 inline FloatPoint relativeTo(const Point& origin, const Point& p) {
     return toFloat(Point() + (p - origin));
 }
-inline std::vector<FloatPoint> relativePart(const ChunkPtr<Point>& points, const Point& origin,
-                                            const Part& part) {
-    const std::span<const Point> world = elementsOf(points).subspan(part.first, part.count);
+inline std::vector<FloatPoint> relativeTo(const Point& origin, std::span<const Point> world) {
     std::vector<FloatPoint> relative(world.size());
     std::transform(world.begin(), world.end(), relative.begin(),
                    [&](const Point& p) { return relativeTo(origin, p); });
     return relative;
+}
+inline std::vector<FloatPoint> relativePart(const ChunkPtr<Point>& points, const Point& origin,
+                                            const Part& part) {
+    return relativeTo(origin, elementsOf(points).subspan(part.first, part.count));
 }
 
 template<class T>

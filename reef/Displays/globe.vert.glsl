@@ -1,5 +1,6 @@
-// A grid on the ellipsoid; position relative to the centre of the earth.
+// A grid on the ellipsoid; position relative to the origin of the object.
 in vec3 Coordinates;
+uniform vec3 Centre; // of the earth, relative to the same
 uniform float AxisRatio2; // square of the equatorial radius over the polar one
 #if defined(GL_ARB_cull_distance) && !defined(CUSTOM_TransformOperator)
 #define HIDES_ITSELF // where an operator puts it is not known
@@ -19,7 +20,7 @@ void main()
     zelk_setViewID();
     gl_Position = zelk_transform_vertex_WorldToScreen(mkRelativeVertex(vec4(Coordinates, 1.0)));
     cut(Coordinates);
-    fromCentre = Coordinates;
+    fromCentre = Coordinates - Centre;
     normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
     bool hasPerspective = views[zelk_getViewID()].ProjectionMatrix[3][3] == 0.0;
     toEye = hasPerspective ? getCameraObserverRelativeToVertexOffset().xyz - Coordinates : -getViewDir();

@@ -34,6 +34,16 @@ void insertPlanes(Polyp& polyp, VRenderContext& context, const ClippingPlanes& p
     insertPlane(polyp, context, "ClipPlane1", planes.clip1, conversion);
 }
 
+/// Of two large numbers the small difference: their last digits are those of the cut.
+double relativeDistance(const Plane& plane, const Skua::PhysicalSpace::vector& origin) {
+    long double distance = plane.distance;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        distance -= static_cast<long double>(plane.normal[axis]) *
+                    static_cast<long double>(origin[axis]);
+    }
+    return static_cast<double>(distance);
+}
+
 } // namespace
 
 ClippingPlanes::ClippingPlanes(VObject* owner)
@@ -53,7 +63,7 @@ bool ClippingPlanes::initializePolyp(Polyp& polyp, VRenderContext& context,
 bool ClippingPlanes::initializeRelativePolyp(Polyp& polyp, VRenderContext& context,
                                              const Skua::PhysicalSpace::vector& worldOrigin) const {
     insertPlanes(polyp, context, *this, [worldOrigin](const Plane& plane) -> FourNumbers {
-        return Plane{plane.normal, plane.distance - dot(plane.normal, worldOrigin)};
+        return Plane{plane.normal, relativeDistance(plane, worldOrigin)};
     });
     return true;
 }

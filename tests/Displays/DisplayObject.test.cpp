@@ -1,4 +1,5 @@
 #include <Displays/DisplayObject.hpp>
+#include <Displays/originThreshold.hpp>
 
 #include "../keel/countedNew.hpp"
 #include "displayFixture.hpp"
@@ -38,7 +39,6 @@ public:
     mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
     mutable std::vector<const Polyp*> polyps;
     mutable Levels levels;
-    vector shift{0, 0, 0}; ///< of what vertices are relative to
     mutable point lastOrigin{};
 
     using DisplayObject::hasLevels;
@@ -88,9 +88,6 @@ protected:
         return drawing;
     }
     Form form(const Mirk::ValuePoolPtr&) const override { return wantedForm; }
-    point originIn(const Mirk::VRenderContext& context, const Content& content) const override {
-        return DisplayObject::originIn(context, content) + shift;
-    }
 
 private:
     mutable double _changes = 0.0;
@@ -364,19 +361,56 @@ TEST_F(DisplayObjectTest, ViewsAreRelativeToTheOriginOfTheObject) {
     lookFrom(1, far + vector{0.125, 0.0, 0.5});
     context.CurrentEye = 1;
     EXPECT_TRUE(draw(*distant));
-    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e9F, 1e9F, -3.0F, 0.0F}));
-    EXPECT_EQ(variable<vec4>("TranslatedViews[0].Translation"), (vec4{0, 0, 0.5F, 0}));
-    EXPECT_EQ(variable<vec4>("TranslatedViews[1].Translation"), (vec4{0.125F, 0, 0.5F, 0}));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e9F, 1e9F, -3.5F, 0.0F}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[0].Translation"), (vec4{-0.125F, 0, 0, 0}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[1].Translation"), (vec4{0, 0, 0, 0}));
     EXPECT_EQ(variable<int>("zelk_CurrentViewID"), 1);
 }
 
-TEST_F(DisplayObjectTest, OriginIsFiniteWhateverTheBoundsAre) {
-    const double infinity = std::numeric_limits<double>::infinity();
-    const auto originOf = [](const Skua::BoundingBox& box) {
-        return DisplayObject::Content(box, 1).origin;
-    };
-    EXPECT_EQ(originOf(Skua::BoundingBox({-infinity, 2, 3}, {1, 4, 5})), (point{0, 3, 4}));
-    EXPECT_EQ(originOf(Skua::BoundingBox()), point());
+TEST_F(DisplayObjectTest, OriginStaysWhileTheCameraIsNearItAndThenFollows) {
+    const double far = 1e9;
+    const point middle{far, 0, 0};
+    const DisplayPtr<Plain> distant(
+        new Plain(Skua::BoundingBox(middle - vector{9, 9, 9}, middle + vector{9, 9, 9})));
+    lookFrom(0, middle);
+    draw(*distant);
+    EXPECT_EQ(distant->lastOrigin, middle);
+    const double threshold = Mirk::originThreshold(context, 0.0);
+    lookFrom(0, middle + vector{0, threshold, 0});
+    draw(*distant);
+    EXPECT_EQ(distant->filled.size(), 1U) << "at the threshold, and farther from the box";
+    lookFrom(0, middle + vector{std::nan(""), 0, 0});
+    draw(*distant);
+    EXPECT_EQ(distant->filled.size(), 1U) << "nowhere";
+    lookFrom(0, middle + vector{2 * far, 0, 0});
+    draw(*distant);
+    EXPECT_EQ(distant->filled.size(), 1U) << "too far away to be seen as off";
+    const DisplayPtr<Plain> around(
+        new Plain(Skua::BoundingBox(point{-far, -far, -far}, point{far, far, far})));
+    lookFrom(0, {0, 0, 10});
+    draw(*around);
+    EXPECT_EQ(around->lastOrigin, point());
+    lookFrom(0, {0, 0, threshold * 1.01});
+    draw(*around);
+    EXPECT_EQ(around->lastOrigin, (point{0, 0, threshold * 1.01})) << "within the box";
+    EXPECT_EQ(around->filled.size(), 2U);
+}
+
+TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
+    const DisplayPtr<Plain> around(
+        new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+    const auto first = context.pool;
+    const auto second = Keel::make<Mirk::ValuePool>();
+    for (int frame = 0; frame < 3; ++frame) {
+        context.pool = first;
+        lookFrom(0, {1e8, 0, 0});
+        draw(*around);
+        context.pool = second;
+        lookFrom(0, {-1e8, 0, 0});
+        draw(*around);
+        EXPECT_EQ(around->lastOrigin, (point{-1e8, 0, 0}));
+    }
+    EXPECT_EQ(around->filled.size(), 2U);
 }
 
 TEST_F(DisplayObjectTest, RequestPublishesTheBoxInItsPool) {
@@ -578,15 +612,21 @@ TEST_F(DisplayObjectUploads, OneGenerationIsDrawnWholeUntilTheNextOneTakesItsPla
 }
 
 TEST_F(DisplayObjectUploads, OtherOriginOfTheSameDataIsAnotherGeneration) {
+    object->bounds = Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9});
     object->pieces = 2;
     frame();
-    object->shift = {100, 0, 0};
+    lookFrom(0, {1e6, 0, 0});
     const Frame waiting = frame(bytes);
     EXPECT_THAT(waiting.drawn, ElementsAre("1", "2"));
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{0, 0, 0, 0}));
+    // What is on its way arrives, wherever the camera is by then.
+    lookFrom(0, {5e6, 0, 0});
     EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
-    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-100, 0, 0, 0}));
-    EXPECT_EQ(object->lastOrigin, (point{100, 0, 0}));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e6F, 0, 0, 0}));
+    EXPECT_EQ(object->lastOrigin, (point{1e6, 0, 0}));
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("5", "6"));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-5e6F, 0, 0, 0}));
     EXPECT_EQ(context.basin.log->live["Program"], 1);
 }
 
