@@ -152,6 +152,9 @@ protected:
         std::string vertexPrefix = {};     ///< what the vertex stage needs beside that
         std::string vertexExtensions = {}; ///< lines of the head
         std::string fragmentVersion = "330";
+        /// Whether the fragment stage finds getLightAtVertex(), see Lighting.glsl. Then polyps are
+        /// filled with a RenderBasin::Illumination.
+        bool isLit = false;
 
         bool operator==(const Stages&) const = default;
     };

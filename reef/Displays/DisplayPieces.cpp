@@ -228,9 +228,22 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
                                       Polyp& polyp, std::size_t level) const {
     creator.setLevel(level);
     if (!update(context, creator, polyp)) return false;
+    light(polyp, context);
     polyp.wave(~Activity_t{0});
     polyp.complete(context);
     return true;
+}
+
+/// Brings the lights to the program, if the piece has a part in them.
+void DisplayObject::Pieces::light(const Polyp& polyp, const VRenderContext& context) const {
+    const RenderBasin::IlluminationPtr illumination = RenderBasin::Illumination::get(polyp);
+    const RenderBasin::ProgramPtr program(_generation.program);
+    if (!illumination || !program) return;
+    const RenderBasin::Lighting& lights = *context.getSeagrass();
+    if (lights.empty() && program->IlluminationUniformNames.empty()) return;
+    illumination->mergeIlluminationUniformsIntoProgram(*program);
+    // Places of lights are relative to what the vertices are relative to.
+    program->setAllProgramVariables(RenderBasin::FloatedOrigin(_generation.origin - point()));
 }
 
 } // namespace Mirk

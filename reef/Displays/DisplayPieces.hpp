@@ -70,6 +70,7 @@ private:
     bool update(VRenderContext& context, const PieceCreator& creator, Polyp& polyp) const;
     bool drawPiece(VRenderContext& context, const PieceCreator& creator, Polyp& polyp,
                    std::size_t level) const;
+    void light(const Polyp& polyp, const VRenderContext& context) const;
 
     const DisplayObject& _display;
     const Generation _generation;

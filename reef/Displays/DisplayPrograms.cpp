@@ -46,11 +46,13 @@ DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& 
     _vertexPrefix = _stages.defines + transform.getShaderFunctions(context, true) +
                     std::string(glsl::clip) + _stages.vertexPrefix;
     _geometryPrefix = _stages.defines + context.defineMultiView(context.EyeViews.size(), true, 0);
+    _fragmentPrefix = _stages.defines + (_stages.isLit ? context.getLightSourceCode() : "");
 }
 
 bool DisplayObject::Composer::isSame(const Composer& other) const {
     return _stages == other._stages && _vertexPrefix == other._vertexPrefix &&
-           _geometryPrefix == other._geometryPrefix && _platformDefines == other._platformDefines;
+           _geometryPrefix == other._geometryPrefix && _fragmentPrefix == other._fragmentPrefix &&
+           _platformDefines == other._platformDefines;
 }
 
 void DisplayObject::Composer::requestFiles(const std::string& name) const {

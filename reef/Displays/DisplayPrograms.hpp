@@ -32,13 +32,14 @@ public:
         return std::string(_stages.geometry);
     }
     std::string VertexShaderPrefix(VRenderContext&) const override { return _vertexPrefix; }
-    std::string FragmentShaderPrefix(VRenderContext&) const override { return _stages.defines; }
+    std::string FragmentShaderPrefix(VRenderContext&) const override { return _fragmentPrefix; }
     std::string GeometryShaderPrefix(VRenderContext&) const override { return _geometryPrefix; }
 
 private:
     Stages _stages;
     std::string _vertexPrefix;
     std::string _geometryPrefix;
+    std::string _fragmentPrefix;
     std::string _platformDefines;
 };
 

@@ -156,11 +156,13 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     showing.level = _display.levelIn(context, showing.level);
     showing.needsLevels = showing.needsLevels || showing.level > 0;
     const Form form = _display.wholeForm(context.pool);
-    const TransformOperator transform = _display.transformIn(context.pool);
+const TransformOperator transform = _display.transformIn(context.pool);
     const Generation wanted{content,
                             showing.originIn(context, *content, bool(transform.functor)),
                             form | (showing.needsLevels ? hasLevels : 0), transform};
-    if (showing.isOther(wanted)) {
+    // Other lights are another text for those who ask for light; nothing is compiled for the same.
+    if (showing.isOther(wanted) || !context.hasValidLighting(showing)) {
+        showing.rejuvenate(); // first: what changes meanwhile is not to be missed
         showing.setWanted(wanted, compiledFor(context, seagrass, *content, form, wanted.transform));
     }
     const Showing::Drawn drawn = showing.draw(_display, context, *content);

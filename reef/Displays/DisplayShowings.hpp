@@ -4,6 +4,8 @@
 #include <Displays/DisplayPieces.hpp>
 #include <Displays/DisplayPrograms.hpp>
 
+#include <keel/Ageable.hpp>
+
 #include <cstdint>
 #include <exception>
 #include <map>
@@ -13,8 +15,9 @@
 
 namespace Mirk {
 
-/// What is shown to one number of eyes of one pool in one Seagrass. For the render thread.
-class DisplayObject::Showing {
+/// What is shown to one number of eyes of one pool in one Seagrass. Its age is that of the lights
+/// which the text of its program was made for. For the render thread.
+class DisplayObject::Showing : public Keel::Ageable {
 public:
     Showing(const Seagrass& seagrass, const VRenderContext& context);
 

@@ -5,6 +5,7 @@
 #include <Displays/displayUniforms.hpp>
 #include <Displays/surfaceData.hpp>
 
+#include <light.glsl.hpp>
 #include <surface.frag.glsl.hpp>
 #include <surface.geom.glsl.hpp>
 #include <surface.vert.glsl.hpp>
@@ -199,7 +200,18 @@ TriangleSurface::TriangleSurface(const std::string& displayName, const TriangleM
                      .setHelp("Colour of the edges.")),
       _edgeWidth(TypedSlot<double>(this, "edgewidth", 1.0, 2)
                      .setHelp("Width of the edges in pixels.")
-                     .setProperty("min", 0.0)) {}
+                     .setProperty("min", 0.0)),
+      _sidedness(TypedSlot<double>(this, "sidedness", 0.0, 1)
+                     .setHelp("Which sides are lit: 0 both alike, 1 that of the normals alone, -1 "
+                              "the other one alone; between these a part of the light.")
+                     .setProperty("min", -1.0)
+                     .setProperty("max", 1.0)),
+      _specular(TypedSlot<double>(this, "specular", 0.18, 1)
+                    .setHelp("How much of the light glints.")
+                    .setProperty("min", 0.0)),
+      _shininess(TypedSlot<double>(this, "shininess", 32.0, 1)
+                     .setHelp("How small the glint is: the exponent, at least 1.")
+                     .setProperty("min", 1.0)) {}
 
 TriangleSurface::~TriangleSurface() = default;
 
@@ -210,6 +222,8 @@ DisplayObject::Form TriangleSurface::form(const ValuePoolPtr& pool) const {
 DisplayObject::Stages TriangleSurface::stages(Form form, const Content& content) const {
     const auto& surface = static_cast<const SurfaceContent&>(content);
     Stages stages{glsl::surface_vert, glsl::surface_frag};
+    stages.isLit = true;
+    stages.vertexPrefix = glsl::light;
     stages.defines = colorDefine(surface.data);
     if (surface.isSmooth) stages.defines += "#define SMOOTH\n";
     if ((form & hasEdges) == 0) return stages;
@@ -290,10 +304,23 @@ void TriangleSurface::insertPoints(Polyp& polyp, VRenderContext& context, const 
     } else {
         insertColor(polyp, context, _color);
     }
+    insertLook(polyp, context);
     if ((form & hasEdges) == 0) return;
     insertViewportPixels(polyp, context);
     insertColor(polyp, context, _edgeColor, "EdgeColor");
     insertSize(polyp, context, "EdgeWidth", _edgeWidth);
+}
+
+/// How light is answered.
+void TriangleSurface::insertLook(Polyp& polyp, VRenderContext& context) const {
+    polyp.insert(
+        RenderBasin::IlluminationPtr(new RenderBasin::Illumination(context.getSeagrass())));
+    const auto sidedness = createSlotUpdater(_sidedness, [](const double& value) {
+        return static_cast<float>(std::max(-1.0, std::min(1.0, value)));
+    });
+    polyp.insert(context.createRenderParameter("Sidedness", sidedness, typeid(float), 1));
+    insertSize(polyp, context, "Specular", _specular);
+    insertSize(polyp, context, "Shininess", _shininess);
 }
 
 DisplayObject::Drawing TriangleSurface::insertTriangles(Polyp& polyp, VRenderContext& context,

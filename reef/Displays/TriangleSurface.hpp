@@ -10,13 +10,18 @@
 
 namespace Mirk {
 
-/// Triangles, both sides alike, lit from above the left shoulder of who looks at them: each by its
-/// own plane or, with the input "smooth", by the normals of its corners, which are computed if the
-/// data have none. They have the colours of their points or, without these, that of the input
-/// "color". With the input "edges" the edges are drawn on them, in the colour "edgecolor" and
-/// "edgewidth" pixels wide. Alpha is not used. Triangles with a corner that is no finite number are
-/// left out. Pieces that are drawn with fewer vertices may have some of their neighbours' points
-/// beside their own, so that they meet without gaps.
+/// Triangles in the light of the scene: each by its own plane or, with the input "smooth", by the
+/// normals of its corners, which are computed if the data have none. Without any light there is one
+/// from above the left shoulder of who looks at them. They answer to each light as
+/// SidedPhongLighting() of Lighting.glsl, with "shininess" for the exponent of the glint and
+/// "sidedness" for the sides that are lit: 0 is both alike, 1 that of the normals (from where
+/// corners are seen anticlockwise) and -1 the other one. "specular" is how much of the specular
+/// light of each source they send back; of an unlit side that is nothing. What shines on the other
+/// side than the one that is seen is not seen. They have the colours of their points or, without
+/// these, that of the input "color". With the input "edges" the edges are drawn on them, in the
+/// colour "edgecolor" and "edgewidth" pixels wide. Alpha is not used. Triangles with a corner that
+/// is no finite number are left out. Pieces that are drawn with fewer vertices may have some of
+/// their neighbours' points beside their own, so that they meet without gaps.
 class DISPLAYS_EXPORT TriangleSurface : public DisplayObject {
 public:
     explicit TriangleSurface(const std::string& name, const TriangleMesh& data = {});
@@ -31,6 +36,10 @@ public:
     const TypedSlot<Skua::rgba_float_t>& edgeColor() const noexcept { return _edgeColor; }
     /// In pixels.
     const TypedSlot<double>& edgeWidth() const noexcept { return _edgeWidth; }
+    /// From -1 to 1.
+    const TypedSlot<double>& sidedness() const noexcept { return _sidedness; }
+    const TypedSlot<double>& specular() const noexcept { return _specular; }
+    const TypedSlot<double>& shininess() const noexcept { return _shininess; }
 
 protected:
     ContentPtr read(const ValuePoolPtr& pool, const ContentPtr& present) const override;
@@ -44,6 +53,7 @@ private:
     void insertPoints(Polyp& polyp, VRenderContext& context, const Content& content,
                       const point& origin, const std::vector<std::uint32_t>& points,
                       Form form) const;
+    void insertLook(Polyp& polyp, VRenderContext& context) const;
     static Drawing insertTriangles(Polyp& polyp, VRenderContext& context,
                                    const RenderBasin::ChunkPtr& triangles, Levels&& levels);
 
@@ -53,6 +63,9 @@ private:
     const TypedSlot<bool> _edges;
     const TypedSlot<Skua::rgba_float_t> _edgeColor;
     const TypedSlot<double> _edgeWidth;
+    const TypedSlot<double> _sidedness;
+    const TypedSlot<double> _specular;
+    const TypedSlot<double> _shininess;
 };
 
 } // namespace Mirk

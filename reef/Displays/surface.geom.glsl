@@ -5,17 +5,21 @@ layout(triangles) in;
 layout(triangle_strip, max_vertices = 3) out;
 uniform vec2 ViewportPixels;
 in Surface {
-    vec3 position;
+    vec3 vertex;
+    vec3 fromEye;
     vec3 toEye;
     vec3 normal;
     vec3 color;
 } corner[];
+flat in vec3 headlight[];
 out Surface {
-    vec3 position;
+    vec3 vertex;
+    vec3 fromEye;
     vec3 toEye;
     vec3 normal;
     vec3 color;
 } surface;
+flat out vec3 surfaceHeadlight;
 flat out vec3 edgeLines[3]; // the product with (x, y, 1) is the distance of a pixel
 out vec3 edgePlace;
 #ifdef CLIPPED
@@ -53,10 +57,12 @@ void main()
         gl_ClipDistance[0] = gl_in[i].gl_ClipDistance[0];
         gl_ClipDistance[1] = gl_in[i].gl_ClipDistance[1];
 #endif
-        surface.position = corner[i].position;
+        surface.vertex = corner[i].vertex;
+        surface.fromEye = corner[i].fromEye;
         surface.toEye = corner[i].toEye;
         surface.normal = corner[i].normal;
         surface.color = corner[i].color;
+        surfaceHeadlight = headlight[0];
         edgeLines = lines;
         edgePlace = placeOf(gl_Position);
         EmitVertex();

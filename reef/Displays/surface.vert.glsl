@@ -9,11 +9,13 @@ in vec4 Colors;
 uniform vec4 Color;
 #endif
 out Surface {
-    vec3 position; // as the eye sees it, like the two directions
+    vec3 vertex;  // as drawn, relative to the same origin
+    vec3 fromEye; // this and the two directions are along the axes of the world
     vec3 toEye;
     vec3 normal;
     vec3 color;
 } surface;
+flat out vec3 headlight; // towards the light that there is without lights
 
 void main()
 {
@@ -21,16 +23,23 @@ void main()
     vec4 inEyeSpace = zelk_transform_vertex_WorldToEye(mkRelativeVertex(vec4(Coordinates, 1.0)));
     gl_Position = zelk_transform_vertex_EyeToScreen(inEyeSpace);
     cut(Coordinates);
-    surface.position = inEyeSpace.xyz / inEyeSpace.w;
+    mat3 eyeToWorld = mat3(views[zelk_getViewID()].inv_UntranslatedModelViewMatrix);
+    surface.fromEye = eyeToWorld * (inEyeSpace.xyz / inEyeSpace.w);
     bool hasPerspective = views[zelk_getViewID()].ProjectionMatrix[3][3] == 0.0;
-    surface.toEye = hasPerspective ? -surface.position : vec3(0.0, 0.0, 1.0);
+    surface.toEye = hasPerspective ? -surface.fromEye : eyeToWorld[2];
+#ifdef CUSTOM_TransformOperator
+    surface.vertex = surface.fromEye + getCameraObserverRelativeToVertexOffset().xyz;
+#else
+    surface.vertex = Coordinates;
+#endif
 #ifndef SMOOTH
     surface.normal = vec3(0.0);
 #elif defined(CUSTOM_TransformOperator)
-    surface.normal = zelk_transform_normal_WorldToEye(Normals);
+    surface.normal = eyeToWorld * zelk_transform_normal_WorldToEye(Normals);
 #else
-    surface.normal = mat3(views[zelk_getViewID()].UntranslatedModelViewMatrix) * Normals;
+    surface.normal = Normals;
 #endif
+    headlight = towardsLight();
 #ifdef HAVE_COLORS
     surface.color = Colors.rgb;
 #else

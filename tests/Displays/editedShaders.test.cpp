@@ -49,7 +49,10 @@ protected:
     }
     /// What the fragment stage makes of the triangle.
     static std::string painting(const std::string& color) {
-        return "out vec4 color;\nvoid main() { color = " + color + "; }\n";
+        return "out vec4 color;\nvoid main() { color = " + color +
+               "; }\n"
+               "vec3 LightFunction(in LightAtVertex LightSource, in vec3 Vertex)\n"
+               "{ return vec3(0.0); }\n";
     }
     struct Frame {
         Image image;
@@ -101,7 +104,7 @@ TEST_F(EditedShaders, SavedFileIsInTheNextFrame) {
 TEST_F(EditedShaders, EmptyFileIsFilledWithTheTextInUse) {
     save(".frag", "");
     const Pixel middle = frame().middle;
-    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("towardsLight"));
+    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("seenNormal"));
     EXPECT_EQ(frame().middle, middle);
     EXPECT_FALSE(std::filesystem::exists(nameOf(".vert")));
 }

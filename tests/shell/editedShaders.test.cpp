@@ -22,8 +22,13 @@ constexpr Pixel blue{0, 0, 255, 255};
 constexpr const char* surfaceFragment = "polypia-surface.frag";
 
 /// A fragment stage with one colour; line 3 has it.
-std::string painting(const std::string& color) {
+std::string plainly(const std::string& color) {
     return "out vec4 color;\nvoid main() {\n    color = " + color + ";\n}\n";
+}
+/// The same of a surface, which is asked how it answers to light.
+std::string painting(const std::string& color) {
+    return plainly(color) + "vec3 LightFunction(in LightAtVertex LightSource, in vec3 Vertex)\n"
+                            "{ return vec3(0.0); }\n";
 }
 
 const std::string inGreen = painting("vec4(0.0, 1.0, 0.0, 1.0)");
@@ -72,7 +77,7 @@ TEST_F(EditedShaders, AreWrittenWhereTheyAreMissing) {
                                   "\nNOTE: Writing shader to " + _shaders.path(surfaceFragment) +
                                   "\n");
     EXPECT_THAT(_shaders.names(), ElementsAre("polypia-surface.frag", "polypia-surface.vert"));
-    EXPECT_THAT(shader(surfaceFragment), HasSubstr("towardsLight"));
+    EXPECT_THAT(shader(surfaceFragment), HasSubstr("seenNormal"));
     EXPECT_THAT(shader("polypia-surface.vert"), HasSubstr("gl_Position"));
     const std::string written = contentOf(picture());
 
@@ -277,10 +282,10 @@ TEST_F(WatchedShaders, ThatAreFaultyFromTheBeginningAreWaitedFor) {
 TEST_F(WatchedShaders, OfOneKindDoNotStopThoseOfAnother) {
     _shaders.write(surfaceFragment, inGreen);
     // Three squares at the corners of the triangle.
-    _shaders.write("polypia-points.frag", inGreen);
+    _shaders.write("polypia-points.frag", plainly("vec4(0.0, 1.0, 0.0, 1.0)"));
     start({mesh(), cloud()}, {}, {"--point-size=5"});
     ASSERT_TRUE(waitForPictures(1));
-    save("polypia-points.frag", faulty);
+    save("polypia-points.frag", plainly("vec4(oops)"));
     ASSERT_TRUE(waitForWords("still drawing cloud as before"));
     save(surfaceFragment, inBlue);
     ASSERT_TRUE(waitForPictures(2));
@@ -324,7 +329,7 @@ TEST_F(WatchedShaders, ThatAreEmptiedAreWrittenAgain) {
     save(surfaceFragment, "");
     ASSERT_TRUE(waitForPictures(2));
     EXPECT_NE(middle(), green);
-    EXPECT_THAT(shader(surfaceFragment), HasSubstr("towardsLight"));
+    EXPECT_THAT(shader(surfaceFragment), HasSubstr("seenNormal"));
     expectEnd();
 }
 
