@@ -3,11 +3,19 @@
 
 namespace Mirk {
 
+class AmbientLight;
 class BoundingBoxDisplay;
+class DirectionalLight;
+class DisplayLight;
 class DisplayObject;
+class GlintingLight;
 class GlobeDisplay;
+class Headlight;
 class LineSet;
+class PlacedLight;
 class PointCloud;
+class PositionalLight;
+class SpotLight;
 class TriangleSurface;
 
 } // namespace Mirk

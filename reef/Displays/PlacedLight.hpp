@@ -1,0 +1,36 @@
+#pragma once
+// What lights have in common that are somewhere; stands on DisplayLight.
+
+#include <Displays/DisplayLight.hpp>
+
+#include <string>
+
+namespace Mirk {
+
+/// Shines from a point of the world. The intensity at a distance d is divided by
+/// constant + linear * d + quadratic * d * d, as that of OpenGL's fixed functions is; factors below
+/// 0 are 0, and if all are, nothing is divided. With a position that is not finite there is no
+/// light.
+class DISPLAYS_EXPORT PlacedLight : public GlintingLight {
+public:
+    ~PlacedLight() override;
+
+    const TypedSlot<point>& position() const noexcept { return _position; }
+    const TypedSlot<double>& constant() const noexcept { return _constant; }
+    const TypedSlot<double>& linear() const noexcept { return _linear; }
+    const TypedSlot<double>& quadratic() const noexcept { return _quadratic; }
+
+    /// Sets "Light$$Position" and "Light$$FallOff" as well.
+    void updateLight(ProgramVariables& uniforms, VRequest& request) override;
+
+protected:
+    explicit PlacedLight(const std::string& name);
+
+private:
+    const TypedSlot<point> _position;
+    const TypedSlot<double> _constant;
+    const TypedSlot<double> _linear;
+    const TypedSlot<double> _quadratic;
+};
+
+} // namespace Mirk

@@ -1,0 +1,14 @@
+#pragma once
+// Numbers of users, for shaders; stands on the standard library.
+
+#include <algorithm>
+
+namespace Mirk {
+
+/// Of numbers up to 1e15 products with what shaders have are numbers in single precision still.
+/// What is no number is 0.
+inline double atLeastZero(double number, double largest = 1e15) {
+    return std::min(std::max(0.0, number), largest);
+}
+
+} // namespace Mirk

@@ -1,0 +1,520 @@
+// Surfaces in the light of a scene, pixel by pixel against the formulas of the lights and of the
+// library's light models, evaluated in double precision.
+
+#include "displayPictures.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <numbers>
+
+using namespace Pictures;
+
+namespace {
+
+using Numbers = std::array<double, 3>;
+
+/// What arrives at a point.
+struct Incoming {
+    vector incidence; ///< of length 1, or 0 for light from all sides
+    Numbers intensity;
+    Numbers specular;
+};
+using Source = std::function<Incoming(const point&)>;
+
+/// How the surface is.
+struct Material {
+    Numbers color{0.8, 0.6, 0.4};
+    double sidedness = 0.0;
+    double specular = 0.5;
+    double shininess = 8.0;
+};
+
+// The formulas of Lighting.glsl.
+
+double sidedDotProduct(double product, double sidedness) {
+    return std::max(0.0, product) * std::min(1.0, sidedness + 1.0) +
+           std::max(0.0, -product) * std::min(1.0, -sidedness + 1.0);
+}
+
+vector reflected(const vector& incoming, const vector& normal) {
+    return incoming - normal * (2.0 * dot(normal, incoming));
+}
+
+Numbers sidedPhong(const Numbers& diffuse, const Incoming& light, const vector& normal,
+                   const vector& viewDirection, double shininess, double sidedness) {
+    const vector towards = -light.incidence;
+    const double highlight = std::pow(std::max(dot(reflected(towards, normal), viewDirection), 0.0),
+                                      std::max(shininess, 1.0));
+    Numbers color{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double full = light.intensity[i] * diffuse[i];
+        color[i] = dot(towards, towards) == 0.0
+                       ? full
+                       : full * sidedDotProduct(dot(towards, normal), sidedness) +
+                             light.specular[i] * highlight;
+    }
+    return color;
+}
+
+/// What the surface answers to a light: nothing if that is behind the side that is seen.
+Numbers answer(const Material& material, Incoming light, const vector& normal,
+               const vector& towardsEye) {
+    const double side = dot(normal, towardsEye) < 0.0 ? -1.0 : 1.0;
+    if (dot(light.incidence, normal * side) > 0.0) return {};
+    for (double& each : light.specular) {
+        each *= material.specular * sidedDotProduct(side, material.sidedness);
+    }
+    return sidedPhong(material.color, light, normal, -towardsEye, material.shininess,
+                      material.sidedness);
+}
+
+// The formulas of the lights; those of placed ones are OpenGL's for its fixed functions.
+
+Numbers times(double factor, const Numbers& numbers) {
+    return {factor * numbers[0], factor * numbers[1], factor * numbers[2]};
+}
+
+Source ambient(const Numbers& radiance) {
+    return [=](const point&) { return Incoming{{}, radiance, {}}; };
+}
+Source directional(const Numbers& radiance, const vector& direction) {
+    return [=](const point&) { return Incoming{normalised(direction), radiance, radiance}; };
+}
+Source positional(const Numbers& radiance, const point& place, const Numbers& fallOff) {
+    return [=](const point& p) {
+        const double d = norm(p - place);
+        const double share = 1.0 / (fallOff[0] + fallOff[1] * d + fallOff[2] * d * d);
+        return Incoming{normalised(p - place), times(share, radiance), times(share, radiance)};
+    };
+}
+Source spot(const Numbers& radiance, const point& place, const Numbers& fallOff,
+            const vector& direction, double coneDegrees, double exponent) {
+    return [=](const point& p) {
+        Incoming light = positional(radiance, place, fallOff)(p);
+        const double along = dot(light.incidence, normalised(direction));
+        const double edge = std::cos(coneDegrees * std::numbers::pi / 180.0);
+        const double share = along < edge ? 0.0 : std::pow(std::max(along, 0.0), exponent);
+        light.intensity = times(share, light.intensity);
+        light.specular = times(share, light.specular);
+        return light;
+    };
+}
+
+// ---------------------------------------------------------------------------------------------
+
+class LightPictures : public DisplayPictures {
+protected:
+    /// A square of the plane z = 0 that fills the picture of the eye.
+    Keel::StrongPtr<TriangleSurface, VManagedObjectBase> addPlane(const vector& away = {}) {
+        TriangleMesh data = squareOf(2);
+        for (point& p : data.points->elements()) p = point() + (p - point()) * 4.0 + away;
+        const auto plane = add<TriangleSurface>(std::move(data));
+        show(plane, material);
+        return plane;
+    }
+    template<class SurfacePtr>
+    static void show(const SurfacePtr& surface, const Material& look) {
+        surface->color().set({},
+                             {static_cast<float>(look.color[0]), static_cast<float>(look.color[1]),
+                              static_cast<float>(look.color[2]), 1.0F});
+        surface->sidedness().set({}, look.sidedness);
+        surface->specular().set({}, look.specular);
+        surface->shininess().set({}, look.shininess);
+    }
+    template<class Light>
+    Keel::StrongPtr<Light, VManagedObjectBase> addLight(const Numbers& radiance) {
+        const auto light = add<Light>();
+        setRadiance(light, radiance);
+        return light;
+    }
+    template<class LightPtr>
+    static void setRadiance(const LightPtr& light, const Numbers& radiance) {
+        const double most = std::max({radiance[0], radiance[1], radiance[2]});
+        light->intensity().set({}, most);
+        light->color().set({}, {static_cast<float>(radiance[0] / most),
+                                static_cast<float>(radiance[1] / most),
+                                static_cast<float>(radiance[2] / most), 1.0F});
+    }
+    Keel::StrongPtr<DirectionalLight, VManagedObjectBase> addDirectional(const Numbers& radiance,
+                                                                         const vector& direction) {
+        const auto light = addLight<DirectionalLight>(radiance);
+        light->direction().set({}, direction);
+        return light;
+    }
+    Keel::StrongPtr<PositionalLight, VManagedObjectBase>
+    addPositional(const Numbers& radiance, const point& place, const Numbers& fallOff) {
+        const auto light = addLight<PositionalLight>(radiance);
+        putLight(light, place, fallOff);
+        return light;
+    }
+    template<class LightPtr>
+    static void putLight(const LightPtr& light, const point& place, const Numbers& fallOff) {
+        light->position().set({}, place);
+        light->constant().set({}, fallOff[0]);
+        light->linear().set({}, fallOff[1]);
+        light->quadratic().set({}, fallOff[2]);
+    }
+    static void setVisible(const RenderAblePtr& light, const ValuePoolPtr& pool, bool isVisible) {
+        writeSlot(light->findInput(RenderAble::VisibilitySlotName()), pool, isVisible);
+    }
+
+    /// From `height` above the plane, or below it, at 90 degrees.
+    static Eye above(double height, const vector& away = {}) {
+        Eye eye = eyeAt(point{0, 0, height} + away, 0.5, 10);
+        eye.camera.lookAt = point() + away;
+        return eye;
+    }
+    /// Where a pixel shows the plane.
+    static point placeOf(int x, int y, const Eye& eye) {
+        const double height = eye.camera.position.z;
+        const double pixel = std::abs(height) / (size / 2);
+        const double right = (x + 0.5 - size / 2) * pixel * (height > 0.0 ? 1.0 : -1.0);
+        return {right, (y + 0.5 - size / 2) * pixel, 0};
+    }
+    /// What the surface shows at a place of the plane with that normal.
+    Numbers expectedAt(const point& place, const Eye& eye, const vector& normal,
+                       const std::vector<Source>& sources) const {
+        Numbers color{};
+        for (const Source& source : sources) {
+            const Numbers each =
+                answer(material, source(place), normal, normalised(eye.camera.position - place));
+            for (std::size_t i = 0; i < 3; ++i) color[i] += each[i];
+        }
+        return color;
+    }
+    /// The greatest difference of the picture of a plane to that, in levels of 8 bits. Pixels at
+    /// whose places something jumps are not looked at.
+    double greatestDifference(
+        const Image& image, const Eye& eye, const std::vector<Source>& sources,
+        const vector& normal = {0, 0, 1},
+        const std::function<bool(const point&)>& isLookedAt = [](const point&) {
+            return true;
+        }) const {
+        double greatest = 0.0;
+        for (int i = 0; i < size * size; ++i) {
+            const int x = i % size, y = i / size;
+            const point place = placeOf(x, y, eye);
+            if (!isLookedAt(place)) continue;
+            const Numbers expected = expectedAt(place, eye, normal, sources);
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double level = 255.0 * std::clamp(expected[c], 0.0, 1.0);
+                greatest = std::max(greatest, std::abs(image.at(x, y)[c] - level));
+            }
+        }
+        return greatest;
+    }
+
+    Material material;
+};
+
+TEST_F(LightPictures, AmbientLightIsTheSameEverywhere) {
+    addPlane();
+    addLight<AmbientLight>({0.5, 0.25, 1.0});
+    const Eye eye = above(2);
+    const Image image = draw(eye);
+    EXPECT_LE(greatestDifference(image, eye, {ambient({0.5, 0.25, 1.0})}), 1.0);
+    EXPECT_EQ(image.at(3, 60), (Pixel{102, 38, 102}));
+}
+
+TEST_F(LightPictures, DirectionalLightIsItsFormula) {
+    addPlane();
+    const auto light = addDirectional({0.7, 0.5, 0.3}, {1, 2, -3});
+    const Eye eye = above(2);
+    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.7, 0.5, 0.3}, {1, 2, -3})}), 2.0);
+    light->direction().set({}, {0, 0, -1e-3});
+    const Image straight = draw(eye);
+    EXPECT_LE(greatestDifference(straight, eye, {directional({0.7, 0.5, 0.3}, {0, 0, -1})}), 2.0);
+    EXPECT_GT(straight.at(32, 32)[0], straight.at(0, 0)[0] + 30) << "without a glint";
+}
+
+TEST_F(LightPictures, LightLooksAsItDoesFromOtherEyes) {
+    addPlane();
+    addDirectional({0.7, 0.5, 0.3}, {1, 2, -3});
+    Eye eye = above(2);
+    eye.camera.up = {0, 1, 0};
+    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.7, 0.5, 0.3}, {1, 2, -3})}), 2.0);
+    eye = above(1.2);
+    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.7, 0.5, 0.3}, {1, 2, -3})}), 2.0);
+}
+
+TEST_F(LightPictures, SmoothSurfaceIsLitByTheNormalsOfItsPoints) {
+    const vector normal = normalised(vector{0.5, -0.3, 1.0});
+    TriangleMesh data = squareOf(2);
+    for (point& p : data.points->elements()) p = point() + (p - point()) * 4.0;
+    data.normals = makeChunk(
+        std::vector<Normal>(9, Normal{static_cast<float>(normal.x), static_cast<float>(normal.y),
+                                      static_cast<float>(normal.z)}));
+    const auto plane = add<TriangleSurface>(std::move(data));
+    plane->smooth().set({}, true);
+    show(plane, material);
+    addDirectional({0.7, 0.5, 0.3}, {-1, 0.5, -3});
+    const Eye eye = above(3.5);
+    EXPECT_LE(greatestDifference(
+                  draw(eye), eye, {directional({0.7, 0.5, 0.3}, {-1, 0.5, -3})}, normal,
+                  [&](const point& p) { return dot(normal, eye.camera.position - p) > 0.0; }),
+              2.0);
+}
+
+TEST_F(LightPictures, PositionalLightFallsOffByItsFormula) {
+    addPlane();
+    const Eye eye = above(2);
+    const Numbers radiance{1.5, 1.0, 0.8};
+    const point place{0.6, -0.4, 0.9};
+    const auto light = addPositional(radiance, place, {1, 0, 0});
+    for (const Numbers& fallOff :
+         {Numbers{1, 0, 0}, Numbers{0, 1, 0}, Numbers{0, 0, 1}, Numbers{0.5, 0.25, 0.4}}) {
+        putLight(light, place, fallOff);
+        EXPECT_LE(greatestDifference(draw(eye), eye, {positional(radiance, place, fallOff)}), 2.0)
+            << fallOff[0] << " " << fallOff[1] << " " << fallOff[2];
+    }
+}
+
+TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
+    addPlane();
+    const Eye eye = above(2);
+    const Numbers radiance{2.0, 1.5, 1.0};
+    const point place{-0.5, 0.3, 1.5};
+    const vector direction{0.3, -0.2, -1.0};
+    const auto light = addLight<SpotLight>(radiance);
+    putLight(light, place, {0.5, 0.25, 0.1});
+    light->direction().set({}, direction * 7.0);
+    struct {
+        double cone, exponent;
+    } const cases[] = {{25, 0}, {40, 1}, {40, 20}, {90, 3}, {180, 0}};
+    for (const auto& [cone, exponent] : cases) {
+        light->cone().set({}, cone);
+        light->exponent().set({}, exponent);
+        const double edge = std::cos(cone * std::numbers::pi / 180.0);
+        const Image image = draw(eye);
+        // The edge of the cone lies between pixels or on one.
+        const auto isOffTheEdge = [&, cone = cone](const point& p) {
+            return cone >= 90 ||
+                   std::abs(dot(normalised(p - place), normalised(direction)) - edge) > 1e-4;
+        };
+        EXPECT_LE(
+            greatestDifference(image, eye,
+                               {spot(radiance, place, {0.5, 0.25, 0.1}, direction, cone, exponent)},
+                               {0, 0, 1}, isOffTheEdge),
+            2.0)
+            << cone << " " << exponent;
+        const bool isBlack = image.at(63, 63) == Pixel{0, 0, 0};
+        EXPECT_EQ(isBlack, cone < 60) << cone;
+    }
+}
+
+TEST_F(LightPictures, HeadlightShinesFromTheEye) {
+    addPlane();
+    addLight<Headlight>({0.6, 0.5, 0.4});
+    for (const double height : {2.0, 1.0, 3.0}) {
+        const Eye eye = above(height);
+        EXPECT_LE(greatestDifference(draw(eye), eye,
+                                     {positional({0.6, 0.5, 0.4}, eye.camera.position, {1, 0, 0})}),
+                  2.0)
+            << height;
+    }
+}
+
+TEST_F(LightPictures, HeadlightWithoutPerspectiveIsAlongTheView) {
+    material.specular = 0.0;
+    addPlane();
+    addLight<Headlight>({0.6, 0.5, 0.4});
+    Eye eye = above(2);
+    eye.orthographic = true;
+    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.6, 0.5, 0.4}, {0, 0, -1})}), 2.0);
+}
+
+TEST_F(LightPictures, AnyNumberOfLightsAddsUp) {
+    material.specular = 0.25;
+    addPlane();
+    const Eye eye = above(2);
+    std::vector<Source> sources;
+    for (const int number : {1, 2, 17}) {
+        while (sources.size() < static_cast<std::size_t>(number)) {
+            const auto i = static_cast<double>(sources.size());
+            const Numbers radiance{0.05 + 0.01 * i, 0.1, 0.2 - 0.01 * i};
+            if (sources.size() % 3 == 0) {
+                const vector direction{std::cos(i), std::sin(i), -1.0 - 0.1 * i};
+                addDirectional(radiance, direction);
+                sources.push_back(directional(radiance, direction));
+            } else {
+                const point place{2 * std::cos(i), 2 * std::sin(i), 1};
+                addPositional(radiance, place, {0.5, 0, 0.2});
+                sources.push_back(positional(radiance, place, {0.5, 0, 0.2}));
+            }
+        }
+        EXPECT_LE(greatestDifference(draw(eye), eye, sources), 2.0) << number;
+        EXPECT_EQ(context->numberOfLightSources, number);
+    }
+}
+
+TEST_F(LightPictures, OwnLightStepsAsideAsSoonAsThereIsOne) {
+    addPlane();
+    const Eye eye = above(2);
+    const Image own = draw(eye);
+    EXPECT_GT(own.at(32, 32)[0], 100);
+    const auto light = addLight<AmbientLight>({0.1, 0.1, 0.1});
+    const Image lit = draw(eye);
+    EXPECT_LE(greatestDifference(lit, eye, {ambient({0.1, 0.1, 0.1})}), 1.0);
+    setVisible(light, context->pool, false);
+    EXPECT_EQ(draw(eye).bytes, own.bytes);
+    setVisible(light, context->pool, true);
+    EXPECT_EQ(draw(eye).bytes, lit.bytes);
+    objects.pop_back();
+    EXPECT_EQ(draw(eye).bytes, own.bytes);
+}
+
+TEST_F(LightPictures, BothSidesAreLitByWhatIsOnTheirSide) {
+    material.sidedness = 0.0;
+    const auto plane = addPlane();
+    addDirectional({0.7, 0.5, 0.3}, {1, 1, -3});
+    addDirectional({0.1, 0.2, 0.3}, {1, 0, 3});
+    const std::vector<Source> both{directional({0.7, 0.5, 0.3}, {1, 1, -3}),
+                                   directional({0.1, 0.2, 0.3}, {1, 0, 3})};
+    for (const double sidedness : {0.0, 1.0, -1.0, 0.8, -0.5}) {
+        material.sidedness = sidedness;
+        show(plane, material);
+        for (const double height : {2.0, -2.0}) {
+            const Eye eye = above(height);
+            const Image image = draw(eye);
+            EXPECT_LE(greatestDifference(image, eye, both), 2.0) << sidedness << " " << height;
+            const bool isDark = sidedness * height <= -2.0;
+            EXPECT_EQ(image.at(32, 32) == (Pixel{0, 0, 0}), isDark) << sidedness << " " << height;
+        }
+    }
+}
+
+TEST_F(LightPictures, AmbientLightReachesTheUnlitSide) {
+    material.sidedness = 1.0;
+    addPlane();
+    addLight<AmbientLight>({0.5, 0.5, 0.5});
+    const Eye below = above(-2);
+    EXPECT_LE(greatestDifference(draw(below), below, {ambient({0.5, 0.5, 0.5})}), 1.0);
+}
+
+TEST_F(LightPictures, OwnLightKnowsSidesAsWell) {
+    material.sidedness = 1.0;
+    const auto plane = addPlane();
+    const Pixel front = draw(above(2)).at(32, 32), back = draw(above(-2)).at(32, 32);
+    EXPECT_GT(front[0], 2 * back[0]);
+    EXPECT_GT(back[0], 20);
+    material.sidedness = 0.0;
+    show(plane, material);
+    EXPECT_EQ(draw(above(2)).at(32, 32), draw(above(-2)).at(32, 32));
+}
+
+TEST_F(LightPictures, PlacesAreRightOnAPlanet) {
+    const Numbers radiance{1.5, 1.0, 0.8};
+    const auto picture = [&](const vector& away) {
+        objects.clear();
+        addPlane(away);
+        addPositional(radiance, point{0.6, -0.4, 0.9} + away, {0.5, 0.25, 0.4});
+        const auto light = addLight<SpotLight>({0.1, 0.1, 0.9});
+        putLight(light, point{-0.5, 0.3, 1.5} + away, {1, 0, 0});
+        addLight<Headlight>({0.05, 0.05, 0.05});
+        return draw(above(2, away));
+    };
+    const Image near = picture({});
+    const Eye eye = above(2);
+    EXPECT_LE(
+        greatestDifference(near, eye,
+                           {positional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4}),
+                            spot({0.1, 0.1, 0.9}, {-0.5, 0.3, 1.5}, {1, 0, 0}, {0, 0, -1}, 30, 1),
+                            positional({0.05, 0.05, 0.05}, eye.camera.position, {1, 0, 0})},
+                           {0, 0, 1},
+                           [](const point& p) {
+                               const double along = normalised(p - point{-0.5, 0.3, 1.5}).z;
+                               return std::abs(-along - std::cos(std::numbers::pi / 6)) > 1e-4;
+                           }),
+        2.0);
+    // Multiples of a binary digit, so that sums are exact.
+    EXPECT_EQ(picture({6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125}).bytes, near.bytes);
+}
+
+TEST_F(LightPictures, LightFallsOnWhatATransformationMakes) {
+    // The square becomes a ball of radius 1, and its middle the point (1, 0, 0).
+    const auto ball = add<TriangleSurface>(squareOf(128));
+    material.specular = 0.0;
+    show(ball, material);
+    TransformOperator bend;
+    bend.functor = Keel::StrongPtr<TransformOperator::Functor>(new Ball);
+    ball->transformSlot().set({}, bend);
+    const point place{3, 0, 0};
+    addPositional({2.0, 2.0, 2.0}, place, {0, 0, 1});
+    Eye eye = eyeAt({3, 0, 0}, 0.5, 10);
+    eye.camera.lookAt = {0, 0, 0};
+    eye.camera.up = {0, 0, 1};
+    // Two units away from the light, and facing it.
+    const Pixel middle = draw(eye).at(32, 32);
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(middle[i], 255 * material.color[i] * 0.5, 2.0);
+    eye.camera.position = {-3, 0, 0};
+    EXPECT_EQ(draw(eye).at(32, 32), (Pixel{0, 0, 0})) << "on the night side";
+}
+
+TEST_F(LightPictures, EdgesAreDrawnOnLitTriangles) {
+    const auto plane = addPlane();
+    addDirectional({0.7, 0.5, 0.3}, {1, 2, -3});
+    const Eye eye = above(2);
+    const Image without = draw(eye);
+    plane->edges().set({}, true);
+    plane->edgeColor().set({}, {0, 1, 0, 1});
+    plane->edgeWidth().set({}, 2.0);
+    const Image with = draw(eye);
+    EXPECT_EQ(with.at(32, 10), (Pixel{0, 255, 0}));
+    EXPECT_EQ(with.at(50, 12), without.at(50, 12));
+}
+
+TEST_F(LightPictures, AreTheSameInOnePassForAllEyes) {
+    addPlane();
+    addDirectional({0.4, 0.3, 0.2}, {1, 2, -3});
+    addPositional({1.0, 0.8, 0.6}, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4});
+    addLight<Headlight>({0.1, 0.1, 0.2});
+    const std::vector<Eye> eyes{above(2), above(1.5)};
+    const auto each = draw(eyes);
+    const auto layers = drawInLayers(eyes, 1);
+    for (std::size_t i = 0; i < eyes.size(); ++i) EXPECT_EQ(each[i].bytes, layers[i].bytes) << i;
+    EXPECT_NE(each[0].bytes, each[1].bytes);
+}
+
+TEST_F(LightPictures, EachContextHasItsOwnLights) {
+    addPlane();
+    const auto red = addLight<AmbientLight>({1.0, 0, 0});
+    const auto blue = addLight<AmbientLight>({0, 0, 1.0});
+    auto otherSeagrass = Keel::make<Seagrass>(1ULL << 30, "other");
+    auto other = std::make_unique<GLRenderContext>(*glContext, otherSeagrass,
+                                                   Keel::WeakPtr<VRenderInterruptor>(),
+                                                   Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);
+    other->pool = Keel::make<ValuePool>();
+    const auto inOther = [&] {
+        std::swap(context, other);
+        const Pixel pixel = draw(above(2)).at(32, 32);
+        std::swap(context, other);
+        return pixel;
+    };
+    const auto here = [&] { return draw(above(2)).at(32, 32); };
+    const Pixel both{204, 0, 102}, redAlone{204, 0, 0}, blueAlone{0, 0, 102};
+    EXPECT_EQ(here(), both);
+    EXPECT_EQ(inOther(), both);
+    setVisible(red, other->pool, false);
+    EXPECT_EQ(here(), both);
+    EXPECT_EQ(inOther(), blueAlone);
+    EXPECT_EQ(here(), both);
+    setVisible(blue, context->pool, false);
+    EXPECT_EQ(here(), redAlone);
+    EXPECT_EQ(inOther(), blueAlone);
+    blue->intensity().set(other->pool, 0.5);
+    EXPECT_EQ(inOther(), (Pixel{0, 0, 51}));
+    setVisible(red, other->pool, true);
+    EXPECT_EQ(inOther(), (Pixel{204, 0, 51}));
+    EXPECT_EQ(here(), redAlone);
+    objects.pop_back();
+    EXPECT_EQ(inOther(), redAlone);
+    EXPECT_EQ(here(), redAlone);
+    other->setTargets(std::vector<const GLFramebuffer*>());
+    other.reset();
+    const Keel::WeakPtr<Seagrass> remains(otherSeagrass);
+    otherSeagrass = {};
+    EXPECT_TRUE(Seagrass::drain(remains));
+}
+
+} // namespace
