@@ -49,6 +49,22 @@ protected:
         data.colors = makeChunk(std::move(colors));
         return data;
     }
+    /// A ball of radius 1, with so many rows from pole to pole.
+    static TriangleMesh ballOf(std::uint32_t rows) {
+        TriangleMesh data = squareOf(rows);
+        for (point& p : data.points->elements()) {
+            const double longitude = std::numbers::pi * p.x, latitude = std::numbers::pi / 2 * p.y;
+            p = {std::cos(latitude) * std::cos(longitude), std::cos(latitude) * std::sin(longitude),
+                 std::sin(latitude)};
+        }
+        std::vector<Normal> normals;
+        for (const point& p : data.points->elements()) {
+            normals.push_back(
+                {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)});
+        }
+        data.normals = makeChunk(std::move(normals));
+        return data;
+    }
     /// From the front and above.
     static Eye slanted(double distance) {
         Eye eye = eyeAt({0.4 * distance, -0.6 * distance, 0.7 * distance}, 0.1, 10 * distance);
@@ -118,6 +134,29 @@ TEST_F(DisplayReferences, SurfaceWithEdges) {
     object->edges().set({}, true);
     object->edgeWidth().set({}, 1.5);
     expectReference("surface-edges", slanted(3.7));
+}
+
+TEST_F(DisplayReferences, BallInSeveralLights) {
+    const auto ball = add<TriangleSurface>(ballOf(24));
+    ball->smooth().set({}, true);
+    ball->specular().set({}, 0.5);
+    add<AmbientLight>()->intensity().set({}, 0.08);
+    const auto left = add<DirectionalLight>();
+    left->direction().set({}, {1, 1, -0.2});
+    left->color().set({}, {1.0F, 0.15F, 0.1F, 1.0F});
+    const auto lamp = add<PositionalLight>();
+    lamp->position().set({}, {1.2, 0.2, 1.2});
+    lamp->color().set({}, {0.2F, 1.0F, 0.3F, 1.0F});
+    lamp->quadratic().set({}, 1.0);
+    lamp->intensity().set({}, 1.5);
+    const auto spot = add<SpotLight>();
+    spot->position().set({}, {0.9, -3.0, 0.3});
+    spot->direction().set({}, {-0.2, 1.0, -0.2});
+    spot->cone().set({}, 9.0);
+    spot->exponent().set({}, 20.0);
+    spot->color().set({}, {0.3F, 0.4F, 1.0F, 1.0F});
+    spot->intensity().set({}, 1.2);
+    expectReference("lit-ball", slanted(3.0));
 }
 
 TEST_F(DisplayReferences, Box) {
