@@ -43,6 +43,21 @@ void addCamera(CLI::App& command, CameraWishes& camera) {
         });
 }
 
+void addLights(CLI::App& command, std::vector<LightOptions>& lights) {
+    constexpr const char* name = "--light";
+    const auto take = [name, &lights](const std::vector<std::string>& texts) {
+        for (Text text : texts) lights.push_back(lightOf(name, text));
+    };
+    const std::string help =
+        "A light for meshes, in place of the one that goes with the camera: KIND or "
+        "KIND:NAME=VALUE,NAME=VALUE...; given several times for several lights. Kinds and names "
+        "are " +
+        helpOfLights();
+    // Or the files behind it would be lights.
+    command.add_option_function<std::vector<std::string>>(name, take, help)
+        ->allow_extra_args(false);
+}
+
 void addLook(CLI::App& command, PictureOptions& options) {
     addOption(command, "--line-width", "In pixels, 0.1 to 100 (1.2)", [&](Text name, Text text) {
         options.lineWidthPixels = number({name, text, "pixels from 0.1 to 100"}, 0.1, 100);
@@ -55,6 +70,7 @@ void addLook(CLI::App& command, PictureOptions& options) {
                   const Value value{name, text, "a whole number from 1 to 64"};
                   options.samples = wholeNumber(value, number(value, 1, 64), 1, 64);
               });
+    addLights(command, options.lights);
     command.add_flag("--grounding-line", options.groundingLine,
                      "Draws Antarctica's grounding line too");
 }

@@ -2,6 +2,7 @@
 // The command line; stands on CLI11.
 
 #include <Camera.hpp>
+#include <lightOptions.hpp>
 
 #include <rookery/Coordinates.hpp>
 
@@ -21,6 +22,7 @@ struct PictureOptions {
     CameraWishes camera;
     double lineWidthPixels = 1.2;
     double pointSizePixels = 3.0;
+    std::vector<LightOptions> lights;
     std::string device;
     bool groundingLine = false;
     bool verbose = false;

@@ -2,9 +2,14 @@
 
 #include <objectNames.hpp>
 
+#include <Displays/AmbientLight.hpp>
+#include <Displays/DirectionalLight.hpp>
 #include <Displays/GlobeDisplay.hpp>
+#include <Displays/Headlight.hpp>
 #include <Displays/LineSet.hpp>
 #include <Displays/PointCloud.hpp>
+#include <Displays/PositionalLight.hpp>
+#include <Displays/SpotLight.hpp>
 #include <Displays/TriangleSurface.hpp>
 #include <rookery/Geodesy.hpp>
 
@@ -81,6 +86,61 @@ void raiseToTheEarth(std::span<const vector> directions, std::span<double> reach
     }
 }
 
+// --- Lights --------------------------------------------------------------------------------------
+
+template<class Light>
+Keel::StrongPtr<Light, Mirk::VManagedObjectBase> makeLight(const std::string& name,
+                                                           const LightOptions& options) {
+    const Keel::StrongPtr<Light, Mirk::VManagedObjectBase> light(new Light(name));
+    light->color().set({}, options.color);
+    light->intensity().set({}, options.intensity);
+    return light;
+}
+
+template<class Light>
+Keel::StrongPtr<Light, Mirk::VManagedObjectBase> makeGlinting(const std::string& name,
+                                                              const LightOptions& options) {
+    const auto light = makeLight<Light>(name, options);
+    light->specular().set({}, options.specular);
+    return light;
+}
+
+template<class Light>
+Keel::StrongPtr<Light, Mirk::VManagedObjectBase>
+makePlaced(const std::string& name, const LightOptions& options, double worldUnit) {
+    const auto light = makeGlinting<Light>(name, options);
+    light->position().set({}, point() + (options.position - point()) * (1.0 / worldUnit));
+    // Distances are measured in that unit.
+    light->constant().set({}, options.constant);
+    light->linear().set({}, options.linear * worldUnit);
+    light->quadratic().set({}, options.quadratic * worldUnit * worldUnit);
+    return light;
+}
+
+LightPtr lightFor(const std::string& name, const LightOptions& options, double worldUnit) {
+    switch (options.kind) {
+    case LightKind::ambient:
+        break;
+    case LightKind::headlight:
+        return makeGlinting<Mirk::Headlight>(name, options);
+    case LightKind::directional: {
+        const auto light = makeGlinting<Mirk::DirectionalLight>(name, options);
+        light->direction().set({}, options.direction);
+        return light;
+    }
+    case LightKind::positional:
+        return makePlaced<Mirk::PositionalLight>(name, options, worldUnit);
+    case LightKind::spot: {
+        const auto light = makePlaced<Mirk::SpotLight>(name, options, worldUnit);
+        light->direction().set({}, options.direction);
+        light->cone().set({}, options.coneDegrees);
+        light->exponent().set({}, options.exponent);
+        return light;
+    }
+    }
+    return makeLight<Mirk::AmbientLight>(name, options);
+}
+
 } // namespace
 
 Scene::Scene(const PictureOptions& options) : _options(options) {}
@@ -120,6 +180,10 @@ void Scene::complete() {
         if (!liesOnTheGlobe) _fitted.push_back(points);
     }
     _loaded.clear();
+    for (const LightOptions& light : _options.lights) {
+        const std::string name = "light " + std::to_string(_lights.size() + 1);
+        _lights.push_back(lightFor(name, light, _space.worldUnit));
+    }
 }
 
 DisplayPtr Scene::makeDisplay(const std::string& name, Mirk::Dataset&& data) const {

@@ -4,6 +4,7 @@
 #include <Camera.hpp>
 #include <Options.hpp>
 
+#include <Displays/DisplayLight.hpp>
 #include <Displays/DisplayObject.hpp>
 #include <Readers/Dataset.hpp>
 #include <rookery/BoundingBox.hpp>
@@ -15,6 +16,7 @@
 namespace Shell {
 
 using DisplayPtr = Keel::StrongPtr<Mirk::DisplayObject, Mirk::VManagedObjectBase>;
+using LightPtr = Keel::StrongPtr<Mirk::DisplayLight, Mirk::VManagedObjectBase>;
 
 /// Coordinates amid the data and of a size whose squares and products numbers hold:
 /// (world - worldOrigin) / worldUnit. Display objects have world / worldUnit.
@@ -44,7 +46,7 @@ public:
     /// Throws std::runtime_error if the numbers are too large to be drawn.
     void add(const std::string& file, Mirk::Dataset&& data);
     /// To be called when all data are there: chooses the space of the scene and makes the display
-    /// objects, which join the default scene.
+    /// objects and lights, which join the default scene.
     void complete();
 
     /// In the order of the files, behind the globe. The name of an object tells its file from the
@@ -68,6 +70,7 @@ private:
     const PictureOptions& _options;
     std::vector<Loaded> _loaded;
     std::vector<Object> _objects;
+    std::vector<LightPtr> _lights;
     /// What cameras look at beside the globe: not what lies on that.
     std::vector<Mirk::ChunkPtr<Mirk::Point>> _fitted;
     Skua::BoundingBox _box;   ///< of the files, in the world

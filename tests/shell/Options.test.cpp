@@ -122,6 +122,122 @@ TEST(OptionsTest, OfShadersAreAFolderAndWhetherItIsWatched) {
                     .watch);
 }
 
+TEST(OptionsTest, OfLightsAreAsManyAsThereAre) {
+    EXPECT_TRUE(parseRender({"a.ply", "-o", "a.png"}).lights.empty());
+    const RenderOptions options =
+        parseRender({"--light", "headlight", "a.ply", "--light=ambient:intensity=0.25", "-o",
+                     "a.png", "--light", "headlight", "b.ply"});
+    EXPECT_THAT(options.files, ElementsAre("a.ply", "b.ply"));
+    ASSERT_EQ(options.lights.size(), 3U);
+    EXPECT_EQ(options.lights[0].kind, LightKind::headlight);
+    EXPECT_EQ(options.lights[1].kind, LightKind::ambient);
+    EXPECT_EQ(options.lights[1].intensity, 0.25);
+    EXPECT_EQ(options.lights[2].kind, LightKind::headlight);
+    EXPECT_EQ(parsePick({"a.ply", "--light=headlight", "1", "2"}).lights.size(), 1U);
+}
+
+TEST(OptionsTest, OfALightAreTheUsualOnesUnlessGiven) {
+    const LightOptions spot =
+        parseOption("--light=spot:direction=0,-2,0,position=1,2.5,3e6").lights[0];
+    EXPECT_EQ(spot.kind, LightKind::spot);
+    EXPECT_EQ(spot.position, (point{1, 2.5, 3e6}));
+    EXPECT_EQ(spot.direction, (vector{0, -1, 0}));
+    EXPECT_EQ(spot.color, (Skua::rgba_float_t{1, 1, 1, 1}));
+    EXPECT_THAT((std::vector{spot.intensity, spot.specular, spot.constant, spot.linear,
+                             spot.quadratic, spot.coneDegrees, spot.exponent}),
+                ElementsAre(1, 1, 1, 0, 0, 30, 1));
+}
+
+TEST(OptionsTest, OfALightAreUnderstood) {
+    const LightOptions spot =
+        parseOption("--light=spot:color=0.25,0.5,1,position=1,2,3,intensity=2,specular=0.5,"
+                    "constant=0,linear=0.5,quadratic=1e-9,direction=1,0,0,cone=45,exponent=0")
+            .lights[0];
+    EXPECT_EQ(spot.color, (Skua::rgba_float_t{0.25F, 0.5F, 1, 1}));
+    EXPECT_THAT((std::vector{spot.intensity, spot.specular, spot.constant, spot.linear,
+                             spot.quadratic, spot.coneDegrees, spot.exponent}),
+                ElementsAre(2, 0.5, 0, 0.5, 1e-9, 45, 0));
+    EXPECT_EQ(parseOption("--light=directional:direction=0,0,-1").lights[0].kind,
+              LightKind::directional);
+    EXPECT_EQ(parseOption("--light=positional:position=0,0,-1").lights[0].kind,
+              LightKind::positional);
+    EXPECT_EQ(parseOption("--light=headlight:color=#ff0000,specular=0").lights[0].color,
+              (Skua::rgba_float_t{1, 0, 0, 1}));
+}
+
+TEST(OptionsTest, OfALightThatAreWrongAreRefused) {
+    struct {
+        const char* light;
+        const char* expected;
+    } const cases[] = {
+        {"sun", "--light: expected 'ambient', 'headlight', 'directional', 'positional' or 'spot', "
+                "with : behind it for what is told of the light, got 'sun'"},
+        {"Ambient", "got 'Ambient'"},
+        {" ambient", "got ' ambient'"},
+        {"ambient,intensity=1", "got 'ambient,intensity=1'"},
+        {":intensity=1", "got ''"},
+        {"spot:", "--light: expected NAME=VALUE behind spot:, got ''"},
+        {"positional:1,2,3", "--light: expected NAME=VALUE behind positional:, got '1,2,3'"},
+        {"ambient:intensity", "--light: expected NAME=VALUE behind ambient:, got 'intensity'"},
+        {"ambient:specular=1", "--light: expected color or intensity of ambient, got 'specular'"},
+        {"headlight:position=1,2,3",
+         "--light: expected color, intensity or specular of headlight, got 'position'"},
+        {"directional:cone=5", "specular or direction of directional, got 'cone'"},
+        {"positional:Position=1,2,3",
+         "--light: expected color, intensity, specular, position, constant, linear or quadratic "
+         "of positional, got 'Position'"},
+        {"spot:=5", "cone or exponent of spot, got ''"},
+        {"positional", "--light: expected position=X,Y,Z of positional, got none"},
+        {"spot:direction=0,0,1", "--light: expected position=X,Y,Z of spot, got none"},
+        {"spot:position=0,0,1", "--light: expected direction=X,Y,Z of spot, got none"},
+        {"directional", "--light: expected direction=X,Y,Z of directional, got none"},
+        {"ambient:intensity=1,intensity=2",
+         "--light: intensity of ambient: expected once, got it twice"},
+        {"ambient:color=red",
+         "--light: color of ambient: expected #RRGGBB, #RRGGBBAA, or three or four numbers R,G,B,A "
+         "from 0 to 1, got 'red'"},
+        {"ambient:color=1,1", "got '1,1'"},
+        {"ambient:color=1,1,2", "got '1,1,2'"},
+        {"ambient:intensity=-1",
+         "--light: intensity of ambient: expected a number from 0 to 1e15, got '-1'"},
+        {"ambient:intensity=", "got ''"},
+        {"ambient:intensity=nan", "got 'nan'"},
+        {"ambient:intensity=1e16", "got '1e16'"},
+        {"ambient:intensity=1,5", "got '1,5'"},
+        {"headlight:specular=-1",
+         "--light: specular of headlight: expected a number from 0 to 1000, got '-1'"},
+        {"positional:position=1,2",
+         "--light: position of positional: expected three numbers X,Y,Z from -1e100 to 1e100, got "
+         "'1,2'"},
+        {"positional:position=1,2,3,", "got '1,2,3,'"},
+        {"positional:position=1,2,1e101", "got '1,2,1e101'"},
+        {"positional:position=1,2,3,linear=-1",
+         "--light: linear of positional: expected a number from 0 to 1e30, got '-1'"},
+        {"positional:position=1,2,3,quadratic=inf", "got 'inf'"},
+        {"positional:position=1,2,3,constant=0",
+         "--light: expected constant, linear or quadratic of positional above 0, got 0 for all"},
+        {"directional:direction=0,0,0",
+         "--light: direction of directional: expected three numbers X,Y,Z that are not all 0, got "
+         "'0,0,0'"},
+        {"directional:direction=0,1", "got '0,1'"},
+        {"spot:position=0,0,0,direction=0,0,1,cone=180.5",
+         "--light: cone of spot: expected degrees from 0 to 180, got '180.5'"},
+        {"spot:position=0,0,0,direction=0,0,1,exponent=1001",
+         "--light: exponent of spot: expected a number from 0 to 1000, got '1001'"},
+    };
+    for (const auto& each : cases) {
+        const std::string option = std::string("--light=") + each.light;
+        EXPECT_THAT(errorOf({"render", "a.ply", "-o", "a.png", option.c_str()}),
+                    HasSubstr(each.expected));
+        EXPECT_THAT(errorOf({"render", "a.ply", "-o", "a.png", "--light=ambient", option.c_str()}),
+                    HasSubstr(each.expected));
+    }
+    EXPECT_THAT(errorOf({"render", "a.ply", "-o", "a.png", "--light="}),
+                HasSubstr("--light: expected one value"));
+    EXPECT_THAT(errorOf({"render", "a.ply", "-o", "a.png", "--light"}),
+                HasSubstr("--light: expected one value"));
+}
+
 TEST(OptionsTest, ThatAreOfNoUseTogetherAreRefused) {
     struct {
         std::vector<const char*> options;

@@ -25,10 +25,12 @@ constexpr const char* surfaceFragment = "polypia-surface.frag";
 std::string plainly(const std::string& color) {
     return "out vec4 color;\nvoid main() {\n    color = " + color + ";\n}\n";
 }
-/// The same of a surface, which is asked how it answers to light.
+/// Which surfaces need beside that.
+const std::string lightFunction = "vec3 LightFunction(in LightAtVertex LightSource, in vec3 "
+                                  "Vertex) { return vec3(0.0); }\n";
+
 std::string painting(const std::string& color) {
-    return plainly(color) + "vec3 LightFunction(in LightAtVertex LightSource, in vec3 Vertex)\n"
-                            "{ return vec3(0.0); }\n";
+    return plainly(color) + lightFunction;
 }
 
 const std::string inGreen = painting("vec4(0.0, 1.0, 0.0, 1.0)");
@@ -151,7 +153,8 @@ TEST_F(EditedShaders, ThatAreFaultyAreNamedWithTheLineAndGiveNoPicture) {
 
 TEST_F(EditedShaders, ThatDoNotFitTogetherAreFaulty) {
     _shaders.write(surfaceFragment, "in Surface { vec2 otherName; } surface;\nout vec4 color;\n"
-                                    "void main() { color = surface.otherName.xyxy; }\n");
+                                    "void main() { color = surface.otherName.xyxy; }\n" +
+                                        lightFunction);
     const Outcome outcome = draw({mesh()});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_THAT(outcome.errors, HasSubstr("cannot draw mesh: the shaders are faulty\n"));

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 #include <numbers>
+#include <sstream>
 
 using namespace Shell::Test;
 using testing::HasSubstr;
@@ -220,6 +221,67 @@ TEST_F(Pictures, ShowATriangleWhereItIsInTheColourOfItsLight) {
     for (const auto& [x, y] : {std::pair{23, 73}, {76, 73}, {50, 77}, {50, 23}, {30, 50}}) {
         EXPECT_EQ(image.at(x, y), magenta) << x << "," << y;
     }
+}
+
+/// The middle of a white triangle that is seen from straight above, two units away.
+class LitPictures : public Pictures {
+protected:
+    Pixel middle(std::vector<std::string> lights, const vector& away = {}, double scale = 1.0) {
+        const auto place = [&](const std::string& option, double z) {
+            std::ostringstream text;
+            text.precision(17);
+            text << option << "=" << away.x << "," << away.y << "," << away.z + z * scale;
+            return text.str();
+        };
+        lights.insert(lights.end(),
+                      {model("mesh.ply", triangle({255, 255, 255}).scaledBy(scale).movedBy(away)),
+                       "--resolution=65,65", place("--camera-position", 2),
+                       place("--camera-focal-point", 0), "--camera-view-angle=90"});
+        return draw(lights).at(32, 32);
+    }
+};
+
+TEST_F(LitPictures, HaveTheirOwnLightOnlyWithoutOthers) {
+    EXPECT_GT(middle({})[0], 200);
+    EXPECT_EQ(middle({"--light=ambient:color=#ff8000,intensity=0.2"}), (Pixel{51, 26, 0, 255}));
+    EXPECT_EQ(middle({"--light=ambient:intensity=0"}), (Pixel{0, 0, 0, 255}));
+}
+
+TEST_F(LitPictures, AddUpWhatLightsGive) {
+    const std::string lamp = "--light=positional:specular=0,color=0,0,1,position=0,0,3";
+    const std::string away = "--light=directional:direction=0,0,1";
+    EXPECT_EQ(middle({"--light=ambient:color=1,0,0", lamp + ",constant=1.5,linear=0.5", away}),
+              (Pixel{255, 0, 85, 255}));
+    EXPECT_EQ(middle({lamp, "--light=headlight:specular=0,color=0,1,0,intensity=0.4"}),
+              (Pixel{0, 102, 255, 255}));
+}
+
+TEST_F(LitPictures, GlintAsMuchAsTheLightDoes) {
+    // The surface sends back 0.18 of the specular part.
+    EXPECT_EQ(middle({"--light=headlight:intensity=0.5"}), (Pixel{150, 150, 150, 255}));
+    EXPECT_EQ(middle({"--light=headlight:intensity=0.5,specular=2"}), (Pixel{173, 173, 173, 255}));
+}
+
+TEST_F(LitPictures, LightWhatIsInTheConeOfASpot) {
+    const std::string spot = "--light=spot:specular=0,intensity=0.4,position=1,0,1,";
+    EXPECT_EQ(middle({spot + "direction=-1,0,-1,cone=1,exponent=0"}), (Pixel{72, 72, 72, 255}));
+    EXPECT_EQ(middle({spot + "direction=-1,0,-1,cone=1,exponent=9"}), (Pixel{72, 72, 72, 255}));
+    EXPECT_EQ(middle({spot + "direction=0,0,-1,cone=44"}), (Pixel{0, 0, 0, 255}));
+    // The cosine of 45 degrees twice, for the surface and for the spot.
+    EXPECT_EQ(middle({spot + "direction=0,0,-1,cone=46,exponent=1"}), (Pixel{51, 51, 51, 255}));
+}
+
+TEST_F(LitPictures, HaveTheirLightsInPlaceFarAwayAndAtAnySize) {
+    const auto lamp = [](const std::string& position, const std::string& quadratic) {
+        return "--light=positional:intensity=1.6,specular=0,constant=0,position=" + position +
+               ",quadratic=" + quadratic;
+    };
+    const Pixel grey{102, 102, 102, 255};
+    EXPECT_EQ(middle({lamp("0,0,2", "1")}), grey);
+    EXPECT_EQ(middle({lamp("6.4e6,-3e6,2", "1")}, {6.4e6, -3e6, 0}), grey);
+    EXPECT_EQ(middle({lamp("0,0,2e-14", "1e28")}, {}, 1e-14), grey);
+    // Squares of such sizes are no numbers of single precision.
+    EXPECT_EQ(middle({lamp("0,0,2e30", "1e-60")}, {}, 1e30), grey);
 }
 
 TEST_F(Pictures, ShowANearTriangleBeforeAFarOneInAnyOrder) {
