@@ -165,12 +165,15 @@ protected:
         eye.camera.lookAt = point() + away;
         return eye;
     }
-    /// Where a pixel shows the plane.
+    /// Where a pixel shows the plane z = 0, of an eye that sees 90 degrees; far away if nowhere.
     static point placeOf(int x, int y, const Eye& eye) {
-        const double height = eye.camera.position.z;
-        const double pixel = std::abs(height) / (size / 2);
-        const double right = (x + 0.5 - size / 2) * pixel * (height > 0.0 ? 1.0 : -1.0);
-        return {right, (y + 0.5 - size / 2) * pixel, 0};
+        const point from = eye.camera.position;
+        const vector forwards = normalised(eye.camera.lookAt - from);
+        const vector right = normalised(cross(forwards, eye.camera.up));
+        const vector ray = forwards + right * ((x + 0.5) / (size / 2) - 1.0) +
+                           cross(right, forwards) * ((y + 0.5) / (size / 2) - 1.0);
+        const double steps = -from.z / ray.z;
+        return steps > 0.0 ? from + ray * steps : point{1e9, 1e9, 0};
     }
     /// What the surface shows at a place of the plane with that normal.
     Numbers expectedAt(const point& place, const Eye& eye, const vector& normal,
@@ -192,16 +195,20 @@ protected:
             return true;
         }) const {
         double greatest = 0.0;
+        int looked = 0;
         for (int i = 0; i < size * size; ++i) {
             const int x = i % size, y = i / size;
             const point place = placeOf(x, y, eye);
-            if (!isLookedAt(place)) continue;
+            const bool isOnThePlane = std::abs(place.x) < 3.9 && std::abs(place.y) < 3.9;
+            if (!isOnThePlane || !isLookedAt(place)) continue;
+            ++looked;
             const Numbers expected = expectedAt(place, eye, normal, sources);
             for (std::size_t c = 0; c < 3; ++c) {
                 const double level = 255.0 * std::clamp(expected[c], 0.0, 1.0);
                 greatest = std::max(greatest, std::abs(image.at(x, y)[c] - level));
             }
         }
+        EXPECT_GT(looked, size * size / 3);
         return greatest;
     }
 
@@ -228,14 +235,25 @@ TEST_F(LightPictures, DirectionalLightIsItsFormula) {
     EXPECT_GT(straight.at(32, 32)[0], straight.at(0, 0)[0] + 30) << "without a glint";
 }
 
-TEST_F(LightPictures, LightLooksAsItDoesFromOtherEyes) {
-    addPlane();
-    addDirectional({0.7, 0.5, 0.3}, {1, 2, -3});
-    Eye eye = above(2);
-    eye.camera.up = {0, 1, 0};
-    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.7, 0.5, 0.3}, {1, 2, -3})}), 2.0);
-    eye = above(1.2);
-    EXPECT_LE(greatestDifference(draw(eye), eye, {directional({0.7, 0.5, 0.3}, {1, 2, -3})}), 2.0);
+TEST_F(LightPictures, LightsAreWhereTheyAreForEyesThatLookFromAnywhere) {
+    const auto plane = addPlane();
+    const Numbers radiance{0.7, 0.5, 0.3};
+    addDirectional(radiance, {1, 2, -3});
+    addPositional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4});
+    for (const bool isSmooth : {false, true}) {
+        plane->smooth().set({}, isSmooth);
+        for (const point& place : {point{2, 1, 2}, {-1, -2, 1.5}, {0.5, 1.5, -2}}) {
+            Eye eye = above(2);
+            eye.camera.position = place;
+            eye.camera.up = {0.2, 0.3, 1};
+            EXPECT_LE(
+                greatestDifference(draw(eye), eye,
+                                   {directional(radiance, {1, 2, -3}),
+                                    positional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4})}),
+                2.0)
+                << place.x << " " << isSmooth;
+        }
+    }
 }
 
 TEST_F(LightPictures, SmoothSurfaceIsLitByTheNormalsOfItsPoints) {
