@@ -19,14 +19,14 @@ Memory memory;
 } // namespace
 
 /// Stands in for the driver's.
-extern "C" void glNamedBufferData(GLuint buffer, GLsizeiptr size, const void* data, GLenum usage) {
+extern "C" void glNamedBufferData(GLuint buffer, GLsizeiptr bytes, const void* data, GLenum usage) {
     using Function = void (*)(GLuint, GLsizeiptr, const void*, GLenum);
     static const auto driver = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "glNamedBufferData"));
-    const bool isTooLarge = memory.largest >= 0 && size > memory.largest;
+    const bool isTooLarge = memory.largest >= 0 && bytes > memory.largest;
     // An error like any other.
     if (isTooLarge) return driver(buffer, -1, nullptr, usage);
-    memory.uploadedBytes += size;
-    driver(buffer, size, data, usage);
+    memory.uploadedBytes += bytes;
+    driver(buffer, bytes, data, usage);
 }
 
 namespace {
