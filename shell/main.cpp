@@ -29,7 +29,8 @@ int report(const std::string& message, int code) {
 
 /// Reports that a text did not get out: the disk behind standard output may be full.
 int flushOutput() {
-    if (std::fflush(stdout) == 0) return 0;
+    // What was longer than the buffer has failed ahead of this.
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return 0;
     return report(std::string("cannot write to standard output: ") + std::strerror(errno), failed);
 }
 

@@ -37,11 +37,12 @@ public:
 /// A request reads the inputs, see update(). What goes to the GPU is relative to an origin near the
 /// camera, see FloatOrigin: it follows when single precision would be seen in the picture, by a
 /// tenth of a pixel at what is nearest (originThreshold()). Shaders see the views as
-/// LayeredMultiViews offers them. Pieces are of at most `pieceVertices`: a frame with a small allowance of memory brings as
-/// many of them to the GPU as fit, and draws these. If something else was drawn before, that stays
-/// as it is until all of the new is on the GPU; then one takes the place of the other, in one
-/// frame. As long as there are both, neither leaves the cache. What the GPU has no memory for is
-/// reported once, and tried again in each frame, while what was drawn before stays.
+/// LayeredMultiViews offers them. Pieces are of at most `pieceVertices`: a frame with a small
+/// allowance of memory brings as many of them to the GPU as fit, and draws these. If something else
+/// was drawn before, that stays as it is until all of the new is on the GPU; then one takes the
+/// place of the other, in one frame. As long as there are both, neither leaves the cache. What the
+/// GPU has no memory for is reported once, and tried again in each frame, while what was drawn
+/// before stays.
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest

@@ -216,11 +216,11 @@ void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t lev
 bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& creator,
                                    Polyp& polyp) const {
     context.updateTranslatedViews(polyp, creator.viewsOf(context), point() - _generation.origin);
-    // Points among the variables are relative to what the vertices are relative to.
     const RenderBasin::ProgramPtr program(_generation.program);
-    if (program) {
-        program->setAllProgramVariables(RenderBasin::FloatedOrigin(_generation.origin - point()));
-    }
+    if (!program) return false;
+    mergeLights(polyp, context, *program);
+    // Places of lights are relative to what the vertices are relative to.
+    _compiled->tellOrigin(program, _generation.origin);
     return polyp.updateValues(context);
 }
 
@@ -228,22 +228,19 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
                                       Polyp& polyp, std::size_t level) const {
     creator.setLevel(level);
     if (!update(context, creator, polyp)) return false;
-    light(polyp, context);
     polyp.wave(~Activity_t{0});
     polyp.complete(context);
     return true;
 }
 
 /// Brings the lights to the program, if the piece has a part in them.
-void DisplayObject::Pieces::light(const Polyp& polyp, const VRenderContext& context) const {
+void DisplayObject::Pieces::mergeLights(const Polyp& polyp, const VRenderContext& context,
+                                        RenderBasin::Program& program) {
     const RenderBasin::IlluminationPtr illumination = RenderBasin::Illumination::get(polyp);
-    const RenderBasin::ProgramPtr program(_generation.program);
-    if (!illumination || !program) return;
+    if (!illumination) return;
     const RenderBasin::Lighting& lights = *context.getSeagrass();
-    if (lights.empty() && program->IlluminationUniformNames.empty()) return;
-    illumination->mergeIlluminationUniformsIntoProgram(*program);
-    // Places of lights are relative to what the vertices are relative to.
-    program->setAllProgramVariables(RenderBasin::FloatedOrigin(_generation.origin - point()));
+    if (lights.empty() && program.IlluminationUniformNames.empty()) return;
+    illumination->mergeIlluminationUniformsIntoProgram(program);
 }
 
 } // namespace Mirk

@@ -70,7 +70,8 @@ private:
     bool update(VRenderContext& context, const PieceCreator& creator, Polyp& polyp) const;
     bool drawPiece(VRenderContext& context, const PieceCreator& creator, Polyp& polyp,
                    std::size_t level) const;
-    void light(const Polyp& polyp, const VRenderContext& context) const;
+    static void mergeLights(const Polyp& polyp, const VRenderContext& context,
+                            RenderBasin::Program& program);
 
     const DisplayObject& _display;
     const Generation _generation;

@@ -119,6 +119,15 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::compile(VRenderContext& context
 }
 
 /// After a failure: of files that the good program before has alone, the present state is known.
+void DisplayObject::Compiled::tellOrigin(const RenderBasin::ProgramPtr& program,
+                                         const point& origin) {
+    const Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> told(program);
+    if (told == _toldProgram && origin == _toldOrigin) return;
+    program->setAllProgramVariables(RenderBasin::FloatedOrigin(origin - point()));
+    _toldProgram = told;
+    _toldOrigin = origin;
+}
+
 void DisplayObject::Compiled::rememberFiles() {
     for (auto& [file, time] : _fileTimes) {
         time = std::max(time, Keel::FileInfo(file).modified);

@@ -58,6 +58,9 @@ public:
     /// What the last attempt has thrown; null if it was good. As long as there is one, the program
     /// before stays in the cache, as nothing could make it again.
     const std::exception_ptr& failure() const { return _failure; }
+    /// Has points among the variables of a program, which may be the one before, be relative to an
+    /// origin. Sends nothing while that is the last one.
+    void tellOrigin(const RenderBasin::ProgramPtr& program, const point& origin);
     /// Of the last attempt.
     const Programmable::FileTimes& fileTimes() const { return _fileTimes; }
 
@@ -80,6 +83,8 @@ private:
     // A program has to die on the render thread, so that only polyps hold it: this one as long as
     // there is no piece.
     const Keel::StrongPtr<PolypCreatorBase> _keeper;
+    Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> _toldProgram;
+    point _toldOrigin{};
     Programmable::FileTimes _fileTimes; // of the last attempt
     std::exception_ptr _failure;
 };

@@ -63,18 +63,26 @@ bool DisplayObject::Showing::isOriginComing() const {
 }
 
 DisplayObject::point DisplayObject::Showing::originIn(const VRenderContext& context,
-                                                      const Content& content, bool isTransformed) {
+                                                      const ContentPtr& content,
+                                                      bool isTransformed) {
     const VCamera& camera = context.CurrentView(context.CurrentEye, 0).camera;
     vector origin = FloatOrigin::getTranslationVector(_place);
-    if (!isOriginComing() && isFinite(camera.position)) {
-        // Where an operator puts things is not known, but they are what is looked at.
-        const double nearest = isTransformed ? norm(camera.lookAt - camera.position)
-                                             : content.distanceFrom(camera.position);
-        // Null means that it has moved, which is found by comparison.
-        FloatOrigin::getTranslationVector(context, _place, origin,
-                                          originThreshold(context, nearest));
-    }
+    if (isOriginComing() || !isFinite(camera.position)) return point() + origin;
+    // Where an operator puts things is not known, but they are what is looked at.
+    const double nearest =
+        isTransformed ? norm(camera.lookAt - camera.position) : nearestTo(camera.position, content);
+    const double threshold = originThreshold(context, nearest);
+    if (norm(camera.position - point() - origin) <= threshold) return point() + origin;
+    FloatOrigin::getTranslationVector(context, _place, origin, threshold);
     return point() + origin;
+}
+
+/// Looks through the content only if the camera or the content is another one.
+double DisplayObject::Showing::nearestTo(const point& camera, const ContentPtr& content) {
+    if (_nearest.content.lock() != content || !(_nearest.camera == camera)) {
+        _nearest = {content, camera, content->distanceFrom(camera)};
+    }
+    return _nearest.distance;
 }
 
 bool DisplayObject::Showing::isOther(const Generation& generation) const {
@@ -156,9 +164,8 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     showing.level = _display.levelIn(context, showing.level);
     showing.needsLevels = showing.needsLevels || showing.level > 0;
     const Form form = _display.wholeForm(context.pool);
-const TransformOperator transform = _display.transformIn(context.pool);
-    const Generation wanted{content,
-                            showing.originIn(context, *content, bool(transform.functor)),
+    const TransformOperator transform = _display.transformIn(context.pool);
+    const Generation wanted{content, showing.originIn(context, content, bool(transform.functor)),
                             form | (showing.needsLevels ? hasLevels : 0), transform};
     // Other lights are another text for those who ask for light; nothing is compiled for the same.
     if (showing.isOther(wanted) || !context.hasValidLighting(showing)) {

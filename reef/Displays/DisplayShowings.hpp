@@ -32,7 +32,7 @@ public:
 
     /// What vertices are to be relative to. While those of another origin are on their way to the
     /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
-    point originIn(const VRenderContext& context, const Content& content, bool isTransformed);
+    point originIn(const VRenderContext& context, const ContentPtr& content, bool isTransformed);
 
     /// Whether what was asked for last is something else.
     bool isOther(const Generation& generation) const;
@@ -59,11 +59,19 @@ private:
     void noteSupply(const std::exception_ptr& failure);
     void drawShown(VRenderContext& context) const;
 
+    struct Nearest {
+        std::weak_ptr<const Content> content;
+        point camera{};
+        double distance = 0.0;
+    };
+
     bool isOriginComing() const;
+    double nearestTo(const point& camera, const ContentPtr& content);
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
     Keel::Intercube _place; // where the origin is kept
+    Nearest _nearest;
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;

@@ -47,8 +47,8 @@ Skua::BoundingBox ElementBoxes::bounds() const {
 }
 
 std::size_t ElementBoxes::nearestBox(const point& from) const {
-    const auto found = std::min_element(
-        _boxes.begin(), _boxes.end(), [&](const AABB& a, const AABB& b) {
+    const auto found =
+        std::min_element(_boxes.begin(), _boxes.end(), [&](const AABB& a, const AABB& b) {
             return distanceToBox(a, from) < distanceToBox(b, from);
         });
     return static_cast<std::size_t>(found - _boxes.begin());

@@ -43,7 +43,8 @@ public:
     double distanceFrom(const Point& place) const override {
         const double a = Skua::WGS84::semiMajorAxisMetres * globeScale * _unitsPerMetre;
         const double b = Skua::WGS84::semiMinorAxisMetres * globeScale * _unitsPerMetre;
-        const double size = norm(Skua::PhysicalSpace::vector{place.x / a, place.y / a, place.z / b});
+        const double size =
+            norm(Skua::PhysicalSpace::vector{place.x / a, place.y / a, place.z / b});
         return 0.99 * b * std::abs(size - 1.0);
     }
 

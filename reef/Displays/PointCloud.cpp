@@ -41,8 +41,8 @@ public:
 
 private:
     CloudContent(const PointSet& sourceData, const PointSet& drawable, ElementBoxes&& boxes)
-        : Content(boxes.bounds(), numberOfParts(elementsOf(drawable.points).size(),
-                                                DisplayObject::pieceVertices)),
+        : Content(boxes.bounds(),
+                  numberOfParts(elementsOf(drawable.points).size(), DisplayObject::pieceVertices)),
           source(sourceData),
           data(drawable),
           _boxes(std::move(boxes)) {}

@@ -8,20 +8,20 @@ out vec4 color;
 // Of a pixel, from its centre to a corner.
 const float halfDiagonal = 0.7072;
 
-// `fromCentre`: of the pixel, y upwards.
+// `fromCentre`: of the pixel, y upwards. With several samples gl_PointCoord may be that of a corner
+// of the pixel; but pixels are whole ones away from the one that the centre is in.
 int coveredSamples(vec2 fromCentre)
 {
     float radius = 0.5 * PointSize;
+    vec2 ofCentralPixel = 0.5 - fract(centrePixels);
+    vec2 pixelsAway = round(fromCentre - 0.25 - ofCentralPixel);
+    vec2 exact = ofCentralPixel + pixelsAway;
     if (gl_NumSamples > 1) {
-        float share = clamp(radius - length(fromCentre) + 0.5, 0.0, 1.0);
+        float share = clamp(radius - length(exact) + 0.5, 0.0, 1.0);
         return int(share * float(gl_NumSamples) + 0.5);
     }
-    // The pixel that the centre is in is drawn, however small the point is. All others are whole
-    // pixels away from there, whatever the rounding errors of gl_PointCoord are.
-    vec2 ofCentralPixel = 0.5 - fract(centrePixels);
-    vec2 pixelsAway = round(fromCentre - ofCentralPixel);
+    // The pixel that the centre is in is drawn, however small the point is.
     if (pixelsAway == vec2(0.0)) return 1;
-    vec2 exact = ofCentralPixel + pixelsAway;
     bool isInSquare = all(greaterThan(exact, vec2(-radius))) && all(lessThanEqual(exact, vec2(radius)));
     return isInSquare && length(exact) <= max(radius, halfDiagonal) ? 1 : 0;
 }

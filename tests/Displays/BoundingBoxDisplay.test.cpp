@@ -31,10 +31,9 @@ TEST_F(BoundingBoxDisplayTest, DrawsTheTwelveEdges) {
     std::set<std::pair<std::array<float, 3>, std::array<float, 3>>> edges;
     for (std::size_t i = 0; i < corners.size(); i += 2) {
         const FloatPoint &a = corners[i], &b = corners[i + 1];
-        // Relative to the middle.
-        EXPECT_EQ(std::abs(a.x), 1);
-        EXPECT_EQ(std::abs(a.y), 2);
-        EXPECT_EQ(std::abs(a.z), 4);
+        EXPECT_EQ(std::abs(a.x - 2), 1);
+        EXPECT_EQ(std::abs(a.y - 4), 2);
+        EXPECT_EQ(std::abs(a.z - 7), 4);
         EXPECT_EQ((a.x != b.x) + (a.y != b.y) + (a.z != b.z), 1);
         edges.insert({{a.x, a.y, a.z}, {b.x, b.y, b.z}});
     }

@@ -993,6 +993,7 @@ TEST_F(DisplayObjectTest, PlanesAreRelativeToTheOriginInDoublePrecision) {
     const point far{1e9 + 0.25, 0, 0};
     object->bounds = Skua::BoundingBox(far - vector{1, 1, 1}, far + vector{1, 1, 1});
     object->clippingPlanes().clip0.set({}, {{1, 0, 0}, 1e9 + 0.5});
+    lookFrom(0, far);
     draw(*object);
     EXPECT_THAT(planeOf("ClipPlane0"), ElementsAre(1.0, 0.0, 0.0, 0.25));
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 using Mirk::ElementBoxes;
@@ -43,8 +44,8 @@ TEST(ElementBoxes, FindTheNearestOfAll) {
         const auto distance = [&](const point& from) {
             return [&, from](std::size_t i) { return norm(points[i] - from); };
         };
-        const ElementBoxes boxes(number,
-                                 [&](std::size_t i, Skua::BoundingBox& box) { box.add(points[i]); });
+        const ElementBoxes boxes(
+            number, [&](std::size_t i, Skua::BoundingBox& box) { box.add(points[i]); });
         Skua::BoundingBox all;
         for (const point& p : points) all.add(p);
         EXPECT_TRUE(boxes.bounds() == all);
@@ -61,7 +62,7 @@ TEST(ElementBoxes, FindTheNearestOfAll) {
                 return distance(from)(each);
             });
             EXPECT_EQ(found, expected);
-            if (number == 10000) EXPECT_LT(asked, number);
+            EXPECT_LE(asked, std::min<std::size_t>(number, 9000));
         }
     }
 }

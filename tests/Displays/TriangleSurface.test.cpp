@@ -15,13 +15,15 @@ namespace {
 
 using TriangleSurfaceTest = DisplayTest;
 
-TEST_F(TriangleSurfaceTest, SendsVerticesRelativeToTheMiddleOfTheBounds) {
+TEST_F(TriangleSurfaceTest, SendsVerticesRelativeToTheOrigin) {
     const double far = 1e9;
     const DisplayPtr<TriangleSurface> object(new TriangleSurface(
         "mesh", mesh({{far + 0.25, 0, 0}, {far + 2.25, 2, 0}, {far + 1.0, 4, 0}}, {0, 1, 2})));
+    lookFrom(0, {far + 1.25, 2, 10});
     ASSERT_TRUE(draw(*object));
-    EXPECT_THAT(attribute<FloatPoint>("Coordinates"),
-                ElementsAre(FloatPoint{-1, -2, 0}, FloatPoint{1, 0, 0}, FloatPoint{-0.25F, 2, 0}));
+    EXPECT_THAT(
+        attribute<FloatPoint>("Coordinates"),
+        ElementsAre(FloatPoint{-1, -2, -10}, FloatPoint{1, 0, -10}, FloatPoint{-0.25F, 2, -10}));
 }
 
 TEST_F(TriangleSurfaceTest, HasNoSecondCopyOfItsTriangles) {
@@ -158,12 +160,12 @@ TEST_F(TriangleSurfaceTest, InputThatChangesBetweenRequestAndFrameWaitsForTheNex
     EXPECT_TRUE(context.has("Normals"));
 }
 
-TEST_F(TriangleSurfaceTest, PointsWithoutTrianglesDoNotMoveTheOrigin) {
+TEST_F(TriangleSurfaceTest, PointsWithoutTrianglesDoNotWidenTheBounds) {
     const DisplayPtr<TriangleSurface> object(new TriangleSurface(
         "mesh", mesh({{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1e30, 0, 0}}, {0, 1, 2})));
     ASSERT_TRUE(draw(*object));
     EXPECT_EQ(boundsOf(*object).max, (point{2, 2, 0}));
-    EXPECT_EQ(attribute<FloatPoint>("Coordinates")[1], (FloatPoint{1, -1, 0}));
+    EXPECT_EQ(attribute<FloatPoint>("Coordinates")[1], (FloatPoint{2, 0, 0}));
 }
 
 /// Tells what levels its pieces have.
@@ -245,9 +247,7 @@ TEST_F(TriangleSurfaceTest, LargeSurfaceIsDrawnInPiecesOfItsOwnPoints) {
     EXPECT_EQ(attribute<std::uint32_t>("Indices").size(), 3 * inLast);
     EXPECT_EQ(attribute<Mirk::Normal>("Normals").size(), 3 * inLast);
     EXPECT_EQ(attribute<Mirk::Color>("Colors").back()[0], (triangles - 1) % 251);
-    const double origin = (triangles - 1) / 2.0;
-    EXPECT_EQ(attribute<FloatPoint>("Coordinates").back().x,
-              static_cast<float>(triangles - 1 - origin));
+    EXPECT_EQ(attribute<FloatPoint>("Coordinates").back().x, static_cast<float>(triangles - 1));
 }
 
 } // namespace

@@ -136,7 +136,7 @@ TEST_F(EditedShaders, FileThatAnEditorHasJustEmptiedIsLeftToTheEditor) {
     EXPECT_EQ(frame().middle, (Pixel{0, 0, 255})); // its time is no later one
     save(".frag", "");
     EXPECT_NE(frame().middle, (Pixel{0, 0, 255}));
-    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("towardsLight"));
+    EXPECT_THAT(contentOf(".frag"), testing::HasSubstr("towardsEye"));
 }
 
 TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {

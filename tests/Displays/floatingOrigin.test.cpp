@@ -181,9 +181,8 @@ TEST_P(FloatingOriginAt, ClippingPlanesCutWithinATenthOfAPixel) {
         lookAt(centre(), distance);
         const vector right = axis(0) * distance, up = axis(1) * distance;
         const point left = centre() - right * 0.3, far = centre() + right * 0.3;
-        const auto square =
-            surfaceOf({left - up * 0.3, far - up * 0.3, far + up * 0.3, left + up * 0.3},
-                      {0, 1, 2, 0, 2, 3});
+        const auto square = surfaceOf(
+            {left - up * 0.3, far - up * 0.3, far + up * 0.3, left + up * 0.3}, {0, 1, 2, 0, 2, 3});
         const vector normal = axis(0);
         const double planeDistance = dot(normal, centre() - point());
         square->clippingPlanes().clip0.set({}, {normal, planeDistance});
@@ -209,11 +208,10 @@ TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
         const vector right = axis(0) * distance, up = axis(1) * distance;
         // Inclined, so that each pixel has a depth of its own.
         const vector back = towardsEye * (0.3 * distance);
-        const auto surface = surfaceOf({centre() - right * 0.4 - up * 0.4 + back,
-                                        centre() + right * 0.4 - up * 0.4,
-                                        centre() + right * 0.4 + up * 0.4 - back,
-                                        centre() - right * 0.4 + up * 0.4},
-                                       {0, 1, 2, 0, 2, 3});
+        const auto surface =
+            surfaceOf({centre() - right * 0.3 - up * 0.3 + back, centre() + right * 0.3 - up * 0.3,
+                       centre() + right * 0.3 + up * 0.3 - back, centre() - right * 0.3 + up * 0.3},
+                      {0, 1, 2, 0, 2, 3});
         drawn(surface);
         const int x = 150, y = 101;
         const auto place = context->pickPlace(selection, x, y, 0, 0);
@@ -223,12 +221,11 @@ TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
         const double step = std::nextafter(GetParam(), 1e300) - GetParam();
         const Place there = projected(*place);
         EXPECT_LT(lengthOf(there - Place{x + 0.5, y + 0.5}), tenthOfAPixel + step / pixel);
-        const point corner = centre() + right * 0.4 - up * 0.4;
-        const vector e = (centre() + right * 0.4 + up * 0.4 - back) - corner;
-        const vector f = (centre() - right * 0.4 - up * 0.4 + back) - corner;
+        const point corner = centre() + right * 0.3 - up * 0.3;
+        const vector e = (centre() + right * 0.3 + up * 0.3 - back) - corner;
+        const vector f = (centre() - right * 0.3 - up * 0.3 + back) - corner;
         const vector n = cross(e, f) * (1.0 / norm(cross(e, f)));
-        EXPECT_LT(std::abs(dot(n, *place - corner)), tenthOfAPixel * pixel + step)
-            << distance;
+        EXPECT_LT(std::abs(dot(n, *place - corner)), tenthOfAPixel * pixel + step) << distance;
         EXPECT_FALSE(context->pickPlace(selection, 2, 2, 0, 0));
         EXPECT_FALSE(context->pickPlace(selection, -1, 2, 0, 0));
         EXPECT_FALSE(context->pickPlace(selection, 2, pixels, 0, 0));
@@ -242,6 +239,8 @@ INSTANTIATE_TEST_SUITE_P(Offsets, Flight, testing::Values(6.4e6, 1e12), nameOfOf
 TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
     constexpr int frames = 1000;
     const double highest = 2e7, lowest = 1.0;
+    // Both across the view.
+    const vector across = cross(towardsEye, vector{0, 0, 1}), upright = cross(across, towardsEye);
     const auto mark = pointAt(centre());
     std::map<int, Object> triangles;
     double worst = 0.0;
@@ -252,10 +251,10 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
         worst = std::max(worst, lengthOf(drawn(mark) - projected(centre())));
 
         // One of a size that can be seen.
-        const int size = static_cast<int>(std::floor(std::log10(height)));
-        const double side = 0.3 * std::pow(10.0, size);
-        const point a = centre() + vector{side, 0, 0}, b = centre() + vector{0, side, 0},
-                    c = centre() - vector{side, side, -side};
+        const int size = static_cast<int>(std::floor(2.0 * std::log10(height)));
+        const double side = 0.4 * std::pow(10.0, size / 2.0);
+        const point a = centre() + across * side, b = centre() + upright * side,
+                    c = centre() - (across + upright) * side;
         Object& triangle = triangles[size];
         if (!triangle) triangle = surfaceOf({a, b, c}, {0, 1, 2});
         const Place exact = middleOf({projected(a), projected(b), projected(c)});

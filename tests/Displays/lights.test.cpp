@@ -317,10 +317,11 @@ TEST_F(LightsTest, PlacesOfLightsAreRelativeToWhatVerticesAre) {
     const DisplayPtr<TriangleSurface> surface(
         new TriangleSurface("mesh", mesh({{far, 0, 0}, {far + 2, 0, 0}, {far, 2, 0}}, {0, 1, 2})));
     add<PositionalLight>()->position().set({}, {far + 1, 0, 5});
+    lookFrom(0, {far + 1, 1, 10});
     ASSERT_TRUE(drawLit(*surface));
-    EXPECT_EQ(attribute<FloatPoint>("Coordinates")[0], (FloatPoint{-1, -1, 0}));
+    EXPECT_EQ(attribute<FloatPoint>("Coordinates")[0], (FloatPoint{-1, -1, -10}));
     EXPECT_EQ(variable<point>("Light0Position"), (point{far + 1, 0, 5}));
-    EXPECT_EQ(program().sent.at("Light0Position").worldOrigin, (vector{far + 1, 1, 0}));
+    EXPECT_EQ(program().sent.at("Light0Position").worldOrigin, (vector{far + 1, 1, 10}));
 }
 
 TEST_F(LightsTest, SidesThatAreNoNumberOrTooMuchAreWithinTheirLimits) {

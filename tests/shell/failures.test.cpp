@@ -139,9 +139,12 @@ TEST_F(Failures, NameAnOutputOnAFullDisk) {
 
 TEST_F(Failures, NameAFullDiskBehindStandardOutput) {
     Surroundings fullDisk;
-    fullDisk.mostBytesOfFile = 16;
-    const Outcome outcome = run({"--help"}, fullDisk);
-    EXPECT_EQ(outcome.exitCode, 1);
+    fullDisk.mostBytesOfFile = 8;
+    // Longer and shorter than the buffer of the stream.
+    for (const Words& arguments : {Words{"--help"}, {"render", "--help"}, {"--version"}}) {
+        const Outcome outcome = run(arguments, fullDisk);
+        EXPECT_EQ(outcome.exitCode, 1) << arguments.back();
+    }
 }
 
 TEST_F(Failures, NameAFolderForShadersThatCannotBeWrittenTo) {

@@ -140,7 +140,9 @@ TEST_F(Pictures, AreTheSameForACloudFarFromZero) {
     const Image here = draw({model("here.ply", spiral()), "--resolution=200,200"});
     const Model moved = spiral().movedBy({1e9, -3e9, 2e9});
     const Image there = draw({model("there.ply", moved), "--resolution=200,200"});
-    EXPECT_EQ(here.pixels, there.pixels);
+    // Edges may have another sample where a place is rounded to the other side of it.
+    const Comparison found = compare(here, there);
+    EXPECT_LE(found.mean, 0.02) << found.worst;
 }
 
 TEST_F(Pictures, AreTheSameForAMeshOfAnySize) {
