@@ -227,6 +227,7 @@ bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& 
 bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreator& creator,
                                       Polyp& polyp, std::size_t level) const {
     creator.setLevel(level);
+    light(polyp, context); // ahead of what sends it
     if (!update(context, creator, polyp)) return false;
     polyp.wave(~Activity_t{0});
     polyp.complete(context);

@@ -432,21 +432,39 @@ TEST_F(LightPictures, PlacesAreRightOnAPlanet) {
         addLight<Headlight>({0.05, 0.05, 0.05});
         return draw(above(2, away));
     };
-    const Image near = picture({});
     const Eye eye = above(2);
-    EXPECT_LE(
-        greatestDifference(near, eye,
-                           {positional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4}),
-                            spot({0.1, 0.1, 0.9}, {-0.5, 0.3, 1.5}, {1, 0, 0}, {0, 0, -1}, 30, 1),
-                            positional({0.05, 0.05, 0.05}, eye.camera.position, {1, 0, 0})},
-                           {0, 0, 1},
-                           [](const point& p) {
-                               const double along = normalised(p - point{-0.5, 0.3, 1.5}).z;
-                               return std::abs(-along - std::cos(std::numbers::pi / 6)) > 1e-4;
-                           }),
-        2.0);
-    // Multiples of a binary digit, so that sums are exact.
-    EXPECT_EQ(picture({6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125}).bytes, near.bytes);
+    const std::vector<Source> sources{
+        positional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4}),
+        spot({0.1, 0.1, 0.9}, {-0.5, 0.3, 1.5}, {1, 0, 0}, {0, 0, -1}, 30, 1),
+        positional({0.05, 0.05, 0.05}, eye.camera.position, {1, 0, 0})};
+    const auto isOffTheEdge = [](const point& p) {
+        const double along = -normalised(p - point{-0.5, 0.3, 1.5}).z;
+        return std::abs(along - std::cos(std::numbers::pi / 6)) > 1e-3;
+    };
+    // At the last one coordinates have steps of a ten-thousandth.
+    for (const vector& away :
+         {vector{}, {6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125}, {1e12, -1e9 + 0.5, 1e12}}) {
+        EXPECT_LE(greatestDifference(picture(away), eye, sources, {0, 0, 1}, isOffTheEdge), 2.0)
+            << away.x;
+    }
+}
+
+TEST_F(LightPictures, PlacesStayWhereTheyAreWhileTheCameraFliesAway) {
+    const vector away{6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125};
+    const Numbers radiance{1.5, 1.0, 0.8};
+    addPlane(away);
+    addPositional(radiance, point{0.6, -0.4, 0.9} + away, {0.5, 0.25, 0.4});
+    const Eye near = above(2);
+    for (const double height : {2.0, 1e3, 2.0, 1e6, 50.0, 2.0}) {
+        Eye eye = above(height, away);
+        eye.near = height / 4;
+        eye.far = height * 4;
+        const Image image = draw(eye);
+        if (height > 2) continue;
+        EXPECT_LE(greatestDifference(image, near,
+                                     {positional(radiance, {0.6, -0.4, 0.9}, {0.5, 0.25, 0.4})}),
+                  2.0);
+    }
 }
 
 TEST_F(LightPictures, LightFallsOnWhatATransformationMakes) {
