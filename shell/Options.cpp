@@ -44,8 +44,8 @@ void addCamera(CLI::App& command, CameraWishes& camera) {
 }
 
 void addLights(CLI::App& command, std::vector<LightOptions>& lights) {
-    constexpr const char* name = "--light";
-    const auto take = [name, &lights](const std::vector<std::string>& texts) {
+    static constexpr const char* name = "--light";
+    const auto take = [&lights](const std::vector<std::string>& texts) {
         for (Text text : texts) lights.push_back(lightOf(name, text));
     };
     const std::string help =
