@@ -3,6 +3,8 @@
 
 #include "displayPictures.hpp"
 
+#include <gtest/gtest-spi.h>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -551,6 +553,37 @@ TEST_F(LightPictures, EachContextHasItsOwnLights) {
     const Keel::WeakPtr<Seagrass> remains(otherSeagrass);
     otherSeagrass = {};
     EXPECT_TRUE(Seagrass::drain(remains));
+}
+
+/// A light from outside, whose function no compiler takes.
+class FaultyLight final : public ShaderLightSource {
+public:
+    explicit FaultyLight(const std::string& lightName)
+        : VObject(lightName, 0, {}), ShaderLightSource(lightName, 0, {}) {
+        enableRequestProcessing();
+    }
+    std::string getShaderCode() const override {
+        return "void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, "
+               "out vec3 specular_intensity) { oops }\n";
+    }
+    void updateLight(ProgramVariables&, VRequest&) override {}
+};
+
+TEST_F(LightPictures, FaultyLightLeavesThePictureAsItWas) {
+    addPlane();
+    const auto good = addLight<AmbientLight>({0.5, 0.5, 0.5});
+    const Image before = draw(above(2));
+    add<FaultyLight>();
+    Image image;
+    EXPECT_NONFATAL_FAILURE(image = draw(above(2)), "oops");
+    EXPECT_EQ(image.bytes, before.bytes);
+    good->intensity().set({}, 0.25);
+    EXPECT_EQ(draw(above(2)).at(32, 32), (Pixel{51, 38, 26})) << "still goes on, and told once";
+    objects.pop_back();
+    good->intensity().set({}, 0.5);
+    EXPECT_EQ(draw(above(2)).bytes, before.bytes);
+    addLight<AmbientLight>({0.5, 0.5, 0.5});
+    EXPECT_EQ(draw(above(2)).at(32, 32), (Pixel{204, 153, 102}));
 }
 
 } // namespace
