@@ -188,7 +188,7 @@ DepthRange depthRangeOf(const Camera& camera, const Skua::BoundingBall& ball) {
     // A little more than the ball, as points lie on it.
     const double far = std::max(depth, 0.0) + 1.001 * size;
     // Within the ball as close as the depths of floats allow.
-    return {std::max(depth - 1.001 * size, far * 1e-9), far};
+    return {std::max(depth - 1.001 * size, far * 1e-11), far};
 }
 
 Matrix4 modelViewProjection(const Camera& camera, const Skua::BoundingBall& ball, double aspect) {

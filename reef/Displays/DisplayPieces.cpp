@@ -151,7 +151,7 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
         const PolypPtr polyp = creator.acquire(context);
         if (polyp && creator.isThere()) return polyp;
         const PolypPtr uploaded =
-            polyp && creator.admits(*polyp, context) ? upload(creator, context) : PolypPtr();
+            polyp && creator.admits(*polyp, context) ? upload(polyp, creator, context) : PolypPtr();
         supply.isStopped = creator.isRefused();
         return uploaded;
     } catch (...) {
@@ -162,8 +162,8 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
 
 /// By a wave that draws nothing. Null if a value can't be had for it, or if something refuses to be
 /// activated: it stays, and is tried again.
-PolypPtr DisplayObject::Pieces::upload(PieceCreator& creator, VRenderContext& context) const {
-    const PolypPtr polyp = creator.getPolyp();
+PolypPtr DisplayObject::Pieces::upload(const PolypPtr& polyp, PieceCreator& creator,
+                                       VRenderContext& context) const {
     if (!update(context, creator, *polyp)) return {};
     const std::size_t wanted =
         polyp->NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey - 1, ~drawing);
@@ -181,11 +181,13 @@ PolypPtr DisplayObject::Pieces::upload(PieceCreator& creator, VRenderContext& co
 
 bool DisplayObject::Pieces::prepare(VRenderContext& context, const Content& content,
                                     Supply& supply) {
-    bool areAllThere = true;
-    for (const PieceCreatorPtr& creator : _creators) {
-        areAllThere = provide(*creator, context, content, supply) && areAllThere;
-    }
-    return areAllThere;
+    return _generation.transform.draw(context, [&] {
+        bool areAllThere = true;
+        for (const PieceCreatorPtr& creator : _creators) {
+            areAllThere = provide(*creator, context, content, supply) && areAllThere;
+        }
+        return areAllThere;
+    });
 }
 
 bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content, std::size_t level,
@@ -227,7 +229,6 @@ bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& 
 bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreator& creator,
                                       Polyp& polyp, std::size_t level) const {
     creator.setLevel(level);
-    light(polyp, context); // ahead of what sends it
     if (!update(context, creator, polyp)) return false;
     polyp.wave(~Activity_t{0});
     polyp.complete(context);

@@ -66,7 +66,7 @@ private:
     static bool isReady(const PieceCreator& creator);
     PolypPtr provide(PieceCreator& creator, VRenderContext& context, const Content& content,
                      Supply& supply) const;
-    PolypPtr upload(PieceCreator& creator, VRenderContext& context) const;
+    PolypPtr upload(const PolypPtr& polyp, PieceCreator& creator, VRenderContext& context) const;
     bool update(VRenderContext& context, const PieceCreator& creator, Polyp& polyp) const;
     bool drawPiece(VRenderContext& context, const PieceCreator& creator, Polyp& polyp,
                    std::size_t level) const;

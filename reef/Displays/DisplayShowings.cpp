@@ -8,6 +8,8 @@
 #include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
+#include <limits>
+#include <optional>
 #include <utility>
 
 namespace Mirk {
@@ -62,27 +64,42 @@ bool DisplayObject::Showing::isOriginComing() const {
     return _coming && _shown && _coming->generation().origin != _shown->generation().origin;
 }
 
-DisplayObject::point DisplayObject::Showing::originIn(const VRenderContext& context,
+/// By the eye that is in the greatest need of an origin near to it.
+DisplayObject::point DisplayObject::Showing::originIn(VRenderContext& context,
                                                       const ContentPtr& content,
                                                       bool isTransformed) {
-    const VCamera& camera = context.CurrentView(context.CurrentEye, 0).camera;
     vector origin = FloatOrigin::getTranslationVector(_place);
-    if (isOriginComing() || !isFinite(camera.position)) return point() + origin;
-    // Where an operator puts things is not known, but they are what is looked at.
-    const double nearest =
-        isTransformed ? norm(camera.lookAt - camera.position) : nearestTo(camera.position, content);
-    const double threshold = originThreshold(context, nearest);
-    if (norm(camera.position - point() - origin) <= threshold) return point() + origin;
-    FloatOrigin::getTranslationVector(context, _place, origin, threshold);
+    if (isOriginComing()) return point() + origin;
+    _nearest.resize(context.EyeViews.size());
+    std::optional<unsigned> needing;
+    double least = std::numeric_limits<double>::infinity();
+    for (unsigned eye = 0; eye < _nearest.size(); ++eye) {
+        const VCamera& camera = context.CurrentView(eye, 0).camera;
+        if (!isFinite(camera.position)) continue;
+        // Where an operator puts things is not known, but they are what is looked at.
+        const double nearest = isTransformed ? norm(camera.lookAt - camera.position)
+                                             : nearestTo(eye, camera.position, content);
+        const double threshold = originThreshold(context, eye, nearest);
+        const bool isFar = norm(camera.position - point() - origin) > threshold;
+        if (!isFar || threshold >= least) continue;
+        needing = eye;
+        least = threshold;
+    }
+    if (!needing) return point() + origin;
+    const unsigned currentEye = std::exchange(context.CurrentEye, *needing);
+    FloatOrigin::getTranslationVector(context, _place, origin, least);
+    context.CurrentEye = currentEye;
     return point() + origin;
 }
 
 /// Looks through the content only if the camera or the content is another one.
-double DisplayObject::Showing::nearestTo(const point& camera, const ContentPtr& content) {
-    if (_nearest.content.lock() != content || !(_nearest.camera == camera)) {
-        _nearest = {content, camera, content->distanceFrom(camera)};
+double DisplayObject::Showing::nearestTo(unsigned eye, const point& camera,
+                                         const ContentPtr& content) {
+    Nearest& nearest = _nearest[eye];
+    if (nearest.content.lock() != content || !(nearest.camera == camera)) {
+        nearest = {content, camera, content->distanceFrom(camera)};
     }
-    return _nearest.distance;
+    return nearest.distance;
 }
 
 bool DisplayObject::Showing::isOther(const Generation& generation) const {
@@ -170,7 +187,13 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     // Other lights are another text for those who ask for light; nothing is compiled for the same.
     if (showing.isOther(wanted) || !context.hasValidLighting(showing)) {
         showing.rejuvenate(); // first: what changes meanwhile is not to be missed
-        showing.setWanted(wanted, compiledFor(context, seagrass, *content, form, wanted.transform));
+        try {
+            showing.setWanted(wanted,
+                              compiledFor(context, seagrass, *content, form, wanted.transform));
+        } catch (...) {
+            showing.setWanted({}, {}); // to be tried again
+            throw;
+        }
     }
     const Showing::Drawn drawn = showing.draw(_display, context, *content);
     if (tell(seagrass, context.pool, drawn.failure)) {

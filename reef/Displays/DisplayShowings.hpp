@@ -32,7 +32,7 @@ public:
 
     /// What vertices are to be relative to. While those of another origin are on their way to the
     /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
-    point originIn(const VRenderContext& context, const ContentPtr& content, bool isTransformed);
+    point originIn(VRenderContext& context, const ContentPtr& content, bool isTransformed);
 
     /// Whether what was asked for last is something else.
     bool isOther(const Generation& generation) const;
@@ -66,12 +66,12 @@ private:
     };
 
     bool isOriginComing() const;
-    double nearestTo(const point& camera, const ContentPtr& content);
+    double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
-    Keel::Intercube _place; // where the origin is kept
-    Nearest _nearest;
+    Keel::Intercube _place;        // where the origin is kept
+    std::vector<Nearest> _nearest; // of each eye
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;

@@ -30,6 +30,19 @@ double distanceToSegment(const point& a, const point& b, const point& from) {
     return norm(toPoint - along * part);
 }
 
+double distanceToTriangle(const point& a, const point& b, const point& c, const point& from) {
+    const vector normal = cross(b - a, c - a);
+    const auto isWithin = [&](const point& p, const point& q) {
+        return dot(cross(q - p, from - p), normal) >= 0.0;
+    };
+    const double area2 = norm(normal);
+    if (area2 > 0.0 && isWithin(a, b) && isWithin(b, c) && isWithin(c, a)) {
+        return std::abs(dot(from - a, normal)) / area2;
+    }
+    return std::min({distanceToSegment(a, b, from), distanceToSegment(b, c, from),
+                     distanceToSegment(c, a, from)});
+}
+
 void ElementBoxes::append(const Skua::BoundingBox& box) {
     const point high{infinity, infinity, infinity}, low{-infinity, -infinity, -infinity};
     _boxes.push_back(box.empty() ? AABB{high, low} : AABB{box.min, box.max});

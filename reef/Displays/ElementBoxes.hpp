@@ -21,6 +21,12 @@ DISPLAYS_EXPORT double distanceToSegment(const Skua::PhysicalSpace::point& a,
                                          const Skua::PhysicalSpace::point& b,
                                          const Skua::PhysicalSpace::point& from);
 
+/// Of a point to the nearest one of a triangle. Not a number if a corner isn't finite.
+DISPLAYS_EXPORT double distanceToTriangle(const Skua::PhysicalSpace::point& a,
+                                          const Skua::PhysicalSpace::point& b,
+                                          const Skua::PhysicalSpace::point& c,
+                                          const Skua::PhysicalSpace::point& from);
+
 /// Boxes around runs of elements, one after the other.
 class DISPLAYS_EXPORT ElementBoxes {
 public:

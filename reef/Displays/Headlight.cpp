@@ -1,5 +1,7 @@
 #include <Displays/Headlight.hpp>
 
+#include <Displays/displayData.hpp>
+
 #include <headlight.glsl.hpp>
 
 #include <Polypia/VRenderContext.hpp>
@@ -34,8 +36,11 @@ void Headlight::updateLightAtRendering(ProgramVariables& uniforms, VRenderContex
         fromFirst += camera.position - first.camera.position;
         direction += normalised(camera.lookAt - camera.position);
     }
-    uniforms["Light$$Position"] = first.camera.position + fromFirst / static_cast<double>(eyes);
-    setDirection(uniforms, direction);
+    // A camera that is nowhere, or looks nowhere, leaves the light as it was.
+    const point place = first.camera.position + fromFirst / static_cast<double>(eyes);
+    if (isFinite(place)) uniforms["Light$$Position"] = place;
+    const vector unit = normalised(direction);
+    if (dot(unit, unit) > 0.0) uniforms["Light$$Direction"] = Triple{unit.x, unit.y, unit.z};
     uniforms["Light$$HasPerspective"] = first.orthographic ? 0.0F : 1.0F;
 }
 

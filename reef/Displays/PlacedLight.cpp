@@ -5,6 +5,9 @@
 
 #include <sorrel/VRequest.hpp>
 
+#include <algorithm>
+#include <cmath>
+
 namespace Mirk {
 
 PlacedLight::PlacedLight(const std::string& lightName)
@@ -31,8 +34,10 @@ void PlacedLight::updateLight(ProgramVariables& uniforms, VRequest& request) {
     if (fallOff == Triple{0, 0, 0}) fallOff[0] = 1.0;
     uniforms["Light$$FallOff"] = fallOff;
     const point place = _position.value(request.pool);
-    uniforms["Light$$Position"] = isFinite(place) ? place : point();
-    if (!isFinite(place)) switchOff(uniforms);
+    const bool isSomewhere =
+        std::max({std::abs(place.x), std::abs(place.y), std::abs(place.z)}) <= farthestCoordinate;
+    uniforms["Light$$Position"] = isSomewhere && isFinite(place) ? place : point();
+    if (!isSomewhere || !isFinite(place)) switchOff(uniforms);
 }
 
 } // namespace Mirk

@@ -42,16 +42,13 @@ public:
                    std::vector<SurfacePiece>&& cut)
         : SurfaceContent(sourceData, smooth, mesh, std::move(cut), boxesOfTriangles(mesh)) {}
 
-    /// To the box of the nearest triangle.
     double distanceFrom(const Point& place) const override {
         const auto points = elementsOf(data.points);
         const auto corners = elementsOf(data.triangles);
         return _boxes.nearest(place, [&](std::size_t triangle) {
-            Skua::BoundingBox box;
-            for (std::size_t corner = 0; corner < 3; ++corner) {
-                box.add(points[corners[3 * triangle + corner]]);
-            }
-            return distanceToBox({box.min, box.max}, place);
+            const std::size_t first = 3 * triangle;
+            return distanceToTriangle(points[corners[first]], points[corners[first + 1]],
+                                      points[corners[first + 2]], place);
         });
     }
 
@@ -114,13 +111,15 @@ public:
             const auto points = elementsOf(data.points);
             const std::vector<bool> isShared =
                 isWhole() ? std::vector<bool>() : sharedPoints(points.size(), _pieces);
+            std::vector<CoarserSurface> made;
             for (std::size_t level = 1; level <= number; ++level) {
-                _coarser.emplace_back(points, elementsOf(data.triangles), isShared,
-                                      halved(points.size(), level));
-                if (leavesAny(_coarser.back())) continue;
-                _coarser.pop_back();
+                made.emplace_back(points, elementsOf(data.triangles), isShared,
+                                  halved(points.size(), level));
+                if (leavesAny(made.back())) continue;
+                made.pop_back();
                 break;
             }
+            _coarser = std::move(made);
         });
         return _coarser;
     }

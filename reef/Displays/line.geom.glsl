@@ -24,8 +24,6 @@ flat out float lineLevel;
 out float gl_ClipDistance[2];
 #endif
 
-const float nearest = 1e-6; // in front of the eye, in clip space
-
 // An end of the line, as it is left.
 struct End {
     vec4 position;
@@ -72,7 +70,8 @@ void main()
     End b = endOf(1);
     float wa = a.position.w;
     float wb = b.position.w;
-    if (wa < nearest && wb < nearest) return;
+    float nearest = 1e-6 * max(wa, wb); // in front of the eye, at any scale
+    if (nearest <= 0.0) return;
     // What lies behind the eye has no place on the screen: the line is cut there.
     if (wa < nearest) a = between(b, a, (wb - nearest) / (wb - wa));
     if (wb < nearest) b = between(a, b, (wa - nearest) / (wa - wb));

@@ -29,7 +29,12 @@ float seenSide;  // 1 if that is the one of the normal, else -1
 void lookAtSurface()
 {
     towardsEye = normalize(surface.toEye);
-    vec3 plane = cross(dFdx(surface.fromEye), dFdy(surface.fromEye));
+    // Steps of a length around 1, as their products are to be numbers at any scale.
+    vec3 across = dFdx(surface.fromEye);
+    vec3 upwards = dFdy(surface.fromEye);
+    vec3 longest = max(abs(across), abs(upwards));
+    float scale = max(max(longest.x, longest.y), max(longest.z, 1e-37));
+    vec3 plane = cross(across / scale, upwards / scale);
     if (dot(plane, towardsEye) < 0.0) plane = -plane;
 #ifdef SMOOTH
     vec3 normal = surface.normal;

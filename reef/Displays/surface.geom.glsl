@@ -26,8 +26,6 @@ out vec3 edgePlace;
 out float gl_ClipDistance[2];
 #endif
 
-const float nearest = 1e-6; // in front of the eye, in clip space
-
 vec3 placeOf(vec4 position)
 {
     return vec3(0.5 * ViewportPixels * position.xy, position.w);
@@ -37,7 +35,8 @@ vec3 placeOf(vec4 position)
 vec3 lineThrough(vec3 a, vec3 b)
 {
     vec3 seen = a.z > b.z ? a : b;
-    if (seen.z < nearest) return vec3(0.0, 0.0, 1e6);
+    if (seen.z <= 0.0) return vec3(0.0, 0.0, 1e6);
+    float nearest = 1e-6 * seen.z; // in front of the eye, at any scale
     a /= max(abs(a.z), nearest);
     b /= max(abs(b.z), nearest);
     vec2 along = b.xy * a.z - a.xy * b.z;

@@ -80,6 +80,18 @@ bool isOfItsCamera(const View& view) {
     return modelView == view.modelView;
 }
 
+/// What is at a part of the width and of the height of a picture. `nearness` is from 0 at the far
+/// plane to 1 at the near one: as far planes may be many powers of ten away, it is not to be taken
+/// from 1.
+View::vector inEyeSpace(const View& view, double acrossPart, double upPart, double nearness) {
+    const double depth =
+        view.perspective ? view.near * view.far / (view.near + nearness * (view.far - view.near))
+                         : view.far - nearness * (view.far - view.near);
+    const double scale = view.perspective ? depth / view.near : 1.0;
+    return {(view.left + acrossPart * (view.right - view.left)) * scale,
+            (view.bottom + upPart * (view.top - view.bottom)) * scale, -depth};
+}
+
 } // namespace
 
 /// Draws the object that it is aimed at, for one eye after the other unless it draws all views
@@ -814,18 +826,14 @@ std::optional<View::point> GLRenderContext::pickPlace(const ObjectSelection& obj
 View::point GLRenderContext::placeOf(int x, int y, float depth) const {
     const View& view = _views.front();
     const PixelRectangle picture = getViewport(0);
-    const double between = ReversedDepths ? 1.0 - 2.0 * double{depth} : 2.0 * double{depth} - 1.0;
-    std::array<double, 4> place{2.0 * (x + 0.5) / picture[2] - 1.0,
-                                2.0 * (y + 0.5) / picture[3] - 1.0, between, 1.0};
-    View::myglMultiplyMatrixByVector4by4(place.data(), view.inverseProjection.data(), place.data());
-    const double w = place[3];
+    const double acrossPart = (x + 0.5) / picture[2], upPart = (y + 0.5) / picture[3];
+    const View::vector eye =
+        inEyeSpace(view, acrossPart, upPart, ReversedDepths ? double{depth} : 1.0 - double{depth});
     // A model view turns, and nothing else; its inverse is its transpose.
     const View::Matrix& turn = view.untranslatedModelView;
     View::vector offset;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        for (std::size_t row = 0; row < 3; ++row) {
-            offset[axis] += turn[4 * axis + row] * place[row] / w;
-        }
+        for (std::size_t row = 0; row < 3; ++row) offset[axis] += turn[4 * axis + row] * eye[row];
     }
     return view.cameraPosition + offset;
 }

@@ -362,8 +362,8 @@ TEST_F(DisplayObjectTest, ViewsAreRelativeToTheOriginOfTheObject) {
     context.CurrentEye = 1;
     EXPECT_TRUE(draw(*distant));
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e9F, 1e9F, -3.5F, 0.0F}));
-    EXPECT_EQ(variable<vec4>("TranslatedViews[0].Translation"), (vec4{-0.125F, 0, 0, 0}));
-    EXPECT_EQ(variable<vec4>("TranslatedViews[1].Translation"), (vec4{0, 0, 0, 0}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[0].Translation"), (vec4{0, 0, 0, 0}));
+    EXPECT_EQ(variable<vec4>("TranslatedViews[1].Translation"), (vec4{0.125F, 0, 0, 0}));
     EXPECT_EQ(variable<int>("zelk_CurrentViewID"), 1);
 }
 
@@ -375,7 +375,7 @@ TEST_F(DisplayObjectTest, OriginStaysWhileTheCameraIsNearItAndThenFollows) {
     lookFrom(0, middle);
     draw(*distant);
     EXPECT_EQ(distant->lastOrigin, middle);
-    const double threshold = Mirk::originThreshold(context, 0.0);
+    const double threshold = Mirk::originThreshold(context, 0, 0.0);
     lookFrom(0, middle + vector{0, threshold, 0});
     draw(*distant);
     EXPECT_EQ(distant->filled.size(), 1U) << "at the threshold, and farther from the box";
@@ -394,6 +394,19 @@ TEST_F(DisplayObjectTest, OriginStaysWhileTheCameraIsNearItAndThenFollows) {
     draw(*around);
     EXPECT_EQ(around->lastOrigin, (point{0, 0, threshold * 1.01})) << "within the box";
     EXPECT_EQ(around->filled.size(), 2U);
+}
+
+TEST_F(DisplayObjectTest, OriginIsNearTheEyeThatNeedsIt) {
+    const DisplayPtr<Plain> distant(
+        new Plain(Skua::BoundingBox(point{1e8, -1, -1}, point{1e8 + 2, 1, 1})));
+    context.setNumberOfEyes(2);
+    lookFrom(0, {0, 0, 10});
+    lookFrom(1, {1e8, 0, 10});
+    draw(*distant);
+    EXPECT_EQ(distant->lastOrigin, (point{1e8, 0, 10}));
+    EXPECT_EQ(context.CurrentEye, 0U);
+    draw(*distant);
+    EXPECT_EQ(distant->filled.size(), 1U);
 }
 
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
@@ -628,6 +641,112 @@ TEST_F(DisplayObjectUploads, OtherOriginOfTheSameDataIsAnotherGeneration) {
     EXPECT_THAT(frame(bytes).drawn, ElementsAre("5", "6"));
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-5e6F, 0, 0, 0}));
     EXPECT_EQ(context.basin.log->live["Program"], 1);
+}
+
+/// Tells who is drawn, and what its vertices are relative to.
+class OriginTeller : public Polyp::SpecializedTentacle<Polyp::PainterKey + 1> {
+public:
+    struct Drawn {
+        const DisplayObject* object;
+        Skua::PhysicalSpace::point origin;
+        Skua::FixedArray<float, 4> offset; ///< that shaders know
+    };
+
+    OriginTeller(const DisplayObject& object, const Skua::PhysicalSpace::point& origin,
+                 std::vector<Drawn>& drawn)
+        : SpecializedTentacle(), _object(object), _origin(origin), _drawn(drawn) {}
+
+    bool activate(const Polyp& polyp) override {
+        const auto& variables =
+            static_cast<const RecordingProgram&>(*polyp.get_programs().first->second);
+        _drawn.push_back({&_object, _origin,
+                          std::get<Skua::FixedArray<float, 4>>(variables.at("theVertexOffset"))});
+        return true;
+    }
+    bool deactivate(const Polyp&) override { return true; }
+
+private:
+    const DisplayObject& _object;
+    const Skua::PhysicalSpace::point _origin;
+    std::vector<Drawn>& _drawn;
+};
+
+TEST_F(DisplayObjectTest, FlightOverManyLargeObjectsShowsEachOfThemWithOneOriginInEachFrame) {
+    constexpr std::size_t number = 100, pieces = 10;
+    constexpr int frames = 120;
+    std::vector<OriginTeller::Drawn> drawn;
+    std::vector<DisplayPtr<Plain>> objects;
+    for (std::size_t i = 0; i < number; ++i) {
+        // The camera is within all of them, so that their origins follow it.
+        const DisplayPtr<Plain> large(
+            new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+        large->pieces = pieces;
+        large->knownBytes = static_cast<std::size_t>(bytes);
+        large->action = [&drawn, plain = large.get()](Polyp& polyp, Mirk::VRenderContext&) {
+            polyp.insert(Polyp::TentaclePtr(new OriginTeller(*plain, plain->lastOrigin, drawn)));
+            return true;
+        };
+        objects.push_back(large);
+        draw(*large);
+    }
+    const Mirk::View view;
+    std::set<double> origins;
+    for (int frame = 0; frame < frames; ++frame) {
+        lookFrom(0, {1e4 * frame, 0, 10});
+        drawn.clear();
+        context.renderAllowance = bytes; // a tenth of one object
+        std::size_t filled = 0;
+        for (const auto& each : objects) {
+            filled -= each->filled.size();
+            each->render(context, view, sub);
+            filled += each->filled.size();
+        }
+        ASSERT_LE(filled, 1U) << frame;
+        ASSERT_GE(context.renderAllowance, 0) << frame;
+        std::map<const DisplayObject*, std::size_t> piecesOf;
+        std::map<const DisplayObject*, point> originOf;
+        for (const OriginTeller::Drawn& each : drawn) {
+            const bool isFirst = ++piecesOf[each.object] == 1;
+            if (isFirst) originOf[each.object] = each.origin;
+            ASSERT_EQ(each.origin, originOf[each.object]) << frame;
+            ASSERT_EQ(each.offset[0], -static_cast<float>(each.origin.x)) << frame;
+            origins.insert(each.origin.x);
+        }
+        ASSERT_EQ(piecesOf.size(), number) << frame;
+        for (const auto& [each, drawnPieces] : piecesOf) ASSERT_EQ(drawnPieces, pieces) << frame;
+    }
+    EXPECT_GE(origins.size(), static_cast<std::size_t>(frames) / pieces) << "they do follow";
+}
+
+TEST_F(DisplayObjectUploads, OperatorBeginsAheadOfFillingAndEndsBehindIt) {
+    class Begun : public Mirk::TransformOperator::Functor {
+    public:
+        bool begin(Mirk::VRenderContext&) const override {
+            isWithin = begins;
+            return begins;
+        }
+        void end(Mirk::VRenderContext&) const override { isWithin = false; }
+        bool initializePolyp(Polyp&, Mirk::VRenderContext&) const override {
+            EXPECT_TRUE(isWithin);
+            return true;
+        }
+        mutable bool isWithin = false;
+        bool begins = true;
+    };
+    Begun* const begun = new Begun;
+    Mirk::TransformOperator transform;
+    transform.functor = Mirk::TransformOperator::FunctorPtr(begun);
+    object->transformSlot().set({}, transform);
+    object->pieces = 2;
+    frame();
+    object->setData(2);
+    begun->begins = false;
+    EXPECT_TRUE(frame(bytes).uploaded.empty());
+    EXPECT_EQ(object->filled.size(), 2U) << "left out";
+    begun->begins = true;
+    frame(bytes);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+    EXPECT_FALSE(begun->isWithin);
 }
 
 TEST_F(DisplayObjectUploads, FailedUploadKeepsThePictureAndIsToldOnce) {

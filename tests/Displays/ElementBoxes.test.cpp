@@ -29,6 +29,16 @@ TEST(distanceToSegment, IsThatOfAnEndOrOfWhatIsBetween) {
     EXPECT_EQ(Mirk::distanceToSegment(b, b, {4, 0, 2}), 2.0);
 }
 
+TEST(distanceToTriangle, IsThatOfItsPlaneAnEdgeOrACorner) {
+    const point a{0, 0, 0}, b{4, 0, 0}, c{0, 4, 0};
+    EXPECT_EQ(Mirk::distanceToTriangle(a, b, c, {1, 1, -3}), 3.0);
+    EXPECT_EQ(Mirk::distanceToTriangle(a, c, b, {1, 1, -3}), 3.0);
+    EXPECT_EQ(Mirk::distanceToTriangle(a, b, c, {2, -3, 4}), 5.0);
+    EXPECT_EQ(Mirk::distanceToTriangle(a, b, c, {-3, -4, 0}), 5.0);
+    EXPECT_EQ(Mirk::distanceToTriangle(a, b, c, {7, 0, 4}), 5.0);
+    EXPECT_EQ(Mirk::distanceToTriangle(a, a, b, {2, 0, 3}), 3.0) << "of no area";
+}
+
 TEST(ElementBoxes, FindTheNearestOfAll) {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> anywhere(-100.0, 100.0);

@@ -2,6 +2,8 @@
 
 #include "displayPictures.hpp"
 
+#include <Displays/originThreshold.hpp>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -11,6 +13,7 @@
 #include <map>
 #include <string>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Pictures;
@@ -90,6 +93,14 @@ protected:
         return {sum.x / number, sum.y / number};
     }
 
+    /// Has the origin of an object be as far away as it may be when it is looked at from there.
+    void flyTo(const Object& object, const point& centre, double distance) {
+        lookAt(centre, distance);
+        const double threshold = originThreshold(*context, 0, 0.8 * distance);
+        lookAt(centre, distance, axis(0) * (0.95 * threshold));
+        drawn(object);
+        lookAt(centre, distance);
+    }
     /// The middle of what an object covers; not a number if that is nothing.
     Place drawn(const Object& object) {
         target->clear({0.0F, 0.0F, 0.0F, 0.0F}); // what is drawn is opaque
@@ -161,18 +172,30 @@ TEST_P(FloatingOriginAt, PointsLinesAndSurfacesAreWithinATenthOfAPixel) {
         lookAt(centre(), distance);
         const vector right = axis(0) * distance, up = axis(1) * distance;
         const point mark = centre() + right * 0.2 - up * 0.1;
-        EXPECT_LT(lengthOf(drawn(pointAt(mark)) - projected(mark)), tenthOfAPixel) << distance;
-
         const point a = centre() - right * 0.3 - up * 0.2, b = centre() + right * 0.2 + up * 0.3;
-        EXPECT_LT(lengthOf(drawn(lineBetween(a, b)) - middleOf({projected(a), projected(b)})),
-                  tenthOfAPixel)
-            << distance;
-
         const point c = centre() + right * 0.3 - up * 0.3;
-        EXPECT_LT(lengthOf(drawn(surfaceOf({a, b, c}, {0, 1, 2})) -
-                           middleOf({projected(a), projected(b), projected(c)})),
-                  tenthOfAPixel)
-            << distance;
+        // A box with a length alone, whose edges all are the same line.
+        const point end = centre() + vector{0.3 * distance, 0, 0};
+        const auto box = add<BoundingBoxDisplay>();
+        box->box().set({},
+                       SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
+                           new Skua::BoundingBox(centre(), end))));
+        box->lineWidth().set({}, 12.0);
+        const struct {
+            const char* what;
+            Object object;
+            std::vector<point> corners;
+        } all[] = {{"point", pointAt(mark), {mark}},
+                   {"line", lineBetween(a, b), {a, b}},
+                   {"triangle", surfaceOf({a, b, c}, {0, 1, 2}), {a, b, c}},
+                   {"box", box, {centre(), end}}};
+        for (const auto& each : all) {
+            flyTo(each.object, centre(), distance);
+            std::vector<Place> places;
+            for (const point& corner : each.corners) places.push_back(projected(corner));
+            const double off = lengthOf(drawn(each.object) - middleOf(places));
+            EXPECT_LT(off, tenthOfAPixel) << each.what << " from " << distance;
+        }
     }
 }
 
@@ -197,6 +220,7 @@ TEST_P(FloatingOriginAt, ClippingPlanesCutWithinATenthOfAPixel) {
         const Place middle = projected(centre()), edge = projected(far);
         const double pixelsOfUnit = (edge.x - middle.x) / (0.3 * distance);
         const double cut = middle.x - static_cast<double>(step) * pixelsOfUnit;
+        flyTo(square, centre(), distance);
         const Place place = drawn(square);
         EXPECT_NEAR(place.x, (cut + edge.x) / 2.0, tenthOfAPixel) << distance;
     }
@@ -212,6 +236,7 @@ TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
             surfaceOf({centre() - right * 0.3 - up * 0.3 + back, centre() + right * 0.3 - up * 0.3,
                        centre() + right * 0.3 + up * 0.3 - back, centre() - right * 0.3 + up * 0.3},
                       {0, 1, 2, 0, 2, 3});
+        flyTo(surface, centre(), distance);
         drawn(surface);
         const int x = 150, y = 101;
         const auto place = context->pickPlace(selection, x, y, 0, 0);
@@ -266,20 +291,28 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
     EXPECT_LT(worst, tenthOfAPixel);
 }
 
-TEST(FloatingOriginControl, WithoutItThePictureIsVisiblyOff) {
+TEST_F(FloatingOrigin, WithoutItThePictureIsVisiblyOff) {
     // The switch is read when the library is loaded.
-    const std::string self = "/proc/self/exe";
     std::string path(4096, '\0');
-    const ssize_t length = readlink(self.c_str(), path.data(), path.size());
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
     ASSERT_GT(length, 0);
     path.resize(static_cast<std::size_t>(length));
-    const auto run = [&](const std::string& environment) {
-        return std::system((environment + " '" + path +
-                            "' --gtest_filter='*FloatingOriginAt.PointsLines*/E9' > /dev/null")
-                               .c_str());
+    const auto linesOf = [&](const std::string& environment) {
+        const std::string command =
+            environment + " '" + path + "' --gtest_filter='*FloatingOriginAt.PointsLines*/E9'";
+        std::string lines(1 << 20, '\0');
+        FILE* const output = popen(command.c_str(), "r");
+        lines.resize(fread(lines.data(), 1, lines.size(), output));
+        const int status = pclose(output);
+        lines += WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "crash";
+        return lines;
     };
-    EXPECT_EQ(run("DisableFloatingOrigin=0"), 0);
-    EXPECT_NE(run("DisableFloatingOrigin=1"), 0);
+    EXPECT_THAT(linesOf("DisableFloatingOrigin=0"), testing::EndsWith("exit 0"));
+    const std::string lines = linesOf("DisableFloatingOrigin=1");
+    EXPECT_THAT(lines, testing::EndsWith("exit 1"));
+    for (const char* what : {"point", "line", "triangle", "box"}) {
+        EXPECT_THAT(lines, testing::HasSubstr(std::string(what) + " from 10\n"));
+    }
 }
 
 } // namespace

@@ -218,6 +218,51 @@ TEST_F(LightsTest, HeadlightIsWhereTheEyesAreOfEachFrame) {
     EXPECT_EQ(variable<float>("Light0HasPerspective"), 0.0F);
 }
 
+TEST_F(LightsTest, HeadlightOutlivesACameraThatIsNowhere) {
+    add<Headlight>();
+    const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));
+    lookFrom(0, {1, 2, 30});
+    ASSERT_TRUE(drawLit(*surface));
+    Mirk::VCamera& camera = context.CurrentView(0, 0).camera;
+    camera.lookAt = camera.position;
+    drawLit(*surface);
+    EXPECT_EQ(variable<Triple>("Light0Direction"), (Triple{0, 0, -1}));
+    EXPECT_EQ(variable<Triple>("Light0Intensity"), (Triple{1, 1, 1}));
+    camera.position.x = nan;
+    drawLit(*surface);
+    EXPECT_EQ(variable<point>("Light0Position"), (point{1, 2, 30}));
+    EXPECT_EQ(variable<Triple>("Light0Intensity"), (Triple{1, 1, 1}));
+}
+
+TEST_F(LightsTest, LightThatFailsToTellItsCodeIsAskedAgain) {
+    class Failing : public Mirk::ShaderLightSource {
+    public:
+        Failing() : VObject("failing", 0, {}), ShaderLightSource("failing", 0, {}) {
+            enableRequestProcessing();
+        }
+        std::string getShaderCode() const override {
+            if (fails) throw std::runtime_error("planted");
+            return "void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, "
+                   "out vec3 specular_intensity) {}\n";
+        }
+        void updateLight(ProgramVariables& uniforms, VRequest&) override {
+            if (fails) throw std::runtime_error("planted");
+            uniforms["Own$$"] = 1.0F;
+        }
+        bool fails = false;
+    };
+    const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));
+    ASSERT_TRUE(drawLit(*surface));
+    const DisplayPtr<Failing> failing(new Failing);
+    lights.push_back(failing);
+    request(*failing);
+    failing->fails = true; // where it is asked for its code, too
+    EXPECT_THROW(drawLit(*surface), std::runtime_error);
+    failing->fails = false;
+    EXPECT_TRUE(drawLit(*surface));
+    EXPECT_EQ(variable<float>("Own0"), 1.0F);
+}
+
 TEST_F(LightsTest, HeadlightOfTwoEyesIsBetweenThem) {
     add<Headlight>();
     const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));

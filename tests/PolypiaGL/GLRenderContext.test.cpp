@@ -252,6 +252,17 @@ TEST_F(GLRenderContextTest, ViewportIsThatOfTheTargets) {
     EXPECT_EQ(context->getViewport(0), (VRenderContext::PixelRectangle{0, 0, 0, 0}));
 }
 
+TEST_F(GLRenderContextTest, FloatedOriginIsSoFarFromTheCameraOfTheCurrentEye) {
+    setTwoEyes();
+    for (const unsigned eye : {0U, 1U}) {
+        context->openEye(eye);
+        const Skua::PhysicalSpace::point camera = context->CurrentView(eye, 0).camera.position;
+        const auto origin = context->makeFloatedOrigin({1, 2, -3});
+        ASSERT_TRUE(origin);
+        EXPECT_EQ(origin->worldOrigin, (camera - Skua::PhysicalSpace::point{1, 2, -3}));
+    }
+}
+
 TEST_F(GLRenderContextTest, DrawsTheLayersOfTheRangeInTheirOrder) {
     std::vector<std::string> order;
     for (const int layer : {3, 1, 2}) {
