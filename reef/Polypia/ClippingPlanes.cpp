@@ -38,8 +38,8 @@ void insertPlanes(Polyp& polyp, VRenderContext& context, const ClippingPlanes& p
 double relativeDistance(const Plane& plane, const Skua::PhysicalSpace::vector& origin) {
     long double distance = plane.distance;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        distance -= static_cast<long double>(plane.normal[axis]) *
-                    static_cast<long double>(origin[axis]);
+        distance -=
+            static_cast<long double>(plane.normal[axis]) * static_cast<long double>(origin[axis]);
     }
     return static_cast<double>(distance);
 }

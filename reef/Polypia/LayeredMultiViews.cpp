@@ -58,8 +58,8 @@ View::Matrix inverseWithReversedDepths(const View::Matrix& inverse) {
 
 MultiViewRecord recordOf(const View& view, bool reversesDepths) {
     MultiViewRecord record{};
-    record.ProjectionMatrix = single(
-        reversesDepths ? LayeredMultiViews::withReversedDepths(view.matrix) : view.matrix);
+    record.ProjectionMatrix =
+        single(reversesDepths ? LayeredMultiViews::withReversedDepths(view.matrix) : view.matrix);
     record.UntranslatedModelViewMatrix = single(view.untranslatedModelView);
     record.FullModelViewMatrix = single(view.modelView);
     record.PixelCalibrationMatrix = single(view.pixelCalibration);
