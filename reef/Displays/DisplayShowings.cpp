@@ -211,17 +211,21 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
 bool DisplayObject::Showings::tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
                                    const std::exception_ptr& failure) {
     if (_told.empty() && !failure) return false;
-    const Keel::WeakPtr<Seagrass> place(seagrass);
-    const bool isKnown = std::any_of(_told.begin(), _told.end(), [&](const Told& told) {
-        return told.seagrass == place && told.pool == Keel::WeakPtr<ValuePool>(pool) &&
-               told.failure == failure;
-    });
-    if (isKnown) return false;
+    // Where nothing has been drawn for so long the pool isn't shown any more.
+    constexpr std::uint64_t aLongWhile = 1000;
     std::erase_if(_told, [&](const Told& told) {
-        const bool isHere = told.seagrass == place && told.pool == Keel::WeakPtr<ValuePool>(pool);
-        return isHere || !told.seagrass || !told.pool;
+        return !told.seagrass || !told.pool || told.drawing + aLongWhile < _allDrawings;
     });
-    if (failure) _told.push_back({place, pool, failure, {}});
+    const auto known = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
+        return told.seagrass == Keel::WeakPtr<Seagrass>(seagrass) &&
+               told.pool == Keel::WeakPtr<ValuePool>(pool);
+    });
+    if (known != _told.end()) {
+        known->drawing = _allDrawings;
+        if (known->failure == failure) return false;
+        _told.erase(known);
+    }
+    if (failure) _told.push_back({seagrass, pool, failure, {}, _allDrawings});
     return bool(failure);
 }
 
@@ -265,6 +269,7 @@ DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seag
     constexpr std::uint64_t aWhile = 100;
     std::erase_if(_drawings, [](const auto& entry) { return !entry.first; });
     const std::uint64_t drawing = ++_drawings[Keel::WeakPtr<Seagrass>(seagrass)];
+    ++_allDrawings;
     std::erase_if(_all, [&](const auto& showing) {
         const bool isLeft = showing->isIn(seagrass) && showing->lastDrawn + aWhile < drawing;
         return !showing->isAlive() || (isLeft && showing->clear());

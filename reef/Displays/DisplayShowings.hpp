@@ -107,6 +107,7 @@ private:
         Keel::WeakPtr<ValuePool> pool;
         std::exception_ptr failure;
         std::string report;
+        std::uint64_t drawing; ///< the last one there
     };
 
     bool tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
@@ -119,7 +120,8 @@ private:
     std::vector<std::unique_ptr<Showing>> _all;
     std::vector<std::weak_ptr<Compiled>> _programs;             // that these have
     std::map<Keel::WeakPtr<Seagrass>, std::uint64_t> _drawings; // in each
-    std::vector<Told> _told;                                    // the last one at the end
+    std::uint64_t _allDrawings = 0;
+    std::vector<Told> _told; // the last one at the end
 };
 
 } // namespace Mirk

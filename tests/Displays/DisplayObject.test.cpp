@@ -264,6 +264,22 @@ TEST_F(DisplayObjectTest, ReportOfOneViewerStaysWhatAnotherOfThePoolDraws) {
     testing::internal::GetCapturedStdout();
 }
 
+TEST_F(DisplayObjectTest, ReportOfAViewerThatHasGoneElsewhereEnds) {
+    const auto other = Keel::make<Mirk::Seagrass>(1U << 30, "other");
+    KnowingContext second(other);
+    second.pool = context.pool;
+    second.basin.log->throwing.insert("createProgram plain.vert");
+    const Mirk::View view;
+    testing::internal::CaptureStdout();
+    request(*object);
+    object->render(second, view, sub);
+    testing::internal::GetCapturedStdout();
+    draw(*object);
+    EXPECT_NE(reportOf(*object), "");
+    for (int frame = 0; frame < 1100; ++frame) draw(*object);
+    EXPECT_EQ(reportOf(*object), "");
+}
+
 TEST_F(DisplayObjectTest, RefusedProgramOfAnotherFormLeavesThePictureAsItWas) {
     EXPECT_TRUE(draw(*object));
     context.basin.log->throwing.insert("createProgram plain.vert");
@@ -673,7 +689,11 @@ private:
 
 TEST_F(DisplayObjectTest, FlightOverManyLargeObjectsShowsEachOfThemWithOneOriginInEachFrame) {
     constexpr std::size_t number = 100, pieces = 10;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr int frames = 30; // of which each takes ten times as long
+#else
     constexpr int frames = 120;
+#endif
     std::vector<OriginTeller::Drawn> drawn;
     std::vector<DisplayPtr<Plain>> objects;
     for (std::size_t i = 0; i < number; ++i) {
