@@ -1,5 +1,6 @@
 #include <Scene.hpp>
 
+#include <UsageError.hpp>
 #include <objectNames.hpp>
 
 #include <Displays/AmbientLight.hpp>
@@ -105,9 +106,24 @@ Keel::StrongPtr<Light, Mirk::VManagedObjectBase> makeGlinting(const std::string&
     return light;
 }
 
+/// A light that is too far away for its distance to be told would be dark.
+void checkPlace(const point& place, double worldUnit) {
+    const double farthest = Mirk::PlacedLight::farthestCoordinate * worldUnit;
+    for (const double coordinate : {place.x, place.y, place.z}) {
+        if (std::abs(coordinate) <= farthest) continue;
+        char message[160];
+        std::snprintf(message, sizeof message,
+                      "--light: position: expected coordinates from %g to %g with these data, got "
+                      "%g; a light of parallel rays is 'directional'",
+                      -farthest, farthest, coordinate);
+        throw UsageError(message);
+    }
+}
+
 template<class Light>
 Keel::StrongPtr<Light, Mirk::VManagedObjectBase>
 makePlaced(const std::string& name, const LightOptions& options, double worldUnit) {
+    checkPlace(options.position, worldUnit);
     const auto light = makeGlinting<Light>(name, options);
     light->position().set({}, point() + (options.position - point()) * (1.0 / worldUnit));
     // Distances are measured in that unit.

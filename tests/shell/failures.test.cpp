@@ -137,6 +137,14 @@ TEST_F(Failures, NameAnOutputOnAFullDisk) {
     EXPECT_EQ(contentOf(picture()), before);
 }
 
+TEST_F(Failures, NameALightThatIsTooFarAway) {
+    const Outcome outcome = render({mesh(), "--light=positional:position=0,0,1e20"});
+    EXPECT_NE(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.errors, HasSubstr("--light: position: expected coordinates from -1e+18 to "
+                                          "1e+18 with these data, got 1e+20; a light of parallel "
+                                          "rays is 'directional'"));
+}
+
 TEST_F(Failures, NameAFullDiskBehindStandardOutput) {
     Surroundings fullDisk;
     fullDisk.mostBytesOfFile = 8;
