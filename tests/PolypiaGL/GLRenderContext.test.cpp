@@ -1361,17 +1361,30 @@ TEST_F(PickingTest, WaveThatAsksDrawsWithItsValuesOfAProgramThatWhatIsPickedUses
     }
 }
 
+/// The whole picture, in the colour that the point "place" is relative to the origin.
+class PlaceColor {
+public:
+    explicit PlaceColor(GLRenderContext& context)
+        : program(context.createProgram(passVertex,
+                                        "#version 330\nuniform vec3 place;\nout vec4 color;\n"
+                                        "void main() { color = vec4(place, 1.0); }\n",
+                                        "test.vert", "test.frag", 1U, 1U, {}, {})),
+          polyp(new Polyp(Keel::WeakPtr<Keel::Creature>())) {
+        polyp->insert(program);
+        const auto vertices = context.createCoordinates(
+            chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
+        polyp->insert(vertices);
+        polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+    }
+
+    const RenderBasin::ProgramPtr program;
+    const PolypPtr polyp;
+};
+
 TEST_F(PickingTest, WaveThatAsksDrawsWithItsOriginOfAProgramThatWhatIsPickedUses) {
-    const std::string fragment = "#version 330\nuniform vec3 place;\nout vec4 color;\n"
-                                 "void main() { color = vec4(place, 1.0); }\n";
-    const auto program =
-        context->createProgram(passVertex, fragment, "test.vert", "test.frag", 1U, 1U, {}, {});
-    const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
-    polyp->insert(program);
-    const auto vertices = context->createCoordinates(
-        chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
-    polyp->insert(vertices);
-    polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+    const PlaceColor colored(*context);
+    const auto& program = colored.program;
+    const auto& polyp = colored.polyp;
     (*program)["place"] = Skua::PhysicalSpace::point{1e9 + 1, 1, 0};
     const auto drawFrom = [&](const Skua::PhysicalSpace::vector& origin) {
         program->setAllProgramVariables(RenderBasin::FloatedOrigin(origin));
@@ -1399,16 +1412,9 @@ TEST_F(PickingTest, WaveThatAsksDrawsWithItsOriginOfAProgramThatWhatIsPickedUses
 }
 
 TEST_F(PickingTest, PointThatComesBackIsSentWithThePresentOrigin) {
-    const std::string fragment = "#version 330\nuniform vec3 place;\nout vec4 color;\n"
-                                 "void main() { color = vec4(place, 1.0); }\n";
-    const auto program =
-        context->createProgram(passVertex, fragment, "test.vert", "test.frag", 1U, 1U, {}, {});
-    const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
-    polyp->insert(program);
-    const auto vertices = context->createCoordinates(
-        chunk<FloatPoint>({{-1, -1, 0}, {1, -1, 0}, {-1, 1, 0}, {1, 1, 0}}), "Coordinates");
-    polyp->insert(vertices);
-    polyp->insert(vertices->createPainter(RenderNamespace::TriangleStrip));
+    const PlaceColor colored(*context);
+    const auto& program = colored.program;
+    const auto& polyp = colored.polyp;
     const Skua::PhysicalSpace::point place{5, 1, 0};
     const auto drawing = add("drawing", {});
     drawing->action = [&] {

@@ -140,9 +140,10 @@ TEST_F(Pictures, AreTheSameForACloudFarFromZero) {
     const Image here = draw({model("here.ply", spiral()), "--resolution=200,200"});
     const Model moved = spiral().movedBy({1e9, -3e9, 2e9});
     const Image there = draw({model("there.ply", moved), "--resolution=200,200"});
-    // Edges may have another sample where a place is rounded to the other side of it.
+    // Edges may have another sample where a place is rounded to the other side of it: one pixel of
+    // 40,000 here, where a shift by a tenth of a pixel would be seen in hundreds.
     const Comparison found = compare(here, there);
-    EXPECT_LE(found.mean, 0.02) << found.worst;
+    EXPECT_LE(found.pixelsBeyond, 10U) << found.worst;
 }
 
 TEST_F(Pictures, AreTheSameForAMeshOfAnySize) {
