@@ -80,16 +80,14 @@ function(polypia_add_library name)
   install(FILES ${arg_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name})
 endfunction()
 
-# What nearly all tests include, compiled once for all of them. Only with a sanitizer: without one
-# each test shows that it includes what it uses.
+# What nearly all tests include, compiled once for all of them: that is a quarter of their time.
 function(_polypia_add_test_headers)
   add_library(test_headers OBJECT EXCLUDE_FROM_ALL
-    ${PROJECT_SOURCE_DIR}/cmake/sanitizers/testHeaders.cpp)
+    ${PROJECT_SOURCE_DIR}/cmake/testHeaders.cpp)
   _polypia_settings(test_headers)
   _polypia_test_settings(test_headers)
   target_link_libraries(test_headers PRIVATE GTest::gmock)
-  target_precompile_headers(test_headers PRIVATE
-    <gmock/gmock.h> <algorithm> <functional> <map> <memory> <random> <string> <thread> <vector>)
+  target_precompile_headers(test_headers PRIVATE <gmock/gmock.h>)
 endfunction()
 
 function(_polypia_test_settings target)
@@ -99,22 +97,27 @@ function(_polypia_test_settings target)
     # Checks before each access, which the address sanitizer makes as well: a third of the time.
     target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment,object-size)
   endif()
-  if(POLYPIA_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Without it ccache knows no file that was compiled with shared headers.
     target_compile_options(${target} PRIVATE -fpch-preprocess)
   endif()
 endfunction()
 
 # polypia_add_tests(NAME LABEL tier SOURCES a.test.cpp ... LIBRARIES targets ...
-#                   [ENVIRONMENT NAME=value ...] [NO_NEW_THREADS])
+#                   [SERIAL_SOURCES b.test.cpp ...] [ENVIRONMENT NAME=value ...] [NO_NEW_THREADS])
 #
 # One test program for a folder of tests. Its cases are found when the tests are run, and run in a
 # process each; with a sanitizer they share one, as starting it takes longer than most cases.
 # LABEL is the tier: unit (no graphics context), gl (needs one), image (compares pictures).
 # NO_NEW_THREADS tells that there are no threads in it, or none but those of other tests: it is left
-# out with the thread sanitizer, with which it would take minutes.
+# out with the thread sanitizer, with which it would take minutes. SERIAL_SOURCES are those of which
+# that is true, beside others.
 function(polypia_add_tests name)
-  cmake_parse_arguments(arg "NO_NEW_THREADS" "LABEL" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(arg "NO_NEW_THREADS" "LABEL"
+    "SOURCES;SERIAL_SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
+  if(NOT POLYPIA_SANITIZE MATCHES thread)
+    list(APPEND arg_SOURCES ${arg_SERIAL_SOURCES})
+  endif()
   add_executable(${name} ${arg_SOURCES})
   _polypia_settings(${name})
   _polypia_test_settings(${name})
@@ -123,11 +126,11 @@ function(polypia_add_tests name)
     return()
   endif()
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
+  if(NOT TARGET test_headers)
+    _polypia_add_test_headers()
+  endif()
+  target_precompile_headers(${name} REUSE_FROM test_headers)
   if(POLYPIA_SANITIZE)
-    if(NOT TARGET test_headers)
-      _polypia_add_test_headers()
-    endif()
-    target_precompile_headers(${name} REUSE_FROM test_headers)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} ENVIRONMENT "${arg_ENVIRONMENT}")
     return()

@@ -117,14 +117,34 @@ private:
 
 DisplayObject::Pieces::Pieces(const DisplayObject& display, const Seagrass& seagrass,
                               const Generation& generation, const Content& content,
-                              const CompiledPtr& compiled)
-    : _display(display), _generation(generation), _compiled(compiled) {
-    for (std::size_t piece = 0; piece < content.pieces; ++piece) {
-        _creators.emplace_back(new PieceCreator(seagrass, {}, *this, piece));
-    }
-}
+                              const CompiledPtr& compiled, const LightsPtr& lights)
+    : _display(display),
+      _generation(generation),
+      _compiled(compiled),
+      _lights(lights),
+      _creators(creatorsFor(*this, seagrass, content.pieces)),
+      _lease(newLease()) {}
 
 DisplayObject::Pieces::~Pieces() = default;
+
+std::vector<DisplayObject::Pieces::PieceCreatorPtr>
+DisplayObject::Pieces::creatorsFor(const Pieces& pieces, const Seagrass& seagrass,
+                                   std::size_t number) {
+    std::vector<PieceCreatorPtr> creators;
+    for (std::size_t piece = 0; piece < number; ++piece) {
+        creators.emplace_back(new PieceCreator(seagrass, {}, pieces, piece));
+    }
+    return creators;
+}
+
+KeptPieces::LeasePtr DisplayObject::Pieces::newLease() const {
+    std::vector<Keel::WeakPtr<PolypCreatorBase>> creators(_creators.begin(), _creators.end());
+    return std::make_shared<KeptPieces::Lease>(std::move(creators));
+}
+
+void DisplayObject::Pieces::replaceLights(const CompiledPtr& compiled, const LightsPtr& lights) {
+    if (compiled == _compiled) _lights = lights;
+}
 
 bool DisplayObject::Pieces::isReady(const PieceCreator& creator) {
     return creator.isThere() && creator.hasData();
@@ -133,12 +153,6 @@ bool DisplayObject::Pieces::isReady(const PieceCreator& creator) {
 bool DisplayObject::Pieces::isEmpty() const {
     return std::none_of(_creators.begin(), _creators.end(),
                         [](const PieceCreatorPtr& creator) { return isReady(*creator); });
-}
-
-void DisplayObject::Pieces::keep(bool kept) {
-    if (_isKept == kept) return;
-    _isKept = kept;
-    for (const PieceCreatorPtr& creator : _creators) creator->enableCaching(kept);
 }
 
 /// What is on the GPU; null if it has to wait. Behind a refusal or a failure nothing is filled.
@@ -175,7 +189,7 @@ PolypPtr DisplayObject::Pieces::upload(const PolypPtr& polyp, PieceCreator& crea
         throw;
     }
     creator.noteUpload(*polyp, context);
-    polyp->pin(_isKept);
+    polyp->pin(_lease->isKept());
     return polyp;
 }
 
@@ -220,7 +234,7 @@ bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& 
     context.updateTranslatedViews(polyp, creator.viewsOf(context), point() - _generation.origin);
     const RenderBasin::ProgramPtr program(_generation.program);
     if (!program) return false;
-    mergeLights(polyp, context, *program);
+    mergeLights(polyp, *program);
     // Places of lights are relative to what the vertices are relative to.
     _compiled->tellOrigin(program, _generation.origin);
     return polyp.updateValues(context);
@@ -235,14 +249,15 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
     return true;
 }
 
-/// Brings the lights to the program, if the piece has a part in them.
-void DisplayObject::Pieces::mergeLights(const Polyp& polyp, const VRenderContext& context,
-                                        RenderBasin::Program& program) {
-    const RenderBasin::IlluminationPtr illumination = RenderBasin::Illumination::get(polyp);
-    if (!illumination) return;
-    const RenderBasin::Lighting& lights = *context.getSeagrass();
-    if (lights.empty() && program.IlluminationUniformNames.empty()) return;
-    illumination->mergeIlluminationUniformsIntoProgram(program);
+/// Brings the lights to the program, if the piece has a part in them. They are those that its text
+/// was made for: while others wait for their program, or that is faulty, these shine on. Once one
+/// of them has gone nothing can number the others, which stay as they are.
+void DisplayObject::Pieces::mergeLights(const Polyp& polyp, RenderBasin::Program& program) const {
+    if (!RenderBasin::Illumination::get(polyp)) return;
+    if (_lights->empty() && program.IlluminationUniformNames.empty()) return;
+    const bool areAllThere =
+        std::all_of(_lights->begin(), _lights->end(), [](const auto& light) { return bool(light); });
+    if (areAllThere) RenderBasin::mergeIlluminationUniforms(*_lights, program);
 }
 
 } // namespace Mirk

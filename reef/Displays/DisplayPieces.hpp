@@ -2,6 +2,7 @@
 // The polyps of a display object; stands on its programs and PolypCreator.
 
 #include <Displays/DisplayPrograms.hpp>
+#include <Displays/KeptPieces.hpp>
 
 #include <exception>
 #include <memory>
@@ -27,6 +28,8 @@ struct DisplayObject::Generation {
     }
 };
 
+using LightsPtr = std::shared_ptr<const RenderBasin::Lighting>;
+
 /// The pieces of one generation, a polyp for each. For the render thread.
 class DisplayObject::Pieces {
 public:
@@ -36,18 +39,23 @@ public:
         std::exception_ptr failure = nullptr;
     };
 
+    /// The lights are those of the program's text.
     Pieces(const DisplayObject& display, const Seagrass& seagrass, const Generation& generation,
-           const Content& content, const CompiledPtr& compiled);
+           const Content& content, const CompiledPtr& compiled, const LightsPtr& lights);
     ~Pieces();
     Pieces(const Pieces&) = delete;
     Pieces& operator=(const Pieces&) = delete;
 
     bool isOf(const Generation& generation) const { return _generation.isSame(generation); }
     const Generation& generation() const { return _generation; }
+    /// Other lights for the same text.
+    void replaceLights(const CompiledPtr& compiled, const LightsPtr& lights);
     /// Whether none of the pieces can be drawn.
     bool isEmpty() const;
-    /// While they are kept, the cache evicts none of those that are there or come.
-    void keep(bool kept);
+    /// Has the cache evict none of those that are there or come, as long as this is called for each
+    /// drawing.
+    void keep(KeptPieces& all) { all.renew(_lease); }
+    void endKeeping() { _lease->end(); }
 
     /// Brings the pieces that are missing to the GPU, as far as the allowance of the frame goes,
     /// and draws nothing. True if all are there, and can be drawn.
@@ -63,6 +71,9 @@ private:
     using PieceCreator = PolypCreator<Filler>;
     using PieceCreatorPtr = Keel::StrongPtr<PieceCreator, PolypCreatorBase::ReferenceRoot>;
 
+    static std::vector<PieceCreatorPtr> creatorsFor(const Pieces& pieces, const Seagrass& seagrass,
+                                                    std::size_t number);
+    KeptPieces::LeasePtr newLease() const;
     static bool isReady(const PieceCreator& creator);
     PolypPtr provide(PieceCreator& creator, VRenderContext& context, const Content& content,
                      Supply& supply) const;
@@ -70,14 +81,14 @@ private:
     bool update(VRenderContext& context, const PieceCreator& creator, Polyp& polyp) const;
     bool drawPiece(VRenderContext& context, const PieceCreator& creator, Polyp& polyp,
                    std::size_t level) const;
-    static void mergeLights(const Polyp& polyp, const VRenderContext& context,
-                            RenderBasin::Program& program);
+    void mergeLights(const Polyp& polyp, RenderBasin::Program& program) const;
 
     const DisplayObject& _display;
     const Generation _generation;
     const CompiledPtr _compiled; // to be there when it is asked for again
-    bool _isKept = false;
-    std::vector<PieceCreatorPtr> _creators;
+    LightsPtr _lights;
+    const std::vector<PieceCreatorPtr> _creators;
+    const KeptPieces::LeasePtr _lease;
 };
 
 } // namespace Mirk

@@ -1,5 +1,6 @@
 #include <Displays/DisplayShowings.hpp>
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
 #include <Displays/originThreshold.hpp>
 
@@ -16,15 +17,63 @@ namespace Mirk {
 
 namespace {
 
-/// Empty if it is no RenderException.
+/// What fails as an exception that can be reported.
+std::exception_ptr reportable(const std::exception_ptr& failure) {
+    if (!failure) return {};
+    try {
+        std::rethrow_exception(failure);
+    } catch (const RenderException&) {
+        return failure;
+    } catch (const std::exception& exception) {
+        return std::make_exception_ptr(DisplayFailure(exception.what()));
+    } catch (...) {
+        return std::make_exception_ptr(DisplayFailure("an exception of an unknown kind"));
+    }
+}
+
+/// Of one that is reportable; empty if there is none.
 std::string reportOf(const std::exception_ptr& failure) {
     if (!failure) return {};
     try {
         std::rethrow_exception(failure);
     } catch (const RenderException& exception) {
         return exception.str();
+    }
+}
+
+/// What fails in the same way in each frame is one failure.
+void noteFailure(std::exception_ptr& noted, const std::exception_ptr& failure) {
+    const std::exception_ptr report = reportable(failure);
+    if (!report || reportOf(report) != reportOf(noted)) noted = report;
+}
+
+/// Less than what makes a difference to any camera.
+constexpr double anyDistance = std::numeric_limits<double>::min();
+
+/// Whether a frame brings all of it to the GPU, as far as the sizes are known.
+bool fitsInto(const VRenderContext& context, const DisplayObject::Content& content) {
+    std::size_t bytes = 0;
+    for (std::size_t piece = 0; piece < content.pieces; ++piece) bytes += content.leastBytes(piece);
+    return context.renderAllowance >= static_cast<std::int64_t>(bytes);
+}
+
+/// A transformation that comes out of a file is of a kind that leaves all where it is.
+bool movesThings(const TransformOperator& transform) {
+    return transform.functor &&
+           dynamic_cast<const TransformOperator::Shift*>(transform.functor.get()) == nullptr;
+}
+
+/// Where an operator puts things is not known but for their box, and that they are looked at. For a
+/// camera within the box there is only the latter.
+double nearestOfMoved(const DisplayObject& display, const ValuePoolPtr& pool,
+                      const VCamera& camera) {
+    const double ofLook = norm(camera.lookAt - camera.position);
+    try {
+        const auto box = VTransformable::drawnBounds(display, &display, pool);
+        const double ofBox = box ? distanceToBox(*box, camera.position) : 0.0;
+        return ofBox > 0.0 ? std::min(ofLook, ofBox) : ofLook;
     } catch (...) {
-        return {};
+        return ofLook; // it fails to tell its box to those who cull as well
     }
 }
 
@@ -35,7 +84,8 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _pool(context.pool),
       _eyes(context.EyeViews.size()),
       _outputViews(context.OutputViews),
-      _takesFiles(context.ShaderFileOverrides) {}
+      _takesFiles(context.ShaderFileOverrides),
+      _keptPieces(KeptPieces::of(seagrass)) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
     return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
@@ -55,7 +105,7 @@ bool DisplayObject::Showing::isAlive() const {
 }
 
 bool DisplayObject::Showing::clear() {
-    _coming.reset();
+    setComing({});
     _shown.reset();
     return !_compiled || !_compiled->failure();
 }
@@ -64,32 +114,55 @@ bool DisplayObject::Showing::isOriginComing() const {
     return _coming && _shown && _coming->generation().origin != _shown->generation().origin;
 }
 
-/// By the eye that is in the greatest need of an origin near to it.
-DisplayObject::point DisplayObject::Showing::originIn(VRenderContext& context,
+/// Follows the eye that leaves all of them in the least need: what helps one of them and harms
+/// another as much would come and go. What doesn't go to the GPU in one frame begins ahead of time.
+DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& display,
+                                                      VRenderContext& context,
                                                       const ContentPtr& content,
-                                                      bool isTransformed) {
+                                                      const TransformOperator& transform) {
     vector origin = FloatOrigin::getTranslationVector(_place);
     if (isOriginComing()) return point() + origin;
-    _nearest.resize(context.EyeViews.size());
-    std::optional<unsigned> needing;
-    double least = std::numeric_limits<double>::infinity();
-    for (unsigned eye = 0; eye < _nearest.size(); ++eye) {
-        const VCamera& camera = context.CurrentView(eye, 0).camera;
-        if (!isFinite(camera.position)) continue;
-        // Where an operator puts things is not known, but they are what is looked at.
-        const double nearest = isTransformed ? norm(camera.lookAt - camera.position)
-                                             : nearestTo(eye, camera.position, content);
-        const double threshold = originThreshold(context, eye, nearest);
-        const bool isFar = norm(camera.position - point() - origin) > threshold;
-        if (!isFar || threshold >= least) continue;
-        needing = eye;
-        least = threshold;
+    findNeeds(display, context, content, transform);
+    double least = greatestNeed(point() + origin);
+    constexpr double early = 0.5;
+    if (least <= early || (least <= 1.0 && fitsInto(context, *content))) return point() + origin;
+    const Need* best = nullptr;
+    for (const Need& need : _needs) {
+        const double greatest = greatestNeed(need.camera);
+        if (!(greatest < least)) continue;
+        best = &need;
+        least = greatest;
     }
-    if (!needing) return point() + origin;
-    const unsigned currentEye = std::exchange(context.CurrentEye, *needing);
-    FloatOrigin::getTranslationVector(context, _place, origin, least);
+    if (best == nullptr) return point() + origin;
+    const unsigned currentEye = std::exchange(context.CurrentEye, best->eye);
+    FloatOrigin::getTranslationVector(context, _place, origin, anyDistance);
     context.CurrentEye = currentEye;
     return point() + origin;
+}
+
+void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderContext& context,
+                                       const ContentPtr& content,
+                                       const TransformOperator& transform) {
+    const auto eyes = static_cast<unsigned>(context.EyeViews.size());
+    _nearest.resize(eyes);
+    _needs.clear();
+    for (unsigned eye = 0; eye < eyes; ++eye) {
+        const VCamera& camera = context.CurrentView(eye, 0).camera;
+        if (!isFinite(camera.position)) continue;
+        const double nearest = movesThings(transform)
+                                   ? nearestOfMoved(display, context.pool, camera)
+                                   : nearestTo(eye, camera.position, content);
+        _needs.push_back({eye, camera.position, originThreshold(context, eye, nearest)});
+    }
+}
+
+/// Above 1 if an origin is too far away from an eye.
+double DisplayObject::Showing::greatestNeed(const point& origin) const {
+    double greatest = 0.0;
+    for (const Need& need : _needs) {
+        greatest = std::max(greatest, norm(need.camera - origin) / need.threshold);
+    }
+    return greatest;
 }
 
 /// Looks through the content only if the camera or the content is another one.
@@ -106,96 +179,126 @@ bool DisplayObject::Showing::isOther(const Generation& generation) const {
     return !_compiled || !_wanted.isOfSameInputs(generation);
 }
 
-void DisplayObject::Showing::setWanted(const Generation& generation, const CompiledPtr& compiled) {
+void DisplayObject::Showing::setWanted(const Generation& generation, const CompiledPtr& compiled,
+                                       const RenderBasin::Lighting& lights) {
     _wanted = generation;
     _compiled = compiled;
+    _lights = std::make_shared<const RenderBasin::Lighting>(lights);
+    for (Pieces* const pieces : {_shown.get(), _coming.get()}) {
+        if (pieces != nullptr) pieces->replaceLights(_compiled, _lights);
+    }
+}
+
+void DisplayObject::Showing::setFailed(const std::exception_ptr& failure) {
+    _wanted = {};
+    _compiled.reset();
+    noteFailure(_notComposed, failure);
 }
 
 DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& display,
                                                            VRenderContext& context,
-                                                           const Content& content) {
-    _wanted.program = _compiled->program(context);
-    const bool isWhole = drawBest(display, context, content);
+                                                           std::size_t level) {
+    _keptPieces->noteDrawing(_frame);
+    if (_compiled) _wanted.program = _compiled->program(context);
+    const bool isWhole = drawBest(display, context, level);
+    keepPieces();
+    const bool hasLevels = _shown && (_shown->generation().form & DisplayObject::hasLevels) != 0;
+    _drawnLevel = hasLevels ? level : 0;
+    if (!_compiled) return {false, _notComposed};
     const std::exception_ptr notCompiled = _compiled->failure();
     display._isDrawnAsBefore = isWhole && notCompiled;
     return {isWhole, notCompiled ? notCompiled : _notSupplied};
 }
 
+/// Whether all that is wanted was drawn.
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
-                                      const Content& content) {
+                                      std::size_t level) {
     if (!_wanted.program) {
-        // Nothing else may ever be drawn.
-        if (_shown) _shown->keep(true);
-        drawShown(context);
+        setComing({});
+        if (_shown) _shown->drawPresent(context, level);
         return false;
     }
-    provideWanted(display, content);
+    provideWanted(display);
+    keepPieces();
     Pieces::Supply supply;
-    if (_coming && _coming->prepare(context, content, supply)) showComing();
-    const bool isWhole = !_coming && _shown->draw(context, content, level, supply);
-    if (_coming) drawShown(context);
-    noteSupply(supply.failure);
+    if (_coming && _coming->prepare(context, *_comingContent, supply)) showComing();
+    bool isWhole = false;
+    if (_shown->isOf(_wanted)) {
+        isWhole = _shown->draw(context, *_wanted.content.lock(), level, supply);
+    } else {
+        _shown->drawPresent(context, level);
+    }
+    noteFailure(_notSupplied, supply.failure);
     return isWhole;
 }
 
-void DisplayObject::Showing::drawShown(VRenderContext& context) const {
-    if (_shown) _shown->drawPresent(context, level);
-}
-
-/// Has what is wanted be what is shown or coming. What can't be drawn is not worth to be kept on
-/// show.
-void DisplayObject::Showing::provideWanted(const DisplayObject& display, const Content& content) {
+/// Has what is wanted be what is shown or coming, if nothing is to be finished ahead of it. What
+/// can't be drawn is not worth to be kept on show.
+void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
     if (_shown && _shown->isOf(_wanted)) return setComing({});
     if (_shown && _shown->isEmpty()) showComing();
     const Pieces* const last = _coming ? _coming.get() : _shown.get();
     if (last != nullptr && last->isOf(_wanted)) return;
+    if (_coming && isToBeFinished(*_coming)) return;
     const Keel::StrongPtr<Seagrass> seagrass(_seagrass);
-    auto pieces = std::make_unique<Pieces>(display, *seagrass, _wanted, content, _compiled);
+    auto pieces = std::make_unique<Pieces>(display, *seagrass, _wanted, *_wanted.content.lock(),
+                                           _compiled, _lights);
     if (_shown) return setComing(std::move(pieces));
     _shown = std::move(pieces);
 }
 
+/// Data that change faster than they can go to the GPU would never be shown if each took the place
+/// of those before. What differs otherwise, or can't go there, is better given up.
+bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
+    const Generation& coming = pieces.generation();
+    return !_notSupplied && !pieces.isEmpty() && coming.program == _wanted.program &&
+           coming.form == _wanted.form && coming.transform.functor == _wanted.transform.functor;
+}
+
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
     _coming = std::move(pieces);
-    // Neither is of use in parts: what the cache evicts of the one that is shown may never come
-    // back, and the other would never be complete.
-    _shown->keep(bool(_coming));
-    if (_coming) _coming->keep(true);
+    _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
 void DisplayObject::Showing::showComing() {
     _shown = std::move(_coming);
-    if (_shown) _shown->keep(false);
+    _comingContent.reset();
 }
 
-/// What fails in the same way in each frame is one failure.
-void DisplayObject::Showing::noteSupply(const std::exception_ptr& failure) {
-    const std::string text = reportOf(failure);
-    const bool isSame = !text.empty() && text == reportOf(_notSupplied);
-    if (!isSame) _notSupplied = failure;
+/// Where one is to take the place of the other, neither is of use in parts: what the cache evicts
+/// of the one that is shown may never come back, and the other would never be complete. What is
+/// shown because there is no program may be all that is ever drawn.
+void DisplayObject::Showing::keepPieces() {
+    if (_coming) _coming->keep(*_keptPieces);
+    if (!_shown) return;
+    if (_coming || !_wanted.program) {
+        _shown->keep(*_keptPieces);
+    } else {
+        _shown->endKeeping();
+    }
 }
 
 bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seagrass,
                                    const ContentPtr& content) {
     Showing& showing = showingFor(seagrass, context);
-    showing.level = _display.levelIn(context, showing.level);
-    showing.needsLevels = showing.needsLevels || showing.level > 0;
+    const std::size_t level = _display.levelIn(context, showing.drawnLevel());
+    showing.needsLevels = showing.needsLevels || level > 0;
     const Form form = _display.wholeForm(context.pool);
     const TransformOperator transform = _display.transformIn(context.pool);
-    const Generation wanted{content, showing.originIn(context, content, bool(transform.functor)),
+    const Generation wanted{content, showing.originIn(_display, context, content, transform),
                             form | (showing.needsLevels ? hasLevels : 0), transform};
     // Other lights are another text for those who ask for light; nothing is compiled for the same.
     if (showing.isOther(wanted) || !context.hasValidLighting(showing)) {
         showing.rejuvenate(); // first: what changes meanwhile is not to be missed
         try {
             showing.setWanted(wanted,
-                              compiledFor(context, seagrass, *content, form, wanted.transform));
+                              compiledFor(context, seagrass, *content, form, wanted.transform),
+                              seagrass);
         } catch (...) {
-            showing.setWanted({}, {}); // to be tried again
-            throw;
+            showing.setFailed(std::current_exception());
         }
     }
-    const Showing::Drawn drawn = showing.draw(_display, context, *content);
+    const Showing::Drawn drawn = showing.draw(_display, context, level);
     if (tell(seagrass, context.pool, drawn.failure)) {
         _display._hasThrown = true;
         std::rethrow_exception(drawn.failure);

@@ -32,54 +32,76 @@ public:
 
     /// What vertices are to be relative to. While those of another origin are on their way to the
     /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
-    point originIn(VRenderContext& context, const ContentPtr& content, bool isTransformed);
+    point originIn(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
+                   const TransformOperator& transform);
 
     /// Whether what was asked for last is something else.
     bool isOther(const Generation& generation) const;
-    /// Asks for that, by whichever program there is when it is drawn.
-    void setWanted(const Generation& generation, const CompiledPtr& compiled);
+    /// Asks for that, by whichever program there is when it is drawn, with these lights.
+    void setWanted(const Generation& generation, const CompiledPtr& compiled,
+                   const RenderBasin::Lighting& lights);
+    /// Asks for nothing, for that reason: what was drawn before goes on, and anything is other.
+    void setFailed(const std::exception_ptr& failure);
 
     struct Drawn {
         bool isWhole;
         std::exception_ptr failure; ///< the same as long as it lasts
     };
     /// Draws what was asked for last or, until all of it is on the GPU, what was drawn before, and
-    /// tells what keeps it from being compiled or brought there.
-    Drawn draw(const DisplayObject& display, VRenderContext& context, const Content& content);
+    /// tells what keeps it from being composed, compiled or brought there.
+    Drawn draw(const DisplayObject& display, VRenderContext& context, std::size_t level);
 
-    std::size_t level = 0;       ///< that was drawn last
+    /// The level that was drawn last, which is 0 as long as there are no others.
+    std::size_t drawnLevel() const { return _drawnLevel; }
+
     bool needsLevels = false;    ///< once a level was needed
     std::uint64_t lastDrawn = 0; ///< by the number of drawings in its Seagrass
 
 private:
-    void provideWanted(const DisplayObject& display, const Content& content);
+    void provideWanted(const DisplayObject& display);
+    bool isToBeFinished(const Pieces& pieces) const;
     void setComing(std::unique_ptr<Pieces> pieces);
     void showComing();
-    bool drawBest(const DisplayObject& display, VRenderContext& context, const Content& content);
-    void noteSupply(const std::exception_ptr& failure);
-    void drawShown(VRenderContext& context) const;
+    bool drawBest(const DisplayObject& display, VRenderContext& context, std::size_t level);
+    void keepPieces();
 
     struct Nearest {
         std::weak_ptr<const Content> content;
         point camera{};
         double distance = 0.0;
     };
+    /// An eye that is somewhere, and how far it may be from the origin.
+    struct Need {
+        unsigned eye;
+        point camera;
+        double threshold;
+    };
 
     bool isOriginComing() const;
+    void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
+                   const TransformOperator& transform);
+    double greatestNeed(const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
     Keel::Intercube _place;        // where the origin is kept
     std::vector<Nearest> _nearest; // of each eye
+    std::vector<Need> _needs;      // of this frame
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;
+    const Keel::StrongPtr<KeptPieces, Keel::InterfaceBase> _keptPieces;
+    std::uint64_t _frame = 0; // by these
+    std::size_t _drawnLevel = 0;
     Generation _wanted;
     CompiledPtr _compiled;
+    LightsPtr _lights;
+    std::exception_ptr _notComposed; // why there is nothing that could be compiled
     std::exception_ptr _notSupplied; // why something isn't on the GPU
     std::unique_ptr<Pieces> _shown;  // what is drawn
     std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
+    ContentPtr _comingContent;       // which may be replaced in the object by then
 };
 
 /// All of them; of a display object, with its mutex held. One goes when its Seagrass has drawn

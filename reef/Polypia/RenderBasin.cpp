@@ -3,10 +3,15 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/RenderTentacles.hpp>
 #include <Polypia/Seagrass.hpp>
+#include <Polypia/shaderText.hpp>
 
+#include <algorithm>
+#include <map>
 #include <mutex>
+#include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace Mirk {
 
@@ -17,11 +22,23 @@ RenderBasin::ShaderProgram shader(const std::string& code, const std::string& na
 }
 
 using Variables = RenderNamespace::ProgramVariables;
+using VariantMap = std::map<std::string, Variables::Variant>;
 
 /// Removes a name from the map of each type.
 void eraseVariable(Variables& variables, const std::string& name) {
     variables.erase(name);
     variables.forEachKind([&](auto& values) { values.erase(name); });
+}
+
+/// Sets a name in the map of one type, and removes it from the others.
+template<class Map, class Value>
+void setVariable(Variables& variables, Map& map, const std::string& name, const Value& value) {
+    const auto eraseElsewhere = [&](auto& values) {
+        if (static_cast<const void*>(&values) != &map) values.erase(name);
+    };
+    eraseElsewhere(static_cast<VariantMap&>(variables));
+    variables.forEachKind(eraseElsewhere);
+    map.insert_or_assign(name, value);
 }
 
 /// Calls `visit` with each name, its value and the map of a target for values of that type. The map
@@ -32,7 +49,9 @@ void forEachVariable(const Variables& source, Variables& target, const Visitor& 
         using Value = typename std::remove_reference_t<decltype(values)>::mapped_type;
         for (const auto& [name, value] : values) visit(name, value, target.values<Value>());
     });
-    for (const auto& [name, value] : source) visit(name, value, target);
+    for (const auto& [name, value] : source) {
+        visit(name, value, static_cast<VariantMap&>(target));
+    }
 }
 
 } // namespace
@@ -179,10 +198,13 @@ void RenderBasin::mergeIlluminationUniforms(Program& program) const {
     if (alive) mergeIlluminationUniforms(*alive, program);
 }
 
-// The set of names only grows: a program keeps nothing of lights that come and go.
+// In place, as this is done for each drawing: what stays is to allocate nothing. The set of names
+// only grows: a program keeps nothing of lights that come and go.
 void RenderBasin::mergeIlluminationUniforms(const Lighting& lighting, Program& program) {
+    thread_local std::string effective;
+    thread_local std::vector<const std::string*> present; // of the set
+    present.clear();
     Variables& variables = program;
-    for (const std::string& name : program.IlluminationUniformNames) eraseVariable(variables, name);
     unsigned int index = 0;
     for (const LightsByCreation::Light& light : lighting) {
         const Lighting::SourcePtr source(light);
@@ -190,12 +212,18 @@ void RenderBasin::mergeIlluminationUniforms(const Lighting& lighting, Program& p
         const auto lock = source->lockVariables();
         forEachVariable(
             *source, variables, [&](const std::string& name, const auto& value, auto& map) {
-                const std::string effective = Lighting::getEffectiveLightName(name, index);
-                program.IlluminationUniformNames.insert(effective);
-                eraseVariable(variables, effective);
-                map.insert_or_assign(effective, value);
+                effective = name;
+                replaceText(effective, Lighting::placeholder, std::to_string(index));
+                const auto known = program.IlluminationUniformNames.insert(effective).first;
+                present.push_back(&*known);
+                setVariable(variables, map, *known, value);
             });
         ++index;
+    }
+    std::sort(present.begin(), present.end());
+    for (const std::string& name : program.IlluminationUniformNames) {
+        if (std::binary_search(present.begin(), present.end(), &name)) continue;
+        eraseVariable(variables, name);
     }
 }
 

@@ -12,14 +12,17 @@ namespace Mirk {
 /// first line behind the marker.
 std::string lineMarker(int line, std::string_view source);
 
-/// The text with each `what`, found from left to right, replaced by `by`, which isn't searched
-/// again. An empty `what` is found nowhere.
-inline std::string replacedText(std::string text, std::string_view what, std::string_view by) {
-    if (what.empty()) return text;
+/// Replaces each `what`, found from left to right, by `by`, which isn't searched again. An empty
+/// `what` is found nowhere.
+inline void replaceText(std::string& text, std::string_view what, std::string_view by) {
+    if (what.empty()) return;
     for (std::size_t at = text.find(what); at != std::string::npos;
          at = text.find(what, at + by.size())) {
         text.replace(at, what.size(), by);
     }
+}
+inline std::string replacedText(std::string text, std::string_view what, std::string_view by) {
+    replaceText(text, what, by);
     return text;
 }
 

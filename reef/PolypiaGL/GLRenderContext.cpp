@@ -459,7 +459,18 @@ VRenderContext::RenderResult GLRenderContext::renderObjects(const ObjectSelectio
         result |= Interrupted;
     }
     openEye(0);
-    return result;
+    const std::size_t failures = _failures.size();
+    addFailures(_failures, std::exchange(_failuresOfPicks, {}));
+    return _failures.size() == failures ? result : result | Failed;
+}
+
+void GLRenderContext::addFailures(std::vector<Failure>& all, const std::vector<Failure>& more) {
+    for (const Failure& failure : more) {
+        const bool isKnown = std::any_of(all.begin(), all.end(), [&](const Failure& known) {
+            return known.object == failure.object && known.report == failure.report;
+        });
+        if (!isKnown) all.push_back(failure);
+    }
 }
 
 /// None if the object has no bounds, or fails to tell them.
@@ -634,7 +645,7 @@ public:
           _eye(context),
           _views(context),
           _wave(_machine),
-          _failures(context._failures),
+          _failures(std::exchange(context._failures, {})),
           _frameSeconds(context.precision ? context.precision->lastFrameTime.exchange(0.0) : 0.0) {
         context.takeWorldViews();
         // Those of the wave that asks.
@@ -644,6 +655,7 @@ public:
     Picking& operator=(const Picking&) = delete;
     ~Picking() {
         _context._pickTarget = _outerTarget;
+        addFailures(_context._failuresOfPicks, _context._failures);
         _context._failures = std::move(_failures);
         if (_context.precision) _context.precision->lastFrameTime = _frameSeconds;
         _wave.putBack(_machine);

@@ -74,6 +74,8 @@ public:
         /// What was said about a faulty shader, see RenderException; empty if it was no such.
         std::string shaderLog = {};
     };
+    /// Adds those that are not there yet.
+    static void addFailures(std::vector<Failure>& all, const std::vector<Failure>& more);
 
     /// The name of the block of uniforms that has the views, and of its buffer in the registry.
     static constexpr const char* MultiViewBlock = "MultiView";
@@ -132,7 +134,8 @@ public:
     /// Draws for the first eye, with the views of the last setEyes() and the precision of the
     /// frame. Objects are numbered in the order in which they are drawn, from 1; one that fails has
     /// a number, too, as what it has drawn is to be seen. The frame's failures and counts stay as
-    /// they are. An object may ask for this while it is drawn, and isn't found itself then; as all
+    /// they are; what fails here is among the failures of the next frame, or of that under way, as
+    /// objects may tell of it once. An object may ask for this while it is drawn, and isn't found itself then; as all
     /// others are locked in turn, nobody else may draw or hold them at that time. Pixels beyond the
     /// targets are 0. Behind it views, what the program of a wave under way draws with and OpenGL's
     /// state are as they were, but for textures and buffers that objects have bound. Of variables
@@ -240,6 +243,7 @@ private:
     std::shared_ptr<const ObjectSelection::Drawables> _drawables; // for which items were made
     std::shared_ptr<const Items> _items;
     std::vector<Failure> _failures;
+    std::vector<Failure> _failuresOfPicks; // that no frame has told yet
     std::size_t _drawn = 0;
     std::size_t _culled = 0;
     bool _collectsSeconds = false;

@@ -54,17 +54,6 @@ private:
     unsigned long long _bytes = 0;
 };
 
-/// Adds those that are not there yet.
-void addFailures(std::vector<GLRenderContext::Failure>& all,
-                 const std::vector<GLRenderContext::Failure>& more) {
-    for (const GLRenderContext::Failure& failure : more) {
-        const bool isKnown = std::any_of(all.begin(), all.end(), [&](const auto& known) {
-            return known.object == failure.object && known.report == failure.report;
-        });
-        if (!isKnown) all.push_back(failure);
-    }
-}
-
 /// Holds for a frame, and for what is picked or queued behind it no more.
 class TimeLimit {
 public:
@@ -216,7 +205,7 @@ OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderCont
         // Objects may tell of a failure once.
         std::vector<GLRenderContext::Failure> failures = std::move(frame.failures);
         frame = draw(eyes);
-        addFailures(failures, frame.failures);
+        GLRenderContext::addFailures(failures, frame.failures);
         frame.failures = std::move(failures);
         goesOn = patience.goesOn(frame, _allowance > allowance);
     }

@@ -1,4 +1,5 @@
 #include <Displays/DisplayObject.hpp>
+#include <Displays/KeptPieces.hpp>
 #include <Displays/originThreshold.hpp>
 
 #include "../keel/countedNew.hpp"
@@ -423,6 +424,67 @@ TEST_F(DisplayObjectTest, OriginIsNearTheEyeThatNeedsIt) {
     EXPECT_EQ(context.CurrentEye, 0U);
     draw(*distant);
     EXPECT_EQ(distant->filled.size(), 1U);
+}
+
+TEST_F(DisplayObjectTest, EyesThatNeedTwoOriginsHaveOneThatStays) {
+    const DisplayPtr<Plain> around(
+        new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+    context.setNumberOfEyes(2);
+    const double threshold = Mirk::originThreshold(context, 0, 0.0);
+    lookFrom(0, {4 * threshold, 0, 0});
+    lookFrom(1, {8 * threshold, 0, 0});
+    for (int frame = 0; frame < 4; ++frame) draw(*around);
+    EXPECT_EQ(around->filled.size(), 1U);
+    EXPECT_EQ(around->lastOrigin.x, 4 * threshold);
+}
+
+TEST_F(DisplayObjectTest, OriginOfWhatDoesNotGoUpInOneFrameFollowsAheadOfTime) {
+    const DisplayPtr<Plain> around(
+        new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+    around->pieces = 2;
+    around->knownBytes = bytes;
+    draw(*around);
+    const double threshold = Mirk::originThreshold(context, 0, 0.0);
+    lookFrom(0, {0, 0, 0.6 * threshold});
+    context.renderAllowance = 2 * bytes;
+    draw(*around);
+    EXPECT_EQ(around->filled.size(), 2U) << "it would go up at once";
+    context.renderAllowance = bytes;
+    draw(*around);
+    EXPECT_EQ(around->lastOrigin, (point{0, 0, 0.6 * threshold}));
+}
+
+TEST_F(DisplayObjectTest, OriginOfWhatIsTransformedIsAsNearAsItsBoxNeeds) {
+    /// Puts things a million lengths along x.
+    class Moving : public Mirk::TransformOperator::Functor {
+    public:
+        Mirk::TransformOperator::BoundingBoxPtr
+        transformedBBox(const Mirk::ValuePoolPtr&,
+                        const Mirk::TransformOperator::BoundingBoxPtr& box) const override {
+            const vector way{1e6, 0, 0};
+            return Mirk::TransformOperator::BoundingBoxPtr(
+                new Skua::BoundingBox(box->min + way, box->max + way));
+        }
+    };
+    Mirk::TransformOperator moved, shifted;
+    moved.functor = Mirk::TransformOperator::FunctorPtr(new Moving);
+    shifted.functor = Mirk::TransformOperator::FunctorPtr(
+        new Mirk::TransformOperator::Shift(vector{0, 0, 0}));
+    const point camera{1e6, 0, 10};
+    // It looks at something far behind all.
+    const auto look = [&](const point& place) {
+        lookFrom(0, place);
+        context.CurrentView(0, 0).camera.lookAt = place - vector{0, 0, 1e9};
+    };
+    look(camera);
+    object->transformSlot().set({}, moved);
+    draw(*object);
+    EXPECT_EQ(object->lastOrigin, camera);
+    const DisplayPtr<Plain> around(
+        new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+    around->transformSlot().set({}, shifted);
+    draw(*around);
+    EXPECT_EQ(around->lastOrigin, camera) << "nothing is moved by that";
 }
 
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
@@ -879,22 +941,141 @@ TEST_F(DisplayObjectUploads, WhatIsNotWantedAnyMoreGivesTheOthersFree) {
     EXPECT_EQ(context.basin.log->live["Painter"], 0);
 }
 
-TEST_F(DisplayObjectTest, ChangedAgainAheadOfThatTheFirstStaysDrawn) {
+TEST_F(DisplayObjectUploads, WhatIsNotDrawnAnyMoreIsKeptForAWhile) {
+    object->pieces = 2;
     object->knownBytes = bytes;
-    ASSERT_TRUE(draw(*object));
-    for (int change = 0; change < 3; ++change) {
-        object->setData(2);
-        context.renderAllowance = bytes;
-        context.basin.log->take();
-        EXPECT_FALSE(draw(*object));
-        EXPECT_THAT(context.basin.log->take(), testing::Contains(HasSubstr("draw Painter")));
-    }
-    seagrass->cleanup();
-    EXPECT_EQ(context.basin.log->live["Painter"], 2); // the first and half of the last
+    frame();
+    object->setData(3);
+    frame(bytes);
+    const DisplayPtr<Plain> other(new Plain);
     context.renderAllowance = 1000;
-    EXPECT_EQ(callsOfDraw(*object, "draw Painter"), 2);
+    const auto drawOther = [&](std::uint64_t frames) {
+        for (std::uint64_t i = 0; i < frames; ++i) draw(*other);
+        seagrass->lawn();
+        seagrass->cleanup();
+        return context.basin.log->live["Painter"];
+    };
+    const auto patience = Mirk::KeptPieces::patience;
+    EXPECT_EQ(drawOther(patience / 2), 3);
+    // From then on anew.
+    frame(0);
+    EXPECT_EQ(drawOther(patience - 2), 3);
+    EXPECT_EQ(drawOther(4), 0);
+    EXPECT_TRUE(frame().isWhole);
+}
+
+TEST_F(DisplayObjectUploads, WhatIsDrawnAgainIsKeptAgain) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    object->setData(3);
+    frame(bytes);
+    const DisplayPtr<Plain> other(new Plain);
+    context.renderAllowance = 1000;
+    for (std::uint64_t i = 0; i < 2 * Mirk::KeptPieces::patience; ++i) draw(*other);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    seagrass->lawn();
+    EXPECT_THAT(frame(0).drawn, ElementsAre("1", "2"));
+}
+
+TEST_F(DisplayObjectUploads, WithoutProgramNothingElseIsKeptThanWhatIsDrawn) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    object->setData(3);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    object->wantedForm = 7;
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    testing::internal::GetCapturedStdout();
+    seagrass->lawn();
     seagrass->cleanup();
     EXPECT_EQ(context.basin.log->live["Painter"], 2);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+}
+
+TEST_F(DisplayObjectUploads, DataThatChangeFasterThanTheyCanGoUpAreShownOneAfterTheOther) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    std::vector<std::vector<std::string>> drawn;
+    for (int change = 0; change < 4; ++change) {
+        object->setData(2);
+        const Frame changing = frame(bytes);
+        EXPECT_FALSE(changing.isWhole);
+        EXPECT_LE(changing.uploaded.size(), 1U);
+        drawn.push_back(changing.drawn);
+    }
+    EXPECT_EQ(drawn, (std::vector<std::vector<std::string>>{
+                         {"1", "2"}, {"3", "4"}, {"3", "4"}, {"5", "6"}}));
+    frame(bytes);
+    const Frame last = frame(bytes);
+    EXPECT_TRUE(last.isWhole);
+    EXPECT_THAT(last.drawn, ElementsAre("7", "8"));
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 2);
+}
+
+TEST_F(DisplayObjectUploads, OriginFollowsTheCameraWhileDataChangeInEachFrame) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    object->bounds = {{-1e9, -1e9, -1e9}, {1e9, 1e9, 1e9}};
+    frame();
+    for (int i = 1; i < 8; ++i) {
+        lookFrom(0, {0.0, 0.0, 1e8 * i});
+        object->setData(2);
+        frame(bytes);
+    }
+    EXPECT_GT(object->lastOrigin.z, 4e8);
+}
+
+TEST_F(DisplayObjectUploads, WhatCannotGoUpIsGivenUpForNewerData) {
+    object->pieces = 2;
+    frame();
+    object->setData(2);
+    context.basin.log->throwing = {"activate Tentacle data 4"};
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    testing::internal::GetCapturedStdout();
+    object->setData(2);
+    EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
+}
+
+TEST_F(DisplayObjectUploads, WhatIsOfAnotherFormIsNotWaitedFor) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    for (const std::uint32_t form : {1U, 2U, 3U}) {
+        object->wantedForm = form;
+        EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
+    }
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 3); // the first and half of the last
+    EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
+    seagrass->cleanup();
+    EXPECT_EQ(context.basin.log->live["Painter"], 2);
+}
+
+TEST_F(DisplayObjectUploads, AnyExceptionOfFillingIsAReportThatIsToldOnce) {
+    frame();
+    object->setData(1);
+    const auto fill = object->action;
+    object->action = [](Polyp&, Mirk::VRenderContext&) -> bool {
+        throw std::runtime_error("no more of it");
+    };
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 3; ++i) EXPECT_THAT(frame().drawn, ElementsAre("1"));
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(reportOf(*object), HasSubstr("no more of it"));
+    object->action = [](Polyp&, Mirk::VRenderContext&) -> bool { throw 7; };
+    for (int i = 0; i < 3; ++i) EXPECT_THAT(frame().drawn, ElementsAre("1"));
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 2U);
+    EXPECT_THAT(reportOf(*object), HasSubstr("an exception of an unknown kind"));
+    object->action = fill;
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
 }
 
 TEST_F(DisplayObjectTest, WithoutRoomNoMoreThanOnePieceOfUnknownSizeIsFilled) {
@@ -1096,6 +1277,19 @@ TEST_F(DisplayObjectDetail, WhatIsCheapByItsLevelKeepsThat) {
     setContribution(0.001);
     EXPECT_EQ(drawnRange(0.25), Range(0, 64));
     setContribution(0.004);
+    EXPECT_EQ(drawnRange(0.25), Range(0, 64));
+}
+
+TEST_F(DisplayObjectDetail, WhatIsDrawnWholeForWantOfLevelsCountsAsWhole) {
+    context.precision->precision = 1.0;
+    EXPECT_TRUE(draw(*object));
+    context.precision->precision = 0.25;
+    setContribution(0.02);
+    context.renderAllowance = 0;
+    EXPECT_FALSE(draw(*object));
+    setContribution(0.006);
+    EXPECT_FALSE(draw(*object));
+    context.renderAllowance = 1000;
     EXPECT_EQ(drawnRange(0.25), Range(0, 64));
 }
 

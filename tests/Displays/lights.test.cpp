@@ -9,6 +9,8 @@
 #include <functional>
 #include <limits>
 #include <numbers>
+#include <set>
+#include <string>
 
 using namespace Mirk;
 using testing::HasSubstr;
@@ -257,10 +259,44 @@ TEST_F(LightsTest, LightThatFailsToTellItsCodeIsAskedAgain) {
     lights.push_back(failing);
     request(*failing);
     failing->fails = true; // where it is asked for its code, too
-    EXPECT_THROW(drawLit(*surface), std::runtime_error);
+    testing::internal::CaptureStdout();
+    for (int frame = 0; frame < 2; ++frame) {
+        context.basin.log->take();
+        EXPECT_FALSE(drawLit(*surface));
+        EXPECT_THAT(context.basin.log->take(), testing::Contains(HasSubstr("draw Painter")))
+            << "as it was";
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(reportOf(*surface), HasSubstr("planted"));
     failing->fails = false;
     EXPECT_TRUE(drawLit(*surface));
     EXPECT_EQ(variable<float>("Own0"), 1.0F);
+    EXPECT_EQ(reportOf(*surface), "");
+}
+
+TEST_F(LightsTest, ProgramsThatAreDrawnWhileOthersWaitKeepTheirLights) {
+    const auto first = add<DirectionalLight>(); // which lives on
+    add<AmbientLight>();
+    const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));
+    ASSERT_TRUE(drawLit(*surface));
+    RecordingProgram& before = program();
+    const auto names = [&] {
+        std::set<std::string> all;
+        for (const auto& [name, value] : before) all.insert(name);
+        before.forEachKind([&](const auto& values) {
+            for (const auto& [name, value] : values) all.insert(name);
+        });
+        return all;
+    };
+    const auto expected = names();
+    ASSERT_FALSE(expected.empty());
+    lights.erase(lights.begin());
+    context.renderAllowance = 0;
+    for (int frame = 0; frame < 2; ++frame) {
+        EXPECT_FALSE(drawLit(*surface));
+        EXPECT_EQ(names(), expected);
+    }
 }
 
 TEST_F(LightsTest, HeadlightOfTwoEyesIsBetweenThem) {

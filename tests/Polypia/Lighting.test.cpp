@@ -3,6 +3,7 @@
 
 #include <Polypia/RenderNamespace.hpp>
 
+#include "../keel/countedNew.hpp"
 #include "RecordingBasin.hpp"
 #include "renderCache.hpp"
 #include "shaderFolder.hpp"
@@ -253,6 +254,37 @@ TEST_F(Lighting, MergingAgainLeavesTheSameVariables) {
     EXPECT_EQ(std::get<int>(merged->at("u0")), std::get<int>(first.at("u0")));
     EXPECT_EQ(merged->values<float>(), first.values<float>());
     EXPECT_THAT(merged->IlluminationUniformNames, ElementsAre("u0", "u1"));
+}
+
+TEST_F(Lighting, MergingAgainAllocatesNothing) {
+    const auto lights = enable(3);
+    for (const auto& light : lights) {
+        (*light)["aPlaceOfALongName$$"] = Skua::PhysicalSpace::point{1, 2, 3};
+        light->values<float>()["theIntensityOfALight$$"] = 2.5F;
+        light->values<int>()["aNameThatAllOfThemHave"] = 7;
+    }
+    basin.mergeIlluminationUniforms(*merged);
+    lights[1]->values<float>()["theIntensityOfALight$$"] = 4.0F;
+    const long long before = allocationsOfThisThread();
+    basin.mergeIlluminationUniforms(*merged);
+    EXPECT_EQ(allocationsOfThisThread(), before);
+    EXPECT_EQ(merged->values<float>().at("theIntensityOfALight1"), 4.0F);
+}
+
+TEST_F(Lighting, NameThatChangesItsTypeIsInOneMap) {
+    const auto lights = enable(1);
+    (*lights[0])["u$$"] = 1;
+    basin.mergeIlluminationUniforms(*merged);
+    lights[0]->erase("u$$");
+    lights[0]->values<float>()["u$$"] = 2.5F;
+    basin.mergeIlluminationUniforms(*merged);
+    EXPECT_FALSE(merged->contains("u0"));
+    EXPECT_EQ(merged->values<float>().at("u0"), 2.5F);
+    lights[0]->values<float>().clear();
+    lights[0]->values<int>()["u$$"] = 3;
+    basin.mergeIlluminationUniforms(*merged);
+    EXPECT_TRUE(merged->values<float>().empty());
+    EXPECT_EQ(merged->values<int>().at("u0"), 3);
 }
 
 TEST_F(Lighting, LightThatWentAwayLosesItsUniforms) {

@@ -1523,6 +1523,50 @@ TEST_F(PickingTest, NumbersWhatFails) {
     EXPECT_EQ(list->Buffer->elements()[0], 0u);
 }
 
+TEST_F(PickingTest, FailureThatIsToldOnceAndToAPickIsAmongThoseOfTheNextFrame) {
+    const auto broken = add("broken", {});
+    bool isTold = true;
+    broken->action = [&]() -> bool {
+        if (!std::exchange(isTold, true)) throw RenderException(0x501, "draw", "quad.cpp", 1);
+        return false;
+    };
+    EXPECT_EQ(draw(), VRenderContext::RenderResult{GLRenderContext::Incomplete});
+    isTold = false;
+    context->pickObjects(objects, 0, 0, 1, 1, INT_MIN, INT_MAX);
+    EXPECT_THAT(context->failures(), IsEmpty());
+    EXPECT_EQ(draw(), GLRenderContext::Incomplete | GLRenderContext::Failed);
+    EXPECT_THAT(failedObjects(), testing::ElementsAre("broken"));
+    draw();
+    EXPECT_THAT(context->failures(), IsEmpty());
+}
+
+TEST_F(PickingTest, FailureOfEachFrameIsAmongThemOnce) {
+    const auto broken = add("broken", {});
+    broken->action = []() -> bool { throw RenderException(0x501, "draw", "quad.cpp", 1); };
+    for (int frame = 0; frame < 2; ++frame) {
+        draw();
+        EXPECT_EQ(context->failures().size(), 1U);
+        context->pickObjects(objects, 0, 0, 1, 1, INT_MIN, INT_MAX);
+        EXPECT_EQ(context->failures().size(), 1U);
+    }
+}
+
+TEST_F(PickingTest, FailureThatAPickWithinAFrameMeetsIsOneOfThatFrame) {
+    const auto asking = add("asking", {-8, -8, 8, 8, 10});
+    const auto broken = add("broken", {});
+    bool isTold = false;
+    broken->action = [&]() -> bool {
+        if (!std::exchange(isTold, true)) throw RenderException(0x501, "draw", "quad.cpp", 1);
+        return false;
+    };
+    asking->action = [&] {
+        context->pickObjects(objects, 0, 0, 1, 1, INT_MIN, INT_MAX);
+        return true;
+    };
+    draw();
+    EXPECT_THAT(failedObjects(), testing::ElementsAre("broken"));
+}
+
 TEST_F(PickingTest, KeepsThePrecisionOfTheFrameAndItsTime) {
     const auto quad = add("quad", {});
     context->precision = Keel::StrongPtr<VRenderPrecision>(new Precision);
