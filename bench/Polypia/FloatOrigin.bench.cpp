@@ -58,6 +58,7 @@ void FloatOrigin_shiftToNew(benchmark::State& state) {
         copy(points, target.get(), copiedBytes<To>);
         benchmark::DoNotOptimize(target.get());
     };
+    copyAll(); // a virtual machine may have to be given this memory first
     sideBySide(state, static_cast<double>(points.size()), shiftAll, copyAll);
 }
 

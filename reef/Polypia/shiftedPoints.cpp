@@ -1,7 +1,6 @@
 #include <Polypia/shiftedPoints.hpp>
 
-#include <algorithm>
-#include <iterator>
+#include <type_traits>
 
 #ifdef _OPENMP
 #include <omp.h>
@@ -28,29 +27,25 @@ void shiftRun(std::span<const point> from, const vector& shift, To* to) {
     for (std::size_t i = 0; i < from.size(); ++i) to[i] = shifted<To>(from[i], copy);
 }
 
-/// Makes the elements of a vector, which would be set to zero first otherwise.
-template<class To>
-class Shifted {
-public:
-    using iterator_category = std::forward_iterator_tag;
-    using value_type = To;
-    using difference_type = std::ptrdiff_t;
-    using pointer = const To*;
-    using reference = To;
-
-    Shifted(const point* place, const vector& shift) : _place(place), _shift(shift) {}
-    To operator*() const { return shifted<To>(*_place, _shift); }
-    Shifted& operator++() {
-        ++_place;
-        return *this;
-    }
-    bool operator==(const Shifted& other) const { return _place == other._place; }
-    bool operator!=(const Shifted& other) const { return !(*this == other); }
-
-private:
-    const point* _place;
-    vector _shift;
-};
+/// So many elements that nobody has set, so that the threads that do are the first to touch their
+/// pages: most of the time of a large new vector passes in the system, which hands these out as
+/// they are touched. Each constructor of a vector sets all elements on this thread, and an
+/// allocator that doesn't is another type than that of chunks.
+template<class T>
+std::vector<T> unsetElements(std::size_t number) {
+    static_assert(std::is_trivially_copyable_v<T> && std::is_aggregate_v<T>);
+#ifdef __GLIBCXX__
+    struct Unset : std::vector<T> {
+        explicit Unset(std::size_t size) {
+            this->reserve(size);
+            this->_M_impl._M_finish = this->_M_impl._M_start + size;
+        }
+    };
+    return Unset(number);
+#else
+    return std::vector<T>(number);
+#endif
+}
 
 } // namespace
 
@@ -86,11 +81,7 @@ void shiftPoints(std::span<const point> points, const vector& shift, std::span<T
 
 template<class To>
 std::vector<To> shiftedPoints(std::span<const point> points, const vector& shift) {
-    if (points.size() <= elementsOfOneThread) {
-        return std::vector<To>(Shifted<To>(points.data(), shift),
-                               Shifted<To>(points.data() + points.size(), shift));
-    }
-    std::vector<To> shifted(points.size());
+    std::vector<To> shifted = unsetElements<To>(points.size());
     shiftPoints(points, shift, std::span<To>(shifted));
     return shifted;
 }

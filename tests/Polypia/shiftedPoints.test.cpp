@@ -114,4 +114,17 @@ TEST(shiftedPoints, TargetOfAnotherLengthIsLeftAlone) {
     EXPECT_THAT(target, testing::Each(point{1, 2, 3}));
 }
 
+TEST(shiftedPoints, NewOnesAreAVectorLikeAnyOther) {
+    const std::vector<point> points(3, {1, 2, 3});
+    std::vector<point> shifted = Mirk::shiftedPoints<point>(points, {1, 1, 1});
+    EXPECT_EQ(shifted.capacity(), 3U) << "of which chunks keep count";
+    const std::vector<point> copy = shifted;
+    shifted.push_back({7, 8, 9});
+    EXPECT_THAT(shifted,
+                ElementsAre(point{0, 1, 2}, point{0, 1, 2}, point{0, 1, 2}, point{7, 8, 9}));
+    EXPECT_EQ(copy.size(), 3U);
+    shifted.resize(5);
+    EXPECT_EQ(shifted.back(), point());
+}
+
 } // namespace
