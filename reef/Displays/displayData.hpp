@@ -2,6 +2,7 @@
 // Points on their way from a file to a polyp; stands on Readers and rookery.
 
 #include <Polypia/RenderBasin.hpp>
+#include <Polypia/shiftedPoints.hpp>
 #include <Readers/Dataset.hpp>
 #include <rookery/BoundingBox.hpp>
 
@@ -96,10 +97,7 @@ inline FloatPoint relativeTo(const Point& origin, const Point& p) {
     return toFloat(Point() + (p - origin));
 }
 inline std::vector<FloatPoint> relativeTo(const Point& origin, std::span<const Point> world) {
-    std::vector<FloatPoint> relative(world.size());
-    std::transform(world.begin(), world.end(), relative.begin(),
-                   [&](const Point& p) { return relativeTo(origin, p); });
-    return relative;
+    return shiftedPoints<FloatPoint>(world, origin - Point());
 }
 inline std::vector<FloatPoint> relativePart(const ChunkPtr<Point>& points, const Point& origin,
                                             const Part& part) {
