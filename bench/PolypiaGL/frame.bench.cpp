@@ -6,15 +6,13 @@
 // costs is measured by itself.
 
 #include "../frameObject.hpp"
+#include "../graphics.hpp"
 #include "../sideBySide.hpp"
 
-#include <PolypiaGL/EglContext.hpp>
 #include <PolypiaGL/GLRenderContext.hpp>
 #include <PolypiaGL/glHeaders.hpp>
 
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -109,21 +107,6 @@ private:
     std::vector<GLuint> _arrays;
     GLint _place = -1;
 };
-
-[[noreturn]] void fail(const char* reason) {
-    std::fprintf(stderr, "%s\n", reason);
-    std::exit(1);
-}
-
-/// All frames have one context of OpenGL, as all are drawn on one thread. It ends with the process.
-EglContext& graphics() {
-    static EglContext* const context = [] {
-        EglContext* const made = EglContext::create({}).release();
-        made->makeCurrent();
-        return made;
-    }();
-    return *context;
-}
 
 class Frame {
 public:
