@@ -1,5 +1,6 @@
 // Places in pictures against what long double gives, for data anywhere and cameras at any distance.
 
+#include "../keel/thisProgram.hpp"
 #include "displayPictures.hpp"
 
 #include <Displays/originThreshold.hpp>
@@ -9,12 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Pictures;
 
@@ -299,19 +296,8 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
 
 TEST_F(FloatingOrigin, WithoutItThePictureIsVisiblyOff) {
     // The switch is read when the library is loaded.
-    std::string path(4096, '\0');
-    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-    ASSERT_GT(length, 0);
-    path.resize(static_cast<std::size_t>(length));
-    const auto linesOf = [&](const std::string& environment) {
-        const std::string command =
-            environment + " '" + path + "' --gtest_filter='*FloatingOriginAt.PointsLines*/E9'";
-        std::string lines(1 << 20, '\0');
-        FILE* const output = popen(command.c_str(), "r");
-        lines.resize(fread(lines.data(), 1, lines.size(), output));
-        const int status = pclose(output);
-        lines += WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "crash";
-        return lines;
+    const auto linesOf = [](const std::string& environment) {
+        return RunOfThisProgram(environment, "*FloatingOriginAt.PointsLines*/E9").result();
     };
     EXPECT_THAT(linesOf("DisableFloatingOrigin=0"), testing::EndsWith("exit 0"));
     const std::string lines = linesOf("DisableFloatingOrigin=1");

@@ -2,6 +2,7 @@
 // frames follow what becomes of the lights of a scene.
 
 #include "../Polypia/toldLightObject.hpp"
+#include "../keel/thisProgram.hpp"
 #include "glBasin.hpp"
 
 #include <Polypia/PolypCreator.hpp>
@@ -12,10 +13,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <map>
 #include <memory>
 #include <numbers>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -546,6 +553,92 @@ TEST_F(SceneLights, PickingDrawsWithTheLightsOfTheLastFrame) {
     EXPECT_EQ(place->plane->compiled, 2);
     EXPECT_EQ(place->draw(), 64);
     EXPECT_EQ(place->plane->compiled, 3) << "now their number is another one as well";
+}
+
+/// Memory in which there are gaps of all small sizes, to be filled in an order of chance: what is
+/// made next lies anywhere.
+class MemoryWithGaps {
+public:
+    explicit MemoryWithGaps(unsigned chance) {
+        std::vector<Block> gaps;
+        for (int i = 0; i < 100; ++i) {
+            for (std::size_t bytes = 8; bytes < 1024; bytes += 16) {
+                gaps.emplace_back(new char[bytes]);
+                _between.emplace_back(new char[bytes]); // so that they stay apart
+            }
+        }
+        std::shuffle(gaps.begin(), gaps.end(), std::mt19937(chance));
+        for (Block& gap : gaps) gap.reset();
+    }
+
+private:
+    using Block = std::unique_ptr<char[]>;
+    std::vector<Block> _between;
+};
+
+class LightsOfAProcess : public SceneLights {
+protected:
+    static constexpr const char* seed = "POLYPIA_TEST_SEED";
+    static constexpr const char* mark = "picture ";
+
+    /// Three lights, whose colours tell their places among the lights; prints the picture, and in
+    /// which order the lights lie in memory.
+    void drawAndPrint(unsigned chance) {
+        const MemoryWithGaps memory(chance);
+        std::vector<ToldLightObjectPtr> lights;
+        std::map<const void*, std::size_t> addresses;
+        for (const char* const color :
+             {"vec3(0.25, 0.0, 0.0)", "vec3(0.0, 0.25, 0.0)", "vec3(0.0, 0.0, 0.25)"}) {
+            const ToldLightObjectPtr light = add(1.0);
+            light->code = "void getLight_$$(in vec3 vertex, out vec3 light_incidence, "
+                          "out vec3 intensity, out vec3 specular_intensity)\n{\n"
+                          "    light_incidence = specular_intensity = vec3(0.0);\n"
+                          "    intensity = float($$ + 1) * " +
+                          std::string(color) + ";\n}\n";
+            const LightsByCreation::Light source(light->source(place->context->pool));
+            addresses[source.controlBlock()] = lights.size();
+            lights.push_back(light);
+        }
+        place->draw();
+        std::vector<std::uint8_t> bytes(std::size_t{size} * size * 4);
+        place->target->readColors(bytes);
+        std::uint64_t hash = 0xcbf29ce484222325U; // FNV-1a
+        for (const std::uint8_t byte : bytes) hash = (hash ^ byte) * 0x100000001b3U;
+        std::printf("%s%" PRIx64 " of %d %d %d, order", mark, hash, bytes[0], bytes[1], bytes[2]);
+        for (const auto& [address, light] : addresses) std::printf(" %zu", light);
+        std::printf("\n");
+    }
+};
+
+TEST_F(LightsOfAProcess, HaveTheOrderOfTheirMakingWhereverTheyLieInMemory) {
+    if (const char* const chance = std::getenv(seed)) {
+        return drawAndPrint(static_cast<unsigned>(std::atoi(chance)));
+    }
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr int processes = 4; // which take ten times as long
+#else
+    constexpr int processes = 20;
+#endif
+    std::set<std::string> pictures, orders;
+    const std::string filter = "LightsOfAProcess.HaveTheOrderOfTheirMakingWhereverTheyLieInMemory";
+    for (int i = 0; i < processes; i += 2) {
+        std::vector<RunOfThisProgram> runs;
+        for (int k = i; k < i + 2; ++k) {
+            runs.emplace_back(std::string(seed) + "=" + std::to_string(k), filter);
+        }
+        for (RunOfThisProgram& run : runs) {
+            const std::string lines = run.result();
+            const std::size_t begin = lines.find(mark), comma = lines.find(", order", begin);
+            ASSERT_TRUE(begin != std::string::npos && comma != std::string::npos) << lines;
+            EXPECT_THAT(lines, testing::EndsWith("exit 0"));
+            pictures.insert(lines.substr(begin, comma - begin));
+            orders.insert(lines.substr(comma, lines.find('\n', comma) - comma));
+        }
+    }
+    EXPECT_THAT(pictures, testing::ElementsAre(HasSubstr(" of 64 128 191")));
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    EXPECT_GT(orders.size(), 1U) << "or nothing is shown";
+#endif
 }
 
 } // namespace
