@@ -3,16 +3,19 @@
 #include "../keel/thisProgram.hpp"
 #include "displayPictures.hpp"
 
+#include <Displays/horizon.hpp>
 #include <Displays/originThreshold.hpp>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <map>
 #include <numbers>
 #include <string>
+#include <utility>
 
 using namespace Pictures;
 
@@ -423,6 +426,202 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
     for (const auto& [what, off] : worst) {
         std::printf("worst %s: %g pixels\n", what.c_str(), off);
         EXPECT_LT(off, tenthOfAPixel) << what;
+    }
+}
+
+/// The globe as it is drawn, next to one of its triangles.
+class GlobeGround : public FloatingOrigin {
+protected:
+    using Numbers = std::array<long double, 3>;
+    struct Triangle {
+        std::array<point, 3> corners;
+        point middle() const {
+            return corners[0] + ((corners[1] - corners[0]) + (corners[2] - corners[0])) * (1.0 / 3);
+        }
+        vector normal() const {
+            return normalised(cross(corners[1] - corners[0], corners[2] - corners[0]));
+        }
+    };
+
+    void SetUp() override {
+        FloatingOrigin::SetUp();
+        if (!glContext) return;
+        // Of one sample, which tells what is at the middle of a pixel.
+        target = std::make_unique<GLFramebuffer>(*glContext, pixels, pixels, 1);
+        context->setTargets({target.get()});
+        globe = add<GlobeDisplay>();
+    }
+    void TearDown() override {
+        globe = {};
+        FloatingOrigin::TearDown();
+    }
+
+    static point corner(int longitude, int latitude) {
+        const point p = Skua::toEarthCentred(
+            {static_cast<double>(longitude), static_cast<double>(latitude), 0.0});
+        return point() + (p - point()) * globeScale;
+    }
+    /// The two triangles of a degree, from its south-western corner.
+    static std::array<Triangle, 2> trianglesOf(int longitude, int latitude) {
+        const point southWest = corner(longitude, latitude),
+                    southEast = corner(longitude + 1, latitude),
+                    northWest = corner(longitude, latitude + 1),
+                    northEast = corner(longitude + 1, latitude + 1);
+        return {Triangle{{northWest, southWest, northEast}},
+                Triangle{{northEast, southWest, southEast}}};
+    }
+    /// All that can be seen from near the ground of a degree.
+    static std::vector<Triangle> trianglesAround(int longitude, int latitude) {
+        std::vector<Triangle> all;
+        for (int row = -3; row <= 3; ++row) {
+            for (int column = -8; column <= 8; ++column) {
+                for (const Triangle& each : trianglesOf(longitude + column, latitude + row)) {
+                    all.push_back(each);
+                }
+            }
+        }
+        return all;
+    }
+    /// From above the middle of a triangle towards its horizon, aslant.
+    void lookAlong(const Triangle& ground, double height) {
+        const vector up = ground.normal();
+        const vector ahead = normalised(ground.corners[0] - ground.corners[1]);
+        Eye eye;
+        eye.camera.position = ground.middle() + up * height;
+        eye.camera.lookAt = eye.camera.position + (ahead - up * 0.1) * (10.0 * height);
+        eye.camera.up = up + cross(ahead, up) * 0.3;
+        eye.camera.fieldOfView = 60.0;
+        eye.near = 0.1 * height;
+        eye.far = 1e7;
+        context->setEyes({eye});
+    }
+    /// The same from elsewhere, as high above the ellipsoid.
+    void moveTo(const point& elsewhere) {
+        const auto sizeOf = [](const point& p) {
+            return norm(vector{p.x, p.y, p.z / (1.0 - Skua::WGS84::flattening)});
+        };
+        VCamera camera = context->CurrentView(0, 0).camera;
+        const vector ahead = camera.lookAt - camera.position;
+        const double factor = sizeOf(camera.position) / sizeOf(elsewhere);
+        Eye eye;
+        eye.near = context->CurrentView(0, 0).near;
+        eye.far = 1e7;
+        camera.position = point() + (elsewhere - point()) * factor;
+        camera.lookAt = camera.position + ahead;
+        eye.camera = camera;
+        context->setEyes({eye});
+    }
+
+    /// In which triangle a ray from the camera through a place of the picture ends first, and how
+    /// far away in depths of the view; nowhere if `triangle` is null.
+    struct Hit {
+        const Triangle* triangle = nullptr;
+        long double depth = 0.0L;
+    };
+    Hit hitAt(const Place& place, const std::vector<Triangle>& triangles) const {
+        const View& view = context->CurrentView(0, 0);
+        const long double tangent = static_cast<long double>(view.right) / view.near;
+        const auto half = static_cast<long double>(pixels) / 2.0L;
+        Numbers ray{};
+        for (std::size_t i = 0; i < 3; ++i) {
+            ray[i] = (axis(0)[i] * (place.x / half - 1.0L) + axis(1)[i] * (place.y / half - 1.0L)) *
+                         tangent -
+                     axis(2)[i];
+        }
+        Hit nearest;
+        for (const Triangle& each : triangles) {
+            const long double depth = depthOf(each, view.camera.position, ray);
+            if (depth <= 0.0L || (nearest.triangle && depth >= nearest.depth)) continue;
+            nearest = {&each, depth};
+        }
+        return nearest;
+    }
+    /// Where a ray meets a triangle, in its own lengths; 0 if nowhere in front of the eye.
+    static long double depthOf(const Triangle& triangle, const point& eye, const Numbers& ray) {
+        std::array<Numbers, 3> to{};
+        for (std::size_t n = 0; n < 3; ++n) {
+            for (std::size_t i = 0; i < 3; ++i) {
+                to[n][i] = static_cast<long double>(triangle.corners[n][i]) -
+                           static_cast<long double>(eye[i]);
+            }
+        }
+        // Of the tetrahedra between the ray and the sides.
+        const long double a = volume(ray, to[0], to[1]), b = volume(ray, to[1], to[2]),
+                          c = volume(ray, to[2], to[0]);
+        const bool isInside =
+            (a >= 0.0L && b >= 0.0L && c >= 0.0L) || (a <= 0.0L && b <= 0.0L && c <= 0.0L);
+        return isInside ? volume(to[0], to[1], to[2]) / (a + b + c) : 0.0L;
+    }
+    static long double volume(const Numbers& a, const Numbers& b, const Numbers& c) {
+        return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
+               a[2] * (b[0] * c[1] - b[1] * c[0]);
+    }
+
+    /// How far up the ground reaches on a vertical line of the picture, whose lower end is on it.
+    double horizonAt(double x, const std::vector<Triangle>& triangles) const {
+        double onGround = 0.0, above = pixels;
+        while (above - onGround > 0.01) {
+            const double middle = (onGround + above) / 2.0;
+            (hitAt({x, middle}, triangles).triangle ? onGround : above) = middle;
+        }
+        return onGround;
+    }
+    /// How far up it is drawn without a gap in a column of pixels, if there is nothing above that;
+    /// else not a number.
+    double drawnHorizonAt(int x) const {
+        const auto isDrawn = [&](int y) {
+            return bytes[static_cast<std::size_t>(4 * (y * pixels + x) + 3)] != 0;
+        };
+        int top = 0;
+        while (top < pixels && isDrawn(top)) ++top;
+        for (int y = top; y < pixels; ++y) {
+            if (isDrawn(y)) return std::nan("");
+        }
+        return top;
+    }
+
+    Keel::StrongPtr<GlobeDisplay, VManagedObjectBase> globe;
+};
+
+TEST_F(GlobeGround, HorizonAndPickedPlacesAreRightToATenthOfAPixelNextToIt) {
+    // The first is a kilometre above the ellipsoid, below which the globe is.
+    const struct {
+        int longitude, latitude;
+        double height;
+    } places[] = {{11, 47, 7.4e3}, {-180, -17, 1e3}, {24, 60, 10.0}};
+    for (const auto& [longitude, latitude, height] : places) {
+        const std::vector<Triangle> triangles = trianglesAround(longitude, latitude);
+        const Triangle ground = trianglesOf(longitude, latitude)[1];
+        lookAlong(ground, height);
+        const double threshold = originThreshold(*context, 0, height);
+        for (const double part : {0.95, 4.0, 12.0}) {
+            // Has the origin be there, unless the object doesn't let it be so far away.
+            const point place = context->CurrentView(0, 0).camera.position;
+            moveTo({-place.y, place.x, place.z});
+            draw({globe});
+            moveTo(place + axis(0) * (part * threshold));
+            draw({globe});
+            lookAlong(ground, height);
+            draw({globe});
+            double worst = 0.0;
+            for (int x = 0; x < pixels; x += 5) {
+                // Pixels are drawn whose middles are on the ground.
+                const double off = drawnHorizonAt(x) - horizonAt(x + 0.5, triangles);
+                worst = std::max(worst, std::isnan(off) ? 1e9 : std::abs(off) - 0.5);
+            }
+            EXPECT_LT(worst, tenthOfAPixel) << "horizon from " << height << ", " << part;
+            for (const auto& [x, y] : {std::pair{20, 20}, {128, 100}, {200, 60}, {250, 20}}) {
+                const Hit hit = hitAt({x + 0.5, y + 0.5}, triangles);
+                const auto picked = context->pickPlace(selection, x, y, 0, 0);
+                ASSERT_TRUE(picked && hit.triangle) << height << " " << x;
+                const auto depth = static_cast<double>(hit.depth);
+                const double pixel = depth * 2.0 * std::tan(std::numbers::pi / 6.0) / pixels;
+                const vector fromGround = *picked - hit.triangle->middle();
+                EXPECT_LT(lengthOf(projected(*picked) - Place{x + 0.5, y + 0.5}), tenthOfAPixel);
+                EXPECT_LT(std::abs(dot(hit.triangle->normal(), fromGround)), tenthOfAPixel * pixel)
+                    << "from " << height << ", " << part;
+            }
+        }
     }
 }
 
