@@ -2,7 +2,12 @@
 
 #include "displayPictures.hpp"
 
+#include <Displays/displayData.hpp>
 #include <PolypiaGL/glHeaders.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
 
 #include <dlfcn.h>
 
@@ -129,6 +134,132 @@ TEST_F(Uploads, WithoutMemoryForNewDataTheOldStayAndTheReportIsMadeOnce) {
     memory.largest = -1;
     EXPECT_EQ(frame(1LL << 30), Places{1});
     EXPECT_EQ(report(), "");
+}
+
+/// A wall round the camera, in pieces; of each a point can be seen, whose colour tells the wall,
+/// the piece, and how many origins there had been when it was filled.
+class Wall : public DisplayObject {
+public:
+    static constexpr std::size_t pieces = 10, points = 400; ///< of a piece
+    static constexpr long long pieceBytes = points * (sizeof(FloatPoint) + sizeof(Color));
+    static constexpr int step = 10; ///< of the colours of walls and pieces
+
+    Wall(const std::string& wallName, const point& wallMiddle, std::size_t wallNumber)
+        : VObject(wallName, 0, {}),
+          DisplayObject(wallName),
+          _middle(wallMiddle),
+          _number(wallNumber) {}
+
+    std::string shaderStem() const override { return "wall"; }
+    point markOf(std::size_t piece) const {
+        return _middle + vector{gap * (static_cast<double>(piece) - 4.5),
+                                gap * (static_cast<double>(_number) - 4.5), 0.0};
+    }
+    const point& lastOrigin() const { return _lastOrigin; }
+
+protected:
+    ContentPtr read(const ValuePoolPtr&, const ContentPtr& present) const override {
+        if (present) return present;
+        const vector beyond{3000, 3000, 3000};
+        return std::make_shared<const Content>(
+            Skua::BoundingBox(_middle - beyond, _middle + beyond), pieces);
+    }
+    Stages stages(Form, const Content&) const override {
+        return {"in vec3 Coordinates;\n"
+                "in vec4 Colors;\n"
+                "flat out vec4 shown;\n"
+                "void main() {\n"
+                "    zelk_setViewID();\n"
+                "    gl_Position = zelk_transform_vertex_WorldToScreen(\n"
+                "        mkRelativeVertex(vec4(Coordinates, 1.0)));\n"
+                "    gl_PointSize = 3.0;\n"
+                "    shown = Colors;\n"
+                "}\n",
+                "flat in vec4 shown;\n"
+                "out vec4 color;\n"
+                "void main() { color = shown; }\n"};
+    }
+    Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program&, const Content&,
+                 const point& origin, std::size_t piece, Form) const override {
+        if (_origins == 0 || !(origin == _lastOrigin)) ++_origins;
+        _lastOrigin = origin;
+        const vector behind{0, 0, 2900}; // the eye
+        std::vector<FloatPoint> relative(points, relativeTo(origin, _middle + behind));
+        relative.front() = relativeTo(origin, markOf(piece));
+        const auto of = [](std::size_t number) { return static_cast<unsigned char>(number % 256); };
+        const Color told{of(step * _number), of(step * piece), of(_origins), 255};
+        const auto coordinates =
+            polyp.insert(context.createCoordinates(shortLived(std::move(relative)), "Coordinates"));
+        polyp.insert(context.createAttribute(shortLived(std::vector<Color>(points, told)),
+                                             RenderNamespace::Colors, "Colors"));
+        return {polyp.insert(coordinates->createPainter(RenderNamespace::Points)), {}};
+    }
+
+private:
+    static constexpr double gap = 375.0; // six pixels
+
+    const point _middle;
+    const std::size_t _number;
+    mutable std::size_t _origins = 0;
+    mutable point _lastOrigin;
+};
+
+TEST_F(DisplayPictures, FlightWithinLargeObjectsShowsEachOfThemWholeAndWithOneOrigin) {
+    using WallPtr = Keel::StrongPtr<Wall, VManagedObjectBase>;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr std::size_t number = 3; // as a frame takes ten times as long
+#else
+    constexpr std::size_t number = 10;
+#endif
+    // As many frames for the camera to rest as it takes to bring all pieces to the GPU twice.
+    constexpr int flying = 60, resting = 2 * number * Wall::pieces;
+    const point middle = point{6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125};
+    std::vector<WallPtr> walls;
+    for (std::size_t i = 0; i < number; ++i) {
+        walls.emplace_back(new Wall("wall", middle, i));
+        objects.push_back(walls.back());
+    }
+    const GLFramebuffer target(*glContext, size, size, 1);
+    context->setTargets({&target});
+    std::vector<std::set<int>> origins(number);
+    long long uploadedBytes = 0;
+    for (int frame = 0; frame < flying + resting; ++frame) {
+        const double angle = 0.15 * std::min(frame, flying);
+        const vector aside{200.0 * std::sin(angle), 150.0 * std::sin(1.7 * angle), 2000.0};
+        // Of one object a tenth, with what all have of the views.
+        const long long allowance = frame == 0 ? 1LL << 30 : Wall::pieceBytes + 688;
+        context->renderAllowance = allowance;
+        memory.uploadedBytes = 0;
+        target.clear({1.0F, 0.0F, 1.0F, 1.0F});
+        // What is nearest is the near plane, as the camera is within the bounds.
+        drawObjects({eyeAt(middle + aside, 0.01, 1e4)});
+        ASSERT_LE(memory.uploadedBytes, allowance) << frame;
+        uploadedBytes += memory.uploadedBytes;
+        const Image image = imageOf(target);
+        for (std::size_t i = 0; i < number; ++i) {
+            std::set<int> shown;
+            for (std::size_t piece = 0; piece < Wall::pieces; ++piece) {
+                const vector mark = walls[i]->markOf(piece) - (middle + aside);
+                const Pixel pixel = image.at(static_cast<int>(32.0 + 0.016 * mark.x),
+                                             static_cast<int>(32.0 + 0.016 * mark.y));
+                ASSERT_EQ(pixel[0], static_cast<int>(Wall::step * i)) << frame << " " << piece;
+                ASSERT_EQ(pixel[1], static_cast<int>(Wall::step * piece)) << frame << " " << i;
+                shown.insert(pixel[2]);
+            }
+            ASSERT_EQ(shown.size(), 1U) << frame << " " << i;
+            origins[i].insert(*shown.begin());
+        }
+    }
+    // 4e5 pixels of the near plane, two thirds of them in the corners.
+    const double threshold = 4e5 * 0.01 / 32.0 * 2.0 / 3.0;
+    const point camera = context->CurrentView(0, 0).camera.position;
+    for (std::size_t i = 0; i < number; ++i) {
+        EXPECT_GE(origins[i].size(), 2U) << i << " follows";
+        EXPECT_LE(norm(walls[i]->lastOrigin() - camera), threshold) << i;
+    }
+    EXPECT_GE(uploadedBytes, (flying + static_cast<int>(number * Wall::pieces)) * Wall::pieceBytes);
+    walls.clear();
+    context->setTargets(std::vector<const GLFramebuffer*>());
 }
 
 } // namespace
