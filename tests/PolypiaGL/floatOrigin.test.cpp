@@ -328,7 +328,7 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
     std::vector<point> points = pointsAround(centre);
     for (const auto first : {ToldPoints::First::Views, ToldPoints::First::Variables}) {
         auto window = std::make_unique<Window>(*gl);
-        const ToldPointsPtr object(new ToldPoints(first, points, value));
+        ToldPointsPtr object(new ToldPoints(first, points, value));
         ASSERT_EQ(object->CameraShiftThreshold, 1e4);
         std::vector<point> shown = points;
         shown.back() = value;
@@ -354,6 +354,7 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
             EXPECT_LT(off, tenthOfAPixel) << "value " << aside;
         }
         EXPECT_EQ(uploads, 3);
+        object = {}; // its polyp dies with the context current
         end(window);
     }
 }
