@@ -36,13 +36,15 @@ public:
 ///
 /// A request reads the inputs, see update(). What goes to the GPU is relative to an origin near the
 /// camera, see FloatOrigin: it follows when single precision would be seen in the picture, by a
-/// tenth of a pixel at what is nearest (originThreshold()). Shaders see the views as
-/// LayeredMultiViews offers them. Pieces are of at most `pieceVertices`: a frame with a small
-/// allowance of memory brings as many of them to the GPU as fit, and draws these. If something else
-/// was drawn before, that stays as it is until all of the new is on the GPU; then one takes the
-/// place of the other, in one frame. As long as there are both, neither leaves the cache. What the
-/// GPU has no memory for is reported once, and tried again in each frame, while what was drawn
-/// before stays.
+/// tenth of a pixel at what is nearest (originThreshold()), whatever FloatOrigin's own threshold
+/// is. Shaders see the views as LayeredMultiViews offers them. Pieces are of at most
+/// `pieceVertices`: a frame with a small allowance of memory brings as many of them to the GPU as
+/// fit, and draws these. If something else was drawn before, that stays as it is until all of the
+/// new is on the GPU; then one takes the place of the other, in one frame. As long as there are
+/// both, neither leaves the cache, unless the object isn't drawn for a while. Data that change
+/// faster than they can go to the GPU are shown one after the other, those in between left out.
+/// What the GPU has no memory for is reported once, and tried again in each frame, while what was
+/// drawn before stays.
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest
@@ -52,10 +54,10 @@ public:
 /// A program that can't be compiled is reported once for each Seagrass, and drawing is false from
 /// then on: the last good picture stays, and nothing is compiled until the program is to be another
 /// one. As long as something fails wherever a pool is shown, "RenderStatus" tells of something that
-/// does, whatever was reported and mended in between. Shaders may
-/// be edited while they are drawn, see Programmable: a file that has changed is such a case, and as
-/// long as what it holds is faulty the last good program goes on, with new data as well. Where that
-/// draws all that there is, safe_render() is true, though the report stays.
+/// does, whatever was reported and mended in between. Shaders may be edited while they are drawn,
+/// see Programmable: a file that has changed is such a case, and as long as what it holds is faulty
+/// the last good program goes on, with new data as well. Where that draws all that there is,
+/// safe_render() is true, though the report stays.
 class DISPLAYS_EXPORT DisplayObject : public VRenderObject,
                                       public MultiviewRenderable,
                                       public PixelMargin {
@@ -84,7 +86,7 @@ public:
     using ContentPtr = std::shared_ptr<const Content>;
 
     /// Vertices of a piece.
-    static constexpr std::size_t pieceVertices = std::size_t{1} << 18U;
+    static constexpr std::size_t pieceVertices = std::size_t{1} << 16U;
 
     ~DisplayObject() override;
 

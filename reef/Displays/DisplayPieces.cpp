@@ -255,8 +255,8 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
 void DisplayObject::Pieces::mergeLights(const Polyp& polyp, RenderBasin::Program& program) const {
     if (!RenderBasin::Illumination::get(polyp)) return;
     if (_lights->empty() && program.IlluminationUniformNames.empty()) return;
-    const bool areAllThere =
-        std::all_of(_lights->begin(), _lights->end(), [](const auto& light) { return bool(light); });
+    const bool areAllThere = std::all_of(_lights->begin(), _lights->end(),
+                                         [](const auto& light) { return bool(light); });
     if (areAllThere) RenderBasin::mergeIlluminationUniforms(*_lights, program);
 }
 

@@ -291,9 +291,8 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
     if (showing.isOther(wanted) || !context.hasValidLighting(showing)) {
         showing.rejuvenate(); // first: what changes meanwhile is not to be missed
         try {
-            showing.setWanted(wanted,
-                              compiledFor(context, seagrass, *content, form, wanted.transform),
-                              seagrass);
+            showing.setWanted(
+                wanted, compiledFor(context, seagrass, *content, form, wanted.transform), seagrass);
         } catch (...) {
             showing.setFailed(std::current_exception());
         }

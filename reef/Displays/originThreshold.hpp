@@ -9,7 +9,8 @@ namespace Mirk {
 
 /// The greatest distance of the camera from the origin at which vertices in single precision, that
 /// are `nearest` or farther away from the camera, are less than a tenth of a pixel off in the
-/// picture of an eye. Less than the near plane counts as that. In world units, above 0.
+/// picture of an eye, if a pixel is wider than a millionth of the distance. Less than the near
+/// plane counts as that. In world units, above 0.
 DISPLAYS_EXPORT double originThreshold(const VRenderContext& context, unsigned eye, double nearest);
 
 } // namespace Mirk

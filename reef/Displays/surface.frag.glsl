@@ -3,7 +3,8 @@
 // corners. Needs Lighting.glsl.
 in Surface {
     vec3 vertex;  // relative to the origin of the object
-    vec3 fromEye; // this and the two directions are along the axes of the world
+    vec3 fromEye; // this and what follows are along the axes of the world
+    vec3 fromTarget; // from what is looked at
     vec3 toEye;
     vec3 normal;
     vec3 color;
@@ -26,12 +27,23 @@ vec3 towardsEye;
 vec3 seenNormal; // of the side that is seen
 float seenSide;  // 1 if that is the one of the normal, else -1
 
+float greatest(vec3 v)
+{
+    v = abs(v);
+    return max(v.x, max(v.y, v.z));
+}
+
 void lookAtSurface()
 {
     towardsEye = normalize(surface.toEye);
+    // Through a long lens pixels are as small as the steps of numbers as great as the distance. What
+    // is seen there is close to what is looked at, and elsewhere may be closer to the eye.
+    vec3 acrossFromEye = dFdx(surface.fromEye), upwardsFromEye = dFdy(surface.fromEye);
+    vec3 acrossFromTarget = dFdx(surface.fromTarget), upwardsFromTarget = dFdy(surface.fromTarget);
+    bool isByTarget = greatest(surface.fromTarget) < greatest(surface.fromEye);
+    vec3 across = isByTarget ? acrossFromTarget : acrossFromEye;
+    vec3 upwards = isByTarget ? upwardsFromTarget : upwardsFromEye;
     // Steps of a length around 1, as their products are to be numbers at any scale.
-    vec3 across = dFdx(surface.fromEye);
-    vec3 upwards = dFdy(surface.fromEye);
     vec3 longest = max(abs(across), abs(upwards));
     float scale = max(max(longest.x, longest.y), max(longest.z, 1e-37));
     vec3 plane = cross(across / scale, upwards / scale);

@@ -7,6 +7,7 @@ uniform vec2 ViewportPixels;
 in Surface {
     vec3 vertex;
     vec3 fromEye;
+    vec3 fromTarget;
     vec3 toEye;
     vec3 normal;
     vec3 color;
@@ -15,6 +16,7 @@ flat in vec3 headlight[];
 out Surface {
     vec3 vertex;
     vec3 fromEye;
+    vec3 fromTarget;
     vec3 toEye;
     vec3 normal;
     vec3 color;
@@ -58,6 +60,7 @@ void main()
 #endif
         surface.vertex = corner[i].vertex;
         surface.fromEye = corner[i].fromEye;
+        surface.fromTarget = corner[i].fromTarget;
         surface.toEye = corner[i].toEye;
         surface.normal = corner[i].normal;
         surface.color = corner[i].color;

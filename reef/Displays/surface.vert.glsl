@@ -10,7 +10,8 @@ uniform vec4 Color;
 #endif
 out Surface {
     vec3 vertex;  // as drawn, relative to the same origin
-    vec3 fromEye; // this and the two directions are along the axes of the world
+    vec3 fromEye; // this and what follows are along the axes of the world
+    vec3 fromTarget; // from what is looked at
     vec3 toEye;
     vec3 normal;
     vec3 color;
@@ -31,6 +32,11 @@ void main()
     surface.vertex = surface.fromEye + getCameraObserverRelativeToVertexOffset().xyz;
 #else
     surface.vertex = Coordinates;
+#endif
+#ifdef CUSTOM_TransformOperator
+    surface.fromTarget = surface.fromEye + (getCameraObserverRelativeToVertexOffset() - getCameraLookAtRelativeToVertexOffset()).xyz;
+#else
+    surface.fromTarget = Coordinates - getCameraLookAtRelativeToVertexOffset().xyz;
 #endif
 #ifndef SMOOTH
     surface.normal = vec3(0.0);

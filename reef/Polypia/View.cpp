@@ -19,9 +19,14 @@ using vector = Skua::PhysicalSpace::vector;
 /// Position in `corners`.
 enum Corner { Ntl, Ntr, Nbl, Nbr, Ftl, Ftr, Fbl, Fbr };
 
-/// Normal of the plane through three points; turn from `first` to `second` as seen from its tip.
-FrustumPlane planeThrough(const point& corner, const point& first, const point& second) {
-    return {corner, cross(first - corner, second - corner)};
+using Corners = std::array<point, 8>;
+
+/// The plane through three corners; turn from `first` to `second` as seen from the tip of its
+/// normal.
+FrustumPlane planeThrough(const Corners& corners, const Corners& fromCamera, Corner corner,
+                          Corner first, Corner second) {
+    const vector along = fromCamera[first] - fromCamera[corner];
+    return {corners[corner], cross(along, fromCamera[second] - fromCamera[corner])};
 }
 
 std::array<point, 8> unitCube() {
@@ -155,20 +160,23 @@ void View::updateInverseMatrices() {
 void View::computeFrustum(double tangent, double aspectTangent,
                           const Skua::PhysicalSpace::Viewport& part) {
     const auto [u, v, w] = camera.getTriad();
-    const auto corner = [&, u = u, v = v, w = w](double depth, double a, double b) {
-        const point centre = camera.position - w * depth;
-        return centre + u * (depth * aspectTangent * a) + v * (depth * tangent * b);
+    const auto corner = [u = u, v = v, w = w, tangent, aspectTangent](double depth, double a,
+                                                                      double b) {
+        return point() - w * depth + u * (depth * aspectTangent * a) + v * (depth * tangent * b);
     };
-    corners = {corner(near, part.left, part.top),    corner(near, part.right, part.top),
-               corner(near, part.left, part.bottom), corner(near, part.right, part.bottom),
-               corner(far, part.left, part.top),     corner(far, part.right, part.top),
-               corner(far, part.left, part.bottom),  corner(far, part.right, part.bottom)};
-    planes = {planeThrough(corners[Ntl], corners[Ntr], corners[Nbl]),
-              planeThrough(corners[Ftl], corners[Fbl], corners[Ftr]),
-              planeThrough(corners[Ntl], corners[Nbl], corners[Ftl]),
-              planeThrough(corners[Ntr], corners[Ftr], corners[Nbr]),
-              planeThrough(corners[Nbl], corners[Nbr], corners[Fbl]),
-              planeThrough(corners[Ntl], corners[Ftl], corners[Ntr])};
+    // Of corners far from zero the edges would be those of a rounded frustum.
+    const Corners fromCamera{
+        corner(near, part.left, part.top),    corner(near, part.right, part.top),
+        corner(near, part.left, part.bottom), corner(near, part.right, part.bottom),
+        corner(far, part.left, part.top),     corner(far, part.right, part.top),
+        corner(far, part.left, part.bottom),  corner(far, part.right, part.bottom)};
+    std::transform(fromCamera.begin(), fromCamera.end(), corners.begin(),
+                   [&](const point& place) { return camera.position + (place - point()); });
+    const auto plane = [&](Corner place, Corner first, Corner second) {
+        return planeThrough(corners, fromCamera, place, first, second);
+    };
+    planes = {plane(Ntl, Ntr, Nbl), plane(Ftl, Fbl, Ftr), plane(Ntl, Nbl, Ftl),
+              plane(Ntr, Ftr, Nbr), plane(Nbl, Nbr, Fbl), plane(Ntl, Ftl, Ntr)};
 }
 
 bool View::toClip(const point& world, std::array<double, 4>& clip) const {

@@ -135,13 +135,13 @@ public:
     /// frame. Objects are numbered in the order in which they are drawn, from 1; one that fails has
     /// a number, too, as what it has drawn is to be seen. The frame's failures and counts stay as
     /// they are; what fails here is among the failures of the next frame, or of that under way, as
-    /// objects may tell of it once. An object may ask for this while it is drawn, and isn't found itself then; as all
-    /// others are locked in turn, nobody else may draw or hold them at that time. Pixels beyond the
-    /// targets are 0. Behind it views, what the program of a wave under way draws with and OpenGL's
-    /// state are as they were, but for textures and buffers that objects have bound. Of variables
-    /// that the asking object has set ahead of a wave, those of programs that it shares with others
-    /// may be theirs by then. Throws a GLRenderException for a rectangle wider or higher than
-    /// GLLimits::maxRenderbufferSize.
+    /// objects may tell of it once. An object may ask for this while it is drawn, and isn't found
+    /// itself then; as all others are locked in turn, nobody else may draw or hold them at that
+    /// time. Pixels beyond the targets are 0. Behind it views, what the program of a wave under way
+    /// draws with and OpenGL's state are as they were, but for textures and buffers that objects
+    /// have bound. Of variables that the asking object has set ahead of a wave, those of programs
+    /// that it shares with others may be theirs by then. Throws a GLRenderException for a rectangle
+    /// wider or higher than GLLimits::maxRenderbufferSize.
     PickListPtr pickObjects(const ObjectSelection& objects, int x, int y, int width, int height,
                             int firstLayer, int lastLayer) override;
 

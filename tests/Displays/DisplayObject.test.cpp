@@ -468,8 +468,8 @@ TEST_F(DisplayObjectTest, OriginOfWhatIsTransformedIsAsNearAsItsBoxNeeds) {
     };
     Mirk::TransformOperator moved, shifted;
     moved.functor = Mirk::TransformOperator::FunctorPtr(new Moving);
-    shifted.functor = Mirk::TransformOperator::FunctorPtr(
-        new Mirk::TransformOperator::Shift(vector{0, 0, 0}));
+    shifted.functor =
+        Mirk::TransformOperator::FunctorPtr(new Mirk::TransformOperator::Shift(vector{0, 0, 0}));
     const point camera{1e6, 0, 10};
     // It looks at something far behind all.
     const auto look = [&](const point& place) {

@@ -189,7 +189,7 @@ protected:
 
 TEST_F(TriangleSurfaceTest, PieceOfWhichACoarserLevelLeavesNothingHasThatLevelAsItsNeighboursDo) {
     // As many points as a piece has, and a speck in another.
-    constexpr std::uint32_t columns = 512;
+    constexpr std::uint32_t columns = 256;
     static_assert(columns * columns == TriangleSurface::pieceVertices);
     std::vector<Mirk::Point> points;
     std::vector<std::uint32_t> corners;

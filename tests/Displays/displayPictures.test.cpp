@@ -34,6 +34,30 @@ TEST_F(DisplayPictures, TriangleIsWhereItIsInTheColourOfItsLight) {
     EXPECT_FALSE(image.isDrawn(18, 46));
 }
 
+TEST_F(DisplayPictures, FlatTriangleHasOneColorThroughAnyLens) {
+    const auto surface = add<TriangleSurface>();
+    const auto through = [&](double angle) {
+        const double w = 4000.0 * std::tan(angle * std::numbers::pi / 360.0);
+        const Color gray{200, 200, 200, 255};
+        surface->surface().set({}, mesh({{-w, -w, -0.5 * w}, {w, -w, 0.3 * w}, {0, w, 0.1 * w}},
+                                        {0, 1, 2}, {gray, gray, gray}));
+        Eye eye = eyeAt({0, 0, 1000}, 900, 1100);
+        eye.camera.lookAt = {0, 0, 0};
+        eye.camera.fieldOfView = angle;
+        return draw(eye);
+    };
+    const Pixel expected = through(1.0).at(32, 32);
+    for (const double angle : {0.1, 0.01, 0.001}) {
+        const Image image = through(angle);
+        const Pixel middle = image.at(32, 32);
+        EXPECT_NEAR(middle[0], expected[0], 1) << angle << " degrees";
+        for (int i = 0; i < size * size; ++i) {
+            const Pixel pixel = image.at(i % size, i / size);
+            ASSERT_NEAR(pixel[0], middle[0], 1) << angle << " degrees, pixel " << i;
+        }
+    }
+}
+
 TEST_F(DisplayPictures, LightTurnsWithTheEye) {
     const auto facing = add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {200, 200, 200, 255}));
     const Pixel upright = draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32);

@@ -16,6 +16,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -665,6 +666,23 @@ protected:
         return context.isVisible(boxAround(centre, reach), 0);
     }
 };
+
+TEST_F(VisibilityTest, IsTheSameFarFromZero) {
+    View& eye = context.CurrentView(0, 0);
+    const double far = 1e12;
+    eye.camera.position = {far, far, far};
+    eye.camera.lookAt = {far, far, far - 1.0};
+    setPerspective(60, 1e-4, 100);
+    const double halfWidth = 10.0 * std::tan(std::numbers::pi / 6.0);
+    for (const double part : {-0.99, -0.5, 0.0, 0.65, 0.99}) {
+        EXPECT_TRUE(isVisible({far + part * halfWidth, far, far - 10.0}, 0)) << part;
+        EXPECT_TRUE(isVisible({far, far + part * halfWidth, far - 10.0}, 0)) << part;
+    }
+    for (const double part : {-1.01, 1.01}) {
+        EXPECT_FALSE(isVisible({far + part * halfWidth, far, far - 10.0}, 0)) << part;
+        EXPECT_FALSE(isVisible({far, far + part * halfWidth, far - 10.0}, 0)) << part;
+    }
+}
 
 TEST_F(VisibilityTest, BoxInsideIsVisible) {
     EXPECT_TRUE(isVisible({0, 0, 0}, 1));
