@@ -126,6 +126,7 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     double least = greatestNeed(point() + origin);
     constexpr double early = 0.5;
     if (least <= early || (least <= 1.0 && fitsInto(context, *content))) return point() + origin;
+    if (!movesThings(transform) && isAmong(*content, point() + origin)) return point() + origin;
     const Need* best = nullptr;
     for (const Need& need : _needs) {
         const double greatest = greatestNeed(need.camera);
@@ -152,8 +153,20 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
         const double nearest = movesThings(transform)
                                    ? nearestOfMoved(display, context.pool, camera)
                                    : nearestTo(eye, camera.position, content);
-        _needs.push_back({eye, camera.position, originThreshold(context, eye, nearest)});
+        _needs.push_back({eye, camera.position, nearest, originThreshold(context, eye, nearest)});
     }
+}
+
+/// Whether an origin is nearer to all that is drawn than any eye: at the camera it would be worse.
+/// That is so through long lenses, and from far away without perspective. What is off by the place
+/// of the camera is off for all vertices alike.
+bool DisplayObject::Showing::isAmong(const Content& content, const point& origin) const {
+    const auto farther = [](double a, double b) { return std::max(std::abs(a), std::abs(b)); };
+    const vector toMin = content.bounds.min - origin, toMax = content.bounds.max - origin;
+    const double farthest = norm(
+        vector{farther(toMin.x, toMax.x), farther(toMin.y, toMax.y), farther(toMin.z, toMax.z)});
+    return std::all_of(_needs.begin(), _needs.end(),
+                       [&](const Need& need) { return farthest <= need.nearest; });
 }
 
 /// Above 1 if an origin is too far away from an eye.

@@ -74,6 +74,7 @@ private:
     struct Need {
         unsigned eye;
         point camera;
+        double nearest; ///< how far away that is which is drawn
         double threshold;
     };
 
@@ -81,6 +82,7 @@ private:
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
+    bool isAmong(const Content& content, const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
     const Keel::WeakPtr<Seagrass> _seagrass;

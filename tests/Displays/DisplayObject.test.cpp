@@ -487,6 +487,28 @@ TEST_F(DisplayObjectTest, OriginOfWhatIsTransformedIsAsNearAsItsBoxNeeds) {
     EXPECT_EQ(around->lastOrigin, camera) << "nothing is moved by that";
 }
 
+TEST_F(DisplayObjectTest, OriginStaysAmongDataThatAreFarAway) {
+    Mirk::View& view = context.CurrentView(0, 0);
+    const auto lookThroughALongLens = [&](double distance) {
+        lookFrom(0, {0, 0, distance});
+        view.setFrustum(-1e-8, 1e-8, -1e-8, 1e-8, 1, 1e9);
+    };
+    lookThroughALongLens(1e6);
+    ASSERT_GT(1e6, Mirk::originThreshold(context, 0, 1e6));
+    draw(*object);
+    EXPECT_EQ(object->lastOrigin, point());
+    const DisplayPtr<Plain> distant(
+        new Plain(Skua::BoundingBox(point{-1, -1, 2e6}, point{1, 1, 2e6 + 2})));
+    lookThroughALongLens(3e6);
+    draw(*distant);
+    EXPECT_EQ(distant->lastOrigin, (point{0, 0, 3e6})) << "zero is not among these";
+    lookThroughALongLens(2e6 + 3);
+    draw(*object);
+    lookThroughALongLens(1.5);
+    draw(*object);
+    EXPECT_EQ(object->lastOrigin, (point{0, 0, 1.5}));
+}
+
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
     const DisplayPtr<Plain> around(
         new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
