@@ -137,9 +137,9 @@ DisplayObject::Pieces::creatorsFor(const Pieces& pieces, const Seagrass& seagras
     return creators;
 }
 
-KeptPieces::LeasePtr DisplayObject::Pieces::newLease() const {
+Exchanges::LeasePtr DisplayObject::Pieces::newLease() const {
     std::vector<Keel::WeakPtr<PolypCreatorBase>> creators(_creators.begin(), _creators.end());
-    return std::make_shared<KeptPieces::Lease>(std::move(creators));
+    return std::make_shared<Exchanges::Lease>(std::move(creators));
 }
 
 void DisplayObject::Pieces::replaceLights(const CompiledPtr& compiled, const LightsPtr& lights) {

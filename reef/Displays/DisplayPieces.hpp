@@ -2,7 +2,7 @@
 // The polyps of a display object; stands on its programs and PolypCreator.
 
 #include <Displays/DisplayPrograms.hpp>
-#include <Displays/KeptPieces.hpp>
+#include <Displays/Exchanges.hpp>
 
 #include <exception>
 #include <memory>
@@ -54,7 +54,7 @@ public:
     bool isEmpty() const;
     /// Has the cache evict none of those that are there or come, as long as this is called for each
     /// drawing.
-    void keep(KeptPieces& all) { all.renew(_lease); }
+    void keep(Exchanges& all) { all.renew(_lease); }
     void endKeeping() { _lease->end(); }
 
     /// Brings the pieces that are missing to the GPU, as far as the allowance of the frame goes,
@@ -73,7 +73,7 @@ private:
 
     static std::vector<PieceCreatorPtr> creatorsFor(const Pieces& pieces, const Seagrass& seagrass,
                                                     std::size_t number);
-    KeptPieces::LeasePtr newLease() const;
+    Exchanges::LeasePtr newLease() const;
     static bool isReady(const PieceCreator& creator);
     PolypPtr provide(PieceCreator& creator, VRenderContext& context, const Content& content,
                      Supply& supply) const;
@@ -88,7 +88,7 @@ private:
     const CompiledPtr _compiled; // to be there when it is asked for again
     LightsPtr _lights;
     const std::vector<PieceCreatorPtr> _creators;
-    const KeptPieces::LeasePtr _lease;
+    const Exchanges::LeasePtr _lease;
 };
 
 } // namespace Mirk

@@ -85,7 +85,7 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _eyes(context.EyeViews.size()),
       _outputViews(context.OutputViews),
       _takesFiles(context.ShaderFileOverrides),
-      _keptPieces(KeptPieces::of(seagrass)) {}
+      _exchanges(Exchanges::of(seagrass)) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
     return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
@@ -121,20 +121,23 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
                                                       const ContentPtr& content,
                                                       const TransformOperator& transform) {
     vector origin = FloatOrigin::getTranslationVector(_place);
-    if (isOriginComing()) return point() + origin;
+    const point present = point() + origin;
     findNeeds(display, context, content, transform);
-    double least = greatestNeed(point() + origin);
+    const bool isComing = isOriginComing();
+    if (isComing) noteNeedOfShown();
+    if (isComing && !_coming->isEmpty()) return present;
+    const double need = greatestNeed(present);
     constexpr double early = 0.5;
-    if (least <= early || (least <= 1.0 && fitsInto(context, *content))) return point() + origin;
-    if (!movesThings(transform) && isAmong(*content, point() + origin)) return point() + origin;
-    const Need* best = nullptr;
-    for (const Need& need : _needs) {
-        const double greatest = greatestNeed(need.camera);
-        if (!(greatest < least)) continue;
-        best = &need;
-        least = greatest;
+    if (need <= early) return present;
+    const bool isUpAtOnce = fitsInto(context, *content);
+    if (isUpAtOnce && need <= 1.0) return present;
+    if (!movesThings(transform) && isAmong(*content, present)) return present;
+    const Need* const best = bestEye(need);
+    if (best == nullptr) return present;
+    if (!isComing) {
+        _exchanges->noteNeed(need);
+        if (!isUpAtOnce && !_exchanges->isGreatest(need)) return present;
     }
-    if (best == nullptr) return point() + origin;
     const unsigned currentEye = std::exchange(context.CurrentEye, best->eye);
     FloatOrigin::getTranslationVector(context, _place, origin, anyDistance);
     context.CurrentEye = currentEye;
@@ -155,6 +158,26 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
                                    : nearestTo(eye, camera.position, content);
         _needs.push_back({eye, camera.position, nearest, originThreshold(context, eye, nearest)});
     }
+}
+
+/// While it waits for what is coming. Who waits for too long may do so for ever, and is not to hold
+/// up the others.
+void DisplayObject::Showing::noteNeedOfShown() {
+    if (_notSupplied || _frame > _comingSince + Exchanges::patience) return;
+    _exchanges->noteNeed(greatestNeed(_shown->generation().origin));
+}
+
+/// The one at whose camera the origin leaves all eyes in the least need; null if none leaves less.
+const DisplayObject::Showing::Need* DisplayObject::Showing::bestEye(double presentNeed) const {
+    const Need* best = nullptr;
+    double least = presentNeed;
+    for (const Need& need : _needs) {
+        const double greatest = greatestNeed(need.camera);
+        if (!(greatest < least)) continue;
+        best = &need;
+        least = greatest;
+    }
+    return best;
 }
 
 /// Whether an origin is nearer to all that is drawn than any eye: at the camera it would be worse.
@@ -211,7 +234,7 @@ void DisplayObject::Showing::setFailed(const std::exception_ptr& failure) {
 DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& display,
                                                            VRenderContext& context,
                                                            std::size_t level) {
-    _keptPieces->noteDrawing(_frame);
+    _exchanges->noteDrawing(_frame);
     if (_compiled) _wanted.program = _compiled->program(context);
     const bool isWhole = drawBest(display, context, level);
     keepPieces();
@@ -270,6 +293,7 @@ bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
     _coming = std::move(pieces);
+    _comingSince = _frame;
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
@@ -282,10 +306,10 @@ void DisplayObject::Showing::showComing() {
 /// of the one that is shown may never come back, and the other would never be complete. What is
 /// shown because there is no program may be all that is ever drawn.
 void DisplayObject::Showing::keepPieces() {
-    if (_coming) _coming->keep(*_keptPieces);
+    if (_coming) _coming->keep(*_exchanges);
     if (!_shown) return;
     if (_coming || !_wanted.program) {
-        _shown->keep(*_keptPieces);
+        _shown->keep(*_exchanges);
     } else {
         _shown->endKeeping();
     }

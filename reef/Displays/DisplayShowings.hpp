@@ -32,6 +32,7 @@ public:
 
     /// What vertices are to be relative to. While those of another origin are on their way to the
     /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
+    /// As long as none of them is there it may be another one.
     point originIn(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
 
@@ -82,6 +83,8 @@ private:
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
+    const Need* bestEye(double presentNeed) const;
+    void noteNeedOfShown();
     bool isAmong(const Content& content, const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
@@ -93,8 +96,9 @@ private:
     const std::size_t _eyes;
     const unsigned _outputViews;
     const bool _takesFiles;
-    const Keel::StrongPtr<KeptPieces, Keel::InterfaceBase> _keptPieces;
-    std::uint64_t _frame = 0; // by these
+    const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
+    std::uint64_t _frame = 0;       // by these
+    std::uint64_t _comingSince = 0; // by its frames
     std::size_t _drawnLevel = 0;
     Generation _wanted;
     CompiledPtr _compiled;

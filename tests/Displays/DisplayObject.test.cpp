@@ -1,5 +1,5 @@
 #include <Displays/DisplayObject.hpp>
-#include <Displays/KeptPieces.hpp>
+#include <Displays/Exchanges.hpp>
 #include <Displays/originThreshold.hpp>
 
 #include "../keel/countedNew.hpp"
@@ -509,6 +509,25 @@ TEST_F(DisplayObjectTest, OriginStaysAmongDataThatAreFarAway) {
     EXPECT_EQ(object->lastOrigin, (point{0, 0, 1.5}));
 }
 
+TEST_F(DisplayObjectTest, OriginsOfObjectsThatAreDrawnLastFollowAsWell) {
+    std::vector<DisplayPtr<Plain>> all;
+    for (int i = 0; i < 3; ++i) {
+        all.emplace_back(
+            new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+        all.back()->pieces = 2;
+        all.back()->knownBytes = bytes;
+        draw(*all.back());
+    }
+    const double step = 0.6 * Mirk::originThreshold(context, 0, 0.0);
+    constexpr int frames = 60;
+    for (int frame = 1; frame <= frames; ++frame) {
+        lookFrom(0, {0, 0, frame * step});
+        context.renderAllowance = bytes;
+        for (const DisplayPtr<Plain>& one : all) draw(*one);
+    }
+    for (const DisplayPtr<Plain>& one : all) EXPECT_GT(one->lastOrigin.z, (frames - 12) * step);
+}
+
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
     const DisplayPtr<Plain> around(
         new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
@@ -977,7 +996,7 @@ TEST_F(DisplayObjectUploads, WhatIsNotDrawnAnyMoreIsKeptForAWhile) {
         seagrass->cleanup();
         return context.basin.log->live["Painter"];
     };
-    const auto patience = Mirk::KeptPieces::patience;
+    const auto patience = Mirk::Exchanges::patience;
     EXPECT_EQ(drawOther(patience / 2), 3);
     // From then on anew.
     frame(0);
@@ -994,7 +1013,7 @@ TEST_F(DisplayObjectUploads, WhatIsDrawnAgainIsKeptAgain) {
     frame(bytes);
     const DisplayPtr<Plain> other(new Plain);
     context.renderAllowance = 1000;
-    for (std::uint64_t i = 0; i < 2 * Mirk::KeptPieces::patience; ++i) draw(*other);
+    for (std::uint64_t i = 0; i < 2 * Mirk::Exchanges::patience; ++i) draw(*other);
     EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2"));
     seagrass->lawn();
     EXPECT_THAT(frame(0).drawn, ElementsAre("1", "2"));

@@ -1,17 +1,17 @@
-#include <Displays/KeptPieces.hpp>
+#include <Displays/Exchanges.hpp>
 
 #include <utility>
 
 namespace Mirk {
 
-KeptPieces::Lease::Lease(std::vector<Keel::WeakPtr<PolypCreatorBase>> creators)
+Exchanges::Lease::Lease(std::vector<Keel::WeakPtr<PolypCreatorBase>> creators)
     : _creators(std::move(creators)) {}
 
-void KeptPieces::Lease::end() {
+void Exchanges::Lease::end() {
     if (_isKept) setKept(false);
 }
 
-void KeptPieces::Lease::setKept(bool kept) {
+void Exchanges::Lease::setKept(bool kept) {
     _isKept = kept;
     for (const Keel::WeakPtr<PolypCreatorBase>& weak : _creators) {
         const Keel::StrongPtr<PolypCreatorBase> creator(weak);
@@ -19,16 +19,17 @@ void KeptPieces::Lease::setKept(bool kept) {
     }
 }
 
-Keel::StrongPtr<KeptPieces, Keel::InterfaceBase> KeptPieces::of(const Seagrass& seagrass) {
-    return seagrass.provideInterface<KeptPieces>(
-        [] { return Keel::StrongPtr<Keel::InterfaceBase>(new KeptPieces); });
+Keel::StrongPtr<Exchanges, Keel::InterfaceBase> Exchanges::of(const Seagrass& seagrass) {
+    return seagrass.provideInterface<Exchanges>(
+        [] { return Keel::StrongPtr<Keel::InterfaceBase>(new Exchanges); });
 }
 
-void KeptPieces::noteDrawing(std::uint64_t& frame) {
+void Exchanges::noteDrawing(std::uint64_t& frame) {
     const bool isAgain = frame == _frame;
     if (isAgain) ++_frame;
     frame = _frame;
     if (!isAgain) return;
+    _greatestNeed = std::exchange(_greatestNeedOfNow, 0.0);
     std::erase_if(_leases, [&](const std::weak_ptr<Lease>& weak) {
         const LeasePtr lease = weak.lock();
         if (!lease) return true;
@@ -37,7 +38,7 @@ void KeptPieces::noteDrawing(std::uint64_t& frame) {
     });
 }
 
-void KeptPieces::renew(const LeasePtr& lease) {
+void Exchanges::renew(const LeasePtr& lease) {
     lease->_frame = _frame;
     if (lease->isKept()) return;
     lease->setKept(true);
