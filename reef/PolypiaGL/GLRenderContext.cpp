@@ -12,6 +12,7 @@
 #include <PolypiaGL/glMachine.hpp>
 #include <PolypiaGL/glProgram.hpp>
 #include <PolypiaGL/glSavedState.hpp>
+#include <PolypiaGL/textOrigins.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -378,7 +379,7 @@ void GLRenderContext::contextOperation() {
 }
 
 bool GLRenderContext::notifyError(const RenderAble& object, const RenderException& exception) {
-    _failures.push_back({object.Name(), exception.str(), exception.shaderLog.str()});
+    _failures.push_back({object.Name(), exception.str(), GL::logWithNames(exception)});
     return false;
 }
 

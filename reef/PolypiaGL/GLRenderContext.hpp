@@ -71,7 +71,8 @@ public:
     struct Failure {
         std::string object;
         std::string report;
-        /// What was said about a faulty shader, see RenderException; empty if it was no such.
+        /// What was said about a faulty shader, see RenderException, with the name of the file in
+        /// each line that has one; empty if it was no such.
         std::string shaderLog = {};
     };
     /// Adds those that are not there yet.

@@ -25,8 +25,19 @@ struct PlacedMessage {
     std::size_t line = 0;
     std::string rest; ///< from the closing bracket on
 
-    std::string text() const { return file + "(" + std::to_string(line) + rest; }
+    /// As a line of a log whose exception is about `ownFile`.
+    std::string text(std::string_view ownFile) const {
+        return (file == ownFile ? std::string("0") : file) + "(" + std::to_string(line) + rest;
+    }
+    bool isWarning() const { return rest.starts_with(") : warning"); }
 };
+
+/// One message, or what belongs to the one above it.
+struct LogLine {
+    std::optional<PlacedMessage> message;
+    std::string_view words;
+};
+using LogLines = std::vector<LogLine>;
 
 bool beginsWithSeverity(std::string_view text) {
     constexpr std::array severities{
@@ -85,13 +96,16 @@ void placeBehindInclude(PlacedMessage& message, const Origins& origins) {
     message.file = origin->file;
 }
 
-void place(PlacedMessage& message, std::string_view stage, const Origins& origins) {
+/// Lines of the composed text are not those of the file with the name of the stage, if there is
+/// one.
+void place(PlacedMessage& message, const std::string& stage, const Origins& origins) {
     if (message.file == composedText) {
         placeComposed(message, stage, origins);
     } else {
         placeBehindInclude(message, origins);
     }
-    // Only lines of the composed text begin so.
+    if (message.file == composedText) message.file = "composed " + stage;
+    // Only lines of what the exception is about begin so.
     if (message.file.starts_with("0(")) message.file.insert(0, "./");
 }
 
@@ -108,16 +122,16 @@ std::vector<std::string_view> linesOf(std::string_view text) {
 } // namespace
 
 void nameFiles(RenderException& exception, const Origins& origins) {
-    const std::string_view log = exception.shaderLog.view();
+    const std::string log = exception.shaderLog.str();
     if (origins.empty() || !log.starts_with('\n')) return;
     std::string stage(exception.file.view());
-    std::string errors, warnings, stageOfFirst;
+    LogLines errors, warnings;
     // What follows a message without a place of its own belongs to it; and below the headings of a
     // linker each message stays where it is.
-    std::string* target = &errors;
+    LogLines* target = &errors;
     bool hasHeadings = false;
     std::optional<PlacedMessage> first;
-    for (const std::string_view line : linesOf(log.substr(1))) {
+    for (const std::string_view line : linesOf(std::string_view(log).substr(1))) {
         const std::string_view ending = stageOfHeading(line);
         const auto headed = std::find_if(origins.begin(), origins.end(), [&](const auto& origin) {
             return !ending.empty() && origin.stage.ends_with(ending);
@@ -126,19 +140,32 @@ void nameFiles(RenderException& exception, const Origins& origins) {
         hasHeadings = hasHeadings || !ending.empty();
         std::optional<PlacedMessage> message = parse(line);
         if (message) place(*message, stage, origins);
-        const bool isWarning = message && message->rest.starts_with(") : warning");
-        if (message) target = isWarning && !hasHeadings ? &warnings : &errors;
-        target->append(message ? message->text() : std::string(line)) += '\n';
-        if (message && !isWarning && !first) {
-            first = message;
-            stageOfFirst = stage;
-        }
+        if (message) target = message->isWarning() && !hasHeadings ? &warnings : &errors;
+        if (message && !message->isWarning() && !first) first = message;
+        target->push_back({std::move(message), line});
     }
-    exception.shaderLog = "\n" + errors + warnings;
-    if (!first) return;
-    exception.file = first->file == composedText ? stageOfFirst : first->file;
-    constexpr std::size_t greatest = std::numeric_limits<int>::max(); // beyond it nothing is a line
-    exception.line = static_cast<int>(std::min(first->line, greatest));
+    errors.insert(errors.end(), warnings.begin(), warnings.end());
+    if (first) {
+        exception.file = first->file;
+        constexpr std::size_t greatest = std::numeric_limits<int>::max(); // no line beyond it
+        exception.line = static_cast<int>(std::min(first->line, greatest));
+    }
+    std::string named = "\n";
+    for (const LogLine& line : errors) {
+        named.append(line.message ? line.message->text(exception.file.view())
+                                  : std::string(line.words)) += '\n';
+    }
+    exception.shaderLog = named;
+}
+
+std::string logWithNames(const RenderException& exception) {
+    std::string named;
+    for (const std::string_view line : linesOf(exception.shaderLog.view())) {
+        const bool isOwn = line.starts_with("0(") && !exception.file.empty();
+        if (isOwn) named.append(exception.file.view());
+        named.append(line.substr(isOwn ? 1 : 0)) += '\n';
+    }
+    return named;
 }
 
 } // namespace Mirk::GL

@@ -154,6 +154,8 @@ TEST_F(EditedShaders, FaultyFileKeepsTheLastProgramAndIsReportedOnce) {
     EXPECT_EQ(faulty.middle, (Pixel{0, 255, 0}));
     EXPECT_THAT(faulty.printed, testing::HasSubstr("oops"));
     EXPECT_THAT(report(), testing::HasSubstr("oops"));
+    const std::string link = "<A HREF=\"" + nameOf(".frag") + ":2\">0(<FONT COLOR=red>2</FONT>) : ";
+    EXPECT_THAT(report(), testing::HasSubstr(link));
     ASSERT_EQ(context->failures().size(), 1U);
     EXPECT_THAT(context->failures().front().shaderLog,
                 testing::StartsWith("\n" + nameOf(".frag") + "(2) : error: "));

@@ -32,7 +32,7 @@ RenderException named(const std::string& log, const Origins& origins = mainCode,
 
 std::string logOf(const std::string& log, const Origins& origins = mainCode,
                   const char* stage = "N.frag") {
-    return named(log, origins, stage).shaderLog.str();
+    return Mirk::GL::logWithNames(named(log, origins, stage));
 }
 
 TEST(textOrigins, LinesOfAFileAreCountedInIt) {
@@ -41,15 +41,37 @@ TEST(textOrigins, LinesOfAFileAreCountedInIt) {
     EXPECT_EQ(logOf("\n0(31) : error: end of file\n"), "\nN_frag.glsl(12) : error: end of file\n");
 }
 
-TEST(textOrigins, OtherLinesStayThoseOfTheComposedText) {
-    for (const char* const log :
-         {"\n0(20) : error: a\n", "\n0(32) : error: a\n", "\nlights.glsl(3) : error: a\n",
-          "\nno place\n", "\n", "\nvertex and fragment stage : error: (3) : a\n",
-          "\n0(x) : error: a\n", "\n0() : error: a\n", ""}) {
+TEST(textOrigins, OtherLinesAreThoseOfTheComposedText) {
+    EXPECT_EQ(logOf("\n0(20) : error: a\n"), "\ncomposed N.frag(20) : error: a\n");
+    EXPECT_EQ(logOf("\n0(32) : error: a\n"), "\ncomposed N.frag(32) : error: a\n");
+    EXPECT_EQ(logOf("\n0(16) : error: a\n", mainCode, "N.vert"),
+              "\ncomposed N.vert(16) : error: a\n");
+    EXPECT_EQ(named("\n0(21) : error: a\n", {}).shaderLog.str(), "\n0(21) : error: a\n");
+}
+
+TEST(textOrigins, WhatHasNoPlaceStaysAsItIs) {
+    for (const char* const log : {"\nlights.glsl(3) : error: a\n", "\nno place\n", "\n",
+                                  "\nvertex and fragment stage : error: (3) : a\n", ""}) {
         EXPECT_EQ(logOf(log), log);
     }
-    EXPECT_EQ(logOf("\n0(16) : error: a\n", mainCode, "N.vert"), "\n0(16) : error: a\n");
-    EXPECT_EQ(logOf("\n0(21) : error: a\n", {}), "\n0(21) : error: a\n");
+    for (const char* const log : {"\n0(x) : error: a\n", "\n0() : error: a\n"}) {
+        EXPECT_EQ(named(log).shaderLog.str(), log);
+    }
+}
+
+TEST(textOrigins, OnlyLinesOfTheFileOfTheFirstErrorBeginAsReportsLinkThem) {
+    const RenderException inFile =
+        named("\n0(22) : error: a\n0(7) : error: b\n./part(9) : error: c\n0(25) : error: d\n");
+    EXPECT_EQ(inFile.file.str(), "N_frag.glsl");
+    EXPECT_EQ(inFile.shaderLog.str(), "\n0(3) : error: a\ncomposed N.frag(7) : error: b\n"
+                                      "./part(9) : error: c\n0(6) : error: d\n");
+    // The file of the user has the name of the stage.
+    const Origins override{{"N.frag", "N.frag", 21, 10, 1}};
+    const RenderException composed = named("\n0(7) : error: a\n0(22) : error: b\n", override);
+    EXPECT_EQ(composed.file.str(), "composed N.frag");
+    EXPECT_EQ(composed.shaderLog.str(), "\n0(7) : error: a\nN.frag(2) : error: b\n");
+    const RenderException included = named("\n./part(9) : error: a\n0(7) : error: b\n");
+    EXPECT_EQ(included.shaderLog.str(), "\n0(9) : error: a\ncomposed N.frag(7) : error: b\n");
 }
 
 TEST(textOrigins, LinesBehindAnIncludeAreThoseBehindTheDirective) {
@@ -70,7 +92,7 @@ TEST(textOrigins, LinkersTellTheStageByAHeading) {
               "Fragment info\n-------------\nN_frag.glsl(2) : error: b\n");
     const RenderException composed =
         named("\nFragment info\n-------------\n0(7) : error: a\n", origins, "N.vert");
-    EXPECT_EQ(composed.file.str(), "N.frag");
+    EXPECT_EQ(composed.file.str(), "composed N.frag");
     EXPECT_EQ(composed.line, 7);
 }
 
@@ -87,14 +109,18 @@ TEST(textOrigins, WhatOnlyLooksLikeAPlaceIsNone) {
 
 TEST(textOrigins, ErrorsStandAheadOfWarnings) {
     EXPECT_EQ(logOf("\n0(3) : warning: w\n0(4) : error: a\nmore\n0(22) : warning: v\n"),
-              "\n0(4) : error: a\nmore\n0(3) : warning: w\nN_frag.glsl(3) : warning: v\n");
+              "\ncomposed N.frag(4) : error: a\nmore\ncomposed N.frag(3) : warning: w\n"
+              "N_frag.glsl(3) : warning: v\n");
 }
 
 TEST(textOrigins, WhatBelongsToAWarningGoesWithIt) {
     EXPECT_EQ(logOf("\n0(3) : warning: w\n   detail of w\n0(4) : error: a\n   detail of a\n"),
-              "\n0(4) : error: a\n   detail of a\n0(3) : warning: w\n   detail of w\n");
-    const std::string headed = "\nVertex info\n0(7) : warning: w\nFragment info\n0(8) : error: a\n";
-    EXPECT_EQ(logOf(headed), headed) << "each below its heading";
+              "\ncomposed N.frag(4) : error: a\n   detail of a\n"
+              "composed N.frag(3) : warning: w\n   detail of w\n");
+    EXPECT_EQ(logOf("\nVertex info\n0(7) : warning: w\nFragment info\n0(8) : error: a\n"),
+              "\nVertex info\ncomposed N.vert(7) : warning: w\n"
+              "Fragment info\ncomposed N.frag(8) : error: a\n")
+        << "each below its heading";
 }
 
 TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
@@ -102,7 +128,7 @@ TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
     EXPECT_EQ(inFile.file.str(), "N_frag.glsl");
     EXPECT_EQ(inFile.line, 3);
     const RenderException composed = named("\n0(7) : error: a\n0(22) : error: b\n");
-    EXPECT_EQ(composed.file.str(), "N.frag");
+    EXPECT_EQ(composed.file.str(), "composed N.frag");
     EXPECT_EQ(composed.line, 7);
     const RenderException included = named("\n./part(9) : error: a\n");
     EXPECT_EQ(included.file.str(), "./part");
@@ -114,12 +140,14 @@ TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
 
 TEST(textOrigins, NumbersBeyondAllLinesStayNumbers) {
     EXPECT_EQ(named("\n0(99999999999) : error: a\n").line, std::numeric_limits<int>::max());
-    EXPECT_EQ(logOf("\n0(99999999999) : error: a\n"), "\n0(99999999999) : error: a\n");
+    EXPECT_EQ(logOf("\n0(99999999999) : error: a\n"),
+              "\ncomposed N.frag(99999999999) : error: a\n");
 }
 
-TEST(textOrigins, NoFileLooksLikeTheComposedText) {
-    EXPECT_EQ(logOf("\n0(21) : error: a\n", {{"N.frag", "0(x.frag", 21, 10, 1}}),
-              "\n./0(x.frag(1) : error: a\n");
+TEST(textOrigins, NoOtherFileLooksLikeThatOfTheFirstError) {
+    const RenderException exception =
+        named("\n0(7) : error: a\n0(21) : error: b\n", {{"N.frag", "0(x.frag", 21, 10, 1}});
+    EXPECT_EQ(exception.shaderLog.str(), "\n0(7) : error: a\n./0(x.frag(1) : error: b\n");
 }
 
 /// What drivers write of the fault in one place: line 5 of the override file, of an included file,
@@ -139,11 +167,10 @@ protected:
         const RenderException exception =
             named(Mirk::GL::mapCompilerLog(log, lines, Mirk::GL::LineNumbering::N),
                   {{"N.frag", "N.frag", 21, 10, 1}});
-        const std::string text = exception.shaderLog.str();
+        const std::string text = Mirk::GL::logWithNames(exception);
         const std::string place = text.substr(1, text.find(')'));
-        EXPECT_EQ(exception.line, std::stoi(place.substr(place.rfind('(') + 1)));
-        EXPECT_EQ(place.substr(0, place.rfind('(')),
-                  exception.file.str() == "N.frag" && place[0] == '0' ? "0" : exception.file.str());
+        EXPECT_EQ(place, exception.file.str() + "(" + std::to_string(exception.line) + ")");
+        EXPECT_TRUE(exception.shaderLog.str().starts_with("\n0("));
         return place;
     }
 
@@ -154,7 +181,7 @@ TEST_P(MessagesOfDrivers, LeadToTheFileAndItsLine) {
     EXPECT_EQ(report(25), "N.frag(5)");
     EXPECT_EQ(report(lines.number("./part", 5)), "./part(5)");
     EXPECT_EQ(report(lines.number("N.frag", 4)), "N.frag(5)");
-    EXPECT_EQ(report(12), "0(12)");
+    EXPECT_EQ(report(12), "composed N.frag(12)");
 }
 
 constexpr Driver drivers[] = {
