@@ -364,16 +364,33 @@ void setMatrices(unsigned program, int location, int count, int columns, const f
     }
 }
 
-/// What the stages need. Fragment stages read clip distances and do not write them.
-ProgramSwitches neededSwitches(const std::vector<StageSource>& stages) {
+bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
+    return std::any_of(stages.begin(), stages.end(),
+                       [&](const StageSource& source) { return source.stage == stage; });
+}
+
+/// Whether a text has a name of a stage's own, and not that of what comes from the stage before.
+bool namesOutput(std::string_view text, std::string_view name) {
+    std::size_t at = text.find(name);
+    while (at != std::string_view::npos && at > 0 && text[at - 1] == '.') {
+        at = text.find(name, at + name.size());
+    }
+    return at != std::string_view::npos;
+}
+
+/// What the stages need. What is clipped, and how large points are, is told by the last stage ahead
+/// of the fragments, which may read it.
+ProgramSwitches neededSwitches(const std::vector<StageSource>& stages,
+                               const std::string& platformDefines) {
     ProgramSwitches needed{};
+    const bool hasGeometry = hasStage(stages, Stage::Geometry);
     for (const StageSource& source : stages) {
-        const std::string text = GlslScan(source.code).blank;
-        const auto names = [&](const char* name) { return text.find(name) != std::string::npos; };
-        const bool isFragment = source.stage == Stage::Fragment;
-        if (!isFragment && names("gl_ClipDistance")) needed[0] = needed[1] = true;
-        if (!isFragment && names("gl_PointSize")) needed[2] = true;
-        if (isFragment && names("gl_PointCoord")) needed[3] = true;
+        const std::string text = GlslScan(source.code).withoutInactive(platformDefines);
+        if (source.stage == (hasGeometry ? Stage::Geometry : Stage::Vertex)) {
+            needed[0] = needed[1] = namesOutput(text, "gl_ClipDistance");
+            needed[2] = namesOutput(text, "gl_PointSize");
+        }
+        if (source.stage == Stage::Fragment) needed[3] = namesOutput(text, "gl_PointCoord");
     }
     return needed;
 }
@@ -385,11 +402,6 @@ StageText textOf(const StageSource& source) {
     text.mainLine = source.origin->firstLine;
     if (source.origin->file.empty()) text.ownName = source.origin->stage;
     return text;
-}
-
-bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
-    return std::any_of(stages.begin(), stages.end(),
-                       [&](const StageSource& source) { return source.stage == stage; });
 }
 
 /// What a program can take part in: its text has to know of views.
@@ -436,7 +448,7 @@ GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
         build(stages, options);
     }
     _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
-    _switches = neededSwitches(stages);
+    _switches = neededSwitches(stages, platformDefines);
 }
 
 void GLProgram::build(const std::vector<StageSource>& stages, AdaptOptions options) {

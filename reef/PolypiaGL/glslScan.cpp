@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
+#include <set>
 #include <utility>
 
 namespace Mirk::GL {
@@ -253,6 +255,62 @@ void GlslScan::erase(std::size_t begin, std::size_t end) {
         text[i] = ' ';
         blank[i] = ' ';
     }
+}
+
+namespace {
+
+using Names = std::set<std::string, std::less<>>;
+
+void addDefinedNames(const GlslScan& scan, Names& names) {
+    for (const LogicalLine& line : scan.lines) {
+        if (line.kind != LogicalLine::Kind::Define) continue;
+        names.emplace(wordAt(scan.blank, skipSpace(scan.blank, line.body)));
+    }
+}
+
+/// Whether a part of a conditional is compiled.
+enum class Condition { Unknown, Never, Always };
+
+/// What is known of `#ifdef NAME` and `#ifndef NAME`.
+Condition conditionOf(std::string_view line, const Names& defined) {
+    const std::string_view directive = directiveName(line, line.find('#'));
+    if (directive != "ifdef" && directive != "ifndef") return Condition::Unknown;
+    const std::string_view name = wordAt(line, skipSpace(line, behindWord(line, directive)));
+    const bool mayBeDefined =
+        name.empty() || name.starts_with("GL_") || name.starts_with("__") || defined.contains(name);
+    if (mayBeDefined) return Condition::Unknown;
+    return directive == "ifdef" ? Condition::Never : Condition::Always;
+}
+
+/// Of the part behind `#else` or `#elif`.
+Condition conditionBehind(Condition before, std::string_view line) {
+    if (before == Condition::Always) return Condition::Never;
+    const bool isElse = directiveName(line, line.find('#')) == "else";
+    return before == Condition::Never && isElse ? Condition::Always : Condition::Unknown;
+}
+
+} // namespace
+
+std::string GlslScan::withoutInactive(std::string_view others) const {
+    using Kind = LogicalLine::Kind;
+    Names defined;
+    addDefinedNames(*this, defined);
+    addDefinedNames(GlslScan(std::string(others)), defined);
+    std::string active = blank;
+    std::vector<Condition> open;
+    for (const LogicalLine& line : lines) {
+        const std::string_view words =
+            std::string_view(blank).substr(line.begin, line.end - line.begin);
+        if (line.kind == Kind::If) open.push_back(conditionOf(words, defined));
+        if (line.kind == Kind::Endif && !open.empty()) open.pop_back();
+        if (line.kind == Kind::Else && !open.empty())
+            open.back() = conditionBehind(open.back(), words);
+        const bool isLeftOut = std::find(open.begin(), open.end(), Condition::Never) != open.end();
+        if (isLeftOut)
+            std::fill(active.begin() + static_cast<std::ptrdiff_t>(line.begin),
+                      active.begin() + static_cast<std::ptrdiff_t>(line.end), ' ');
+    }
+    return active;
 }
 
 } // namespace Mirk::GL

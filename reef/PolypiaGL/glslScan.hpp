@@ -57,6 +57,11 @@ struct POLYPIAGL_EXPORT GlslScan {
     /// an `#if` or `#elif`. Any bytes are legal; linear in their number.
     explicit GlslScan(std::string source);
 
+    /// `blank` with blanks for what a compiler leaves out as well, as far as that is plain: between
+    /// `#ifdef NAME` (or the `#else` of `#ifndef NAME`) and what ends it, if nothing here or in
+    /// `others` defines that name. Names with "GL_" or "__" ahead may be the compiler's own.
+    std::string withoutInactive(std::string_view others) const;
+
     /// Overwrites what is no comment within [begin, end) by blanks, in both texts.
     void erase(std::size_t begin, std::size_t end);
 

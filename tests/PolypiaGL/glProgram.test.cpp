@@ -532,6 +532,29 @@ TEST_P(GLProgramTest, TheNormalMatrixFitsTheModelView) {
     EXPECT_EQ(center(), (Color{255, 0, 64, 255}));
 }
 
+TEST_P(GLProgramTest, ClipDistancesOfTextThatIsLeftOutAreNotEnabled) {
+    const auto enablesClipping = [&](const std::string& body) {
+        polyp = PolypPtr(new Polyp({}));
+        polyp->insert(program("#version 330\nin vec3 Coordinates;\n" + body +
+                                  "void main() { cut(); gl_Position = vec4(Coordinates, 1.0); }\n",
+                              colorFragment),
+                      0);
+        bool isEnabled = false;
+        polyp->insertTentacle(30000, probe([&](const Polyp&) {
+                                  isEnabled = glIsEnabled(GL_CLIP_DISTANCE0);
+                                  return true;
+                              }));
+        polyp->wave(~Mirk::Activity_t{0});
+        return isEnabled;
+    };
+    const std::string writes = "void cut() { gl_ClipDistance[0] = gl_ClipDistance[1] = 1.0; }\n";
+    const std::string doesNot = "void cut() {}\n";
+    EXPECT_TRUE(enablesClipping(writes));
+    EXPECT_FALSE(enablesClipping("#ifdef CLIPPED\n" + writes + "#else\n" + doesNot + "#endif\n"));
+    EXPECT_TRUE(enablesClipping("#define CLIPPED\n#ifdef CLIPPED\n" + writes + "#else\n" + doesNot +
+                                "#endif\n"));
+}
+
 TEST_P(GLProgramTest, ClipDistancesAreEnabledForProgramsThatWriteThem) {
     const std::string clipped = "#version 330\n"
                                 "in vec3 Coordinates;\n"
