@@ -84,6 +84,7 @@ bool DisplayObject::update(VRequest& request, double) {
         content = read(request.pool, present);
     } catch (const std::exception& exception) {
         failure = exception.what();
+        if (failure.empty()) failure = "an exception without a reason";
     } catch (...) {
         failure = "an exception of an unknown kind"; // in place of what was there before
     }

@@ -167,9 +167,11 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
         const PolypPtr uploaded =
             polyp && creator.admits(*polyp, context) ? upload(polyp, creator, context) : PolypPtr();
         supply.isStopped = creator.isRefused();
+        supply.isDeclined = supply.isDeclined || (!uploaded && !supply.isStopped);
         return uploaded;
     } catch (...) {
-        supply = {true, std::current_exception()};
+        supply.isStopped = true;
+        supply.failure = std::current_exception();
         return {};
     }
 }
@@ -210,19 +212,20 @@ bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content
         bool areAllDrawn = true;
         for (const PieceCreatorPtr& creator : _creators) {
             const PolypPtr polyp = provide(*creator, context, content, supply);
-            const bool isDrawn = polyp && drawPiece(context, *creator, *polyp, level);
+            const bool isDrawn = polyp && drawPiece(context, *creator, *polyp, level, supply);
             areAllDrawn = areAllDrawn && isDrawn;
         }
         return areAllDrawn;
     });
 }
 
-void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t level) const {
+void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t level,
+                                        Supply& supply) const {
     _generation.transform.draw(context, [&] {
         for (const PieceCreatorPtr& creator : _creators) {
             if (!isReady(*creator)) continue;
             if (const PolypPtr polyp = creator->getPolyp()) {
-                drawPiece(context, *creator, *polyp, level);
+                drawPiece(context, *creator, *polyp, level, supply);
             }
         }
         return true;
@@ -240,13 +243,19 @@ bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& 
     return polyp.updateValues(context);
 }
 
+/// What fails is no reason to leave out the others.
 bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreator& creator,
-                                      Polyp& polyp, std::size_t level) const {
-    creator.setLevel(level);
-    if (!update(context, creator, polyp)) return false;
-    polyp.wave(~Activity_t{0});
-    polyp.complete(context);
-    return true;
+                                      Polyp& polyp, std::size_t level, Supply& supply) const {
+    try {
+        creator.setLevel(level);
+        if (!update(context, creator, polyp)) return false;
+        polyp.wave(~Activity_t{0});
+        polyp.complete(context);
+        return true;
+    } catch (...) {
+        if (!supply.failure) supply.failure = std::current_exception();
+        return false;
+    }
 }
 
 /// Brings the lights to the program, if the piece has a part in them. They are those that its text

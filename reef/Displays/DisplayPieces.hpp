@@ -35,8 +35,9 @@ class DisplayObject::Pieces {
 public:
     /// What became of what was to go to the GPU in one frame.
     struct Supply {
-        bool isStopped = false; ///< nothing more goes there in this frame
-        std::exception_ptr failure = nullptr;
+        bool isStopped = false;  ///< nothing more goes there in this frame
+        bool isDeclined = false; ///< something can't be filled or activated, and doesn't say why
+        std::exception_ptr failure = nullptr; ///< the first one, of what was drawn as well
     };
 
     /// The lights are those of the program's text.
@@ -64,7 +65,7 @@ public:
     /// all.
     bool draw(VRenderContext& context, const Content& content, std::size_t level, Supply& supply);
     /// Draws what is there, of data that may have gone.
-    void drawPresent(VRenderContext& context, std::size_t level) const;
+    void drawPresent(VRenderContext& context, std::size_t level, Supply& supply) const;
 
 private:
     friend class Filler;
@@ -80,7 +81,7 @@ private:
     PolypPtr upload(const PolypPtr& polyp, PieceCreator& creator, VRenderContext& context) const;
     bool update(VRenderContext& context, const PieceCreator& creator, Polyp& polyp) const;
     bool drawPiece(VRenderContext& context, const PieceCreator& creator, Polyp& polyp,
-                   std::size_t level) const;
+                   std::size_t level, Supply& supply) const;
     void mergeLights(const Polyp& polyp, RenderBasin::Program& program) const;
 
     const DisplayObject& _display;

@@ -31,20 +31,20 @@ std::exception_ptr reportable(const std::exception_ptr& failure) {
     }
 }
 
-/// Of one that is reportable; empty if there is none.
-std::string reportOf(const std::exception_ptr& failure) {
+/// What tells a failure that is reportable from others; empty if there is none.
+std::string identityOf(const std::exception_ptr& failure) {
     if (!failure) return {};
     try {
         std::rethrow_exception(failure);
     } catch (const RenderException& exception) {
-        return exception.str();
+        return exception.description.str() + '\n' + exception.str();
     }
 }
 
 /// What fails in the same way in each frame is one failure.
 void noteFailure(std::exception_ptr& noted, const std::exception_ptr& failure) {
     const std::exception_ptr report = reportable(failure);
-    if (!report || reportOf(report) != reportOf(noted)) noted = report;
+    if (!report || identityOf(report) != identityOf(noted)) noted = report;
 }
 
 /// Less than what makes a difference to any camera.
@@ -134,9 +134,9 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     if (!movesThings(transform) && isAmong(*content, present)) return present;
     const Need* const best = bestEye(need);
     if (best == nullptr) return present;
-    if (!isComing) {
-        _exchanges->noteNeed(need);
-        if (!isUpAtOnce && !_exchanges->isGreatest(need)) return present;
+    if (!isComing && !isUpAtOnce) {
+        _exchanges->noteNeed(this, need);
+        if (!_exchanges->isGreatest(this, need)) return present;
     }
     const unsigned currentEye = std::exchange(context.CurrentEye, best->eye);
     FloatOrigin::getTranslationVector(context, _place, origin, anyDistance);
@@ -164,10 +164,11 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
 /// up the others.
 void DisplayObject::Showing::noteNeedOfShown() {
     if (_notSupplied || _frame > _comingSince + Exchanges::patience) return;
-    _exchanges->noteNeed(greatestNeed(_shown->generation().origin));
+    _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin));
 }
 
-/// The one at whose camera the origin leaves all eyes in the least need; null if none leaves less.
+/// The one at whose camera the origin leaves all eyes in the least need; null if that is no help.
+/// Cameras that move, and can't be served by one origin, would have it follow for nothing.
 const DisplayObject::Showing::Need* DisplayObject::Showing::bestEye(double presentNeed) const {
     const Need* best = nullptr;
     double least = presentNeed;
@@ -177,7 +178,8 @@ const DisplayObject::Showing::Need* DisplayObject::Showing::bestEye(double prese
         best = &need;
         least = greatest;
     }
-    return best;
+    const bool isHelp = least <= 0.5 * presentNeed || (presentNeed > 1.0 && least <= 1.0);
+    return isHelp ? best : nullptr;
 }
 
 /// Whether an origin is nearer to all that is drawn than any eye: at the camera it would be worse.
@@ -236,7 +238,15 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
                                                            std::size_t level) {
     _exchanges->noteDrawing(_frame);
     if (_compiled) _wanted.program = _compiled->program(context);
-    const bool isWhole = drawBest(display, context, level);
+    Pieces::Supply supply;
+    bool isWhole = false;
+    try {
+        isWhole = drawBest(display, context, level, supply);
+    } catch (...) {
+        supply.failure = std::current_exception();
+    }
+    _isDeclined = supply.isDeclined;
+    noteFailure(_notSupplied, supply.failure);
     keepPieces();
     const bool hasLevels = _shown && (_shown->generation().form & DisplayObject::hasLevels) != 0;
     _drawnLevel = hasLevels ? level : 0;
@@ -248,24 +258,20 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
 
 /// Whether all that is wanted was drawn.
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
-                                      std::size_t level) {
+                                      std::size_t level, Pieces::Supply& supply) {
     if (!_wanted.program) {
         setComing({});
-        if (_shown) _shown->drawPresent(context, level);
+        if (_shown) _shown->drawPresent(context, level, supply);
         return false;
     }
     provideWanted(display);
     keepPieces();
-    Pieces::Supply supply;
     if (_coming && _coming->prepare(context, *_comingContent, supply)) showComing();
-    bool isWhole = false;
     if (_shown->isOf(_wanted)) {
-        isWhole = _shown->draw(context, *_wanted.content.lock(), level, supply);
-    } else {
-        _shown->drawPresent(context, level);
+        return _shown->draw(context, *_wanted.content.lock(), level, supply);
     }
-    noteFailure(_notSupplied, supply.failure);
-    return isWhole;
+    _shown->drawPresent(context, level, supply);
+    return false;
 }
 
 /// Has what is wanted be what is shown or coming, if nothing is to be finished ahead of it. What
@@ -284,16 +290,19 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
 }
 
 /// Data that change faster than they can go to the GPU would never be shown if each took the place
-/// of those before. What differs otherwise, or can't go there, is better given up.
+/// of those before. What is of another form, or may never be all there, is better given up.
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
-    return !_notSupplied && !pieces.isEmpty() && coming.program == _wanted.program &&
-           coming.form == _wanted.form && coming.transform.functor == _wanted.transform.functor;
+    const bool mayEnd =
+        !_notSupplied && !_isDeclined && _frame <= _comingSince + Exchanges::patience;
+    return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form &&
+           coming.transform.functor == _wanted.transform.functor;
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
+    const bool wasComing = bool(_coming);
     _coming = std::move(pieces);
-    _comingSince = _frame;
+    if (!wasComing) _comingSince = _frame;
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
@@ -335,7 +344,7 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
         }
     }
     const Showing::Drawn drawn = showing.draw(_display, context, level);
-    if (tell(seagrass, context.pool, drawn.failure)) {
+    if (tell(seagrass, context, drawn.failure)) {
         _display._hasThrown = true;
         std::rethrow_exception(drawn.failure);
     }
@@ -347,7 +356,7 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
 }
 
 /// Notes what fails now, which is null if nothing does. Whether it is to be thrown.
-bool DisplayObject::Showings::tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
+bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContext& context,
                                    const std::exception_ptr& failure) {
     if (_told.empty() && !failure) return false;
     // Where nothing has been drawn for so long the pool isn't shown any more.
@@ -355,17 +364,25 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const ValuePoolPtr&
     std::erase_if(_told, [&](const Told& told) {
         return !told.seagrass || !told.pool || told.drawing + aLongWhile < _allDrawings;
     });
+    Told now{seagrass, context.pool, context.EyeViews.size(), identityOf(failure),
+             {},       _allDrawings};
     const auto known = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
-        return told.seagrass == Keel::WeakPtr<Seagrass>(seagrass) &&
-               told.pool == Keel::WeakPtr<ValuePool>(pool);
+        return told.isAt(now) && told.eyes == now.eyes;
     });
     if (known != _told.end()) {
         known->drawing = _allDrawings;
-        if (known->failure == failure) return false;
+        if (known->failure == now.failure) return false;
         _told.erase(known);
     }
-    if (failure) _told.push_back({seagrass, pool, failure, {}, _allDrawings});
-    return bool(failure);
+    if (!failure) return false;
+    // Other numbers of eyes may fail for the same reason.
+    const auto same = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
+        return told.isAt(now) && told.failure == now.failure;
+    });
+    const bool isNew = same == _told.end();
+    if (!isNew) now.report = same->report;
+    _told.push_back(std::move(now));
+    return isNew;
 }
 
 void DisplayObject::Showings::noteReport(const std::string& report) {

@@ -63,7 +63,8 @@ private:
     bool isToBeFinished(const Pieces& pieces) const;
     void setComing(std::unique_ptr<Pieces> pieces);
     void showComing();
-    bool drawBest(const DisplayObject& display, VRenderContext& context, std::size_t level);
+    bool drawBest(const DisplayObject& display, VRenderContext& context, std::size_t level,
+                  Pieces::Supply& supply);
     void keepPieces();
 
     struct Nearest {
@@ -104,7 +105,8 @@ private:
     CompiledPtr _compiled;
     LightsPtr _lights;
     std::exception_ptr _notComposed; // why there is nothing that could be compiled
-    std::exception_ptr _notSupplied; // why something isn't on the GPU
+    std::exception_ptr _notSupplied; // why something isn't on the GPU, or can't be drawn
+    bool _isDeclined = false;        // something isn't there and doesn't say why
     std::unique_ptr<Pieces> _shown;  // what is drawn
     std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
     ContentPtr _comingContent;       // which may be replaced in the object by then
@@ -129,16 +131,21 @@ public:
     Programmable::FileTimes fileTimes() const;
 
 private:
-    /// What fails in a Seagrass since it was thrown there.
+    /// What fails in a Seagrass since it was thrown there, for one number of eyes.
     struct Told {
+        bool isAt(const Told& other) const {
+            return seagrass == other.seagrass && pool == other.pool;
+        }
+
         Keel::WeakPtr<Seagrass> seagrass;
         Keel::WeakPtr<ValuePool> pool;
-        std::exception_ptr failure;
+        std::size_t eyes;
+        std::string failure; ///< what tells it from others
         std::string report;
         std::uint64_t drawing; ///< the last one there
     };
 
-    bool tell(const Seagrass& seagrass, const ValuePoolPtr& pool,
+    bool tell(const Seagrass& seagrass, const VRenderContext& context,
               const std::exception_ptr& failure);
     Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);
     CompiledPtr compiledFor(VRenderContext& context, const Seagrass& seagrass,

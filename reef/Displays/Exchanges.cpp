@@ -1,5 +1,6 @@
 #include <Displays/Exchanges.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace Mirk {
@@ -29,7 +30,7 @@ void Exchanges::noteDrawing(std::uint64_t& frame) {
     if (isAgain) ++_frame;
     frame = _frame;
     if (!isAgain) return;
-    _greatestNeed = std::exchange(_greatestNeedOfNow, 0.0);
+    _needs = std::exchange(_needsOfNow, {});
     std::erase_if(_leases, [&](const std::weak_ptr<Lease>& weak) {
         const LeasePtr lease = weak.lock();
         if (!lease) return true;
@@ -43,6 +44,17 @@ void Exchanges::renew(const LeasePtr& lease) {
     if (lease->isKept()) return;
     lease->setKept(true);
     _leases.push_back(lease);
+}
+
+void Exchanges::Needs::add(const void* whoseNeed, double need) {
+    if (whoseNeed == whose) {
+        greatest = std::max(greatest, need);
+    } else if (need > greatest) {
+        second = std::exchange(greatest, need);
+        whose = whoseNeed;
+    } else {
+        second = std::max(second, need);
+    }
 }
 
 } // namespace Mirk

@@ -4,7 +4,6 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/Seagrass.hpp>
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -53,15 +52,25 @@ public:
     /// Has the lease begin, or go on.
     void renew(const LeasePtr& lease);
     /// How much one that hasn't what it needs is in need of it, in any measure above 0.
-    void noteNeed(double need) { _greatestNeedOfNow = std::max(_greatestNeedOfNow, need); }
-    /// Whether nobody was in greater need in the last frame.
-    bool isGreatest(double need) const { return need >= _greatestNeed; }
+    void noteNeed(const void* whose, double need) { _needsOfNow.add(whose, need); }
+    /// Whether nobody else was in greater need in the last frame.
+    bool isGreatest(const void* whose, double need) const { return need >= _needs.ofOthers(whose); }
 
 private:
+    /// The greatest of a frame, and the greatest of all but the one whose that is.
+    struct Needs {
+        void add(const void* whoseNeed, double need);
+        double ofOthers(const void* who) const { return who == whose ? second : greatest; }
+
+        const void* whose = nullptr;
+        double greatest = 0.0;
+        double second = 0.0;
+    };
+
     std::uint64_t _frame = 0;
     std::vector<std::weak_ptr<Lease>> _leases;
-    double _greatestNeed = 0.0; // of the last frame
-    double _greatestNeedOfNow = 0.0;
+    Needs _needs; // of the last frame
+    Needs _needsOfNow;
 };
 
 } // namespace Mirk

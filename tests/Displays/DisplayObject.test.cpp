@@ -436,6 +436,13 @@ TEST_F(DisplayObjectTest, EyesThatNeedTwoOriginsHaveOneThatStays) {
     for (int frame = 0; frame < 4; ++frame) draw(*around);
     EXPECT_EQ(around->filled.size(), 1U);
     EXPECT_EQ(around->lastOrigin.x, 4 * threshold);
+    // Neither when they move.
+    for (int frame = 1; frame < 4; ++frame) {
+        lookFrom(0, {4 * threshold + frame, 0, 0});
+        lookFrom(1, {8 * threshold + frame, 0, 0});
+        draw(*around);
+    }
+    EXPECT_EQ(around->filled.size(), 1U);
 }
 
 TEST_F(DisplayObjectTest, OriginOfWhatDoesNotGoUpInOneFrameFollowsAheadOfTime) {
@@ -526,6 +533,29 @@ TEST_F(DisplayObjectTest, OriginsOfObjectsThatAreDrawnLastFollowAsWell) {
         for (const DisplayPtr<Plain>& one : all) draw(*one);
     }
     for (const DisplayPtr<Plain>& one : all) EXPECT_GT(one->lastOrigin.z, (frames - 12) * step);
+}
+
+TEST_F(DisplayObjectTest, WhoGoesUpAtOnceDoesNotHoldUpTheOthers) {
+    const auto newObject = [&](double half, std::size_t pieces) {
+        const DisplayPtr<Plain> made(
+            new Plain(Skua::BoundingBox(point{-half, -half, -1}, point{half, half, 1})));
+        made->pieces = pieces;
+        made->knownBytes = static_cast<std::size_t>(bytes);
+        draw(*made);
+        return made;
+    };
+    // One that a frame brings to the GPU, and one that it does not.
+    const DisplayPtr<Plain> small = newObject(1e9, 1);
+    const DisplayPtr<Plain> large = newObject(1e9, 3);
+    const double threshold = Mirk::originThreshold(context, 0, 0.0);
+    for (int frame = 1; frame <= 20; ++frame) {
+        lookFrom(0, {0.7 * threshold * frame, 0, 0});
+        context.renderAllowance = 2 * bytes;
+        draw(*small);
+        draw(*large);
+    }
+    EXPECT_GT(small->lastOrigin.x, 0.7 * threshold * 17);
+    EXPECT_GT(large->lastOrigin.x, 0.7 * threshold * 10);
 }
 
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
@@ -1081,6 +1111,83 @@ TEST_F(DisplayObjectUploads, WhatCannotGoUpIsGivenUpForNewerData) {
     testing::internal::GetCapturedStdout();
     object->setData(2);
     EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
+}
+
+TEST_F(DisplayObjectUploads, PieceThatIsDeclinedHoldsUpNoNewerData) {
+    object->pieces = 2;
+    frame();
+    const auto fill = object->action;
+    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) {
+        return object->filled.back().first == 0 && fill(polyp, present);
+    };
+    object->setData(2);
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    object->action = fill;
+    object->setData(2);
+    EXPECT_THAT(frame().drawn, ElementsAre("4", "5"));
+}
+
+TEST_F(DisplayObjectUploads, DataOfAnotherProgramEachTimeAreShownOneAfterTheOther) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    std::vector<std::vector<std::string>> drawn;
+    for (int change = 0; change < 4; ++change) {
+        object->vertexCode = "void main() {} // " + std::to_string(change) + "\n";
+        object->setData(2);
+        drawn.push_back(frame(bytes).drawn);
+    }
+    EXPECT_EQ(drawn, (std::vector<std::vector<std::string>>{
+                         {"1", "2"}, {"3", "4"}, {"3", "4"}, {"5", "6"}}));
+}
+
+TEST_F(DisplayObjectUploads, PieceThatFailsToBeDrawnLeavesTheOthersAndIsToldOnce) {
+    object->pieces = 3;
+    frame();
+    context.basin.log->throwing = {"activate Tentacle last 2"};
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 3; ++i) {
+        const Frame failing = frame();
+        EXPECT_THAT(failing.drawn, testing::IsSupersetOf({"1", "3"}));
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(reportOf(*object), HasSubstr("RenderException"));
+    context.basin.log->throwing = {};
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, FailuresThatDifferByTheirDescriptionAreTwo) {
+    frame();
+    object->setData(1);
+    std::string description = "first";
+    object->action = [&](Polyp&, Mirk::VRenderContext&) -> bool {
+        Mirk::RenderException exception(0, "fill", "x.cpp", 1);
+        exception.description = description;
+        throw exception;
+    };
+    testing::internal::CaptureStdout();
+    frame();
+    EXPECT_THAT(reportOf(*object), HasSubstr("first"));
+    description = "second";
+    frame();
+    testing::internal::GetCapturedStdout();
+    EXPECT_THAT(reportOf(*object), HasSubstr("second"));
+}
+
+TEST_F(DisplayObjectUploads, NumbersOfEyesInTurnAreToldAFailureOnce) {
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    testing::internal::CaptureStdout();
+    for (int round = 0; round < 3; ++round) {
+        for (const unsigned eyes : {1U, 2U}) {
+            context.setNumberOfEyes(eyes);
+            frame();
+            EXPECT_NE(reportOf(*object), "");
+        }
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
 }
 
 TEST_F(DisplayObjectUploads, WhatIsOfAnotherFormIsNotWaitedFor) {

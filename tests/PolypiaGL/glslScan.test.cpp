@@ -37,8 +37,8 @@ TEST(GlslScan, WhatIsNotPlainIsActive) {
 }
 
 TEST(GlslScan, PartsWithinWhatIsLeftOutAreLeftOut) {
-    const std::string text =
-        "#ifdef A\n#ifndef B\nx\n#else\nx\n#endif\nx\n#endif\ny\n#ifndef C\n#ifdef A\nx\n#endif\ny\n#endif\n";
+    const std::string text = "#ifdef A\n#ifndef B\nx\n#else\nx\n#endif\nx\n#endif\ny\n#ifndef "
+                             "C\n#ifdef A\nx\n#endif\ny\n#endif\n";
     EXPECT_THAT(active(text), Not(HasSubstr("x")));
     EXPECT_THAT(active(text), HasSubstr("y"));
 }
