@@ -40,10 +40,29 @@ End endOf(int number)
 #endif
 }
 
-End between(End from, End to, float part)
+// Where the line has that w, which is between those of its ends. Both weights are computed, as what
+// is left of 1 beside the other one has no digits; and what lies far behind the eye leaves none of
+// them to a small w and its depth, which are told.
+End cutAt(float w, End near, End far)
 {
-    return End(mix(from.position, to.position, part),
-               mix(from.clipDistances, to.clipDistances, part));
+    float sum = far.position.w - near.position.w;
+    float ofNear = (far.position.w - w) / sum;
+    float ofFar = (w - near.position.w) / sum;
+    End cut = End(ofNear * near.position + ofFar * far.position,
+                  ofNear * near.clipDistances + ofFar * far.clipDistances);
+    cut.position.w = w;
+#ifndef CUSTOM_TransformOperator // which may have depths of its own
+    mat4 projection = views[zelk_getViewID()].ProjectionMatrix;
+    if (projection[3][3] == 0.0) cut.position.z = projection[3][2] - projection[2][2] * w;
+#endif
+    return cut;
+}
+
+// The w of the near plane with perspective, whichever way depths go.
+float nearPlane()
+{
+    mat4 projection = views[zelk_getViewID()].ProjectionMatrix;
+    return abs(projection[3][2]) / (1.0 + abs(projection[2][2]));
 }
 
 void emitAt(End end, vec2 offset)
@@ -70,15 +89,18 @@ void main()
     End b = endOf(1);
     float wa = a.position.w;
     float wb = b.position.w;
-    float nearest = 1e-6 * max(wa, wb); // in front of the eye, at any scale
-    if (nearest <= 0.0) return;
-    // What lies behind the eye has no place on the screen: the line is cut there.
-    if (wa < nearest) a = between(b, a, (wb - nearest) / (wb - wa));
-    if (wb < nearest) b = between(a, b, (wa - nearest) / (wa - wb));
+    float farthest = max(wa, wb);
+    if (farthest <= 0.0) return;
+    // What lies behind the eye has no place on the screen: the line is cut where the picture begins,
+    // or where an operator leaves more of it.
+    float nearest = min(nearPlane(), 1e-6 * farthest);
+    if (wa < nearest) a = cutAt(nearest, a, b);
+    if (wb < nearest) b = cutAt(nearest, b, a);
     // Clip space is two units wide: these are halves of pixels, and half the width on each side is
     // one width in its units.
     vec2 along = (b.position.xy / b.position.w - a.position.xy / a.position.w) * ViewportPixels;
-    float halfPixels = length(along);
+    float longest = max(abs(along.x), abs(along.y)); // the square of which may be no number
+    float halfPixels = longest > 0.0 ? longest * length(along / longest) : 0.0;
     vec2 direction = halfPixels > 0.0 ? along / halfPixels : vec2(1.0, 0.0);
     vec2 halfWidth = LineWidth / ViewportPixels;
     vec2 side = vec2(-direction.y, direction.x) * halfWidth;

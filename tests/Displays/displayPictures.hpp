@@ -74,6 +74,10 @@ protected:
         if (!glContext) POLYPIA_NO_CONTEXT(reason);
         glContext->makeCurrent();
         seagrass = Keel::make<Seagrass>(1ULL << 30, "pictures");
+        renewContext();
+    }
+    /// It takes over what the driver's context is set to.
+    void renewContext() {
         context = std::make_unique<GLRenderContext>(*glContext, seagrass,
                                                     Keel::WeakPtr<VRenderInterruptor>(),
                                                     Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);

@@ -297,6 +297,73 @@ TEST_F(DisplayPictures, BroadLineEndsRound) {
     EXPECT_TRUE(image.isDrawn(17, 36));
 }
 
+/// Of the places along the z axis, beside it by `aside`, that an eye sees at 90 degrees: how many
+/// have nothing drawn there.
+int missingAlongZ(const Image& image, const Eye& eye, const vector& aside, int& seen) {
+    const point from = eye.camera.position;
+    const vector forwards = normalised(eye.camera.lookAt - from);
+    const vector right = normalised(cross(forwards, eye.camera.up)), up = cross(right, forwards);
+    int missing = 0;
+    for (double ahead = 1e-3; ahead < 1e5; ahead *= 1.01) {
+        const vector way = aside - vector{0, 0, ahead};
+        const double depth = dot(way, forwards);
+        const double x = 32 + 32 * dot(way, right) / depth, y = 32 + 32 * dot(way, up) / depth;
+        if (depth < eye.near || x < 1 || y < 1 || x >= size - 1 || y >= size - 1) continue;
+        ++seen;
+        missing += image.isDrawn(static_cast<int>(x), static_cast<int>(y)) ? 0 : 1;
+    }
+    return missing;
+}
+
+TEST_F(DisplayPictures, WideLinesThatComeFromBehindTheEyeHaveNoGap) {
+    const vector aside{0.02, -0.05, 0};
+    for (const auto depths : {GLContext::Depths::Usual, GLContext::Depths::Reversed}) {
+        objects.clear();
+        glContext->setDepths(depths);
+        renewContext();
+        for (const double behind : {1.0, 1000.0, 6.4e6}) {
+            for (const double width : {2.0, 5.0}) {
+                objects.clear();
+                const auto line = add<LineSet>(
+                    flatLine(point{0, 0, behind} + aside, point{0, 0, -1e6} + aside), false);
+                line->lineWidth().set({}, width);
+                for (const double downwards : {0.0, 1.0}) {
+                    Eye eye = eyeAt({0, 0, 0}, 0.01, 1e7);
+                    eye.camera.lookAt = {0, -downwards, -1};
+                    // Turned, coordinates have the steps of those that are farthest away.
+                    if (downwards > 0 && behind > 1000) continue;
+                    int seen = 0;
+                    EXPECT_EQ(missingAlongZ(draw(eye), eye, aside, seen), 0)
+                        << behind << " " << width << " " << downwards;
+                    EXPECT_GT(seen, 200);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(DisplayPictures, EdgesOfABoxAsLargeAsTheEarthReachTheEye) {
+    const vector aside{0.02, -0.05, 0};
+    const auto box = add<BoundingBoxDisplay>();
+    box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
+                           new Skua::BoundingBox({-6.4e6, -6.4e6, -6.4e6}, {0.02, -0.05, 6.4e6}))));
+    box->lineWidth().set({}, 2.0);
+    const Eye eye = eyeAt({0, 0, 0}, 0.01, 2e7);
+    int seen = 0;
+    EXPECT_EQ(missingAlongZ(draw(eye), eye, aside, seen), 0);
+    EXPECT_GT(seen, 200);
+}
+
+TEST_F(DisplayPictures, LinesBesideAnEyeThatSeesTheLeastStayLines) {
+    // Where the line is cut it is 3e17 pictures beside this one.
+    const auto line = add<LineSet>(flatLine({0, -6.4e6, 1e8}, {0, -6.4e6, -1e8}), false);
+    line->lineWidth().set({}, 4.0);
+    const Image image = draw(eyeAt({0, 0, 0}, 1e-11, 1e9));
+    EXPECT_TRUE(image.isDrawn(32, 1));
+    EXPECT_TRUE(image.isDrawn(32, 28));
+    EXPECT_FALSE(image.isDrawn(28, 10));
+}
+
 TEST_F(DisplayPictures, LineOfOnePixelHasNoGap) {
     const auto line = add<LineSet>(flatLine({-4, 0.3, 0}, {4, 0.9, 0}), false);
     line->lineWidth().set(context->pool, 1.0);

@@ -42,11 +42,7 @@ protected:
         DisplayPictures::SetUp();
         if (!glContext) return;
         glContext->setDepths(GLContext::Depths::Reversed);
-        // The context takes them over when it is made.
-        context = std::make_unique<GLRenderContext>(*glContext, seagrass,
-                                                    Keel::WeakPtr<VRenderInterruptor>(),
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);
-        context->pool = Keel::make<ValuePool>();
+        renewContext();
         target = std::make_unique<GLFramebuffer>(*glContext, pixels, pixels, 4);
         context->setTargets({target.get()});
     }
