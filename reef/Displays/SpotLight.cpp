@@ -14,10 +14,15 @@ namespace Mirk {
 
 namespace {
 
-/// What no cosine is below, for a cone that is no limit: also where rounding takes it below -1.
-double cosineOfCone(double degrees) {
-    if (degrees >= 180.0) return -2.0;
-    return std::cos(std::max(0.0, degrees) * std::numbers::pi / 180.0);
+struct CosineAndSine {
+    double cosine, sine;
+};
+
+/// The sine in double precision is no zero at 180 degrees, which are no limit.
+CosineAndSine ofCone(double degrees) {
+    if (degrees >= 180.0) return {-1.0, 0.0};
+    const double radians = std::max(0.0, degrees) * std::numbers::pi / 180.0;
+    return {std::cos(radians), std::sin(radians)};
 }
 
 } // namespace
@@ -46,7 +51,9 @@ std::string SpotLight::getShaderCode() const {
 void SpotLight::updateLight(ProgramVariables& uniforms, VRequest& request) {
     PlacedLight::updateLight(uniforms, request);
     setDirection(uniforms, _direction.value(request.pool));
-    uniforms["Light$$CosCone"] = cosineOfCone(_cone.value(request.pool));
+    const CosineAndSine cone = ofCone(_cone.value(request.pool));
+    uniforms["Light$$CosCone"] = cone.cosine;
+    uniforms["Light$$SinCone"] = cone.sine;
     uniforms["Light$$Exponent"] = atLeastZero(_exponent.value(request.pool));
 }
 

@@ -6,16 +6,28 @@ uniform vec3 Light$$Position;
 uniform vec3 Light$$FallOff;
 uniform vec3 Light$$Direction;
 uniform float Light$$CosCone;
+uniform float Light$$SinCone;
 uniform float Light$$Exponent;
+
+// A cosine has no digits for small angles, so that their sines take part.
+float getSpot_$$(in vec3 incidence)
+{
+    float along = dot(incidence, Light$$Direction);
+    float across = length(cross(incidence, Light$$Direction));
+    // The sine of what the angle is less than the cone.
+    if (Light$$SinCone * along < Light$$CosCone * across) return 0.0;
+    float square = across * across;
+    bool isSmall = along > 0.0 && square < 0.01;
+    float logarithm = isSmall ? -0.5 * square * (1.0 + square * (0.5 + square / 3.0)) : log(max(along, 1e-18));
+    return exp(Light$$Exponent * logarithm);
+}
 
 void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, out vec3 specular_intensity)
 {
     vec3 way = vertex - Light$$Position;
     float far = length(way);
     light_incidence = far > 0.0 ? way / far : Light$$Direction;
-    float along = dot(light_incidence, Light$$Direction);
-    float spot = along < Light$$CosCone ? 0.0 : pow(max(along, 1e-18), Light$$Exponent);
-    float share = spot / max(dot(Light$$FallOff, vec3(1.0, far, far * far)), 1e-18);
+    float share = getSpot_$$(light_incidence) / max(dot(Light$$FallOff, vec3(1.0, far, far * far)), 1e-18);
     intensity = share * Light$$Intensity;
     specular_intensity = share * Light$$Specular;
 }

@@ -323,6 +323,73 @@ TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
     }
 }
 
+class SmallAngles : public LightPictures {
+protected:
+    SmallAngles() { material.specular = 0.0; }
+
+    /// The plane with a spot, seen from there along its direction.
+    void SetUp() override {
+        LightPictures::SetUp();
+        if (!glContext) return;
+        addPlane();
+        light = addLight<SpotLight>({1, 1, 1});
+        light->exponent().set({}, 0.0);
+        light->position().set({}, place);
+        light->direction().set({}, downwards);
+    }
+    /// How many pixels are as bright as half of what there is without a limit, in a picture of
+    /// which `radians` are a half.
+    int brightPixels(double radians) {
+        Eye eye = above(2);
+        eye.camera.position = place;
+        eye.camera.lookAt = place + downwards;
+        eye.camera.fieldOfView = 2.0 * radians * 180.0 / std::numbers::pi;
+        const Image image = draw(eye);
+        const double half = 0.5 * 255.0 * material.color[0] * -normalised(downwards).z;
+        int number = 0;
+        for (int i = 0; i < size * size; ++i) {
+            number += image.at(i % size, i / size)[0] >= half ? 1 : 0;
+        }
+        return number;
+    }
+
+    const point place{0.3, -0.2, 1.5};
+    const vector downwards{-0.3, 0.2, -1.5};
+    Keel::StrongPtr<SpotLight, VManagedObjectBase> light;
+};
+
+/// In pixels, of a disc whose radius is two thirds of half a picture; edges lie within pixels.
+constexpr double discPixels = std::numbers::pi * 64 * 64 / 9.0;
+
+TEST_F(SmallAngles, NarrowConesHaveTheirSize) {
+    for (const double degrees : {1.0, 0.1, 0.03, 0.01}) {
+        light->cone().set({}, degrees);
+        const double radians = degrees * std::numbers::pi / 180.0;
+        EXPECT_NEAR(brightPixels(1.5 * radians) / discPixels, 1.0, 0.02) << degrees;
+    }
+}
+
+TEST_F(SmallAngles, WhatConesLeaveOutBehindThemHasItsSize) {
+    light->direction().set({}, -downwards);
+    for (const double degrees : {1.0, 0.1, 0.03, 0.01}) {
+        light->cone().set({}, 180.0 - degrees);
+        const double radians = degrees * std::numbers::pi / 180.0;
+        EXPECT_NEAR((size * size - brightPixels(1.5 * radians)) / discPixels, 1.0, 0.02) << degrees;
+    }
+    light->cone().set({}, 180.0);
+    EXPECT_EQ(brightPixels(0.01), size * size);
+}
+
+TEST_F(SmallAngles, GreatExponentsGatherTheLightAsTheySay) {
+    for (const double exponent : {1e4, 1e6, 1e7}) {
+        light->exponent().set({}, exponent);
+        const double radians = std::acos(std::pow(0.5, 1.0 / exponent)); // of half the light
+        EXPECT_NEAR(brightPixels(1.5 * radians) / discPixels, 1.0, 0.02) << exponent;
+    }
+    light->exponent().set({}, 1e15);
+    EXPECT_LE(brightPixels(0.01), 1);
+}
+
 TEST_F(LightPictures, HeadlightShinesFromTheEye) {
     addPlane();
     addLight<Headlight>({0.6, 0.5, 0.4});

@@ -183,18 +183,21 @@ TEST_F(LightsTest, FallOffIsTheThreeFactorsOrNone) {
     EXPECT_EQ(get<Triple>(uniformsOf(*light), "FallOff"), (Triple{1, 0, 0}));
 }
 
-TEST_F(LightsTest, ConeIsItsCosineAndNoLimitFrom180Degrees) {
+TEST_F(LightsTest, ConeIsItsCosineAndSineAndNoLimitFrom180Degrees) {
     const auto light = make<SpotLight>();
-    const auto cosine = [&](double degrees) {
+    const auto expectCone = [&](double degrees, double cosine, double sine) {
         light->cone().set({}, degrees);
-        return get<double>(uniformsOf(*light), "CosCone");
+        const Variables uniforms = uniformsOf(*light);
+        EXPECT_NEAR(get<double>(uniforms, "CosCone"), cosine, 1e-15) << degrees;
+        EXPECT_NEAR(get<double>(uniforms, "SinCone"), sine, 1e-15) << degrees;
     };
-    EXPECT_NEAR(cosine(60), 0.5, 1e-15);
-    EXPECT_NEAR(cosine(120), -0.5, 1e-15);
-    EXPECT_LT(cosine(180), -1.0);
-    EXPECT_LT(cosine(infinity), -1.0);
-    EXPECT_EQ(cosine(-5), 1.0);
-    EXPECT_EQ(cosine(nan), 1.0);
+    expectCone(60, 0.5, std::sqrt(0.75));
+    expectCone(120, -0.5, std::sqrt(0.75));
+    for (const double none : {-5.0, 0.0, nan}) expectCone(none, 1, 0);
+    for (const double all : {180.0, 200.0, infinity}) {
+        expectCone(all, -1, 0);
+        EXPECT_EQ(get<double>(uniformsOf(*light), "SinCone"), 0.0);
+    }
     light->exponent().set({}, -2);
     EXPECT_EQ(get<double>(uniformsOf(*light), "Exponent"), 0.0);
 }
