@@ -17,14 +17,20 @@ DisplayLight::DisplayLight(const std::string& lightName)
 DisplayLight::~DisplayLight() = default;
 
 void DisplayLight::updateLight(ProgramVariables& uniforms, VRequest& request) {
-    uniforms["Light$$Intensity"] = radiance(request.pool);
+    uniforms["Light$$Intensity"] = limited(radiance(request.pool));
 }
 
 DisplayLight::Triple DisplayLight::radiance(const ValuePoolPtr& pool) const {
     const Skua::rgba_float_t shown = _color.value(pool);
-    const double times = atLeastZero(_intensity.value(pool));
-    const auto lit = [times](float component) { return atLeastZero(times * component); };
+    const double times = atLeastZero(_intensity.value(pool), largestInDouble);
+    const auto lit = [times](float component) {
+        return atLeastZero(times * component, largestInDouble);
+    };
     return {lit(shown.red()), lit(shown.green()), lit(shown.blue())};
+}
+
+DisplayLight::Triple DisplayLight::limited(const Triple& light) {
+    return {atLeastZero(light[0]), atLeastZero(light[1]), atLeastZero(light[2])};
 }
 
 GlintingLight::GlintingLight(const std::string& lightName)
@@ -36,11 +42,14 @@ GlintingLight::GlintingLight(const std::string& lightName)
 GlintingLight::~GlintingLight() = default;
 
 void GlintingLight::updateLight(ProgramVariables& uniforms, VRequest& request) {
-    DisplayLight::updateLight(uniforms, request);
-    const Triple full = radiance(request.pool);
-    const double times = atLeastZero(_specular.value(request.pool));
-    uniforms["Light$$Specular"] = Triple{atLeastZero(times * full[0]), atLeastZero(times * full[1]),
-                                         atLeastZero(times * full[2])};
+    setRadiance(uniforms, request.pool, radiance(request.pool));
+}
+
+void GlintingLight::setRadiance(ProgramVariables& uniforms, const ValuePoolPtr& pool,
+                                const Triple& light) const {
+    const double times = atLeastZero(_specular.value(pool));
+    uniforms["Light$$Intensity"] = limited(light);
+    uniforms["Light$$Specular"] = limited({times * light[0], times * light[1], times * light[2]});
 }
 
 void GlintingLight::setDirection(ProgramVariables& uniforms, const vector& direction) {

@@ -34,8 +34,10 @@ protected:
 
     explicit DisplayLight(const std::string& name);
 
-    /// Colour times intensity.
+    /// Colour times intensity, up to 1e100.
     Triple radiance(const ValuePoolPtr& pool) const;
+    /// As shaders may have it.
+    static Triple limited(const Triple& light);
 
 private:
     const TypedSlot<Skua::rgba_float_t> _color;
@@ -57,6 +59,9 @@ public:
 protected:
     explicit GlintingLight(const std::string& name);
 
+    /// Sets both, for a light of that radiance.
+    void setRadiance(ProgramVariables& uniforms, const ValuePoolPtr& pool,
+                     const Triple& light) const;
     /// The vector made to have length 1. Without a direction, as zero has none, the light is none.
     static void setDirection(ProgramVariables& uniforms, const vector& direction);
     static void switchOff(ProgramVariables& uniforms);

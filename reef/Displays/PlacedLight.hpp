@@ -23,7 +23,9 @@ public:
     const TypedSlot<double>& linear() const noexcept { return _linear; }
     const TypedSlot<double>& quadratic() const noexcept { return _quadratic; }
 
-    /// Sets "Light$$Position" and "Light$$FallOff" as well.
+    /// Sets "Light$$Position", "Light$$FallOff" and "Light$$PerUnit" as well. Shaders get to the
+    /// same light with numbers around 1, whatever the size of the scene is: the brightest component
+    /// is 1, and distances are in a unit of the light.
     void updateLight(ProgramVariables& uniforms, VRequest& request) override;
 
 protected:

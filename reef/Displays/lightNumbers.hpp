@@ -5,6 +5,9 @@
 
 namespace Mirk {
 
+/// Up to here products of two, and ratios, are numbers in double precision still.
+inline constexpr double largestInDouble = 1e100;
+
 /// Of numbers up to 1e15 products with what shaders have are numbers in single precision still.
 /// What is no number is 0.
 inline double atLeastZero(double number, double largest = 1e15) {

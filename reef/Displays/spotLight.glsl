@@ -4,6 +4,7 @@ uniform vec3 Light$$Intensity;
 uniform vec3 Light$$Specular;
 uniform vec3 Light$$Position;
 uniform vec3 Light$$FallOff;
+uniform float Light$$PerUnit;
 uniform vec3 Light$$Direction;
 uniform float Light$$CosCone;
 uniform float Light$$SinCone;
@@ -25,9 +26,12 @@ float getSpot_$$(in vec3 incidence)
 void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, out vec3 specular_intensity)
 {
     vec3 way = vertex - Light$$Position;
-    float far = length(way);
-    light_incidence = far > 0.0 ? way / far : Light$$Direction;
+    float longest = max(max(abs(way.x), abs(way.y)), abs(way.z));
+    vec3 scaled = longest > 0.0 ? way / longest : vec3(0.0); // has squares at any scale
+    light_incidence = longest > 0.0 ? normalize(scaled) : Light$$Direction;
+    float far = min(Light$$PerUnit * longest * length(scaled), 1e18);
     float share = getSpot_$$(light_incidence) / max(dot(Light$$FallOff, vec3(1.0, far, far * far)), 1e-18);
-    intensity = share * Light$$Intensity;
-    specular_intensity = share * Light$$Specular;
+    // Next to the light, too, what surfaces make of it is to be a number.
+    intensity = min(share * Light$$Intensity, 1e15);
+    specular_intensity = min(share * Light$$Specular, 1e15);
 }

@@ -290,6 +290,47 @@ TEST_F(LightPictures, PositionalLightFallsOffByItsFormula) {
     }
 }
 
+TEST_F(LightPictures, AreTheSameAtAnyScale) {
+    const auto picture = [&](double scale) {
+        objects.clear();
+        TriangleMesh data = squareOf(2);
+        for (point& p : data.points->elements()) p = point() + (p - point()) * (4.0 * scale);
+        show(add<TriangleSurface>(std::move(data)), material);
+        const auto put = [&](const vector& way, const Numbers& radiance, const auto& light) {
+            setRadiance(light, times(scale * scale, radiance));
+            putLight(light, point() + way * scale, {0.1 * scale * scale, 0.1 * scale, 1.0});
+        };
+        put({0.6, -0.4, 0.9}, {0.5, 0.4, 0.3}, add<PositionalLight>());
+        const auto spotLight = add<SpotLight>();
+        put({-0.5, 0.3, 1.5}, {0.9, 0.1, 1.5}, spotLight);
+        spotLight->direction().set({}, {0.1, 0.2, -1});
+        spotLight->cone().set({}, 180.0); // whose edge is nowhere
+        spotLight->exponent().set({}, 8.0);
+        // Factors alone.
+        const auto plain = add<PositionalLight>();
+        setRadiance(plain, times(scale * scale, {0.1, 0.2, 0.1}));
+        putLight(plain, point() + vector{0.5, 0.9, 0.7} * scale, {0, 0, 1});
+        const auto linear = add<PositionalLight>();
+        setRadiance(linear, times(scale, {0.1, 0.1, 0.2}));
+        putLight(linear, point() + vector{-0.9, 0.9, 0.7} * scale, {0, 1, 0});
+        Eye eye = above(2 * scale);
+        eye.near = 0.5 * scale;
+        eye.far = 10 * scale;
+        return draw(eye);
+    };
+    const Image expected = picture(1.0);
+    EXPECT_GT(expected.at(32, 32)[0], 50);
+    EXPECT_LT(expected.at(32, 32)[0], 200);
+    for (const double scale : {1e-10, 1e10, 1e-17, 1e17}) {
+        const Image image = picture(scale);
+        int greatest = 0;
+        for (std::size_t i = 0; i < image.bytes.size(); ++i) {
+            greatest = std::max(greatest, std::abs(image.bytes[i] - expected.bytes[i]));
+        }
+        EXPECT_LE(greatest, 2) << scale;
+    }
+}
+
 TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
     addPlane();
     const Eye eye = above(2);

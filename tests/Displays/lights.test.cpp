@@ -65,6 +65,17 @@ protected:
     static T get(const Variables& uniforms, const std::string& name) {
         return std::get<T>(uniforms.at("Light$$" + name));
     }
+    /// What shaders make of that at a distance.
+    template<class Light>
+    Triple arrivingAt(double distance, Light& light) {
+        const Variables uniforms = uniformsOf(light);
+        const auto fallOff = get<Triple>(uniforms, "FallOff");
+        const double inUnits = distance * get<double>(uniforms, "PerUnit");
+        const double divisor = fallOff[0] + fallOff[1] * inUnits + fallOff[2] * inUnits * inUnits;
+        Triple result = get<Triple>(uniforms, "Intensity");
+        for (double& each : result) each /= divisor;
+        return result;
+    }
     static TriangleMesh oneTriangle() { return mesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {0, 1, 2}); }
     std::string fragmentText() const { return program().fragment.code.front(); }
 
@@ -171,16 +182,61 @@ TEST_F(LightsTest, PlacesAreSentAsPointsWithAllDigits) {
 
 TEST_F(LightsTest, FallOffIsTheThreeFactorsOrNone) {
     const auto light = make<PositionalLight>();
-    EXPECT_EQ(get<Triple>(uniformsOf(*light), "FallOff"), (Triple{1, 0, 0}));
+    const auto expectDivisor = [&](double atOne, double atTwo) {
+        EXPECT_NEAR(arrivingAt(1, *light)[0] * atOne, 1.0, 1e-14);
+        EXPECT_NEAR(arrivingAt(2, *light)[0] * atTwo, 1.0, 1e-14);
+    };
+    expectDivisor(1, 1);
     light->constant().set({}, 0.5);
     light->linear().set({}, 0.25);
     light->quadratic().set({}, 0.125);
-    EXPECT_EQ(get<Triple>(uniformsOf(*light), "FallOff"), (Triple{0.5, 0.25, 0.125}));
+    expectDivisor(0.875, 1.5);
     light->constant().set({}, -1);
     light->linear().set({}, nan);
-    EXPECT_EQ(get<Triple>(uniformsOf(*light), "FallOff"), (Triple{0, 0, 0.125}));
+    expectDivisor(0.125, 0.5);
     light->quadratic().set({}, 0);
-    EXPECT_EQ(get<Triple>(uniformsOf(*light), "FallOff"), (Triple{1, 0, 0}));
+    expectDivisor(1, 1);
+}
+
+TEST_F(LightsTest, ShadersHaveNumbersOfMiddleSizeForPlacedLightsOfAnyStrength) {
+    const auto light = make<SpotLight>();
+    light->color().set({}, {1.0F, 0.5F, 0.0F, 1.0F});
+    for (const double scale : {1e-25, 1e-10, 1.0, 1e10, 1e25}) {
+        light->intensity().set({}, 2 * scale * scale);
+        light->constant().set({}, 0.5 * scale * scale);
+        light->linear().set({}, 0.25 * scale);
+        light->quadratic().set({}, 0.125);
+        const Triple arriving = arrivingAt(2 * scale, *light);
+        EXPECT_NEAR(arriving[0], 4 / 3.0, 1e-14) << scale;
+        EXPECT_NEAR(arriving[1], 2 / 3.0, 1e-14) << scale;
+        const Variables uniforms = uniformsOf(*light);
+        EXPECT_EQ(get<Triple>(uniforms, "Intensity"), (Triple{1, 0.5, 0}));
+        EXPECT_EQ(get<Triple>(uniforms, "Specular"), (Triple{1, 0.5, 0}));
+        for (const double each : get<Triple>(uniforms, "FallOff")) EXPECT_NEAR(each, 0.6, 0.41);
+        EXPECT_NEAR(get<double>(uniforms, "PerUnit") * scale, 0.25, 0.001) << scale;
+    }
+}
+
+TEST_F(LightsTest, PlacedLightsOfStrangeStrengthAreNumbersStill) {
+    const auto light = make<PositionalLight>();
+    for (const double intensity : {0.0, 1e-320, 1e15, infinity}) {
+        for (const double factor : {1e-320, 1e15, 1e300, infinity}) {
+            light->intensity().set({}, intensity);
+            light->constant().set({}, factor);
+            light->linear().set({}, factor);
+            light->quadratic().set({}, factor);
+            const Variables uniforms = uniformsOf(*light);
+            const auto expectNumber = [&](double number) {
+                EXPECT_TRUE(std::isfinite(static_cast<float>(number)))
+                    << intensity << " " << factor;
+            };
+            for (const char* name : {"Intensity", "Specular", "FallOff"}) {
+                for (const double each : get<Triple>(uniforms, name)) expectNumber(each);
+            }
+            expectNumber(get<double>(uniforms, "PerUnit"));
+            EXPECT_GT(static_cast<float>(get<double>(uniforms, "PerUnit")), 0.0F);
+        }
+    }
 }
 
 TEST_F(LightsTest, ConeIsItsCosineAndSineAndNoLimitFrom180Degrees) {
@@ -388,10 +444,10 @@ TEST_F(LightsTest, EachOtherCompositionCompilesOnce) {
 
 TEST_F(LightsTest, LightInPlaceOfOneOfItsKindCompilesNothing) {
     const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));
-    add<PositionalLight>()->intensity().set({}, 0.5);
+    add<DirectionalLight>()->intensity().set({}, 0.5);
     EXPECT_EQ(compilationsOfDraw(*surface), 1);
     lights.clear();
-    add<PositionalLight>()->intensity().set({}, 0.25);
+    add<DirectionalLight>()->intensity().set({}, 0.25);
     EXPECT_EQ(compilationsOfDraw(*surface), 0);
     EXPECT_EQ(variable<Triple>("Light0Intensity"), (Triple{0.25, 0.25, 0.25}));
 }
