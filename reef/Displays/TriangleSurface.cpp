@@ -319,7 +319,10 @@ void TriangleSurface::insertLook(Polyp& polyp, VRenderContext& context) const {
     });
     polyp.insert(context.createRenderParameter("Sidedness", sidedness, typeid(float), 1));
     insertSize(polyp, context, "Specular", _specular);
-    insertSize(polyp, context, "Shininess", _shininess);
+    // Of a cosine that rounding has taken above 1 the power is no infinity, which times 0 is no
+    // number; a glint is a point long before.
+    constexpr double largestExponent = 1e7;
+    insertSize(polyp, context, "Shininess", _shininess, largestExponent);
 }
 
 DisplayObject::Drawing TriangleSurface::insertTriangles(Polyp& polyp, VRenderContext& context,

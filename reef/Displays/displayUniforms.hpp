@@ -2,21 +2,23 @@
 // The uniforms of display objects that follow their inputs and the context; stands on SlotUpdater.
 
 #include <Displays/displayData.hpp>
+#include <Displays/lightNumbers.hpp>
 
 #include <Polypia/SlotUpdater.hpp>
 #include <Polypia/VRenderContext.hpp>
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
 namespace Mirk {
 
-/// A float that follows an input of the object, and is not below 0. One that is not a number is 0.
+/// A float that follows an input of the object, and is not below 0 nor above the largest. One that
+/// is not a number is 0.
 inline void insertSize(Polyp& polyp, VRenderContext& context, const std::string& uniform,
-                       const TypedSlot<double>& input) {
-    const auto updater = createSlotUpdater(
-        input, [](const double& value) { return static_cast<float>(std::max(0.0, value)); });
+                       const TypedSlot<double>& input, double largest = largestInShaders) {
+    const auto updater = createSlotUpdater(input, [largest](const double& value) {
+        return static_cast<float>(atLeastZero(value, largest));
+    });
     polyp.insert(context.createRenderParameter(uniform, updater, typeid(float), 1));
 }
 

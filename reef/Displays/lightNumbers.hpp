@@ -8,9 +8,11 @@ namespace Mirk {
 /// Up to here products of two, and ratios, are numbers in double precision still.
 inline constexpr double largestInDouble = 1e100;
 
-/// Of numbers up to 1e15 products with what shaders have are numbers in single precision still.
+/// Up to here products with what shaders have are numbers in single precision still.
+inline constexpr double largestInShaders = 1e15;
+
 /// What is no number is 0.
-inline double atLeastZero(double number, double largest = 1e15) {
+inline double atLeastZero(double number, double largest = largestInShaders) {
     return std::min(std::max(0.0, number), largest);
 }
 

@@ -7,6 +7,7 @@
 #include <rookery/Geodesy.hpp>
 
 #include <cmath>
+#include <limits>
 
 using Mirk::LineKind;
 using Mirk::LineSet;
@@ -127,6 +128,12 @@ TEST_F(LineSetTest, WidthBelowZeroIsZero) {
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(parameter("LineWidth"), ElementsAre(0.0F));
     EXPECT_EQ(object->marginPixels(context.pool), 0.0);
+}
+
+TEST_F(LineSetTest, WidthWithoutEndIsANumberForShaders) {
+    object->lineWidth().set(context.pool, std::numeric_limits<double>::infinity());
+    ASSERT_TRUE(draw(*object));
+    EXPECT_THAT(parameter("LineWidth"), ElementsAre(1e15F));
 }
 
 TEST_F(LineSetTest, HiddenSideIsRelativeToTheOrigin) {

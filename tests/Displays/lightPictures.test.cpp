@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <limits>
 #include <numbers>
 
 using namespace Pictures;
@@ -235,6 +236,37 @@ TEST_F(LightPictures, DirectionalLightIsItsFormula) {
     const Image straight = draw(eye);
     EXPECT_LE(greatestDifference(straight, eye, {directional({0.7, 0.5, 0.3}, {0, 0, -1})}), 2.0);
     EXPECT_GT(straight.at(32, 32)[0], straight.at(0, 0)[0] + 30) << "without a glint";
+}
+
+TEST_F(LightPictures, EndlessGlintsLeaveNoPixelWithoutANumber) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    material = {{0.2, 0.2, 0.2}, 0.0, 0.0, 8.0};
+    const auto plane = addPlane();
+    for (const bool isOwn : {true, false}) {
+        if (!isOwn) addLight<Headlight>({1, 1, 1});
+        material.specular = 0.0;
+        material.shininess = 8.0;
+        show(plane, material);
+        const Eye eye = above(2);
+        const Image without = draw(eye);
+        material.shininess = infinity;
+        show(plane, material);
+        EXPECT_EQ(draw(eye).bytes, without.bytes) << "nothing glints";
+        material.specular = infinity;
+        show(plane, material);
+        const Image all = draw(eye);
+        int white = 0;
+        for (int i = 0; i < size * size; ++i) {
+            const Pixel pixel = all.at(i % size, i / size);
+            const bool isWhite = pixel == Pixel{255, 255, 255};
+            EXPECT_TRUE(isWhite || pixel == without.at(i % size, i / size)) << i;
+            white += isWhite ? 1 : 0;
+        }
+        EXPECT_LT(white, 200);
+        material.shininess = 1.0;
+        show(plane, material);
+        EXPECT_EQ(draw(eye).at(32, 32), (Pixel{255, 255, 255}));
+    }
 }
 
 TEST_F(LightPictures, LightsAreWhereTheyAreForEyesThatLookFromAnywhere) {

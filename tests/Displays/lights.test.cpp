@@ -11,6 +11,7 @@
 #include <numbers>
 #include <set>
 #include <string>
+#include <tuple>
 
 using namespace Mirk;
 using testing::HasSubstr;
@@ -465,6 +466,24 @@ TEST_F(LightsTest, PlacesOfLightsAreRelativeToWhatVerticesAre) {
     EXPECT_NEAR(sent.worldOrigin.x, far, 10);
     const point origin = point() + sent.worldOrigin;
     EXPECT_EQ(attribute<FloatPoint>("Coordinates")[0], toFloat(point() + (corner - origin)));
+}
+
+TEST_F(LightsTest, GlintsThatAreNoNumberOrTooMuchAreNumbersForShaders) {
+    const DisplayPtr<TriangleSurface> surface(new TriangleSurface("mesh", oneTriangle()));
+    const auto sent = [&](const TypedSlot<double>& input, const char* uniform, double value) {
+        input.set({}, value);
+        EXPECT_TRUE(drawLit(*surface));
+        return parameter(uniform)[0];
+    };
+    for (const auto& [input, uniform, largest] :
+         {std::tuple{&surface->specular(), "Specular", 1e15F},
+          std::tuple{&surface->shininess(), "Shininess", 1e7F}}) {
+        EXPECT_EQ(sent(*input, uniform, 3.5), 3.5F);
+        EXPECT_EQ(sent(*input, uniform, infinity), largest);
+        EXPECT_EQ(sent(*input, uniform, 1e300), largest);
+        EXPECT_EQ(sent(*input, uniform, -infinity), 0.0F);
+        EXPECT_EQ(sent(*input, uniform, nan), 0.0F);
+    }
 }
 
 TEST_F(LightsTest, SidesThatAreNoNumberOrTooMuchAreWithinTheirLimits) {
