@@ -8,7 +8,7 @@
 namespace Mirk {
 
 /// Travels in one direction of the world, the input "direction", which may be of any length; with
-/// zero there is no light.
+/// zero the light is dark.
 class DISPLAYS_EXPORT DirectionalLight final : public GlintingLight {
 public:
     explicit DirectionalLight(const std::string& name);

@@ -56,10 +56,10 @@ void GlintingLight::setDirection(ProgramVariables& uniforms, const vector& direc
     const vector unit = normalised(direction);
     const bool isOne = dot(unit, unit) > 0.0;
     uniforms["Light$$Direction"] = isOne ? Triple{unit.x, unit.y, unit.z} : Triple{0, 0, -1};
-    if (!isOne) switchOff(uniforms);
+    if (!isOne) darken(uniforms);
 }
 
-void GlintingLight::switchOff(ProgramVariables& uniforms) {
+void GlintingLight::darken(ProgramVariables& uniforms) {
     uniforms["Light$$Intensity"] = uniforms["Light$$Specular"] = Triple{0, 0, 0};
 }
 

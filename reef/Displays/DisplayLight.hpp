@@ -13,8 +13,8 @@ namespace Mirk {
 
 /// A light of a colour and an intensity, which multiplies it. Surfaces add up what they get of each
 /// light; what is beyond 1 is shown as 1. Values below 0, and what is no number, are taken as 0. A
-/// light is switched off by its visibility, in each pool for itself. Moving or colouring a light
-/// compiles nothing.
+/// light that is dark counts as a light: what surfaces have without any steps aside. It is switched
+/// off by its visibility, in each pool for itself. Moving or colouring a light compiles nothing.
 class DISPLAYS_EXPORT DisplayLight : public ShaderLightSource {
 public:
     using point = Skua::PhysicalSpace::point;
@@ -62,9 +62,9 @@ protected:
     /// Sets both, for a light of that radiance.
     void setRadiance(ProgramVariables& uniforms, const ValuePoolPtr& pool,
                      const Triple& light) const;
-    /// The vector made to have length 1. Without a direction, as zero has none, the light is none.
+    /// The vector made to have length 1. Without a direction, as zero has none, the light is dark.
     static void setDirection(ProgramVariables& uniforms, const vector& direction);
-    static void switchOff(ProgramVariables& uniforms);
+    static void darken(ProgramVariables& uniforms);
 
 private:
     const TypedSlot<double> _specular;

@@ -75,7 +75,7 @@ void PlacedLight::updateLight(ProgramVariables& uniforms, VRequest& request) {
     const bool isSomewhere =
         std::max({std::abs(place.x), std::abs(place.y), std::abs(place.z)}) <= farthestCoordinate;
     uniforms["Light$$Position"] = isSomewhere && isFinite(place) ? place : point();
-    if (!isSomewhere || !isFinite(place)) switchOff(uniforms);
+    if (!isSomewhere || !isFinite(place)) darken(uniforms);
 }
 
 } // namespace Mirk

@@ -10,7 +10,7 @@ namespace Mirk {
 /// Shines from a point of the world. The intensity at a distance d is divided by
 /// constant + linear * d + quadratic * d * d, as that of OpenGL's fixed functions is; factors below
 /// 0 are 0, and if all are, nothing is divided. With a position that is not finite, or has a
-/// coordinate beyond farthestCoordinate, there is no light.
+/// coordinate beyond farthestCoordinate, the light is dark.
 class DISPLAYS_EXPORT PlacedLight : public GlintingLight {
 public:
     /// The squares of distances are numbers in single precision still.

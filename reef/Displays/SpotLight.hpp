@@ -7,10 +7,11 @@
 
 namespace Mirk {
 
-/// Shines from its position in a direction of the world, as the spots of OpenGL's fixed functions
-/// do: outside of a cone round the direction there is nothing, and within it the intensity is
-/// multiplied by the cosine of the angle to the direction, to the power of the exponent. A cone of
-/// 180 degrees is no limit. With a direction of zero there is no light.
+/// Shines from its position in a direction of the world: outside of a cone round the direction
+/// there is nothing, and within it the intensity is multiplied by the cosine of the angle to the
+/// direction, to the power of the exponent; beyond 90 degrees that is 0, but for an exponent of 0.
+/// Unlike that of OpenGL's fixed functions, the exponent holds for a cone of 180 degrees, which has
+/// no edge, too. With a direction of zero the light is dark.
 class DISPLAYS_EXPORT SpotLight final : public PlacedLight {
 public:
     explicit SpotLight(const std::string& name);

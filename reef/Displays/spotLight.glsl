@@ -17,9 +17,9 @@ float getSpot_$$(in vec3 incidence)
     float across = length(cross(incidence, Light$$Direction));
     // The sine of what the angle is less than the cone.
     if (Light$$SinCone * along < Light$$CosCone * across) return 0.0;
+    if (along <= 0.0) return Light$$Exponent > 0.0 ? 0.0 : 1.0;
     float square = across * across;
-    bool isSmall = along > 0.0 && square < 0.01;
-    float logarithm = isSmall ? -0.5 * square * (1.0 + square * (0.5 + square / 3.0)) : log(max(along, 1e-18));
+    float logarithm = square < 0.01 ? -0.5 * square * (1.0 + square * (0.5 + square / 3.0)) : log(along);
     return exp(Light$$Exponent * logarithm);
 }
 

@@ -374,7 +374,7 @@ TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
     light->direction().set({}, direction * 7.0);
     struct {
         double cone, exponent;
-    } const cases[] = {{25, 0}, {40, 1}, {40, 20}, {90, 3}, {180, 0}};
+    } const cases[] = {{25, 0}, {40, 1}, {40, 20}, {90, 3}, {180, 0}, {180, 3}};
     for (const auto& [cone, exponent] : cases) {
         light->cone().set({}, cone);
         light->exponent().set({}, exponent);
@@ -394,6 +394,38 @@ TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
         const bool isBlack = image.at(63, 63) == Pixel{0, 0, 0};
         EXPECT_EQ(isBlack, cone < 60) << cone;
     }
+}
+
+TEST_F(LightPictures, BehindASpotThereIsLightWithoutAnExponentAlone) {
+    addPlane();
+    const Eye eye = above(2);
+    const point place{-0.5, 0.3, 1.5};
+    const vector direction{1, 0, 0};
+    const auto light = addLight<SpotLight>({1, 1, 1});
+    putLight(light, place, {1, 0, 0});
+    light->direction().set({}, direction);
+    light->cone().set({}, 180.0);
+    for (const double exponent : {0.0, 0.01, 1.0}) {
+        light->exponent().set({}, exponent);
+        const Image image = draw(eye);
+        EXPECT_LE(greatestDifference(image, eye,
+                                     {spot({1, 1, 1}, place, {1, 0, 0}, direction, 180, exponent)}),
+                  2.0)
+            << exponent;
+        EXPECT_EQ(image.at(4, 32) == (Pixel{0, 0, 0}), exponent > 0.0) << exponent;
+    }
+}
+
+TEST_F(LightPictures, DarkLightsCount) {
+    addPlane();
+    const Eye eye = above(2);
+    ASSERT_GT(draw(eye).at(32, 32)[0], 100);
+    const auto light = add<DirectionalLight>();
+    light->direction().set({}, {0, 0, 0});
+    EXPECT_EQ(draw(eye).at(32, 32), (Pixel{0, 0, 0}));
+    light->direction().set({}, {0, 0, -1});
+    light->intensity().set({}, 0.0);
+    EXPECT_EQ(draw(eye).at(32, 32), (Pixel{0, 0, 0}));
 }
 
 class SmallAngles : public LightPictures {
