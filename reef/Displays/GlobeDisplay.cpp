@@ -8,12 +8,14 @@
 #include <globe.vert.glsl.hpp>
 #include <light.glsl.hpp>
 
+#include <Polypia/RenderParameter.hpp>
 #include <Polypia/VRenderContext.hpp>
 #include <rookery/Geodesy.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -51,6 +53,37 @@ public:
 private:
     const double _unitsPerMetre;
 };
+
+constexpr double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
+constexpr double graticuleRadians = std::numbers::pi / 12.0;
+
+using Lines = std::vector<Skua::FixedArray<float, 3>>;
+
+/// What the fragment stage has to know of the planes of the meridians for places that are relative
+/// to an origin: computed in double precision, so that it has all digits near that.
+Lines meridianPlanes(const Skua::PhysicalSpace::vector& origin) {
+    Lines planes;
+    for (int i = 0; i < 12; ++i) {
+        const double x = -std::sin(i * graticuleRadians), y = std::cos(i * graticuleRadians);
+        const double distance = x * origin.x + y * origin.y;
+        planes.push_back(
+            {static_cast<float>(x), static_cast<float>(y), static_cast<float>(distance)});
+    }
+    return planes;
+}
+
+/// The same of the cones on which the normals of the ellipsoid are as steep as on a parallel.
+Lines parallelCones(const Skua::PhysicalSpace::vector& origin) {
+    Lines cones;
+    for (int i = -6; i <= 6; ++i) {
+        const double up = axisRatio * axisRatio * std::cos(i * graticuleRadians);
+        const double outwards = std::sin(i * graticuleRadians);
+        const double distance = up * origin.z - outwards * std::hypot(origin.x, origin.y);
+        cones.push_back(
+            {static_cast<float>(up), static_cast<float>(outwards), static_cast<float>(distance)});
+    }
+    return cones;
+}
 
 RenderBasin::ChunkPtr triangles() {
     std::vector<std::uint32_t> indices;
@@ -92,9 +125,12 @@ DisplayObject::Drawing GlobeDisplay::fill(Polyp& polyp, VRenderContext& context,
     const auto indices =
         polyp.insert(context.createAttribute(triangles(), indicesAttribute, "Indices"));
     if (!indices) return {};
-    const double axisRatio = Skua::WGS84::semiMajorAxisMetres / Skua::WGS84::semiMinorAxisMetres;
     program["Centre"] = Point(); // sent relative to the origin, as points are
     program["AxisRatio2"] = static_cast<float>(axisRatio * axisRatio);
+    using UniformParameter =
+        RenderBasin::UniformParameter; // as others may have the program, with other origins
+    polyp.insert(Keel::make<UniformParameter>("Meridians", meridianPlanes(origin - point())));
+    polyp.insert(Keel::make<UniformParameter>("Parallels", parallelCones(origin - point())));
     polyp.insert(Keel::make<HiddenSides>(context, program, origin, 1.0 / _unitsPerMetre,
                                          [](const VRenderContext&) { return 0.0; }));
     return {polyp.insert(indices->createPainter(RenderNamespace::Triangles)), {}};

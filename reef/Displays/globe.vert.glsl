@@ -12,7 +12,7 @@ out float gl_CullDistance[1];
 #endif
 out vec3 normal;
 out vec3 toEye;
-out vec3 fromCentre;
+out vec3 place; // relative to the origin
 flat out vec3 lightDirection; // towards the light
 
 void main()
@@ -20,8 +20,8 @@ void main()
     zelk_setViewID();
     gl_Position = zelk_transform_vertex_WorldToScreen(mkRelativeVertex(vec4(Coordinates, 1.0)));
     cut(Coordinates);
-    fromCentre = Coordinates - Centre;
-    normal = normalize(fromCentre * vec3(1.0, 1.0, AxisRatio2));
+    place = Coordinates;
+    normal = normalize((Coordinates - Centre) * vec3(1.0, 1.0, AxisRatio2));
     bool hasPerspective = views[zelk_getViewID()].ProjectionMatrix[3][3] == 0.0;
     toEye = hasPerspective ? getCameraObserverRelativeToVertexOffset().xyz - Coordinates : -getViewDir();
     lightDirection = towardsLight();

@@ -4,6 +4,7 @@
 
 #include "../keel/countedNew.hpp"
 
+#include <Displays/horizon.hpp>
 #include <sorrel/Vprintf.hpp>
 
 #include <gmock/gmock.h>
@@ -478,6 +479,149 @@ TEST_F(DisplayPictures, GlobeIsADiscOfTheSea) {
     EXPECT_NEAR(image.drawnPixels(), std::numbers::pi * std::pow(tangent * size / 2, 2), 12);
     const Pixel sea = image.at(30, 37);
     EXPECT_GT(sea[2], sea[0]);
+}
+
+class Graticule : public DisplayPictures {
+protected:
+    /// Looks down from near a place of the grid, so that a pixel is two metres wide on the globe.
+    static Eye above(double longitude, double latitude) {
+        const double height = 2.0;
+        Eye eye;
+        eye.camera.position = Skua::toEarthCentred({longitude, latitude, height});
+        eye.camera.lookAt = Skua::toEarthCentred({longitude, latitude, -1000});
+        // Lines go straight up in the picture, or straight across.
+        eye.camera.up = Skua::toEarthCentred({longitude, latitude + 0.01, height}) -
+                        Skua::toEarthCentred({longitude, latitude, height});
+        eye.camera.fieldOfView = 1.15;
+        eye.near = 1000;
+        eye.far = 1e7;
+        return eye;
+    }
+    static point onGlobe(double longitude, double latitude) {
+        return point() + (Skua::toEarthCentred({longitude, latitude, 0}) - point()) * globeScale;
+    }
+    /// Where a ray meets the triangles of the globe between whole degrees, next to some place.
+    static point placeOn(const point& from, const vector& ray, double longitude, double latitude) {
+        for (double west = std::floor(longitude) - 1; west < longitude + 1; ++west) {
+            for (double south = std::floor(latitude) - 1; south < latitude + 1; ++south) {
+                const point a = onGlobe(west, south + 1), b = onGlobe(west, south),
+                            c = onGlobe(west + 1, south + 1), d = onGlobe(west + 1, south);
+                for (const auto& [p, q, r] : {std::array{a, b, c}, std::array{c, b, d}}) {
+                    const vector normal = cross(q - p, r - p);
+                    const point place = from + ray * (dot(p - from, normal) / dot(ray, normal));
+                    const auto isInside = [&](const point& first, const point& second) {
+                        return dot(cross(second - first, place - first), normal) >=
+                               -1e-9 * dot(normal, normal);
+                    };
+                    if (isInside(p, q) && isInside(q, r) && isInside(r, p)) return place;
+                }
+            }
+        }
+        ADD_FAILURE() << "nowhere";
+        return {};
+    }
+    static double degrees(double radians) { return radians * 180.0 / std::numbers::pi; }
+    static double longitudeOf(const point& p) { return degrees(std::atan2(p.y, p.x)); }
+    /// Of the normal of the ellipsoid.
+    static double latitudeOf(const point& p) {
+        const double a = earth, b = Skua::WGS84::semiMinorAxisMetres;
+        return degrees(std::atan2(p.z * a * a / (b * b), std::hypot(p.x, p.y)));
+    }
+    /// Along a row or column of pixels, by how many a line is off from where `angle` is that of the
+    /// line in doubles, times how much it covers there.
+    struct Found {
+        double off = 0.0, covered = 0.0;
+        double offInDoubles = 0.0, coveredInDoubles = 0.0; // as the middles of pixels have it
+    };
+    static Found lineIn(const Image& image, bool isRow, int number, const Eye& eye, double around,
+                        double angleOfLine, double latitude, double (*angle)(const point&)) {
+        const vector forwards = normalised(eye.camera.lookAt - eye.camera.position);
+        const vector right = normalised(cross(forwards, eye.camera.up));
+        const vector up = cross(right, forwards);
+        const double scale = std::tan(eye.camera.fieldOfView * std::numbers::pi / 360.0);
+        const auto angleAt = [&](double along) {
+            const double x = isRow ? along : number + 0.5, y = isRow ? number + 0.5 : along;
+            const vector ray =
+                forwards + right * ((x / 32 - 1) * scale) + up * ((y / 32 - 1) * scale);
+            return angle(placeOn(eye.camera.position, ray, around, latitude)) - angleOfLine;
+        };
+        double before = 0, after = size;
+        for (int i = 0; i < 40; ++i) {
+            const double middle = 0.5 * (before + after);
+            ((angleAt(middle) < 0.0) == (angleAt(0) < 0.0) ? before : after) = middle;
+        }
+        const auto pixelAt = [&](int i) {
+            return isRow ? image.at(i, number) : image.at(number, i);
+        };
+        const int middle = static_cast<int>(before);
+        const Pixel sea = pixelAt(middle + 6);
+        Found found;
+        for (int i = middle - 4; i <= middle + 4; ++i) {
+            const double off = i + 0.5 - before;
+            const double part = std::min(std::abs(off) / 1.5, 1.0);
+            const double share = 1.0 - part * part * (3.0 - 2.0 * part);
+            found.offInDoubles += share * off;
+            found.coveredInDoubles += share;
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double covered = pixelAt(i)[c] - sea[c];
+                found.off += covered * off;
+                found.covered += covered;
+            }
+        }
+        return found;
+    }
+    /// In pixels, on the average of a picture, as colours have steps.
+    static double middleOff(const Image& image, bool isRow, const Eye& eye, double around,
+                            double angleOfLine, double latitude, double (*angle)(const point&)) {
+        Found all;
+        for (int number = 4; number < size - 4; number += 3) {
+            const Found each =
+                lineIn(image, isRow, number, eye, around, angleOfLine, latitude, angle);
+            all.off += each.off;
+            all.covered += each.covered;
+            all.offInDoubles += each.offInDoubles;
+            all.coveredInDoubles += each.coveredInDoubles;
+        }
+        EXPECT_GT(all.covered, 100) << "there is no line";
+        return all.off / all.covered - all.offInDoubles / all.coveredInDoubles;
+    }
+};
+
+TEST_F(Graticule, NoPixelUnderTheEyeIsWithoutANumber) {
+    add<GlobeDisplay>();
+    for (const double longitude : {14.6, 134.9999, 133.7, -150.3}) {
+        for (const double latitude : {-60.0001, 0.2, 40.3, 75.0001}) {
+            const Image image = draw(above(longitude, latitude));
+            for (int i = 0; i < size * size; ++i) {
+                EXPECT_GT(image.at(i % size, i / size)[2], 20) << longitude << " " << latitude;
+            }
+        }
+    }
+}
+
+TEST_F(Graticule, LinesAreWithinATenthOfAPixelNearTheGround) {
+    add<GlobeDisplay>();
+    const double metre = 1.0 / 111e3; // in degrees
+    double worst = 0.0;
+    for (const double line : {15.0, 120.0, 135.0, 165.0, -150.0}) {
+        for (const double aside : {-11.3, 0.4, 7.9}) {
+            const double longitude = line + aside * metre;
+            const Eye eye = above(longitude, 40.3);
+            worst = std::max(worst, std::abs(middleOff(draw(eye), true, eye, longitude, line, 40.3,
+                                                       longitudeOf)));
+        }
+    }
+    EXPECT_LT(worst, 0.1) << "of a meridian";
+    worst = 0.0;
+    for (const double line : {-60.0, 0.0, 45.0, 75.0}) {
+        for (const double aside : {-11.3, 0.4, 7.9}) {
+            const double latitude = line + aside * metre;
+            const Eye eye = above(133.7, latitude);
+            worst = std::max(worst, std::abs(middleOff(draw(eye), false, eye, 133.7, line, latitude,
+                                                       latitudeOf)));
+        }
+    }
+    EXPECT_LT(worst, 0.1) << "of a parallel";
 }
 
 TEST_F(DisplayPictures, ScaledEarthLooksTheSame) {
