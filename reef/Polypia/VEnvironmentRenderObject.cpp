@@ -14,12 +14,23 @@ VEnvironmentRenderObject::~VEnvironmentRenderObject() = default;
 
 void VEnvironmentRenderObject::announce(const std::string& viewpoint, const VCamera& camera,
                                         const ValuePoolPtr& pool) const {
-    const std::lock_guard lock(_announceMutex);
+    // Who is told may announce in turn, or hold locks that others hold who announce: whatever may
+    // tell, making the value of a pool included, is done without the mutex.
+    const VValuePtr value = _viewpoints->getValue(pool);
+    VTypedValueBase<CameraSetPtr>* const held = typedValue<CameraSetPtr>(value.get());
+    if (held == nullptr) return;
+    enter(*held, viewpoint, camera);
+    _viewpoints->notifyValueChange(value, pool);
+}
+
+void VEnvironmentRenderObject::enter(VTypedValueBase<CameraSetPtr>& value,
+                                     const std::string& viewpoint, const VCamera& camera) const {
+    const std::lock_guard lock(_enterMutex);
     CameraSetPtr present;
-    if (!_viewpoints.get(pool, present)) return;
+    value.get(present);
     const CameraSetPtr next(present ? new VCameraSet(present->cameras()) : new VCameraSet);
     next->set(viewpoint, camera);
-    _viewpoints.set(pool, next);
+    value.set(next);
 }
 
 void VEnvironmentRenderObject::getRenderPrecision(VRenderContext& context, double& precision,

@@ -22,8 +22,9 @@ public:
 
     /// Offers a camera in a pool, in place of one of the same name, and notifies, even if it is
     /// what it was before. A null pool means all pools: these have then what was announced for all,
-    /// and no more what was announced for one of them alone. Any thread. The value becomes another
-    /// set each time: the one before stays as it is for those who are reading it.
+    /// and no more what was announced for one of them alone. Any thread, and also by those who are
+    /// being notified. The value becomes another set each time: the one before stays as it is for
+    /// those who are reading it.
     void announce(const std::string& viewpoint, const VCamera& camera,
                   const ValuePoolPtr& pool) const;
     /// What a drawing may afford: `precision` is that of the context, 1 for full detail, as without
@@ -34,8 +35,11 @@ public:
     const VOutput<CameraSetPtr>& viewpointsOutput() const noexcept { return _viewpoints; }
 
 private:
+    void enter(VTypedValueBase<CameraSetPtr>& value, const std::string& viewpoint,
+               const VCamera& camera) const;
+
     const VOutput<CameraSetPtr> _viewpoints;
-    mutable std::mutex _announceMutex; // from reading the set to writing the next one
+    mutable std::mutex _enterMutex; // from reading the set to writing the next one; leaf
 };
 
 static_assert(std::is_same_v<Keel::RootOf_t<VEnvironmentRenderObject>,

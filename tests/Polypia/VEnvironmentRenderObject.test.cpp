@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,6 +30,20 @@ public:
         : VObject(objectName, 3, {}), VEnvironmentRenderObject(objectName, 3, {}) {}
     using RenderAble::environment_render;
     bool environment_render(Mirk::VRenderContext&) const override { return true; }
+};
+
+/// Announces once more when it is told of the first announcement, where that one was.
+class Answering : public Watcher {
+public:
+    explicit Answering(const Sight& sight) : _sight(sight) {}
+    void touched(const Mirk::ValueNotifierList& parameter, const Mirk::VValuePtr& value,
+                 const ValuePoolPtr& pool) override {
+        Watcher::touched(parameter, value, pool);
+        if (changes == 1) _sight.announce("answer", VCamera(), pool);
+    }
+
+private:
+    const Sight& _sight;
 };
 
 class VEnvironmentRenderObjectTest : public testing::Test {
@@ -113,6 +129,50 @@ TEST_F(VEnvironmentRenderObjectTest, SetThatIsBeingReadStaysAsItIs) {
     const CameraSetPtr read = viewpoints(pool);
     object->announce("back", cameraAt(2), pool);
     EXPECT_EQ(read->cameras().size(), 1U);
+}
+
+TEST_F(VEnvironmentRenderObjectTest, WatcherThatIsToldMayAnnounceInTurn) {
+    for (const ValuePoolPtr& where : {pool, ValuePoolPtr()}) {
+        const Keel::StrongPtr<Answering, Mirk::ValueNotifier> watcher(new Answering(*object));
+        object->viewpointsOutput()->addNotifier(watcher);
+        object->announce("front", cameraAt(1), where);
+        EXPECT_EQ(watcher->changes, 2);
+        EXPECT_EQ(watcher->lastPool.get(), where.get());
+        const CameraSetPtr set = viewpoints(where);
+        EXPECT_EQ(set->cameras().count("front"), 1U);
+        EXPECT_EQ(set->cameras().count("answer"), 1U);
+    }
+}
+
+/// What a viewer holds while it looks at viewpoints.
+class Guarded : public Watcher {
+public:
+    explicit Guarded(std::mutex& mutex) : _mutex(mutex) {}
+    void touched(const Mirk::ValueNotifierList& parameter, const Mirk::VValuePtr& value,
+                 const ValuePoolPtr& pool) override {
+        isTold = true;
+        const std::lock_guard lock(_mutex);
+        Watcher::touched(parameter, value, pool);
+    }
+
+    std::atomic<bool> isTold = false;
+
+private:
+    std::mutex& _mutex;
+};
+
+TEST_F(VEnvironmentRenderObjectTest, WhoIsToldMayTakeALockUnderWhichOthersAnnounce) {
+    std::mutex lockOfViewer;
+    const Keel::StrongPtr<Guarded, Mirk::ValueNotifier> watcher(new Guarded(lockOfViewer));
+    object->viewpointsOutput()->addNotifier(watcher);
+    std::unique_lock viewer(lockOfViewer);
+    std::thread announcing([&] { object->announce("front", cameraAt(1), pool); });
+    while (!watcher->isTold) std::this_thread::yield();
+    object->viewpointsOutput()->removeNotifier(watcher);
+    object->announce("back", cameraAt(2), pool);
+    viewer.unlock();
+    announcing.join();
+    EXPECT_EQ(viewpoints(pool)->cameras().size(), 2U);
 }
 
 TEST_F(VEnvironmentRenderObjectTest, ViewpointsOfSeveralThreadsAllArrive) {
