@@ -1,8 +1,16 @@
 #include <Polypia/Fog.hpp>
 
+#include <sorrel/TypedSlot.hpp>
+
 #include <Fog.glsl.hpp>
 
 namespace Mirk {
+
+namespace {
+
+const ValueTypeRegistration<FogPtr> fogType("fog");
+
+} // namespace
 
 Fog::Fog() = default;
 

@@ -34,6 +34,11 @@ struct POLYPIA_EXPORT VValueTrait<FogPtr> {
     static std::string Text(const FogPtr& value);
     static bool setValueFromText(FogPtr& value, const std::string& text);
 };
+/// Another fog is a change, whatever its text.
+template<>
+struct POLYPIA_EXPORT VValueCompareTrait<FogPtr> {
+    static bool isDifferent(const FogPtr& a, const FogPtr& b) { return !(a == b); }
+};
 
 static_assert(std::is_same_v<Keel::RootOf_t<Fog>, Fog::ReferenceRoot>);
 

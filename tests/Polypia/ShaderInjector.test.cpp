@@ -1,11 +1,12 @@
 #include <Polypia/ShaderInjector.hpp>
 
+#include "../sorrel/Recorder.hpp"
 #include "anyRenderContext.hpp"
 #include "virtualSlot.hpp"
 
 #include <Polypia/Fog.hpp>
 
-#include <sorrel/VValue.hpp>
+#include <sorrel/TypedSlot.hpp>
 
 #include <gmock/gmock.h>
 
@@ -93,6 +94,32 @@ TEST_F(ShaderInjector, FogHasAFixedTextAndIsNotReadFromOne) {
     EXPECT_FALSE(Trait::setValueFromText(value, ""));
     EXPECT_TRUE(value == fog);
     EXPECT_EQ(Mirk::VValue<Mirk::FogPtr>(fog).text(), "(fog)");
+}
+
+TEST_F(ShaderInjector, FogIsAnInputLikeAnyOther) {
+    class Foggy : public Mirk::VObject {
+    public:
+        Foggy() : VObject("foggy", 0, {}) {}
+        const Mirk::TypedSlot<Mirk::FogPtr> slot{this, "fog", {}, 0};
+    };
+    const ShellRecorderPtr shell = listenToShell();
+    testing::internal::CaptureStdout();
+    {
+        const Keel::StrongPtr<Foggy, Mirk::VManagedObjectBase> object(new Foggy);
+        const WatcherPtr watcher(new Watcher);
+        object->slot->parameter()->addNotifier(watcher);
+        const Mirk::FogPtr mist(new Mist);
+        object->slot.set({}, mist);
+        EXPECT_TRUE(object->slot.value({}) == mist);
+        EXPECT_EQ(watcher->changes, 1);
+        object->slot.set({}, mist);
+        EXPECT_EQ(watcher->changes, 1) << "the same fog";
+        object->slot.set({}, Mirk::FogPtr(new Mist));
+        EXPECT_EQ(watcher->changes, 2) << "another one of the same text";
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_THAT(shell->events(), testing::Not(testing::Contains(StartsWith("warning"))));
+    Mirk::VActionNotifier::clear();
 }
 
 } // namespace
