@@ -1,6 +1,6 @@
 // Text of shaders: includes in ten megabytes of it, against memcpy and a search for the ends of
 // lines; and composing a typical program, beside nothing, as its limit is one of time. What is left
-// out: the driver's compile.
+// out: the driver's compile, which bench/PolypiaGL/program.bench.cpp has.
 
 #include "../../tests/Polypia/RecordingContext.hpp"
 #include "../sideBySide.hpp"
