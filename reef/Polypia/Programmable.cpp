@@ -35,16 +35,6 @@ std::string cleaned(const std::string& name) {
     return clean;
 }
 
-/// By searches, which take many bytes at once.
-std::size_t numberOfLines(std::string_view text) {
-    std::size_t number = 0;
-    for (std::size_t end = text.find('\n'); end != std::string_view::npos;
-         end = text.find('\n', end + 1)) {
-        ++number;
-    }
-    return number;
-}
-
 std::string titleOf(const std::string& suffix) {
     if (suffix == ".vert") return "Vertex Shader";
     if (suffix == ".frag") return "Fragment Shader";
@@ -116,7 +106,7 @@ Programmable::ProgramPtr computeProgram(RenderBasin& basin, const std::string& n
     const std::string expanded = expandIncludes(source.text, file, includePath, &times);
 
     const RenderBasin::OriginScope scope(
-        basin, {{file, source.isOfFile ? file : "", 1, 1 + numberOfLines(expanded), 1}});
+        basin, {{file, source.isOfFile ? file : "", 1, 1 + numberOfLineEnds(expanded), 1}});
     const Programmable::ProgramPtr program =
         basin.createComputeProgram({expanded}, file, 0, {}, {});
     if (!program) return {};
@@ -290,9 +280,14 @@ struct Programmable::Stage {
     /// Of `ahead`, which is all that stands in front of the main code, and that.
     Stage(std::string ahead, MainCode&& code)
         : name(std::move(code.name)), times(std::move(code.times)) {
-        origin = {name, code.source.file, 1 + numberOfLines(ahead), numberOfLines(code.text),
-                  code.source.line};
+        const std::size_t linesAhead = numberOfLineEnds(ahead);
+        const std::size_t lines = numberOfLineEnds(code.text);
+        const bool mayJoin = code.text.starts_with('\r');
         text = std::move(ahead) + code.text;
+        // A carriage return at the head of the code belongs to the line feed ahead of it: what is a
+        // line of the file is none of the stage then.
+        const std::size_t lost = mayJoin ? linesAhead + lines - numberOfLineEnds(text) : 0;
+        origin = {name, code.source.file, 1 + linesAhead, lines - lost, code.source.line + lost};
     }
 
     std::string text;
@@ -350,7 +345,7 @@ void overrideStage(const std::string& path, bool isOn, std::string& text,
         return;
     }
     text = std::move(content);
-    origin = {origin.stage, path, 1, 1 + numberOfLines(text), 1, true};
+    origin = {origin.stage, path, 1, 1 + numberOfLineEnds(text), 1, true};
 }
 
 } // namespace

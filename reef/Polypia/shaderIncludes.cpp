@@ -109,7 +109,21 @@ RawString rawStringBody(std::string_view text) {
     const void* const found = ::memmem(behind.data(), behind.size(), end.data(), end.size());
     if (found == nullptr) return {text};
     const auto length = static_cast<std::size_t>(static_cast<const char*>(found) - behind.data());
-    return {behind.substr(0, length), numberOfLineFeeds(text.substr(0, open))};
+    return {behind.substr(0, length), numberOfLineEnds(text.substr(0, open))};
+}
+
+std::size_t numberOfLineEnds(std::string_view text) {
+    const auto isEnd = [](char c) { return c == '\n' || c == '\r'; };
+    // Most texts have none, for which one search is enough.
+    if (text.find('\r') == npos) return numberOfLineFeeds(text);
+    std::size_t number = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (!isEnd(text[at])) continue;
+        ++number;
+        const bool isPair = at + 1 < text.size() && isEnd(text[at + 1]) && text[at + 1] != text[at];
+        if (isPair) ++at;
+    }
+    return number;
 }
 
 } // namespace Mirk

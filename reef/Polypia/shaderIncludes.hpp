@@ -31,4 +31,8 @@ struct RawString {
 /// comes back as it is.
 POLYPIA_EXPORT RawString rawStringBody(std::string_view text);
 
+/// As GLSL counts them, and so the messages of its compilers: by line feeds, carriage returns, and
+/// pairs of these two in either order. The lines of includes end at line feeds alone.
+std::size_t numberOfLineEnds(std::string_view text);
+
 } // namespace Mirk

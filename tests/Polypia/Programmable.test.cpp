@@ -392,6 +392,35 @@ TEST_F(Programmable, BackendsLearnWhereTextsComeFromDuringTheCall) {
     EXPECT_EQ(origins[1].file, "");
 }
 
+TEST_F(Programmable, LinesOfFilesEndAsInGlsl) {
+    context.ShaderFileOverrides = true;
+    const auto originOf = [&](const std::string& content) {
+        writeFile("N.vert", content);
+        RenderBasin::TextOrigin origin;
+        const auto keepOrigin = [&](const Mirk::ProgramParameters& given) {
+            origin = context.textOrigins.at(0);
+            return given;
+        };
+        shader.CompileShader(context, "N", keepOrigin, {}, "1\n", "", "");
+        return origin;
+    };
+    const RenderBasin::TextOrigin plain = originOf("a\nb\nc\n");
+    EXPECT_EQ(plain.lines, 3U);
+    for (const char* const content :
+         {"a\rb\rc\r", "a\r\nb\r\nc\r\n", "a\n\rb\n\rc\n", "a\rb\n\rc", "\r\nb\nc"}) {
+        const RenderBasin::TextOrigin origin = originOf(content);
+        EXPECT_EQ(origin.firstLine, plain.firstLine);
+        EXPECT_EQ(origin.lines, 3U) << testing::PrintToString(content);
+        EXPECT_EQ(origin.fileLine, 1U) << testing::PrintToString(content);
+    }
+    // The first carriage return joins the line feed ahead of it.
+    const RenderBasin::TextOrigin joined = originOf("\rb\rc\r");
+    EXPECT_EQ(joined.firstLine, plain.firstLine);
+    EXPECT_EQ(joined.lines, 2U);
+    EXPECT_EQ(joined.fileLine, 2U);
+    EXPECT_EQ(originOf("R\"x\r\ry(a\rb)x\r\ry\"").fileLine, 3U);
+}
+
 // ---------------------------------------------------------------------------------------------
 // Compute programs
 

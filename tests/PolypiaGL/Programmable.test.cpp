@@ -379,6 +379,28 @@ TEST_P(ShaderFaults, InAnOverridingFileAreItsOwn) {
     }
 }
 
+TEST_P(ShaderFaults, InAFileOfAnyLineEndsAreItsOwn) {
+    for (const char* const end : {"\r", "\r\n", "\n\r"}) {
+        for (int i = 0; i < 6; ++i) {
+            start();
+            render->ShaderFileOverrides = true;
+            Fault fault("N." + name());
+            std::string text = faultyText(fault, end);
+            if (i % 3 == 1) {
+                text = end + text;
+                ++fault.line;
+            } else if (i % 3 == 2) {
+                shader.buildGeometry();
+                fault.file += ".glsl";
+                text = std::string("#version 150") + end + text;
+                ++fault.line;
+            }
+            writeFile(fault.file, text + mainFunction());
+            expect(fault);
+        }
+    }
+}
+
 TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
