@@ -110,6 +110,12 @@ TEST_F(ClippingPlanesTest, RelativePlanesAreShiftedInDoublePrecision) {
     EXPECT_THAT(sent(), ElementsAre(0, 0, 0, 0, 0, 0, 2, -0.5));
 }
 
+TEST_F(ClippingPlanesTest, RelativePlanesWithoutNormalCutNothingHoweverFarFromZero) {
+    EXPECT_TRUE(planes.initializeRelativePolyp(*polyp, context, {1e12, -6.4e6, 1e9}));
+    planes.clip0.set({}, Plane{{0, 0, 0}, 7});
+    EXPECT_THAT(sent(), ElementsAre(0, 0, 0, 7, 0, 0, 0, 0));
+}
+
 TEST_F(ClippingPlanesTest, ParameterThatThereIsNoneOfIsLeftOut) {
     context.basin.log->failing = {"createRenderParameter ClipPlane0"};
     EXPECT_TRUE(planes.initializePolyp(*polyp, context, *creator));

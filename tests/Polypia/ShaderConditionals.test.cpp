@@ -120,6 +120,22 @@ TEST_F(ShaderConditionals, AreInvalidOnceAnInputIsYoungerThanThePolyp) {
     EXPECT_TRUE(isValid());
 }
 
+TEST_F(ShaderConditionals, AreInvalidOnceAnInputIsConnectedElsewhere) {
+    const auto slot = condition(input("lit", true), "LIT");
+    struct Lamp : Mirk::VObject {
+        Lamp() : VObject("lamp", 0, {}) {}
+        Mirk::VOutput<bool> on{this, "on", true};
+    };
+    const Keel::StrongPtr<Lamp, Mirk::VManagedObjectBase> lamp(new Lamp);
+    creator->create();
+    ASSERT_EQ(owner->attachParameter(lamp->on, slot, ""), Mirk::Attached);
+    EXPECT_FALSE(isValid()) << "though the value is what it was, and older";
+    creator->create();
+    EXPECT_TRUE(isValid());
+    ASSERT_TRUE(owner->detach(slot));
+    EXPECT_FALSE(isValid()) << "back to its own";
+}
+
 TEST_F(ShaderConditionals, AreInvalidByTheInputsOfTheirPoolOnly) {
     const auto slot = condition(input("lit", true), "LIT");
     slot->parameter()->Localize();

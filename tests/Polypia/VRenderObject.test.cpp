@@ -463,6 +463,31 @@ TEST_F(VRenderObjectTest, StatusThatHasGoneToAnotherObjectIsThatOne) {
     EXPECT_NE(shown.text, "");
 }
 
+/// Is taken for a status, and holds a number.
+class Mislabelled : public Mirk::VParameter {
+public:
+    Mislabelled() : VParameter(Mirk::VValuePtr(new Mirk::VValue<int>(7)), "mislabelled", {}) {}
+    const std::type_info& valueType() const override { return typeid(VObjectStatus); }
+};
+
+TEST_F(VRenderObjectTest, StatusOfAnotherTypeIsNotWrittenButAllElseRuns) {
+    const Mirk::VParameterPtr number(new Mislabelled);
+    const WatcherPtr numberWatcher(new Watcher);
+    number->addNotifier(numberWatcher);
+    ASSERT_EQ(object->attachParameter(number, object->renderStatusSlot(), ""), Mirk::Attached);
+    failWith(failure("D"));
+    EXPECT_THAT(drawAndListen(), StartsWith("VRenderObject: "));
+    EXPECT_THAT(drawAndListen(), StartsWith("VRenderObject: "));
+    EXPECT_EQ(context.failures.size(), 2U);
+    object->action = nullptr;
+    EXPECT_TRUE(draw());
+    EXPECT_EQ(number->getValueAsText(pool, {}, false), "7");
+    EXPECT_EQ(numberWatcher->changes, 0);
+    ASSERT_TRUE(object->detach(object->renderStatusSlot()));
+    EXPECT_EQ(report(), "") << "the status of its own, which nobody reads while it is connected";
+    EXPECT_EQ(statusWatcher->changes, 0);
+}
+
 TEST_F(VRenderObjectTest, OtherExceptionsPassOnAndLeaveTheStatus) {
     failWith(failure("D"));
     drawAndListen();

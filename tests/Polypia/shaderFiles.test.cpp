@@ -35,6 +35,21 @@ using std::string_literals::operator""s;
 using Paths = std::list<std::string>;
 using Recorded = Keel::StrongPtr<RecordingProgram, Mirk::Polyp::Tentacle>;
 
+/// Calls the function in a process of an ordinary user, as the superuser may do all. Whether it
+/// came back, and was true.
+bool isTrueForOrdinaryUser(const std::function<bool()>& function) {
+    const ::pid_t child = ::fork();
+    if (child == 0) {
+        constexpr ::uid_t nobody = 65534;
+        const bool isOrdinary =
+            ::geteuid() != 0 ||
+            (::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0);
+        ::_exit(isOrdinary && function() ? 0 : 1);
+    }
+    int state = 0;
+    return child > 0 && ::waitpid(child, &state, 0) == child && state == 0;
+}
+
 class ShaderIncludes : public testing::Test {
 protected:
     /// What was printed is in `printed`.
@@ -151,6 +166,29 @@ TEST_F(ShaderIncludes, TheFirstOfThePathWinsAndFoldersAreNoFiles) {
     writeFile("3/ab", "third");
     EXPECT_EQ(process("#include <ab>\r\n", {"1", "2", "3"}),
               "#line 2/ab 1\nsecond\n#line N.vert 1\n");
+}
+
+TEST_F(ShaderIncludes, PipesAreNoFilesAndNobodyWaitsForThem) {
+    ASSERT_EQ(::mkfifo("ab", 0600), 0);
+    EXPECT_EQ(process("#include \"ab\"\r\n"), "#line N.vert 1\n");
+    EXPECT_EQ(printed, notFound("ab"));
+}
+
+TEST_F(ShaderIncludes, AFileWithoutPermissionIsFoundAndHasNoLines) {
+    std::filesystem::permissions(folder.path, std::filesystem::perms::all);
+    writeFile("ab", "secret");
+    std::filesystem::permissions("ab", std::filesystem::perms::none);
+    EXPECT_TRUE(isTrueForOrdinaryUser([&] {
+        return process("#include \"ab\"\r\nx") == "#line ./ab 1\n#line N.vert 1\nx\n" &&
+               printed.empty();
+    }));
+}
+
+TEST_F(ShaderIncludes, AFileThatIsLargerThanAnyShaderIsFoundAndHasNoLines) {
+    writeFile("ab", "large");
+    std::filesystem::resize_file("ab", (64U << 20) + 1);
+    EXPECT_EQ(process("#include \"ab\"\r\nx"), "#line ./ab 1\n#line N.vert 1\nx\n");
+    EXPECT_EQ(printed, "");
 }
 
 TEST_F(ShaderIncludes, NamesMayLeaveThePathUpwardsButNotByASlash) {
@@ -358,6 +396,13 @@ TEST_F(ShaderOverrides, TheBodyOfARawStringIsTheCode) {
     EXPECT_EQ(body("R\"(//disable)\""), "//disable\n");
 }
 
+TEST_F(ShaderOverrides, TheSecondChoiceMayBeSwitchedOffOrARawStringAsWell) {
+    writeFile("N_vert.glsl", "//disable\nfrom file\n");
+    EXPECT_EQ(code(), "built in\n");
+    writeFile("N_vert.glsl", "R\"x(from file)x\"");
+    EXPECT_EQ(code(), "from file\n");
+}
+
 TEST_F(ShaderOverrides, TheRulesForFilesHoldForTheBuiltInTextAsWell) {
     shader.vertex = "R\"(a)\"";
     EXPECT_EQ(code(), "a\n");
@@ -394,6 +439,22 @@ TEST_F(ShaderOverrides, AnEmptyWholeStageIsFilledUnderItsName) {
     CaptureStdout();
     EXPECT_TRUE(program->SourceHasChanged()) << "the time is that ahead of filling";
     GetCapturedStdout();
+}
+
+TEST_F(ShaderOverrides, WholeStagesAreFilledWithTheMainCodeThatFilesGive) {
+    shader.buildGeometry();
+    writeFile("N.vert", "vertex from file\n");
+    writeFile("N.frag", "fragment from file\n");
+    writeFile("N.vert.glsl", "");
+    writeFile("N.frag.glsl", "");
+    const Recorded program = compile();
+    const std::string vertex = program->vertex.code.front();
+    const std::string fragment = program->fragment.code.front();
+    EXPECT_THAT(vertex, StartsWith("#version"));
+    EXPECT_THAT(vertex, EndsWith("vertex from file\n"));
+    EXPECT_THAT(fragment, EndsWith("fragment from file\n"));
+    EXPECT_EQ(fileContent("N.vert.glsl"), "// N.vert.glsl\n" + vertex);
+    EXPECT_EQ(fileContent("N.frag.glsl"), "// N.frag.glsl\n" + fragment);
 }
 
 // What stays as it is whatever asks for it.
@@ -456,21 +517,6 @@ TEST_F(ShaderFilesThatStay, FilesOfOneNul) {
     for (const char* const name : {"N.vert", "N_frag.glsl", "N.geom.glsl"}) {
         EXPECT_EQ(fileContent(name), nul) << name;
     }
-}
-
-/// Calls the function in a process of an ordinary user, as the superuser may do all. Whether it
-/// came back, and was true.
-bool isTrueForOrdinaryUser(const std::function<bool()>& function) {
-    const ::pid_t child = ::fork();
-    if (child == 0) {
-        constexpr ::uid_t nobody = 65534;
-        const bool isOrdinary =
-            ::geteuid() != 0 ||
-            (::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0);
-        ::_exit(isOrdinary && function() ? 0 : 1);
-    }
-    int state = 0;
-    return child > 0 && ::waitpid(child, &state, 0) == child && state == 0;
 }
 
 TEST_F(ShaderFilesThatStay, FilesWithoutPermission) {
@@ -555,6 +601,26 @@ TEST_F(OptionalFiles, AreFilledIfTheyAreEmpty) {
     EXPECT_EQ(fileContent("f"), "code");
     writeFile("f", "?");
     EXPECT_EQ(readAndWrite("f"), "?");
+}
+
+TEST_F(OptionalFiles, AreContentEvenIfThatIsOneNul) {
+    const std::string nul(1, '\0');
+    writeFile("f", nul);
+    EXPECT_EQ(read("f"), nul);
+    EXPECT_EQ(readAndWrite("f"), nul);
+    EXPECT_EQ(fileContent("f"), nul);
+}
+
+TEST_F(OptionalFiles, OfOneNulAreComputeShadersWithoutText) {
+    const std::string nul(1, '\0');
+    writeFile("N.comp", nul);
+    RecordingContext context;
+    CaptureStderr();
+    const Recorded program(Mirk::Programmable::makeComputeShader(context, "N", "code"));
+    GetCapturedStderr();
+    EXPECT_THAT(program->compute.code, ElementsAre(""));
+    EXPECT_EQ(program->ProgramSources.at("comp"), nul);
+    EXPECT_EQ(fileContent("N.comp"), nul);
 }
 
 TEST_F(OptionalFiles, AreToldTheFirstTimeThatTheyReplaceAText) {
