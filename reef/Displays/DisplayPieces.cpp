@@ -167,11 +167,12 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
         const PolypPtr uploaded =
             polyp && creator.admits(*polyp, context) ? upload(polyp, creator, context) : PolypPtr();
         supply.isStopped = creator.isRefused();
-        supply.isDeclined = supply.isDeclined || (!uploaded && !supply.isStopped);
+        supply.isMoving = supply.isMoving || uploaded;
+        supply.isStuck = supply.isStuck || (!uploaded && !supply.isStopped);
         return uploaded;
     } catch (...) {
-        supply.isStopped = true;
-        supply.failure = std::current_exception();
+        supply.isStopped = supply.isStuck = true;
+        if (!supply.failure) supply.failure = std::current_exception();
         return {};
     }
 }
@@ -253,7 +254,7 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
         polyp.complete(context);
         return true;
     } catch (...) {
-        if (!supply.failure) supply.failure = std::current_exception();
+        if (!supply.notDrawn) supply.notDrawn = std::current_exception();
         return false;
     }
 }

@@ -35,9 +35,12 @@ class DisplayObject::Pieces {
 public:
     /// What became of what was to go to the GPU in one frame.
     struct Supply {
-        bool isStopped = false;  ///< nothing more goes there in this frame
-        bool isDeclined = false; ///< something can't be filled or activated, and doesn't say why
-        std::exception_ptr failure = nullptr; ///< the first one, of what was drawn as well
+        bool isStopped = false; ///< nothing more goes there in this frame
+        bool isMoving = false;  ///< something went there
+        bool isStuck = false;   ///< something can't be filled or activated
+        // The first ones.
+        std::exception_ptr failure = nullptr;  ///< why something isn't there
+        std::exception_ptr notDrawn = nullptr; ///< why something that is there isn't drawn
     };
 
     /// The lights are those of the program's text.

@@ -45,7 +45,10 @@ DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& 
     if ((form & isClipped) != 0) _stages.defines += "#define CLIPPED\n";
     _vertexPrefix = _stages.defines + transform.getShaderFunctions(context, true) +
                     std::string(glsl::clip) + _stages.vertexPrefix;
-    _geometryPrefix = _stages.defines + context.defineMultiView(context.EyeViews.size(), true, 0);
+    // Which the vertex stage has from the text of the operator.
+    const char* const isCustom = transform.functor ? "#define CUSTOM_TransformOperator\n" : "";
+    _geometryPrefix =
+        _stages.defines + isCustom + context.defineMultiView(context.EyeViews.size(), true, 0);
     _fragmentPrefix = _stages.defines + (_stages.isLit ? context.getLightSourceCode() : "");
 }
 

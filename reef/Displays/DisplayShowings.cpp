@@ -163,7 +163,7 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
 /// While it waits for what is coming. Who waits for too long may do so for ever, and is not to hold
 /// up the others.
 void DisplayObject::Showing::noteNeedOfShown() {
-    if (_notSupplied || _frame > _comingSince + Exchanges::patience) return;
+    if (_isStuck || _frame > _comingSince + Exchanges::patience) return;
     _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin));
 }
 
@@ -243,17 +243,21 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
     try {
         isWhole = drawBest(display, context, level, supply);
     } catch (...) {
-        supply.failure = std::current_exception();
+        supply.notDrawn = std::current_exception();
     }
-    _isDeclined = supply.isDeclined;
-    noteFailure(_notSupplied, supply.failure);
+    _isStuck = supply.isStuck;
+    if (supply.isMoving) _lastMove = _frame;
+    // What has to wait is not mended by that.
+    if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
+    noteFailure(_notDrawn, supply.notDrawn);
     keepPieces();
     const bool hasLevels = _shown && (_shown->generation().form & DisplayObject::hasLevels) != 0;
     _drawnLevel = hasLevels ? level : 0;
     if (!_compiled) return {false, _notComposed};
     const std::exception_ptr notCompiled = _compiled->failure();
     display._isDrawnAsBefore = isWhole && notCompiled;
-    return {isWhole, notCompiled ? notCompiled : _notSupplied};
+    const std::exception_ptr notThere = notCompiled ? notCompiled : _notSupplied;
+    return {isWhole, notThere ? notThere : _notDrawn};
 }
 
 /// Whether all that is wanted was drawn.
@@ -293,8 +297,7 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
 /// of those before. What is of another form, or may never be all there, is better given up.
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
-    const bool mayEnd =
-        !_notSupplied && !_isDeclined && _frame <= _comingSince + Exchanges::patience;
+    const bool mayEnd = !_isStuck && _frame <= _lastMove + Exchanges::patience;
     return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form &&
            coming.transform.functor == _wanted.transform.functor;
 }
@@ -303,6 +306,7 @@ void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
     const bool wasComing = bool(_coming);
     _coming = std::move(pieces);
     if (!wasComing) _comingSince = _frame;
+    _lastMove = _frame;
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
@@ -312,12 +316,12 @@ void DisplayObject::Showing::showComing() {
 }
 
 /// Where one is to take the place of the other, neither is of use in parts: what the cache evicts
-/// of the one that is shown may never come back, and the other would never be complete. What is
-/// shown because there is no program may be all that is ever drawn.
+/// of the one that is shown may never come back, and the other would never be complete. Without a
+/// program what is shown may be all that is ever drawn.
 void DisplayObject::Showing::keepPieces() {
     if (_coming) _coming->keep(*_exchanges);
     if (!_shown) return;
-    if (_coming || !_wanted.program) {
+    if (_coming || !_shown->isOf(_wanted)) {
         _shown->keep(*_exchanges);
     } else {
         _shown->endKeeping();
@@ -364,10 +368,19 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContex
     std::erase_if(_told, [&](const Told& told) {
         return !told.seagrass || !told.pool || told.drawing + aLongWhile < _allDrawings;
     });
-    Told now{seagrass, context.pool, context.EyeViews.size(), identityOf(failure),
-             {},       _allDrawings};
+    Told now{seagrass,
+             context.pool,
+             {context.EyeViews.size(), context.OutputViews, context.ShaderFileOverrides},
+             identityOf(failure),
+             {},
+             _allDrawings};
+    // Other ways of this pool, which viewers of one Seagrass may take in turn.
+    constexpr std::uint64_t aFewViewers = 8;
+    std::erase_if(_told, [&](const Told& told) {
+        return told.isAt(now) && told.drawing + aFewViewers < _allDrawings;
+    });
     const auto known = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
-        return told.isAt(now) && told.eyes == now.eyes;
+        return told.isAt(now) && told.way == now.way;
     });
     if (known != _told.end()) {
         known->drawing = _allDrawings;
@@ -375,7 +388,7 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContex
         _told.erase(known);
     }
     if (!failure) return false;
-    // Other numbers of eyes may fail for the same reason.
+    // Others of them may fail for the same reason.
     const auto same = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
         return told.isAt(now) && told.failure == now.failure;
     });

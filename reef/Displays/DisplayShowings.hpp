@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Mirk {
@@ -99,14 +100,16 @@ private:
     const bool _takesFiles;
     const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
     std::uint64_t _frame = 0;       // by these
-    std::uint64_t _comingSince = 0; // by its frames
+    std::uint64_t _comingSince = 0; // the first of a row, by these frames
+    std::uint64_t _lastMove = 0;    // in which something of what is coming went to the GPU
     std::size_t _drawnLevel = 0;
     Generation _wanted;
     CompiledPtr _compiled;
     LightsPtr _lights;
     std::exception_ptr _notComposed; // why there is nothing that could be compiled
-    std::exception_ptr _notSupplied; // why something isn't on the GPU, or can't be drawn
-    bool _isDeclined = false;        // something isn't there and doesn't say why
+    std::exception_ptr _notSupplied; // why something isn't on the GPU
+    std::exception_ptr _notDrawn;    // why something that is there can't be drawn
+    bool _isStuck = false;           // something can't be brought there
     std::unique_ptr<Pieces> _shown;  // what is drawn
     std::unique_ptr<Pieces> _coming; // what takes its place once it is complete; both are kept
     ContentPtr _comingContent;       // which may be replaced in the object by then
@@ -131,15 +134,16 @@ public:
     Programmable::FileTimes fileTimes() const;
 
 private:
-    /// What fails in a Seagrass since it was thrown there, for one number of eyes.
+    /// What fails in a Seagrass since it was thrown there, in one of the ways to show it.
     struct Told {
+        using Way = std::tuple<std::size_t, unsigned, bool>; ///< what else Showing::isFor() asks
         bool isAt(const Told& other) const {
             return seagrass == other.seagrass && pool == other.pool;
         }
 
         Keel::WeakPtr<Seagrass> seagrass;
         Keel::WeakPtr<ValuePool> pool;
-        std::size_t eyes;
+        Way way;
         std::string failure; ///< what tells it from others
         std::string report;
         std::uint64_t drawing; ///< the last one there

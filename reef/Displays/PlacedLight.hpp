@@ -25,7 +25,8 @@ public:
 
     /// Sets "Light$$Position", "Light$$FallOff" and "Light$$PerUnit" as well. Shaders get to the
     /// same light with numbers around 1, whatever the size of the scene is: the brightest component
-    /// is 1, and distances are in a unit of the light.
+    /// is 1, and distances are in a unit of the light. At a distance d, with u = "PerUnit" * d, the
+    /// light is "Intensity" divided by the sum of the components of "FallOff" times 1, u and u * u.
     void updateLight(ProgramVariables& uniforms, VRequest& request) override;
 
 protected:

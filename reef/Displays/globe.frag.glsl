@@ -19,7 +19,7 @@ const float spacing = 15.0 * degree;
 float graticule(float distance, vec3 gradient)
 {
     float pixel = abs(dot(gradient, dFdx(place))) + abs(dot(gradient, dFdy(place)));
-    return 1.0 - smoothstep(0.0, 1.5 * pixel, abs(distance));
+    return 1.0 - smoothstep(0.0, max(1.5 * pixel, 1e-30), abs(distance));
 }
 
 // Angles have too few digits near the ground, and places relative to the centre as well. They tell

@@ -8,8 +8,9 @@ uniform float Light$$HasPerspective;
 void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, out vec3 specular_intensity)
 {
     vec3 way = vertex - Light$$Position;
-    bool isFromEye = Light$$HasPerspective > 0.5 && dot(way, way) > 0.0;
-    light_incidence = isFromEye ? normalize(way) : Light$$Direction;
+    float longest = max(max(abs(way.x), abs(way.y)), abs(way.z));
+    bool isFromEye = Light$$HasPerspective > 0.5 && longest > 0.0;
+    light_incidence = isFromEye ? normalize(way / longest) : Light$$Direction;
     intensity = Light$$Intensity;
     specular_intensity = Light$$Specular;
 }

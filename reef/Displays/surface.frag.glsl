@@ -35,7 +35,7 @@ float greatest(vec3 v)
 
 void lookAtSurface()
 {
-    towardsEye = normalize(surface.toEye);
+    towardsEye = normalize(surface.toEye / max(greatest(surface.toEye), 1e-37));
     // Through a long lens pixels are as small as the steps of numbers as great as the distance. What
     // is seen there is close to what is looked at, and elsewhere may be closer to the eye.
     vec3 acrossFromEye = dFdx(surface.fromEye), upwardsFromEye = dFdy(surface.fromEye);

@@ -371,10 +371,12 @@ bool hasStage(const std::vector<StageSource>& stages, Stage stage) {
 
 /// Whether a text has a name of a stage's own, and not that of what comes from the stage before.
 bool namesOutput(std::string_view text, std::string_view name) {
+    const auto isMember = [&](std::size_t at) {
+        while (at > 0 && isSpace(text[at - 1])) --at;
+        return at > 0 && text[at - 1] == '.';
+    };
     std::size_t at = text.find(name);
-    while (at != std::string_view::npos && at > 0 && text[at - 1] == '.') {
-        at = text.find(name, at + name.size());
-    }
+    while (at != std::string_view::npos && isMember(at)) at = text.find(name, at + name.size());
     return at != std::string_view::npos;
 }
 
@@ -448,7 +450,6 @@ GLProgram::GLProgram(MachinePtr machine, const std::vector<StageSource>& stages,
         build(stages, options);
     }
     _isCompute = stages.size() == 1 && stages[0].stage == Stage::Compute;
-    _switches = neededSwitches(stages, platformDefines);
 }
 
 void GLProgram::build(const std::vector<StageSource>& stages, AdaptOptions options) {
@@ -461,6 +462,7 @@ void GLProgram::build(const std::vector<StageSource>& stages, AdaptOptions optio
     const AdaptedProgram adapted = adaptProgram(texts, options);
     link(stages, adapted);
     readInterface(hasStage(stages, Stage::Geometry));
+    _switches = neededSwitches(stages, options.platformDefines);
 }
 
 ShaderId GLProgram::compile(const AdaptedStage& stage, const StageSource& source,

@@ -268,8 +268,8 @@ void addDefinedNames(const GlslScan& scan, Names& names) {
     }
 }
 
-/// Whether a part of a conditional is compiled.
-enum class Condition { Unknown, Never, Always };
+/// Whether a part of a conditional is compiled; never behind one that always is.
+enum class Condition { Unknown, Never, Always, Past };
 
 /// What is known of `#ifdef NAME` and `#ifndef NAME`.
 Condition conditionOf(std::string_view line, const Names& defined) {
@@ -284,7 +284,7 @@ Condition conditionOf(std::string_view line, const Names& defined) {
 
 /// Of the part behind `#else` or `#elif`.
 Condition conditionBehind(Condition before, std::string_view line) {
-    if (before == Condition::Always) return Condition::Never;
+    if (before == Condition::Always || before == Condition::Past) return Condition::Past;
     const bool isElse = directiveName(line, line.find('#')) == "else";
     return before == Condition::Never && isElse ? Condition::Always : Condition::Unknown;
 }
@@ -305,7 +305,9 @@ std::string GlslScan::withoutInactive(std::string_view others) const {
         if (line.kind == Kind::Endif && !open.empty()) open.pop_back();
         if (line.kind == Kind::Else && !open.empty())
             open.back() = conditionBehind(open.back(), words);
-        const bool isLeftOut = std::find(open.begin(), open.end(), Condition::Never) != open.end();
+        const bool isLeftOut = std::any_of(open.begin(), open.end(), [](Condition condition) {
+            return condition == Condition::Never || condition == Condition::Past;
+        });
         if (isLeftOut)
             std::fill(active.begin() + static_cast<std::ptrdiff_t>(line.begin),
                       active.begin() + static_cast<std::ptrdiff_t>(line.end), ' ');

@@ -35,8 +35,8 @@ public:
     Skua::BoundingBox bounds;
     std::size_t pieces = 1;
     Form wantedForm = 0;
-    std::string vertexCode = "void main() {}\n";
-    std::size_t knownBytes = 0; ///< of each piece, ahead of filling it
+    std::string_view vertexCode = "void main() {}\n"; ///< of a text that lasts
+    std::size_t knownBytes = 0;                       ///< of each piece, ahead of filling it
     mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
     mutable std::vector<const Polyp*> polyps;
     mutable Levels levels;
@@ -1132,13 +1132,88 @@ TEST_F(DisplayObjectUploads, DataOfAnotherProgramEachTimeAreShownOneAfterTheOthe
     object->knownBytes = bytes;
     frame();
     std::vector<std::vector<std::string>> drawn;
-    for (int change = 0; change < 4; ++change) {
-        object->vertexCode = "void main() {} // " + std::to_string(change) + "\n";
+    for (const char* const code : {"void main() {}", "void main() { }", "void main() {  }", "//"}) {
+        object->vertexCode = code;
         object->setData(2);
         drawn.push_back(frame(bytes).drawn);
     }
     EXPECT_EQ(drawn, (std::vector<std::vector<std::string>>{
                          {"1", "2"}, {"3", "4"}, {"3", "4"}, {"5", "6"}}));
+}
+
+TEST_F(DisplayObjectUploads, DataThatChangeFastAreShownHoweverLongTheyHadToWait) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    object->setData(2);
+    for (std::uint64_t i = 0; i <= Mirk::Exchanges::patience + 1; ++i) frame(0);
+    std::set<std::string> drawn;
+    for (int change = 0; change < 6; ++change) {
+        object->setData(2);
+        for (const std::string& number : frame(bytes).drawn) drawn.insert(number);
+    }
+    EXPECT_GE(drawn.size(), 6U) << "three of them at least";
+}
+
+TEST_F(DisplayObjectUploads, WhatFailsToBeDrawnIsReplacedByNewerData) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    context.basin.log->throwing = {"activate Tentacle last 2"};
+    testing::internal::CaptureStdout();
+    std::vector<std::string> drawn;
+    for (int change = 0; change < 3; ++change) {
+        object->setData(2);
+        drawn = frame(bytes).drawn;
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_THAT(drawn, ElementsAre("3", "4"));
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, WhatIsShownBetweenTwoExchangesIsKept) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    object->setData(2);
+    frame(bytes);
+    object->setData(2);
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+    seagrass->lawn();
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+}
+
+TEST_F(DisplayObjectUploads, FailureOfWhatIsRefusedInBetweenIsToldOnce) {
+    frame();
+    object->setData(1);
+    const auto fill = object->action;
+    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) -> bool {
+        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
+            new RecordingTentacle(context.basin.log, "full", Polyp::VertexAttributeKey + 2)));
+        return fill(polyp, present);
+    };
+    context.basin.log->throwing = {"activate Tentacle full"};
+    testing::internal::CaptureStdout();
+    for (const std::int64_t allowance : {1000, 0, 1000, 0, 1000}) frame(allowance);
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+    context.basin.log->throwing = {};
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, ReportOfANumberOfEyesThatIsNotDrawnAnyMoreEnds) {
+    context.setNumberOfEyes(2);
+    context.basin.log->throwing.insert("createProgram plain.vert");
+    testing::internal::CaptureStdout();
+    frame();
+    testing::internal::GetCapturedStdout();
+    EXPECT_NE(reportOf(*object), "");
+    context.basin.log->throwing = {};
+    context.setNumberOfEyes(1);
+    for (int i = 0; i < 10; ++i) frame();
+    EXPECT_EQ(reportOf(*object), "");
 }
 
 TEST_F(DisplayObjectUploads, PieceThatFailsToBeDrawnLeavesTheOthersAndIsToldOnce) {

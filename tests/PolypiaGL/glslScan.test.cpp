@@ -36,6 +36,12 @@ TEST(GlslScan, WhatIsNotPlainIsActive) {
     EXPECT_THAT(active("#ifdef A\nx\n#endif\n", "#define A 1\n"), HasSubstr("x\n"));
 }
 
+TEST(GlslScan, NothingBehindAPartThatIsAlwaysTakenIsActive) {
+    const std::string text = "#ifndef A\ny\n#elif B\nx\n#else\nx\n#endif\ny\n";
+    EXPECT_THAT(active(text), Not(HasSubstr("x")));
+    EXPECT_THAT(active(text), HasSubstr("y"));
+}
+
 TEST(GlslScan, PartsWithinWhatIsLeftOutAreLeftOut) {
     const std::string text = "#ifdef A\n#ifndef B\nx\n#else\nx\n#endif\nx\n#endif\ny\n#ifndef "
                              "C\n#ifdef A\nx\n#endif\ny\n#endif\n";
