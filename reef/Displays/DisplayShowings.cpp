@@ -251,8 +251,8 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
     if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
     noteFailure(_notDrawn, supply.notDrawn);
     keepPieces();
-    const bool hasLevels = _shown && (_shown->generation().form & DisplayObject::hasLevels) != 0;
-    _drawnLevel = hasLevels ? level : 0;
+    const bool isLeveled = _shown && (_shown->generation().form & hasLevels) != 0;
+    _drawnLevel = isLeveled ? level : 0;
     if (!_compiled) return {false, _notComposed};
     const std::exception_ptr notCompiled = _compiled->failure();
     display._isDrawnAsBefore = isWhole && notCompiled;
