@@ -270,12 +270,23 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
     }
     provideWanted(display);
     keepPieces();
-    if (_coming && _coming->prepare(context, *_comingContent, supply)) showComing();
+    if (_coming && prepareComing(context, supply)) showComing();
     if (_shown->isOf(_wanted)) {
         return _shown->draw(context, *_wanted.content.lock(), level, supply);
     }
     _shown->drawPresent(context, level, supply);
     return false;
+}
+
+/// What the operator throws, too, is no reason not to draw what is shown.
+bool DisplayObject::Showing::prepareComing(VRenderContext& context, Pieces::Supply& supply) {
+    try {
+        return _coming->prepare(context, *_comingContent, supply);
+    } catch (...) {
+        supply.isStopped = supply.isStuck = true;
+        supply.failure = std::current_exception();
+        return false;
+    }
 }
 
 /// Has what is wanted be what is shown or coming, if nothing is to be finished ahead of it. What
@@ -298,8 +309,7 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
     const bool mayEnd = !_isStuck && _frame <= _lastMove + Exchanges::patience;
-    return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form &&
-           coming.transform.functor == _wanted.transform.functor;
+    return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form;
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
@@ -373,17 +383,20 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContex
              {context.EyeViews.size(), context.OutputViews, context.ShaderFileOverrides},
              identityOf(failure),
              {},
-             _allDrawings};
-    // Other ways of this pool, which viewers of one Seagrass may take in turn.
+             _allDrawings,
+             _drawings[Keel::WeakPtr<Seagrass>(seagrass)]};
+    // Other ways of this pool, which a few viewers of one Seagrass may take in turn.
     constexpr std::uint64_t aFewViewers = 8;
     std::erase_if(_told, [&](const Told& told) {
-        return told.isAt(now) && told.drawing + aFewViewers < _allDrawings;
+        return told.isAt(now) && told.way != now.way &&
+               told.drawingThere + aFewViewers < now.drawingThere;
     });
     const auto known = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
         return told.isAt(now) && told.way == now.way;
     });
     if (known != _told.end()) {
-        known->drawing = _allDrawings;
+        known->drawing = now.drawing;
+        known->drawingThere = now.drawingThere;
         if (known->failure == now.failure) return false;
         _told.erase(known);
     }

@@ -66,6 +66,7 @@ private:
     void showComing();
     bool drawBest(const DisplayObject& display, VRenderContext& context, std::size_t level,
                   Pieces::Supply& supply);
+    bool prepareComing(VRenderContext& context, Pieces::Supply& supply);
     void keepPieces();
 
     struct Nearest {
@@ -146,7 +147,8 @@ private:
         Way way;
         std::string failure; ///< what tells it from others
         std::string report;
-        std::uint64_t drawing; ///< the last one there
+        std::uint64_t drawing;      ///< the last one there, by all of them
+        std::uint64_t drawingThere; ///< by those in its Seagrass
     };
 
     bool tell(const Seagrass& seagrass, const VRenderContext& context,

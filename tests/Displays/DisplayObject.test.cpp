@@ -1203,6 +1203,67 @@ TEST_F(DisplayObjectUploads, FailureOfWhatIsRefusedInBetweenIsToldOnce) {
     EXPECT_EQ(reportOf(*object), "");
 }
 
+TEST_F(DisplayObjectTest, FailureIsToldOnceHoweverOftenOthersAreDrawnInBetween) {
+    const auto failing = context.pool;
+    const auto good = Keel::make<Mirk::ValuePool>();
+    object->action = [&](Polyp&, Mirk::VRenderContext& present) -> bool {
+        if (present.pool == failing) throw std::runtime_error("planted");
+        return true;
+    };
+    testing::internal::CaptureStdout();
+    for (int round = 0; round < 3; ++round) {
+        context.pool = failing;
+        draw(*object);
+        context.pool = good;
+        for (int i = 0; i < 20; ++i) draw(*object);
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(context.failures.size(), 1U);
+}
+
+TEST_F(DisplayObjectUploads, OperatorThatThrowsLetsTheLastGenerationStay) {
+    class Throwing : public Mirk::TransformOperator::Functor {
+    public:
+        explicit Throwing(bool atEnd) : _atEnd(atEnd) {}
+        bool begin(Mirk::VRenderContext&) const override {
+            if (!_atEnd) throw std::runtime_error("begin");
+            return true;
+        }
+        void end(Mirk::VRenderContext&) const override {
+            if (_atEnd) throw std::runtime_error("end");
+        }
+
+    private:
+        const bool _atEnd;
+    };
+    frame();
+    testing::internal::CaptureStdout();
+    for (const bool atEnd : {false, true}) {
+        Mirk::TransformOperator transform;
+        transform.functor = Mirk::TransformOperator::FunctorPtr(new Throwing(atEnd));
+        object->transformSlot().set({}, transform);
+        for (int i = 0; i < 2; ++i) EXPECT_THAT(frame().drawn, ElementsAre("1"));
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_THAT(reportOf(*object), HasSubstr("end"));
+    EXPECT_EQ(context.failures.size(), 2U);
+}
+
+TEST_F(DisplayObjectUploads, OperatorsThatChangeFastAreShownOneAfterTheOther) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    std::vector<std::vector<std::string>> drawn;
+    for (int change = 0; change < 3; ++change) {
+        Mirk::TransformOperator transform;
+        transform.functor = Mirk::TransformOperator::FunctorPtr(
+            new Mirk::TransformOperator::Shift(vector{0, 0, 0}));
+        object->transformSlot().set({}, transform);
+        drawn.push_back(frame(bytes).drawn);
+    }
+    EXPECT_EQ(drawn, (std::vector<std::vector<std::string>>{{"1", "2"}, {"3", "4"}, {"3", "4"}}));
+}
+
 TEST_F(DisplayObjectUploads, ReportOfANumberOfEyesThatIsNotDrawnAnyMoreEnds) {
     context.setNumberOfEyes(2);
     context.basin.log->throwing.insert("createProgram plain.vert");
