@@ -742,6 +742,17 @@ protected:
         return result;
     }
 
+    /// For what is filled from now on, until the log throws nothing more.
+    void haveNoMemory() {
+        object->action = [this, fill = object->action](Polyp& polyp,
+                                                       Mirk::VRenderContext& present) {
+            polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
+                new RecordingTentacle(context.basin.log, "full", Polyp::VertexAttributeKey + 2)));
+            return fill(polyp, present);
+        };
+        context.basin.log->throwing = {"activate Tentacle full"};
+    }
+
 private:
     int _made = 0;
     std::set<std::string> _known;
@@ -922,13 +933,7 @@ TEST_F(DisplayObjectUploads, FailedUploadKeepsThePictureAndIsToldOnce) {
 TEST_F(DisplayObjectUploads, FailureThatLastsIsToldOnceAndTakesNoAllowance) {
     frame();
     object->setData(1);
-    const auto fill = object->action;
-    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) -> bool {
-        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
-            new RecordingTentacle(context.basin.log, "full", Polyp::VertexAttributeKey + 2)));
-        return fill(polyp, present);
-    };
-    context.basin.log->throwing = {"activate Tentacle full"};
+    haveNoMemory();
     testing::internal::CaptureStdout();
     for (int i = 0; i < 5; ++i) {
         EXPECT_THAT(frame().drawn, ElementsAre("1"));
@@ -1187,13 +1192,7 @@ TEST_F(DisplayObjectUploads, WhatIsShownBetweenTwoExchangesIsKept) {
 TEST_F(DisplayObjectUploads, FailureOfWhatIsRefusedInBetweenIsToldOnce) {
     frame();
     object->setData(1);
-    const auto fill = object->action;
-    object->action = [&](Polyp& polyp, Mirk::VRenderContext& present) -> bool {
-        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(
-            new RecordingTentacle(context.basin.log, "full", Polyp::VertexAttributeKey + 2)));
-        return fill(polyp, present);
-    };
-    context.basin.log->throwing = {"activate Tentacle full"};
+    haveNoMemory();
     testing::internal::CaptureStdout();
     for (const std::int64_t allowance : {1000, 0, 1000, 0, 1000}) frame(allowance);
     testing::internal::GetCapturedStdout();
