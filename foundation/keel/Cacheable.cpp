@@ -125,12 +125,14 @@ std::size_t MutableCacheable::memsize() const {
 }
 
 void MutableCacheable::adjustCurrentMemsize() {
-    expectMemsize(computeMemsize());
-}
-
-void MutableCacheable::expectMemsize(std::size_t bytes) {
+    const std::size_t bytes = computeMemsize();
     _recordedBytes.store(bytes);
     reportMemsize(bytes);
+}
+
+/// Nothing to the cache: what the budget refuses is not to drive others out.
+void MutableCacheable::expectMemsize(std::size_t bytes) {
+    _recordedBytes.store(bytes);
 }
 
 } // namespace Keel

@@ -37,7 +37,7 @@ public:
     explicit Filling(PolypBasicCreator& creator) : _creator(creator), _polyp(creator.create()) {}
     ~Filling() {
         if (_isComplete) return;
-        // What is never taken must not drive others out of the cache.
+        // What of it was filled takes room until it has died.
         _polyp->adjustCurrentMemsize();
         _creator.giveUpPolyp();
     }

@@ -126,6 +126,14 @@ TEST_F(CacheTest, GrowthEvictsOthersButNotTheOneThatGrows) {
     EXPECT_EQ(cache->memsize(false), 250u);
 }
 
+TEST_F(CacheTest, ExpectingASizeEvictsNothing) {
+    const auto all = makers(3, 100);
+    const StrongPtr<Block, Cacheable> block(all[0]->getPolyp());
+    block->expectMemsize(250);
+    EXPECT_EQ(block->memsize(), 250u);
+    EXPECT_EQ(held(all), "111") << "the budget may refuse it";
+}
+
 TEST_F(CacheTest, ShrinkingGivesRoomBack) {
     const auto all = makers(3, 100);
     const StrongPtr<Block, Cacheable> block(all[0]->getPolyp());
@@ -548,7 +556,8 @@ TEST_F(CacheTest, ThreadsCreateUseResizeAndDropAtOnceWithinTheBudget) {
                 if (!block) {
                     maker->create();
                 } else if (random() % 4 == 0) {
-                    block->expectMemsize(10 + random() % 30);
+                    block->bytes = 10 + random() % 30;
+                    block->adjustCurrentMemsize();
                 } else if (random() % 8 == 0) {
                     maker->releasePolyp();
                 }
