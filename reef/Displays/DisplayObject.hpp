@@ -44,7 +44,8 @@ public:
 /// both, neither leaves the cache, unless the object isn't drawn for a while. Data that change
 /// faster than they can go to the GPU are shown one after the other, those in between left out.
 /// What the GPU has no memory for is reported once, and tried again in each frame, while what was
-/// drawn before stays.
+/// drawn before stays. Where the operator of its transformation says no, see
+/// TransformOperator::Functor::begin(), nothing is drawn, whatever was there before.
 ///
 /// Where the frames take too long (VRenderPrecision::precision below 1) an object that takes more
 /// than a hundredth of their time draws itself with about that part of its vertices, the nearest

@@ -65,12 +65,15 @@ public:
         _isRefused = isRefusedWith(polyp, polyp.memsize(), context);
         return !_isRefused;
     }
-    /// The polyp is on the GPU now. Only here it is taken from the allowance, as it isn't when the
-    /// GPU has no memory for it.
-    void noteUpload(Polyp& polyp, VRenderContext& context) const {
+    /// The polyp is on the GPU now, by a wave of that many tentacles. Only here it is taken from
+    /// the allowance, as it isn't when the GPU has no memory for it.
+    void noteUpload(Polyp& polyp, VRenderContext& context, std::size_t tentacles) const {
         context.renderAllowance -= static_cast<std::int64_t>(polyp.memsize());
+        _tentaclesToPaint = static_cast<int>(tentacles) + 1;
         _isThere = true;
     }
+    /// What a wave has to count that comes to the painter.
+    int tentaclesToPaint() const { return _tentaclesToPaint; }
     /// Whether the last polyp was brought to the GPU; it may be gone.
     bool isThere() const { return _isThere; }
     /// Whether the last polyp was refused, ahead of its filling or after that.
@@ -110,6 +113,7 @@ private:
     mutable const Content* _content = nullptr;
     mutable Keel::WeakPtr<RenderBasin::RangedPainter, Polyp::Tentacle> _painter;
     mutable Levels _levels;
+    mutable int _tentaclesToPaint = 0;
     mutable bool _isThere = false;
     mutable bool _isRefused = false;
     mutable LayeredMultiViews::ViewReferences _views;
@@ -191,20 +195,24 @@ PolypPtr DisplayObject::Pieces::upload(const PolypPtr& polyp, PieceCreator& crea
         creator.forget();
         throw;
     }
-    creator.noteUpload(*polyp, context);
+    creator.noteUpload(*polyp, context, wanted);
     polyp->pin(_lease->isKept());
     return polyp;
 }
 
 bool DisplayObject::Pieces::prepare(VRenderContext& context, const Content& content,
                                     Supply& supply) {
-    return _generation.transform.draw(context, [&] {
-        bool areAllThere = true;
+    bool hasBegun = false;
+    const bool areAllThere = _generation.transform.draw(context, [&] {
+        hasBegun = true;
+        bool areThere = true;
         for (const PieceCreatorPtr& creator : _creators) {
-            areAllThere = provide(*creator, context, content, supply) && areAllThere;
+            areThere = provide(*creator, context, content, supply) && areThere;
         }
-        return areAllThere;
+        return areThere;
     });
+    supply.isLeftOut = !hasBegun;
+    return areAllThere;
 }
 
 bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content, std::size_t level,
@@ -244,15 +252,16 @@ bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& 
     return polyp.updateValues(context);
 }
 
-/// What fails is no reason to leave out the others.
+/// What fails is no reason to leave out the others. Nothing is drawn by a wave that ends at
+/// something which refuses to be activated.
 bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreator& creator,
                                       Polyp& polyp, std::size_t level, Supply& supply) const {
     try {
         creator.setLevel(level);
         if (!update(context, creator, polyp)) return false;
-        polyp.wave(~Activity_t{0});
+        const bool isPainted = polyp.wave(~Activity_t{0}) >= creator.tentaclesToPaint();
         polyp.complete(context);
-        return true;
+        return isPainted;
     } catch (...) {
         if (!supply.notDrawn) supply.notDrawn = std::current_exception();
         return false;

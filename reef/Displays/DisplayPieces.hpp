@@ -38,6 +38,7 @@ public:
         bool isStopped = false; ///< nothing more goes there in this frame
         bool isMoving = false;  ///< something went there
         bool isStuck = false;   ///< something can't be filled or activated
+        bool isLeftOut = false; ///< what is coming: its operator has the object not be drawn
         // The first ones.
         std::exception_ptr failure = nullptr;  ///< why something isn't there
         std::exception_ptr notDrawn = nullptr; ///< why something that is there isn't drawn

@@ -66,13 +66,15 @@ void DisplayObject::Composer::requestFiles(const std::string& name) const {
 
 DisplayObject::Compiled::Compiled(const Seagrass& seagrass, const Composer& composer,
                                   const std::string& name, bool takesFiles,
-                                  MissingShaderFiles missing)
+                                  MissingShaderFiles missing,
+                                  const Programmable::FileTimes& knownFiles)
     : _seagrass(seagrass),
       _composer(composer),
       _name(name),
       _takesFiles(takesFiles),
       _missingFiles(missing),
-      _keeper(new Keeper(seagrass, {})) {}
+      _keeper(new Keeper(seagrass, {})),
+      _fileTimes(knownFiles) {}
 
 bool DisplayObject::Compiled::isFor(const Seagrass& seagrass, const Composer& composer,
                                     bool takesFiles) const {
@@ -121,7 +123,6 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::compile(VRenderContext& context
     return program;
 }
 
-/// After a failure: of files that the good program before has alone, the present state is known.
 void DisplayObject::Compiled::tellOrigin(const RenderBasin::ProgramPtr& program,
                                          const point& origin) {
     const Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> told(program);
@@ -131,6 +132,7 @@ void DisplayObject::Compiled::tellOrigin(const RenderBasin::ProgramPtr& program,
     _toldOrigin = origin;
 }
 
+/// After a failure: of files that the good program before has alone, the present state is known.
 void DisplayObject::Compiled::rememberFiles() {
     for (auto& [file, time] : _fileTimes) {
         time = std::max(time, Keel::FileInfo(file).modified);

@@ -48,9 +48,11 @@ private:
 /// a moment only may be about to be written: that is waited for, as it would be filled otherwise.
 class DisplayObject::Compiled {
 public:
-    /// `name` is that of its files, if it takes any.
+    /// `name` is that of its files, if it takes any; of `knownFiles` the object's other programs
+    /// have been made, so that one of them that is empty now may be about to be written.
     Compiled(const Seagrass& seagrass, const Composer& composer, const std::string& name,
-             bool takesFiles, MissingShaderFiles missing);
+             bool takesFiles, MissingShaderFiles missing,
+             const Programmable::FileTimes& knownFiles);
 
     bool isFor(const Seagrass& seagrass, const Composer& composer, bool takesFiles) const;
     /// Of the present files or, if these are faulty, the good one before. Null if there is none.
@@ -85,7 +87,7 @@ private:
     const Keel::StrongPtr<PolypCreatorBase> _keeper;
     Keel::WeakPtr<RenderBasin::Program, Polyp::Tentacle> _toldProgram;
     point _toldOrigin{};
-    Programmable::FileTimes _fileTimes; // of the last attempt
+    Programmable::FileTimes _fileTimes; // of the last attempt; ahead of the first, of others
     std::exception_ptr _failure;
 };
 

@@ -125,7 +125,7 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     findNeeds(display, context, content, transform);
     const bool isComing = isOriginComing();
     if (isComing) noteNeedOfShown();
-    if (isComing && !_coming->isEmpty()) return present;
+    if (isComing && !_coming->isEmpty() && !_isStuck) return present;
     const double need = greatestNeed(present);
     constexpr double early = 0.5;
     if (need <= early) return present;
@@ -271,6 +271,11 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
     provideWanted(display);
     keepPieces();
     if (_coming && prepareComing(context, supply)) showComing();
+    if (supply.isLeftOut) {
+        // Nothing goes to the GPU as long as that is so.
+        supply.isStuck = true;
+        if (_coming->generation().transform.functor == _wanted.transform.functor) return false;
+    }
     if (_shown->isOf(_wanted)) {
         return _shown->draw(context, *_wanted.content.lock(), level, supply);
     }
@@ -482,7 +487,7 @@ DisplayObject::Showings::compiledFor(VRenderContext& context, const Seagrass& se
     const std::string folder = _display._shaderFolder.empty() ? "" : _display._shaderFolder + "/";
     const auto compiled =
         std::make_shared<Compiled>(seagrass, composer, folder + _display.shaderStem(), takesFiles,
-                                   _display._missingShaderFiles);
+                                   _display._missingShaderFiles, fileTimes());
     _programs.push_back(compiled);
     return compiled;
 }

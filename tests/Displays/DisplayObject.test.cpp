@@ -803,6 +803,20 @@ TEST_F(DisplayObjectUploads, OtherOriginOfTheSameDataIsAnotherGeneration) {
     EXPECT_EQ(context.basin.log->live["Program"], 1);
 }
 
+TEST_F(DisplayObjectUploads, OriginFollowsTheCameraBehindOneThatTheGpuHadNoMemoryFor) {
+    object->bounds = Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9});
+    object->pieces = 2;
+    frame();
+    lookFrom(0, {1e6, 0, 0});
+    context.basin.log->throwing = {"activate Tentacle data 4"};
+    testing::internal::CaptureStdout();
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    testing::internal::GetCapturedStdout();
+    lookFrom(0, {5e6, 0, 0});
+    EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
+    EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-5e6F, 0, 0, 0}));
+}
+
 /// Tells who is drawn, and what its vertices are relative to.
 class OriginTeller : public Polyp::SpecializedTentacle<Polyp::PainterKey + 1> {
 public:
@@ -913,6 +927,34 @@ TEST_F(DisplayObjectUploads, OperatorBeginsAheadOfFillingAndEndsBehindIt) {
     EXPECT_FALSE(begun->isWithin);
 }
 
+TEST_F(DisplayObjectUploads, OperatorThatLeavesTheObjectOutTakesThePictureAwayAtOnce) {
+    struct Hiding : Mirk::TransformOperator::Functor {
+        bool begin(Mirk::VRenderContext&) const override { return !hides; }
+        bool hides = true;
+    };
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    Hiding* const hiding = new Hiding;
+    Mirk::TransformOperator transform;
+    transform.functor = Mirk::TransformOperator::FunctorPtr(hiding);
+    object->transformSlot().set({}, transform);
+    for (int i = 0; i < 2; ++i) {
+        const Frame without = frame();
+        EXPECT_FALSE(without.isWhole);
+        EXPECT_THAT(without.drawn, ElementsAre());
+        EXPECT_THAT(without.uploaded, ElementsAre());
+    }
+    EXPECT_EQ(reportOf(*object), "");
+    hiding->hides = false;
+    EXPECT_THAT(frame(bytes).drawn, ElementsAre("1", "2")) << "until the others are there";
+    hiding->hides = true;
+    EXPECT_THAT(frame().drawn, ElementsAre());
+    // What is on its way and left out holds up nothing else.
+    object->transformSlot().set({}, {});
+    EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+}
+
 TEST_F(DisplayObjectUploads, FailedUploadKeepsThePictureAndIsToldOnce) {
     object->pieces = 2;
     frame();
@@ -988,6 +1030,17 @@ TEST_F(DisplayObjectUploads, WhatRefusesToBeActivatedLetsTheLastGenerationStay) 
     context.basin.log->failing = {};
     EXPECT_THAT(frame().drawn, ElementsAre("2"));
     EXPECT_EQ(context.renderAllowance, 1000 - bytes);
+}
+
+TEST_F(DisplayObjectUploads, WhatRefusesToBeActivatedBehindItsUploadIsNotDrawn) {
+    object->pieces = 2;
+    EXPECT_TRUE(frame().isWhole);
+    context.basin.log->failing = {"activate Tentacle data 1"};
+    const Frame part = frame();
+    EXPECT_FALSE(part.isWhole);
+    EXPECT_THAT(part.drawn, ElementsAre("2"));
+    context.basin.log->failing = {};
+    EXPECT_TRUE(frame().isWhole);
 }
 
 TEST_F(DisplayObjectUploads, NeitherGenerationIsEvictedUntilTheyAreExchanged) {
