@@ -2,6 +2,8 @@
 
 #include <UsageError.hpp>
 
+#include <Displays/DisplayObject.hpp>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -102,9 +104,7 @@ std::string deviceOf(const std::string& option, const std::string& text) {
 }
 
 std::string folderOf(const std::string& option, const std::string& text) {
-    // Names of shaders lose other letters, and stand in comments of their texts.
-    const auto isKept = [](char letter) { return letter >= ' ' && letter < 0x7f && letter != '*'; };
-    if (text.empty() || !std::all_of(text.begin(), text.end(), isKept)) {
+    if (text.empty() || !Mirk::DisplayObject::canBeShaderFolder(text)) {
         Value{option, text,
               "a folder whose path has letters of ASCII alone and no *; from within it, . will do"}
             .refuse();

@@ -1,5 +1,6 @@
 #include <keel/File.hpp>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -210,15 +211,23 @@ bool FileWrite(const std::string& path, const std::string& text, const char* mod
 }
 
 std::string PathOpen(const std::list<std::string>& searchPath, const std::string& file) {
-    if (file.empty()) return {};
+    const std::list<std::string> candidates = pathCandidates(searchPath, file);
+    const auto isRegular = [](const std::string& path) { return FileInfo(path).isRegular; };
+    const auto found = std::find_if(candidates.begin(), candidates.end(), isRegular);
+    return found == candidates.end() ? std::string() : *found;
+}
+
+std::list<std::string> pathCandidates(const std::list<std::string>& searchPath,
+                                      const std::string& file) {
+    std::list<std::string> candidates;
+    if (file.empty()) return candidates;
     for (const std::string& entry : searchPath) {
         std::optional<std::string> path = expandVariables(entry);
         if (!path || path->empty()) continue;
         if (!path->ends_with('/')) *path += '/';
-        *path += file;
-        if (FileInfo(*path).isRegular) return *path;
+        candidates.push_back(*path + file);
     }
-    return {};
+    return candidates;
 }
 
 std::string Filetime::str() const {

@@ -25,14 +25,17 @@ KEEL_EXPORT std::string FileRead(const std::string& path, const char* mode);
 /// written directly.
 KEEL_EXPORT bool FileWrite(const std::string& path, const std::string& text, const char* mode);
 
-/// The first of `dir/file` in the search path that exists as a regular file; empty if there is
-/// none, or if `file` is empty.
+/// The first of pathCandidates() that exists as a regular file; empty if there is none.
+KEEL_EXPORT std::string PathOpen(const std::list<std::string>& searchPath, const std::string& file);
+
+/// `dir/file` for each entry of the search path, in its order; nothing if `file` is empty.
 ///
 /// `$NAME` and `${NAME}` in an entry stand for the environment variable of that name; a dollar
 /// sign before anything else stands for itself. An entry with a variable that is unset or empty
 /// is skipped, and so is an empty entry: otherwise they would search the root folder.
 /// Variables in `file` are not expanded.
-KEEL_EXPORT std::string PathOpen(const std::list<std::string>& searchPath, const std::string& file);
+KEEL_EXPORT std::list<std::string> pathCandidates(const std::list<std::string>& searchPath,
+                                                  const std::string& file);
 
 /// A point in time as the file system keeps it, to the nanosecond.
 class KEEL_EXPORT Filetime {

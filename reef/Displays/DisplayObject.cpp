@@ -13,6 +13,7 @@
 #include <cmath>
 #include <mutex>
 #include <numbers>
+#include <stdexcept>
 #include <utility>
 
 namespace Mirk {
@@ -195,6 +196,21 @@ bool DisplayObject::multiview_render(VRenderContext& context,
                                      const LayeredMultiViews::ViewReferences& views,
                                      SubContext& sub) {
     return render(context, views.front(), sub);
+}
+
+void DisplayObject::setShaderFolder(const std::string& folder, MissingShaderFiles missing) {
+    if (!canBeShaderFolder(folder)) {
+        throw std::invalid_argument("expected a folder of shaders whose path has letters of ASCII "
+                                    "alone and no *, got '" +
+                                    folder + "'");
+    }
+    _shaderFolder = folder;
+    _missingShaderFiles = missing;
+}
+
+bool DisplayObject::canBeShaderFolder(const std::string& path) {
+    return std::all_of(path.begin(), path.end(),
+                       [](char letter) { return letter >= ' ' && letter < 0x7f && letter != '*'; });
 }
 
 Programmable::FileTimes DisplayObject::shaderFiles() const {

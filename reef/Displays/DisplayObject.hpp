@@ -117,12 +117,13 @@ public:
         Requested ///< made, and empty, so that they are filled with the texts in use
     };
     /// The folder of the files that take part in the program, see Programmable; "" for the working
-    /// directory. To be set ahead of the first drawing.
+    /// directory. To be set ahead of the first drawing. Throws std::invalid_argument if that can't
+    /// be one.
     void setShaderFolder(const std::string& folder,
-                         MissingShaderFiles missing = MissingShaderFiles::Left) {
-        _shaderFolder = folder;
-        _missingShaderFiles = missing;
-    }
+                         MissingShaderFiles missing = MissingShaderFiles::Left);
+    /// Whether a path has only letters that names of shaders keep, as others would be left out of
+    /// it, and none that ends comments in their texts: ASCII without control characters and `*`.
+    static bool canBeShaderFolder(const std::string& path);
     /// The files that took part in what was compiled last, also if that failed, with their times;
     /// those among them that aren't there may be made. For viewers that draw only when one has
     /// changed. Any thread, with the object's mutex free.

@@ -65,15 +65,15 @@ public:
         _isRefused = isRefusedWith(polyp, polyp.memsize(), context);
         return !_isRefused;
     }
-    /// The polyp is on the GPU now, by a wave of that many tentacles. Only here it is taken from
-    /// the allowance, as it isn't when the GPU has no memory for it.
-    void noteUpload(Polyp& polyp, VRenderContext& context, std::size_t tentacles) const {
-        context.renderAllowance -= static_cast<std::int64_t>(polyp.memsize());
-        _tentaclesToPaint = static_cast<int>(tentacles) + 1;
+    /// The polyp is on the GPU now. Only here it is taken from the allowance, as it isn't when the
+    /// GPU has no memory for it.
+    void noteUpload(Polyp& polyp, VRenderContext& context) const {
+        _bytes = polyp.memsize();
+        context.renderAllowance -= static_cast<std::int64_t>(_bytes);
         _isThere = true;
     }
-    /// What a wave has to count that comes to the painter.
-    int tentaclesToPaint() const { return _tentaclesToPaint; }
+    /// Of the last polyp that was there; 0 ahead of it.
+    std::size_t bytes() const { return _bytes; }
     /// Whether the last polyp was brought to the GPU; it may be gone.
     bool isThere() const { return _isThere; }
     /// Whether the last polyp was refused, ahead of its filling or after that.
@@ -113,7 +113,7 @@ private:
     mutable const Content* _content = nullptr;
     mutable Keel::WeakPtr<RenderBasin::RangedPainter, Polyp::Tentacle> _painter;
     mutable Levels _levels;
-    mutable int _tentaclesToPaint = 0;
+    mutable std::size_t _bytes = 0;
     mutable bool _isThere = false;
     mutable bool _isRefused = false;
     mutable LayeredMultiViews::ViewReferences _views;
@@ -159,6 +159,12 @@ bool DisplayObject::Pieces::isEmpty() const {
                         [](const PieceCreatorPtr& creator) { return isReady(*creator); });
 }
 
+std::size_t DisplayObject::Pieces::bytes() const {
+    std::size_t bytes = 0;
+    for (const PieceCreatorPtr& creator : _creators) bytes += creator->bytes();
+    return bytes;
+}
+
 /// What is on the GPU; null if it has to wait. Behind a refusal or a failure nothing is filled.
 PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& context,
                                         const Content& content, Supply& supply) const {
@@ -195,7 +201,7 @@ PolypPtr DisplayObject::Pieces::upload(const PolypPtr& polyp, PieceCreator& crea
         creator.forget();
         throw;
     }
-    creator.noteUpload(*polyp, context, wanted);
+    creator.noteUpload(*polyp, context);
     polyp->pin(_lease->isKept());
     return polyp;
 }
@@ -259,7 +265,9 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
     try {
         creator.setLevel(level);
         if (!update(context, creator, polyp)) return false;
-        const bool isPainted = polyp.wave(~Activity_t{0}) >= creator.tentaclesToPaint();
+        const std::size_t wanted =
+            polyp.NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey, ~Activity_t{0});
+        const bool isPainted = static_cast<std::size_t>(polyp.wave(~Activity_t{0})) >= wanted;
         polyp.complete(context);
         return isPainted;
     } catch (...) {

@@ -57,6 +57,8 @@ public:
     void replaceLights(const CompiledPtr& compiled, const LightsPtr& lights);
     /// Whether none of the pieces can be drawn.
     bool isEmpty() const;
+    /// What has gone to the GPU, each piece once.
+    std::size_t bytes() const;
     /// Has the cache evict none of those that are there or come, as long as this is called for each
     /// drawing.
     void keep(Exchanges& all) { all.renew(_lease); }

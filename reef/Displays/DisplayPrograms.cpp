@@ -34,6 +34,19 @@ void makeFile(const std::string& path) {
 
 } // namespace
 
+std::exception_ptr reportable(const std::exception_ptr& failure) {
+    if (!failure) return {};
+    try {
+        std::rethrow_exception(failure);
+    } catch (const RenderException&) {
+        return failure;
+    } catch (const std::exception& exception) {
+        return std::make_exception_ptr(DisplayFailure(exception.what()));
+    } catch (...) {
+        return std::make_exception_ptr(DisplayFailure("an exception of an unknown kind"));
+    }
+}
+
 DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& context,
                                   const Content& content, Form form,
                                   const TransformOperator& transform)
@@ -74,7 +87,7 @@ DisplayObject::Compiled::Compiled(const Seagrass& seagrass, const Composer& comp
       _takesFiles(takesFiles),
       _missingFiles(missing),
       _keeper(new Keeper(seagrass, {})),
-      _fileTimes(knownFiles) {}
+      _fileTimes(takesFiles ? knownFiles : Programmable::FileTimes()) {}
 
 bool DisplayObject::Compiled::isFor(const Seagrass& seagrass, const Composer& composer,
                                     bool takesFiles) const {
@@ -90,15 +103,19 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context
     _failure = nullptr;
     try {
         const RenderBasin::ProgramPtr program = compile(context);
-        _fileTimes = _composer.lastFileTimes;
+        if (_takesFiles) _fileTimes = _composer.lastFileTimes;
         keep(program, false);
         return program;
-    } catch (const RenderException&) {
-        _failure = std::current_exception();
-        rememberFiles();
+    } catch (...) {
+        _failure = reportable(std::current_exception());
+        if (_takesFiles) rememberFiles();
         if (present) keep(present, true);
         return present;
     }
+}
+
+bool DisplayObject::Compiled::isIrreplaceable() const {
+    return _failure && _program && stateOfFiles() == Files::Unchanged;
 }
 
 /// Of those that took part in the last attempt.

@@ -12,6 +12,9 @@
 
 namespace Mirk {
 
+/// What fails as an exception that can be reported: a RenderException. Null if nothing does.
+std::exception_ptr reportable(const std::exception_ptr& failure);
+
 /// The text of a program, all of it but what files replace.
 class DisplayObject::Composer final : public Programmable {
 public:
@@ -57,13 +60,15 @@ public:
     bool isFor(const Seagrass& seagrass, const Composer& composer, bool takesFiles) const;
     /// Of the present files or, if these are faulty, the good one before. Null if there is none.
     RenderBasin::ProgramPtr program(VRenderContext& context);
-    /// What the last attempt has thrown; null if it was good. As long as there is one, the program
-    /// before stays in the cache, as nothing could make it again.
+    /// Why the last attempt has failed, as a RenderException; null if it was good. As long as there
+    /// is one, the program before stays in the cache, as nothing could make it again.
     const std::exception_ptr& failure() const { return _failure; }
+    /// Whether there is such a program, and the files still are what they were.
+    bool isIrreplaceable() const;
     /// Has points among the variables of a program, which may be the one before, be relative to an
     /// origin. Sends nothing while that is the last one.
     void tellOrigin(const RenderBasin::ProgramPtr& program, const point& origin);
-    /// Of the last attempt.
+    /// Of the last attempt; none if it takes no files.
     const Programmable::FileTimes& fileTimes() const { return _fileTimes; }
 
 private:

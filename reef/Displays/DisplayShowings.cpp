@@ -17,20 +17,6 @@ namespace Mirk {
 
 namespace {
 
-/// What fails as an exception that can be reported.
-std::exception_ptr reportable(const std::exception_ptr& failure) {
-    if (!failure) return {};
-    try {
-        std::rethrow_exception(failure);
-    } catch (const RenderException&) {
-        return failure;
-    } catch (const std::exception& exception) {
-        return std::make_exception_ptr(DisplayFailure(exception.what()));
-    } catch (...) {
-        return std::make_exception_ptr(DisplayFailure("an exception of an unknown kind"));
-    }
-}
-
 /// What tells a failure that is reportable from others; empty if there is none.
 std::string identityOf(const std::exception_ptr& failure) {
     if (!failure) return {};
@@ -49,13 +35,6 @@ void noteFailure(std::exception_ptr& noted, const std::exception_ptr& failure) {
 
 /// Less than what makes a difference to any camera.
 constexpr double anyDistance = std::numeric_limits<double>::min();
-
-/// Whether a frame brings all of it to the GPU, as far as the sizes are known.
-bool fitsInto(const VRenderContext& context, const DisplayObject::Content& content) {
-    std::size_t bytes = 0;
-    for (std::size_t piece = 0; piece < content.pieces; ++piece) bytes += content.leastBytes(piece);
-    return context.renderAllowance >= static_cast<std::int64_t>(bytes);
-}
 
 /// A transformation that comes out of a file is of a kind that leaves all where it is.
 bool movesThings(const TransformOperator& transform) {
@@ -107,15 +86,56 @@ bool DisplayObject::Showing::isAlive() const {
 bool DisplayObject::Showing::clear() {
     setComing({});
     _shown.reset();
-    return !_compiled || !_compiled->failure();
+    return !_compiled || !_compiled->isIrreplaceable();
+}
+
+void DisplayObject::Showing::begin(const VRenderContext& context) {
+    _exchanges->noteDrawing(_frame, context.renderAllowance);
+    _exchanges->endNeed(this);
+    _hasChance = context.renderAllowance >= _exchanges->greatestAllowance();
 }
 
 bool DisplayObject::Showing::isOriginComing() const {
     return _coming && _shown && _coming->generation().origin != _shown->generation().origin;
 }
 
+bool DisplayObject::Showing::hasNothingThere() const {
+    return (!_shown || _shown->isEmpty()) && (!_coming || _coming->isEmpty());
+}
+
+/// Whether what is shown is farther from its origin than it had to be.
+bool DisplayObject::Showing::isOriginTooFar() const {
+    const Generation& shown = _shown->generation();
+    const double need = greatestNeed(shown.origin);
+    if (!(need > 1.0)) return false;
+    const ContentPtr content = shown.content.lock();
+    const bool isServed =
+        !content || (!movesThings(shown.transform) && isAmong(*content, shown.origin));
+    return !isServed && bestEye(need) != nullptr;
+}
+
+/// What it takes on the GPU, as far as that is known.
+std::size_t DisplayObject::Showing::bytesOf(const Content& content) const {
+    std::size_t bytes = 0;
+    for (std::size_t piece = 0; piece < content.pieces; ++piece) bytes += content.leastBytes(piece);
+    const bool isShown = _shown && _shown->generation().content.lock().get() == &content;
+    return isShown ? std::max(bytes, _shown->bytes()) : bytes;
+}
+
+/// Whether what is there may give way to another origin. Where one frame isn't enough, for it alone
+/// or for all, that begins ahead of time, and those in greater need come first.
+bool DisplayObject::Showing::mayBegin(const VRenderContext& context, const Content& content,
+                                      double need) {
+    const std::size_t bytes = bytesOf(content);
+    const bool isUpAtOnce = context.renderAllowance >= static_cast<std::int64_t>(bytes);
+    if (isUpAtOnce && !_exchanges->isShort()) return need > 1.0;
+    const bool isTurn = _exchanges->isTurn(need, bytes, context.renderAllowance);
+    if (!isTurn || !isUpAtOnce) _exchanges->noteNeed(this, need, bytes);
+    return isTurn;
+}
+
 /// Follows the eye that leaves all of them in the least need: what helps one of them and harms
-/// another as much would come and go. What doesn't go to the GPU in one frame begins ahead of time.
+/// another as much would come and go.
 DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& display,
                                                       VRenderContext& context,
                                                       const ContentPtr& content,
@@ -124,20 +144,16 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     const point present = point() + origin;
     findNeeds(display, context, content, transform);
     const bool isComing = isOriginComing();
-    if (isComing) noteNeedOfShown();
+    if (isComing) noteNeedOfShown(*content);
     if (isComing && !_coming->isEmpty() && !_isStuck) return present;
     const double need = greatestNeed(present);
     constexpr double early = 0.5;
     if (need <= early) return present;
-    const bool isUpAtOnce = fitsInto(context, *content);
-    if (isUpAtOnce && need <= 1.0) return present;
     if (!movesThings(transform) && isAmong(*content, present)) return present;
     const Need* const best = bestEye(need);
     if (best == nullptr) return present;
-    if (!isComing && !isUpAtOnce) {
-        _exchanges->noteNeed(this, need);
-        if (!_exchanges->isGreatest(this, need)) return present;
-    }
+    const bool isBound = !isComing && !hasNothingThere();
+    if (isBound && !mayBegin(context, *content, need)) return present;
     const unsigned currentEye = std::exchange(context.CurrentEye, best->eye);
     FloatOrigin::getTranslationVector(context, _place, origin, anyDistance);
     context.CurrentEye = currentEye;
@@ -160,11 +176,13 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
     }
 }
 
-/// While it waits for what is coming. Who waits for too long may do so for ever, and is not to hold
-/// up the others.
-void DisplayObject::Showing::noteNeedOfShown() {
-    if (_isStuck || _frame > _comingSince + Exchanges::patience) return;
-    _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin));
+/// While it waits for what is coming. Who waits in vain for too long may do so for ever, and is not
+/// to hold up the others.
+void DisplayObject::Showing::noteNeedOfShown(const Content& content) {
+    if (_isStuck || _vainly > Exchanges::patience) return;
+    const std::size_t all = bytesOf(content), there = _coming->bytes();
+    _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin),
+                         all > there ? all - there : 0);
 }
 
 /// The one at whose camera the origin leaves all eyes in the least need; null if that is no help.
@@ -236,7 +254,6 @@ void DisplayObject::Showing::setFailed(const std::exception_ptr& failure) {
 DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& display,
                                                            VRenderContext& context,
                                                            std::size_t level) {
-    _exchanges->noteDrawing(_frame);
     if (_compiled) _wanted.program = _compiled->program(context);
     Pieces::Supply supply;
     bool isWhole = false;
@@ -246,7 +263,11 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
         supply.notDrawn = std::current_exception();
     }
     _isStuck = supply.isStuck;
-    if (supply.isMoving) _lastMove = _frame;
+    if (supply.isMoving) {
+        _vainly = 0;
+    } else if (_hasChance) {
+        ++_vainly;
+    }
     // What has to wait is not mended by that.
     if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
     noteFailure(_notDrawn, supply.notDrawn);
@@ -268,7 +289,7 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
         if (_shown) _shown->drawPresent(context, level, supply);
         return false;
     }
-    provideWanted(display);
+    provideWanted(display, supply);
     keepPieces();
     if (_coming && prepareComing(context, supply)) showComing();
     if (supply.isLeftOut) {
@@ -277,7 +298,7 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
         if (_coming->generation().transform.functor == _wanted.transform.functor) return false;
     }
     if (_shown->isOf(_wanted)) {
-        return _shown->draw(context, *_wanted.content.lock(), level, supply);
+        return _shown->draw(context, *_wanted.content.lock(), level, supply) && !isOriginTooFar();
     }
     _shown->drawPresent(context, level, supply);
     return false;
@@ -295,13 +316,18 @@ bool DisplayObject::Showing::prepareComing(VRenderContext& context, Pieces::Supp
 }
 
 /// Has what is wanted be what is shown or coming, if nothing is to be finished ahead of it. What
-/// can't be drawn is not worth to be kept on show.
-void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
+/// can't be drawn is not worth to be kept on show. What the GPU had no memory for is given up a
+/// frame ahead of what takes its place: until the next one it has that of both.
+void DisplayObject::Showing::provideWanted(const DisplayObject& display, Pieces::Supply& supply) {
     if (_shown && _shown->isOf(_wanted)) return setComing({});
     if (_shown && _shown->isEmpty()) showComing();
     const Pieces* const last = _coming ? _coming.get() : _shown.get();
     if (last != nullptr && last->isOf(_wanted)) return;
     if (_coming && isToBeFinished(*_coming)) return;
+    if (_coming && _isStuck && _notSupplied && !_coming->isEmpty()) {
+        supply.isStopped = true;
+        return setComing({});
+    }
     const Keel::StrongPtr<Seagrass> seagrass(_seagrass);
     auto pieces = std::make_unique<Pieces>(display, *seagrass, _wanted, *_wanted.content.lock(),
                                            _compiled, _lights);
@@ -313,19 +339,18 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display) {
 /// of those before. What is of another form, or may never be all there, is better given up.
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
-    const bool mayEnd = !_isStuck && _frame <= _lastMove + Exchanges::patience;
+    const bool mayEnd = !_isStuck && _vainly <= Exchanges::patience;
     return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form;
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
-    const bool wasComing = bool(_coming);
     _coming = std::move(pieces);
-    if (!wasComing) _comingSince = _frame;
-    _lastMove = _frame;
+    _vainly = 0;
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
 void DisplayObject::Showing::showComing() {
+    _exchanges->endNeed(this);
     _shown = std::move(_coming);
     _comingContent.reset();
 }
@@ -346,6 +371,7 @@ void DisplayObject::Showing::keepPieces() {
 bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seagrass,
                                    const ContentPtr& content) {
     Showing& showing = showingFor(seagrass, context);
+    showing.begin(context);
     const std::size_t level = _display.levelIn(context, showing.drawnLevel());
     showing.needsLevels = showing.needsLevels || level > 0;
     const Form form = _display.wholeForm(context.pool);
@@ -368,7 +394,7 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
         std::rethrow_exception(drawn.failure);
     }
     const bool isAllWell = std::none_of(_told.begin(), _told.end(), [&](const Told& told) {
-        return told.pool == Keel::WeakPtr<ValuePool>(context.pool);
+        return told.pool == Keel::WeakPtr<ValuePool>(context.pool) && isCurrent(told);
     });
     _display._isWell = drawn.isWhole && !drawn.failure;
     return _display._isWell && isAllWell;
@@ -378,11 +404,7 @@ bool DisplayObject::Showings::draw(VRenderContext& context, const Seagrass& seag
 bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContext& context,
                                    const std::exception_ptr& failure) {
     if (_told.empty() && !failure) return false;
-    // Where nothing has been drawn for so long the pool isn't shown any more.
-    constexpr std::uint64_t aLongWhile = 1000;
-    std::erase_if(_told, [&](const Told& told) {
-        return !told.seagrass || !told.pool || told.drawing + aLongWhile < _allDrawings;
-    });
+    std::erase_if(_told, [](const Told& told) { return !told.seagrass || !told.pool; });
     Told now{seagrass,
              context.pool,
              {context.EyeViews.size(), context.OutputViews, context.ShaderFileOverrides},
@@ -390,12 +412,6 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContex
              {},
              _allDrawings,
              _drawings[Keel::WeakPtr<Seagrass>(seagrass)]};
-    // Other ways of this pool, which a few viewers of one Seagrass may take in turn.
-    constexpr std::uint64_t aFewViewers = 8;
-    std::erase_if(_told, [&](const Told& told) {
-        return told.isAt(now) && told.way != now.way &&
-               told.drawingThere + aFewViewers < now.drawingThere;
-    });
     const auto known = std::find_if(_told.begin(), _told.end(), [&](const Told& told) {
         return told.isAt(now) && told.way == now.way;
     });
@@ -416,6 +432,16 @@ bool DisplayObject::Showings::tell(const Seagrass& seagrass, const VRenderContex
     return isNew;
 }
 
+/// Whether its pool, and that way to show it, are still drawn there.
+bool DisplayObject::Showings::isCurrent(const Told& told) const {
+    constexpr std::uint64_t aLongWhile = 1000;
+    if (told.drawing + aLongWhile < _allDrawings) return false;
+    // Other ways, which a few viewers of one Seagrass may take in turn.
+    constexpr std::uint64_t aFewViewers = 8;
+    const auto drawings = _drawings.find(told.seagrass);
+    return drawings != _drawings.end() && drawings->second <= told.drawingThere + aFewViewers;
+}
+
 void DisplayObject::Showings::noteReport(const std::string& report) {
     if (!_told.empty()) _told.back().report = report;
 }
@@ -427,6 +453,7 @@ void DisplayObject::Showings::restoreReport(const ValuePoolPtr& pool) const {
     const Told* last = nullptr;
     for (const Told& told : _told) {
         if (told.report.empty() || !(told.pool == Keel::WeakPtr<ValuePool>(pool))) continue;
+        if (!isCurrent(told)) continue;
         if (told.report == present) return;
         last = &told;
     }
@@ -440,10 +467,9 @@ void DisplayObject::Showings::drop(const ValuePoolPtr& pool) {
 
 Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
     Programmable::FileTimes times;
-    for (const std::weak_ptr<Compiled>& known : _programs) {
-        const CompiledPtr compiled = known.lock();
-        if (!compiled) continue;
-        for (const auto& [file, time] : compiled->fileTimes()) {
+    for (const auto& showing : _all) {
+        if (!showing->compiled()) continue;
+        for (const auto& [file, time] : showing->compiled()->fileTimes()) {
             const auto [entry, isNew] = times.try_emplace(file, time);
             if (!isNew) entry->second = std::min(entry->second, time);
         }

@@ -28,9 +28,11 @@ public:
     /// Whether its Seagrass and pool are still there.
     bool isAlive() const;
     /// Gives up its pieces. Whether nothing is left then that couldn't be made again, as the last
-    /// good program of faulty files can't.
+    /// good program of files that are still faulty can't.
     bool clear();
 
+    /// To be called ahead of what follows in each drawing.
+    void begin(const VRenderContext& context);
     /// What vertices are to be relative to. While those of another origin are on their way to the
     /// GPU it stays, as a camera that is faster than them would have the old ones drawn for ever.
     /// As long as none of them is there it may be another one.
@@ -53,6 +55,8 @@ public:
     /// tells what keeps it from being composed, compiled or brought there.
     Drawn draw(const DisplayObject& display, VRenderContext& context, std::size_t level);
 
+    /// The program that was asked for last; null behind a failure to compose it.
+    const CompiledPtr& compiled() const { return _compiled; }
     /// The level that was drawn last, which is 0 as long as there are no others.
     std::size_t drawnLevel() const { return _drawnLevel; }
 
@@ -60,7 +64,7 @@ public:
     std::uint64_t lastDrawn = 0; ///< by the number of drawings in its Seagrass
 
 private:
-    void provideWanted(const DisplayObject& display);
+    void provideWanted(const DisplayObject& display, Pieces::Supply& supply);
     bool isToBeFinished(const Pieces& pieces) const;
     void setComing(std::unique_ptr<Pieces> pieces);
     void showComing();
@@ -83,11 +87,15 @@ private:
     };
 
     bool isOriginComing() const;
+    bool hasNothingThere() const;
+    bool isOriginTooFar() const;
+    bool mayBegin(const VRenderContext& context, const Content& content, double need);
+    std::size_t bytesOf(const Content& content) const;
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
     const Need* bestEye(double presentNeed) const;
-    void noteNeedOfShown();
+    void noteNeedOfShown(const Content& content);
     bool isAmong(const Content& content, const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
@@ -100,9 +108,9 @@ private:
     const unsigned _outputViews;
     const bool _takesFiles;
     const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
-    std::uint64_t _frame = 0;       // by these
-    std::uint64_t _comingSince = 0; // the first of a row, by these frames
-    std::uint64_t _lastMove = 0;    // in which something of what is coming went to the GPU
+    std::uint64_t _frame = 0;  // by these
+    bool _hasChance = false;   // nobody has found more of the frame's allowance
+    std::uint64_t _vainly = 0; // drawings with a chance in which nothing of what is coming went up
     std::size_t _drawnLevel = 0;
     Generation _wanted;
     CompiledPtr _compiled;
@@ -135,7 +143,8 @@ public:
     Programmable::FileTimes fileTimes() const;
 
 private:
-    /// What fails in a Seagrass since it was thrown there, in one of the ways to show it.
+    /// What fails in a Seagrass since it was thrown there, in one of the ways to show it. It stays
+    /// when it isn't drawn any more, as it would be told again otherwise.
     struct Told {
         using Way = std::tuple<std::size_t, unsigned, bool>; ///< what else Showing::isFor() asks
         bool isAt(const Told& other) const {
@@ -151,6 +160,7 @@ private:
         std::uint64_t drawingThere; ///< by those in its Seagrass
     };
 
+    bool isCurrent(const Told& told) const;
     bool tell(const Seagrass& seagrass, const VRenderContext& context,
               const std::exception_ptr& failure);
     Showing& showingFor(const Seagrass& seagrass, const VRenderContext& context);

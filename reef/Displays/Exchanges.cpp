@@ -1,6 +1,7 @@
 #include <Displays/Exchanges.hpp>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace Mirk {
@@ -25,12 +26,19 @@ Keel::StrongPtr<Exchanges, Keel::InterfaceBase> Exchanges::of(const Seagrass& se
         [] { return Keel::StrongPtr<Keel::InterfaceBase>(new Exchanges); });
 }
 
-void Exchanges::noteDrawing(std::uint64_t& frame) {
-    const bool isAgain = frame == _frame;
-    if (isAgain) ++_frame;
+void Exchanges::noteDrawing(std::uint64_t& frame, std::int64_t allowance) {
+    if (frame == _frame) beginFrame();
     frame = _frame;
-    if (!isAgain) return;
+    _greatestAllowance = std::max(_greatestAllowance, allowance);
+}
+
+void Exchanges::beginFrame() {
+    ++_frame;
+    _greatestAllowance = std::numeric_limits<std::int64_t>::min();
     _needs = std::exchange(_needsOfNow, {});
+    _isShort = !_needs.empty();
+    std::stable_sort(_needs.begin(), _needs.end(),
+                     [](const Need& a, const Need& b) { return a.need > b.need; });
     std::erase_if(_leases, [&](const std::weak_ptr<Lease>& weak) {
         const LeasePtr lease = weak.lock();
         if (!lease) return true;
@@ -46,15 +54,24 @@ void Exchanges::renew(const LeasePtr& lease) {
     _leases.push_back(lease);
 }
 
-void Exchanges::Needs::add(const void* whoseNeed, double need) {
-    if (whoseNeed == whose) {
-        greatest = std::max(greatest, need);
-    } else if (need > greatest) {
-        second = std::exchange(greatest, need);
-        whose = whoseNeed;
-    } else {
-        second = std::max(second, need);
+void Exchanges::noteNeed(const void* whose, double need, std::size_t bytes) {
+    _needsOfNow.push_back({whose, need, bytes});
+}
+
+void Exchanges::endNeed(const void* whose) {
+    const auto isOf = [&](const Need& need) { return need.whose == whose; };
+    std::erase_if(_needs, isOf);
+    std::erase_if(_needsOfNow, isOf);
+}
+
+bool Exchanges::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {
+    auto left = allowance - static_cast<std::int64_t>(bytes);
+    for (const Need& other : _needs) {
+        if (!(other.need > need)) break;
+        left -= static_cast<std::int64_t>(other.bytes);
+        if (left < 0) return false;
     }
+    return true;
 }
 
 } // namespace Mirk

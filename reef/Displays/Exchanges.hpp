@@ -18,7 +18,7 @@ namespace Mirk {
 /// have been drawn a hundred times without it.
 ///
 /// The other is whose turn it is. Where a frame's allowance isn't enough for all who follow the
-/// camera, those that are drawn first would always have it: the one in the greatest need begins.
+/// camera, those that are drawn first would always have it: those in the greatest need begin.
 class Exchanges : public Keel::Interface<Exchanges> {
 public:
     static constexpr std::uint64_t patience = 100;
@@ -45,32 +45,42 @@ public:
 
     // Frames are those of the objects that are drawn, see noteDrawing().
 
-    /// To be told of each drawing, with a number of that object, 0 at first: an object that is
-    /// drawn again is in another frame, which is how frames are counted here. Where several viewers
-    /// draw it in turn these are more than there are, and patience is less.
-    void noteDrawing(std::uint64_t& frame);
+    /// To be told of each drawing ahead of it, with a number of that object, 0 at first: an object
+    /// that is drawn again is in another frame, which is how frames are counted here. Where several
+    /// viewers draw it in turn these are more than there are, and leases end earlier. `allowance`
+    /// are the bytes that it finds.
+    void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
+    /// The most that anybody has found in this frame: who is refused with that has to wait for a
+    /// greater one, and not for its turn.
+    std::int64_t greatestAllowance() const { return _greatestAllowance; }
     /// Has the lease begin, or go on.
     void renew(const LeasePtr& lease);
-    /// How much one that hasn't what it needs is in need of it, in any measure above 0.
-    void noteNeed(const void* whose, double need) { _needsOfNow.add(whose, need); }
-    /// Whether nobody else was in greater need in the last frame.
-    bool isGreatest(const void* whose, double need) const { return need >= _needs.ofOthers(whose); }
+
+    /// That one waits for so many bytes, in whatever measure of need above 0.
+    void noteNeed(const void* whose, double need, std::size_t bytes);
+    /// That it is drawn now, or waits no more.
+    void endNeed(const void* whose);
+    /// Whether somebody waited at the end of the last frame.
+    bool isShort() const { return _isShort; }
+    /// Whether the allowance is enough for one who needs these bytes and for those who waited in
+    /// the last frame in greater need, and haven't been drawn yet in this one.
+    bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
 
 private:
-    /// The greatest of a frame, and the greatest of all but the one whose that is.
-    struct Needs {
-        void add(const void* whoseNeed, double need);
-        double ofOthers(const void* who) const { return who == whose ? second : greatest; }
-
-        const void* whose = nullptr;
-        double greatest = 0.0;
-        double second = 0.0;
+    struct Need {
+        const void* whose;
+        double need;
+        std::size_t bytes;
     };
 
+    void beginFrame();
+
     std::uint64_t _frame = 0;
+    std::int64_t _greatestAllowance = 0;
     std::vector<std::weak_ptr<Lease>> _leases;
-    Needs _needs; // of the last frame
-    Needs _needsOfNow;
+    bool _isShort = false;
+    std::vector<Need> _needs; // of the last frame, the greatest first
+    std::vector<Need> _needsOfNow;
 };
 
 } // namespace Mirk

@@ -98,11 +98,12 @@ FileText readOrFill(const std::string& file, const std::string& code) {
 
 Programmable::ProgramPtr computeProgram(RenderBasin& basin, const std::string& name,
                                         const std::string& code,
-                                        const std::list<std::string>& includePath) {
+                                        const std::list<std::string>& includePath,
+                                        Programmable::FileTimes& times) {
     const std::string file = cleaned(name) + ".comp";
     const Keel::FileInfo before(file);
     const FileText source = readOrFill(file, code);
-    Programmable::FileTimes times{{file, watchedTime(before, source.answer)}};
+    times = {{file, watchedTime(before, source.answer)}};
     const std::string expanded = expandIncludes(source.text, file, includePath, &times);
 
     const RenderBasin::OriginScope scope(
@@ -476,13 +477,14 @@ void Programmable::tell(const char* what) const {
 
 Programmable::ProgramPtr Programmable::getComputeShader(RenderBasin& basin, const std::string& name,
                                                         const std::string& code) const {
-    return computeProgram(basin, name, code, IncludePath);
+    return computeProgram(basin, name, code, IncludePath, lastFileTimes);
 }
 
 Programmable::ProgramPtr Programmable::makeComputeShader(RenderBasin& basin,
                                                          const std::string& name,
                                                          const std::string& code) {
-    return computeProgram(basin, name, code, DefaultIncludePath());
+    FileTimes times;
+    return computeProgram(basin, name, code, DefaultIncludePath(), times);
 }
 
 bool Programmable::hasValidShaderPrograms(const Polyp& polyp, VRenderContext& context) {

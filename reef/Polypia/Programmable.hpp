@@ -127,7 +127,9 @@ public:
                                                 const std::string& localPrefix) const;
 
     /// Compiles a compute shader, whose text is complete: it gets no head. The one that is no
-    /// static operation looks for included files in the IncludePath of this object.
+    /// static operation looks for included files in the IncludePath of this object, and has the
+    /// times of the files that took part in `lastFileTimes`; who means to go on with an older
+    /// program while a file is faulty needs these.
     ProgramPtr getComputeShader(RenderBasin& basin, const std::string& name,
                                 const std::string& code) const;
     static ProgramPtr makeComputeShader(RenderBasin& basin, const std::string& name,
@@ -170,7 +172,9 @@ public:
     ///
     /// Includes don't nest. What isn't found is told on standard output, and the directive behind
     /// it is left. The result ends at the first NUL of the text and has a line feed behind each
-    /// line.
+    /// line. The directive behind an include has the number of its own line: what follows is told
+    /// one line too low by compilers of version 330 and above. That is put right for main code, and
+    /// can't be for other text, such as a prefix.
     static std::string processIncludes(const std::string& code, const std::string& filename,
                                        const std::list<std::string>& searchPath);
     /// The same on the IncludePath of this object.
@@ -204,7 +208,8 @@ public:
     RenderNamespace::GeometryOutputType GeometryOutput = RenderNamespace::NoGeometryOutput;
     /// What was left of the name of the last CompileShader().
     mutable std::string ShaderName;
-    /// The files that took part in the last CompileShader(), with their times, also if it failed.
+    /// The files that took part in the last CompileShader() or getComputeShader(), with their
+    /// times, also if it failed; a file that is missing has Filetime().
     /// Who keeps an older program then gives them to it, in Program::ProgramFileTimes: or the same
     /// fault is compiled and told again in each frame.
     mutable FileTimes lastFileTimes;

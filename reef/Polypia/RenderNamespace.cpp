@@ -55,7 +55,9 @@ RenderNamespace::ProgramVariables RenderNamespace::LightSource::copyVariables() 
 
 bool RenderNamespace::LightSource::replaceVariables(const ProgramVariables& variables) {
     const auto lock = lockVariables();
-    const bool isOtherForm = !haveSameForm(_lastReplacement, variables);
+    // They may be a changed copy of the present ones, with what was set in place.
+    const bool isOtherForm =
+        !haveSameForm(_lastReplacement, variables) && !haveSameForm(*this, variables);
     _lastReplacement = variables;
     static_cast<ProgramVariables&>(*this) = variables;
     return isOtherForm;

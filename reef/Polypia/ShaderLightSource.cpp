@@ -40,8 +40,8 @@ bool ShaderLightSource::update(VRequest& request, double) {
     if (!source) return true;
     ProgramVariables uniforms = source->copyVariables();
     updateLight(uniforms, request);
+    std::string code = getShaderCode(); // first: it may throw
     const bool isOtherForm = source->replaceVariables(uniforms);
-    std::string code = getShaderCode();
     if (isOtherForm || code != source->_lastCode) {
         source->_lastCode = std::move(code);
         source->rejuvenate();

@@ -43,15 +43,27 @@ std::string_view withoutHead(std::string_view rest) {
     return first == npos ? rest : rest.substr(first);
 }
 
+/// Enters the paths at which a file is looked for, up to where it is: one that is made ahead of
+/// that later takes its place.
+void noteFiles(const std::list<std::string>& searchPath, const std::string& name,
+               const std::string& found, std::map<std::string, Keel::Filetime>& files) {
+    for (const std::string& path : Keel::pathCandidates(searchPath, name)) {
+        files.emplace(path, Keel::FileInfo(path).modified);
+        if (path == found) return;
+    }
+}
+
 /// The path of the file that an include line asks for; empty if there is none, which is told.
 std::string findFile(std::string_view rest, const std::string& filename, std::size_t line,
-                     std::list<std::string> searchPath) {
+                     std::list<std::string> searchPath,
+                     std::map<std::string, Keel::Filetime>* files) {
     const char delimiter = rest.front();
     // Two characters behind the name, though it looks as if one were enough: meant for texts with
     // CRLF, and what is written for them relies on it.
     const std::string name(rest.substr(1, rest.size() - 3));
     if (delimiter == '"' || delimiter == '?') searchPath.emplace_front(".");
     std::string path = Keel::PathOpen(searchPath, name);
+    if (files != nullptr) noteFiles(searchPath, name, path, *files);
     if (delimiter == '?') {
         std::printf("#include \"%s\"\t ===> [%s]\n", name.c_str(), path.c_str());
     }
@@ -82,9 +94,8 @@ std::string expandIncludes(std::string_view code, const std::string& filename,
         const std::string_view rest = withoutHead(code.substr(behindWord, end - behindWord));
         constexpr std::size_t shortest = 3;
         const std::string path =
-            rest.size() < shortest ? "" : findFile(rest, filename, line, searchPath);
+            rest.size() < shortest ? "" : findFile(rest, filename, line, searchPath, files);
         if (!path.empty()) {
-            if (files != nullptr) files->emplace(path, Keel::FileInfo(path).modified);
             text.append("#line ").append(path).append(" 1\n");
             text += untilNul(readShaderFile(path));
             endLine(text);

@@ -14,7 +14,8 @@
 namespace Mirk {
 
 /// Programmable::processIncludes. Enters the files that were included into `files`, with the times
-/// that they had ahead of reading, unless that is null.
+/// that they had ahead of reading, unless that is null; with Filetime() those that would have been,
+/// had they been there.
 POLYPIA_EXPORT std::string expandIncludes(std::string_view code, const std::string& filename,
                                           const std::list<std::string>& searchPath,
                                           std::map<std::string, Keel::Filetime>* files);

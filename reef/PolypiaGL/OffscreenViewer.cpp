@@ -8,6 +8,7 @@
 #include <climits>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace Mirk {
 
@@ -33,13 +34,15 @@ public:
 
     /// Whether there is hope behind that frame. `mayBringMore`: the next one than this one.
     bool goesOn(const OffscreenViewer::Frame& frame, bool mayBringMore) {
+        const bool wasIdle = std::exchange(_isIdle, frame.uploadedBytes == 0 && !mayBringMore);
         if (frame.drawn > _most) {
             _most = frame.drawn;
             _frames = 0;
             _bytes = 0;
             return true;
         }
-        if (frame.uploadedBytes == 0 && !mayBringMore) return false;
+        // Objects that take turns may have left one frame to somebody who needs it no more.
+        if (wasIdle && _isIdle) return false;
         _bytes += static_cast<unsigned long long>(frame.uploadedBytes);
         return ++_frames < mostFrames && _bytes <= _cacheBytes;
     }
@@ -49,6 +52,7 @@ private:
 
     const unsigned long long _cacheBytes;
     std::size_t _most; ///< objects in one frame
+    bool _isIdle = false;
     // Since then.
     int _frames = 0;
     unsigned long long _bytes = 0;

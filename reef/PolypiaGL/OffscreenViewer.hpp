@@ -66,7 +66,7 @@ public:
     /// Brings the scene up to date and draws one frame for these eyes, each of which gets a
     /// picture; that of the first eye is the one of getPixelBuffer(), which is null without eyes.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
-    /// Draws until nothing is left out for want of memory or time, or a frame brings nothing new.
+    /// Draws until nothing is left out for want of memory or time, or two frames bring nothing new.
     /// Returns the last frame, with the failures of all of them, each once. What doesn't fit into
     /// the cache, or changes all the time, would go on for ever: when frames without another object
     /// have brought more to the GPU than the cache takes, or there were 1000 of them, that is the

@@ -558,6 +558,90 @@ TEST_F(DisplayObjectTest, WhoGoesUpAtOnceDoesNotHoldUpTheOthers) {
     EXPECT_GT(large->lastOrigin.x, 0.7 * threshold * 10);
 }
 
+/// Objects around any camera, of which a frame may bring some to the GPU.
+class DisplayObjectTurns : public DisplayObjectTest {
+protected:
+    void add(std::size_t number, std::size_t pieces) {
+        for (std::size_t i = 0; i < number; ++i) {
+            const DisplayPtr<Plain> made(
+                new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+            made->pieces = pieces;
+            made->knownBytes = bytes;
+            draw(*made);
+            all.push_back(made);
+        }
+    }
+    /// With so many thresholds between the camera and zero. Whether all of them are whole.
+    bool frameAt(double thresholds, std::int64_t pieces) {
+        lookFrom(0, {0, 0, thresholds * threshold()});
+        context.renderAllowance = pieces * bytes;
+        bool areWhole = true;
+        for (const DisplayPtr<Plain>& each : all) areWhole = draw(*each) && areWhole;
+        return areWhole;
+    }
+    double threshold() const { return Mirk::originThreshold(context, 0, 0.0); }
+    /// How many thresholds the farthest of the origins, that were asked for last, is from there.
+    double worstNeed(double thresholds) const {
+        double worst = 0.0;
+        for (const DisplayPtr<Plain>& each : all) {
+            worst = std::max(worst, thresholds - each->lastOrigin.z / threshold());
+        }
+        return worst;
+    }
+
+    std::vector<DisplayPtr<Plain>> all;
+};
+
+TEST_F(DisplayObjectTurns, NobodyIsWholeWhileAnotherOriginIsDue) {
+    add(2, 2);
+    for (const double place : {3.0, 5.0, 8.0, 10.0, 12.0, 100.0}) {
+        int frames = 1;
+        while (!frameAt(place, 1) && frames < 20) ++frames;
+        EXPECT_GE(frames, 4) << place << ": all four pieces went up";
+        EXPECT_LT(frames, 20) << place;
+        EXPECT_LE(worstNeed(place), 1.0) << place;
+    }
+}
+
+TEST_F(DisplayObjectTurns, WhoFitsIntoAFrameAloneTakesTurnsWithTheOthers) {
+    add(2, 1);
+    for (int frame = 1; frame < 100; ++frame) {
+        frameAt(1.1 * frame, 1);
+        ASSERT_LE(worstNeed(1.1 * frame), 3.0) << frame;
+    }
+}
+
+TEST_F(DisplayObjectTurns, ManyWhoNeedTheSameFollowOneAfterTheOther) {
+    add(12, 1);
+    for (int frame = 1; frame < 300; ++frame) {
+        frameAt(0.1 * frame, 1);
+        ASSERT_LE(worstNeed(0.1 * frame), 2.5) << frame;
+    }
+}
+
+TEST_F(DisplayObjectTurns, AsManyBeginAsFitIntoAFrame) {
+    add(30, 1);
+    int frames = 1;
+    while (!frameAt(50.0, 3) && frames < 40) ++frames;
+    EXPECT_EQ(frames, 10);
+}
+
+TEST_F(DisplayObjectTurns, WhatIsNotThereYetWaitsForNoTurn) {
+    add(2, 3);
+    lookFrom(0, {1e8, 0, 0});
+    const DisplayPtr<Plain> fresh(new Plain({{1e8 - 1, -1, -1001}, {1e8 + 1, 1, -999}}));
+    fresh->pieces = 2;
+    fresh->knownBytes = bytes;
+    context.renderAllowance = bytes;
+    for (const int drawn : {0, 1, 0}) draw(*all[static_cast<std::size_t>(drawn)]);
+    context.renderAllowance = bytes;
+    draw(*fresh); // while another one waits in greater need
+    context.renderAllowance = 9 * bytes;
+    draw(*fresh);
+    EXPECT_EQ(fresh->lastOrigin, (point{1e8, 0, 0}));
+    EXPECT_EQ(fresh->filled.size(), 2U) << "once for each piece";
+}
+
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {
     const DisplayPtr<Plain> around(
         new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
@@ -794,11 +878,15 @@ TEST_F(DisplayObjectUploads, OtherOriginOfTheSameDataIsAnotherGeneration) {
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{0, 0, 0, 0}));
     // What is on its way arrives, wherever the camera is by then.
     lookFrom(0, {5e6, 0, 0});
-    EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
+    const Frame tooFar = frame(bytes);
+    EXPECT_THAT(tooFar.drawn, ElementsAre("3", "4"));
+    EXPECT_FALSE(tooFar.isWhole) << "by an origin that is to follow";
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-1e6F, 0, 0, 0}));
     EXPECT_EQ(object->lastOrigin, (point{1e6, 0, 0}));
     EXPECT_THAT(frame(bytes).drawn, ElementsAre("3", "4"));
-    EXPECT_THAT(frame(bytes).drawn, ElementsAre("5", "6"));
+    const Frame whole = frame(bytes);
+    EXPECT_THAT(whole.drawn, ElementsAre("5", "6"));
+    EXPECT_TRUE(whole.isWhole);
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-5e6F, 0, 0, 0}));
     EXPECT_EQ(context.basin.log->live["Program"], 1);
 }
@@ -813,8 +901,10 @@ TEST_F(DisplayObjectUploads, OriginFollowsTheCameraBehindOneThatTheGpuHadNoMemor
     EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
     testing::internal::GetCapturedStdout();
     lookFrom(0, {5e6, 0, 0});
+    frame(); // its memory is free behind that
     EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
     EXPECT_EQ(variable<vec4>("theVertexOffset"), (vec4{-5e6F, 0, 0, 0}));
+    EXPECT_EQ(reportOf(*object), "");
 }
 
 /// Tells who is drawn, and what its vertices are relative to.
@@ -1168,7 +1258,53 @@ TEST_F(DisplayObjectUploads, WhatCannotGoUpIsGivenUpForNewerData) {
     EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
     testing::internal::GetCapturedStdout();
     object->setData(2);
+    frame();
+    EXPECT_NE(reportOf(*object), "") << "nothing has gone up since";
     EXPECT_THAT(frame().drawn, ElementsAre("5", "6"));
+    EXPECT_EQ(reportOf(*object), "");
+    EXPECT_EQ(context.failures.size(), 1U);
+}
+
+/// A GPU with room for so many pieces, which is free again when they die.
+class Room : public Polyp::SpecializedTentacle<Polyp::VertexAttributeKey + 2> {
+public:
+    Room(int& taken, int room) : SpecializedTentacle(), _taken(taken), _room(room) {}
+    ~Room() override {
+        if (_isTaken) --_taken;
+    }
+    bool activate(const Polyp&) override {
+        if (!_isTaken && _taken >= _room) throw Mirk::RenderException(1, "full", "room.cpp", 1);
+        if (!_isTaken) ++_taken;
+        _isTaken = true;
+        return true;
+    }
+    bool deactivate(const Polyp&) override { return true; }
+
+private:
+    int& _taken;
+    const int _room;
+    bool _isTaken = false;
+};
+
+TEST_F(DisplayObjectUploads, DataThatChangeInEachFrameAreShownAgainOnceThereIsMemory) {
+    int taken = 0, room = 8;
+    object->pieces = 4;
+    object->action = [&, fill = object->action](Polyp& polyp, Mirk::VRenderContext& present) {
+        polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(new Room(taken, room)));
+        return fill(polyp, present);
+    };
+    frame();
+    testing::internal::CaptureStdout();
+    std::set<std::string> drawn;
+    for (int change = 0; change < 12; ++change) {
+        room = change == 0 ? 7 : 8; // a moment without memory for all
+        object->setData(4);
+        seagrass->cleanup();
+        for (const std::string& number : frame().drawn) drawn.insert(number);
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_GE(drawn.size(), 12U) << "others than the first, more than once";
+    EXPECT_LE(taken, 8);
 }
 
 TEST_F(DisplayObjectUploads, PieceThatIsDeclinedHoldsUpNoNewerData) {
@@ -1266,11 +1402,58 @@ TEST_F(DisplayObjectTest, FailureIsToldOnceHoweverOftenOthersAreDrawnInBetween) 
     for (int round = 0; round < 3; ++round) {
         context.pool = failing;
         draw(*object);
+        EXPECT_THAT(reportOf(*object), HasSubstr("planted"));
         context.pool = good;
-        for (int i = 0; i < 20; ++i) draw(*object);
+        for (int i = 0; i < 1200; ++i) draw(*object);
     }
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(context.failures.size(), 1U);
+}
+
+TEST_F(DisplayObjectUploads, DataThatChangeAreShownInASlowViewerToo) {
+    object->pieces = 2;
+    object->knownBytes = bytes;
+    frame();
+    const DisplayPtr<Plain> other(new Plain);
+    std::set<std::string> drawn;
+    for (int change = 0; change < 4; ++change) {
+        object->setData(2);
+        for (const std::string& number : frame(bytes).drawn) drawn.insert(number);
+        for (std::uint64_t i = 0; i <= Mirk::Exchanges::patience; ++i) draw(*other);
+    }
+    EXPECT_THAT(drawn, testing::IsSupersetOf({"1", "2", "3", "4"}));
+}
+
+TEST_F(DisplayObjectUploads, TentacleThatIsTakenOutBehindTheUploadIsNotMissed) {
+    object->action = [&, fill = object->action](Polyp& polyp, Mirk::VRenderContext& present) {
+        const Polyp::TentaclePtr once(
+            new RecordingTentacle(context.basin.log, "once", Polyp::VertexAttributeKey + 2));
+        polyp.insertTentacle(Polyp::VertexAttributeKey + 2, once);
+        polyp.addCompletionTask(
+            [once](Polyp& mine, Mirk::VRenderContext&) { return mine.eraseTentacle(once); });
+        return fill(polyp, present);
+    };
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(frame().isWhole) << i;
+}
+
+TEST_F(DisplayObjectUploads, AnyExceptionOfCompilingIsAReportThatIsToldOnce) {
+    frame();
+    object->wantedForm = 7;
+    int calls = 0;
+    context.onCreateProgram = [&] {
+        ++calls;
+        throw std::bad_alloc();
+    };
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 3; ++i) EXPECT_THAT(frame().drawn, ElementsAre("1"));
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(context.failures.size(), 1U);
+    EXPECT_THAT(reportOf(*object), HasSubstr("bad_alloc"));
+    context.onCreateProgram = {};
+    object->wantedForm = 0;
+    EXPECT_TRUE(frame().isWhole);
+    EXPECT_EQ(reportOf(*object), "");
 }
 
 TEST_F(DisplayObjectUploads, OperatorThatThrowsLetsTheLastGenerationStay) {

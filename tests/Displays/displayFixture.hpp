@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -38,6 +39,7 @@ public:
                              const std::string& fragmentName, int fragmentLine,
                              const LinkParameters& parameters,
                              const ProgramPtr& previous) override {
+        if (onCreateProgram) onCreateProgram();
         return known("program", RecordingContext::createProgram(
                                     vertexCode, vertexName, vertexLine, input, geometryCode, output,
                                     geometryName, geometryLine, fragmentCode, fragmentName,
@@ -56,6 +58,8 @@ public:
         return known(name,
                      RecordingContext::createRenderParameter(name, updater, element, components));
     }
+
+    std::function<void()> onCreateProgram;
 
     template<class T>
     T& made(const std::string& name) const {

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -263,6 +264,24 @@ TEST_F(EditedShaders, FaultyFileOfAnotherFormLeavesThePictureAsItWas) {
     EXPECT_EQ(next.printed, "");
 }
 
+TEST_F(EditedShaders, IncludedFileThatWasMissingMendsTheReport) {
+    ::setenv("ZELK_ROOT", folder.c_str(), 1);
+    save(".frag", "#include <part>\r\n" + painting("part()"));
+    EXPECT_THAT(frame().printed, testing::HasSubstr("include file 'part' not found"));
+    EXPECT_THAT(report(), testing::HasSubstr("part"));
+    std::ofstream(folder + "/part") << "vec4 part() { return vec4(0.0, 1.0, 0.0, 1.0); }\n";
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_EQ(report(), "");
+    ::unsetenv("ZELK_ROOT");
+}
+
+TEST_F(EditedShaders, FolderWhoseNameShadersCannotHaveIsRefused) {
+    for (const char* const name : {"sch\xc3\xb6n", "a\tb", "a*/b"}) {
+        EXPECT_THROW(object->setShaderFolder(name), std::invalid_argument) << name;
+    }
+    object->setShaderFolder("");
+}
+
 TEST_F(EditedShaders, OneFaultAfterTheOtherIsReported) {
     save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
     frame();
@@ -312,6 +331,31 @@ TEST_F(EditedShaders, FilesAreToldWithTheTimesThatTheyHadWhenCompiled) {
     EXPECT_EQ(object->shaderFiles().at(nameOf(".frag")), first);
     frame();
     EXPECT_GT(object->shaderFiles().at(nameOf(".frag")), first);
+}
+
+TEST_F(EditedShaders, FilesOfProgramsThatNobodyWantsAnyMoreAreNotToldWithTheirTimes) {
+    const auto isOld = [&] {
+        const auto times = object->shaderFiles();
+        return std::any_of(times.begin(), times.end(), [](const auto& file) {
+            return Keel::FileInfo(file.first).modified > file.second;
+        });
+    };
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".geom", "oops");
+    object->edges().set({}, true);
+    frame();
+    save(".frag", painting("vec4(0.0, 0.0, 1.0, 1.0)"));
+    frame();
+    EXPECT_FALSE(isOld()) << "the picture is still that of the first one";
+    context->ShaderFileOverrides = false;
+    frame();
+    context->ShaderFileOverrides = true;
+    object->edges().set({}, false);
+    frame();
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    EXPECT_FALSE(isOld()) << "without files none is looked at";
 }
 
 TEST_F(EditedShaders, FileOfTwoObjectsIsThatOfBoth) {
@@ -366,6 +410,20 @@ TEST_F(EditedLines, GeometryFileTakesPart) {
     EXPECT_EQ(faulty.image.drawnPixels(), 12 * size);
     EXPECT_THAT(faulty.printed, testing::HasSubstr("polypia-lines.geom"));
     EXPECT_EQ(frame().printed, "");
+    save(".geom", "//disable\n");
+    EXPECT_EQ(frame().image.drawnPixels(), 4 * size);
+}
+
+TEST_F(EditedLines, FaultyFileOfAWholeStageIsMendedByTheNextSave) {
+    EXPECT_EQ(frame().image.drawnPixels(), 4 * size);
+    save(".frag.glsl", "oops");
+    const Frame faulty = frame();
+    EXPECT_EQ(faulty.image.drawnPixels(), 4 * size);
+    EXPECT_THAT(faulty.printed, testing::HasSubstr("polypia-lines.frag.glsl"));
+    EXPECT_EQ(frame().printed, "");
+    save(".frag.glsl",
+         "#version 330\nout vec4 color;\nvoid main() { color = vec4(0.0, 1.0, 0.0, 1.0); }\n");
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
 }
 
 TEST_F(EditedLines, FilesOfWholeStagesTakePart) {

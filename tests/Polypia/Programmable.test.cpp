@@ -360,6 +360,22 @@ TEST_F(Programmable, FilesOfACompileThatFailedAreKept) {
                             Pair("N.vert", Keel::FileInfo("N.vert").modified)));
 }
 
+TEST_F(Programmable, FilesOfACompileWithGeometryThatFailedAreKept) {
+    writeFile("N.geom", "faulty");
+    writeFile("N.frag.glsl", "faulty");
+    shader.GeometryInput = RenderBasin::TrianglesInput;
+    shader.GeometryOutput = RenderBasin::TriangleStripOutput;
+    context.ShaderFileOverrides = true;
+    context.basin.log->throwing = {"createProgram N.vert"};
+    EXPECT_THROW(compile(), Mirk::RenderException);
+    EXPECT_THAT(shader.lastFileTimes,
+                ElementsAre(Pair("N.frag", Keel::Filetime()),
+                            Pair("N.frag.glsl", Keel::FileInfo("N.frag.glsl").modified),
+                            Pair("N.geom", Keel::FileInfo("N.geom").modified),
+                            Pair("N.geom.glsl", Keel::Filetime()), Pair("N.vert", Keel::Filetime()),
+                            Pair("N.vert.glsl", Keel::Filetime())));
+}
+
 TEST_F(Programmable, CompilesEachTime) {
     const Recorded first = compile();
     EXPECT_FALSE(compile() == first);
@@ -502,6 +518,16 @@ TEST_F(Programmable, ComputeTextsAreOfTheFileOnlyIfItWasRead) {
     EXPECT_EQ(other.origins[0].file, "");
 }
 
+TEST_F(Programmable, FilesOfAComputeShaderThatFailedAreKept) {
+    writeFile("part", "faulty");
+    writeFile("C.comp", "#include \"part\"\r\n");
+    context.basin.log->throwing = {"createComputeProgram C.comp"};
+    EXPECT_THROW(shader.getComputeShader(context, "C", "code"), Mirk::RenderException);
+    EXPECT_THAT(shader.lastFileTimes,
+                ElementsAre(Pair("./part", Keel::FileInfo("part").modified),
+                            Pair("C.comp", Keel::FileInfo("C.comp").modified)));
+}
+
 TEST_F(Programmable, ARefusedComputeProgramIsEmpty) {
     context.basin.log->failing = {"createComputeProgram C.comp"};
     EXPECT_FALSE(shader.getComputeShader(context, "C", "code"));
@@ -573,6 +599,23 @@ TEST_F(ShaderValidity, EndsWithTheChangeOfAnIncludedFileAndOfTheSecondChoice) {
     EXPECT_TRUE(isValid());
     makeYounger("N_vert.glsl");
     EXPECT_FALSE(isValid());
+}
+
+TEST_F(ShaderValidity, EndsWithAnIncludedFileThatIsMade) {
+    std::filesystem::create_directory("later");
+    shader.IncludePath = {"later"};
+    writeFile("N.vert", "#include \"part\"\r\nvoid main() {}\n");
+    CaptureStdout();
+    polyp->insert(compile());
+    GetCapturedStdout();
+    EXPECT_TRUE(isValid());
+    writeFile("later/part", "float f();\n");
+    EXPECT_FALSE(isValid());
+    polyp->clear();
+    polyp->insert(compile());
+    EXPECT_TRUE(isValid());
+    writeFile("part", "float f();\n");
+    EXPECT_FALSE(isValid()) << "it is found first";
 }
 
 TEST_F(ShaderValidity, CountsAllProgramsOfAPolyp) {

@@ -175,6 +175,21 @@ TEST_F(ShaderLightSource, WhatIsSetWhileRenderingMakesNoShaderDue) {
     }
 }
 
+TEST_F(ShaderLightSource, NameThatOnlyRenderingSetsMakesNoShaderDueAtTheNextRequest) {
+    light->rendering = [](auto& uniforms, Mirk::VRenderContext&) { uniforms["frame$$"] = 1; };
+    request(light);
+    context.setLightSources(objects);
+    light->environment_render(context);
+    const CreatorPtr made = creator();
+    for (const double brightness : {0.5, 0.25}) {
+        light->brightness.set(context.pool, brightness);
+        EXPECT_TRUE(request(light));
+        context.setLightSources(objects);
+        EXPECT_TRUE(context.hasValidLighting(*made)) << brightness;
+        light->environment_render(context);
+    }
+}
+
 TEST_F(ShaderLightSource, MayAskForItsLightWhileRendering) {
     request(light);
     context.setLightSources(objects);

@@ -578,6 +578,38 @@ TEST_F(VRenderObjectTest, WhatIsNotANumberBecomesTheMinimumUntilTheNext) {
     EXPECT_EQ(box()->min.y, 0);
 }
 
+TEST_F(VRenderObjectTest, WhatIsNotANumberConcernsItsAxisAlone) {
+    object->embrace(pool, {0, 0, 0});
+    object->embrace(pool, {1, nan, 3});
+    EXPECT_THAT(box()->min.y, testing::IsNan());
+    EXPECT_EQ(box()->max, (point{1, 0, 3}));
+    object->embrace(pool, {1, 2, nan});
+    EXPECT_EQ(box()->min.y, 2);
+    EXPECT_THAT(box()->min.z, testing::IsNan());
+    EXPECT_EQ(box()->max, (point{1, 2, 3}));
+    EXPECT_EQ(box()->min.x, 0);
+}
+
+TEST_F(VRenderObjectTest, ReadersGetOneOfTheBoxesThatAreStoredMeanwhile) {
+    const BoxPtr small(new Skua::BoundingBox({0, 0, 0}, {1, 1, 1}));
+    const BoxPtr large(new Skua::BoundingBox({-9, -9, -9}, {9, 9, 9}));
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (int i = 0; i < 1000; ++i) {
+            object->setBoundingBox(pool, i % 2 == 0 ? small : large);
+            object->resetBBox(pool);
+        }
+        done = true;
+    });
+    int others = 0;
+    while (!done) {
+        const BoxPtr read = box();
+        if (read && !(read == small) && !(read == large)) ++others;
+    }
+    writer.join();
+    EXPECT_EQ(others, 0);
+}
+
 TEST_F(VRenderObjectTest, BoxesAreOfTheirPools) {
     object->embrace(pool, {1, 1, 1});
     EXPECT_FALSE(object->getBoundingBall(other));

@@ -136,6 +136,44 @@ TEST_P(ProgrammableOnGL, ViewportsCompileOnceAndNotTwice) {
     EXPECT_THROW(viewports.CompileShader(*render, "N", {}, {}, "", "", ""), RenderException);
 }
 
+TEST_P(ProgrammableOnGL, ViewportValuesRunFromTheFirstViewportToTheLast) {
+    // One band of the picture for each viewport, from below.
+    shader.setGLSLVersion("450 core");
+    shader.enableViewportArray(true);
+    shader.buildGeometry();
+    shader.vertex = "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
+    shader.geometry = "out float value;\n"
+                      "void main() { zelk_for_Viewport(v) {\n"
+                      "    for (int i = 0; i < 3; ++i) {\n"
+                      "        vec4 p = gl_in[i].gl_Position;\n"
+                      "        gl_Position = vec4(p.x, (p.y + 2.0 * float(v - 1)) / 3.0, p.zw);\n"
+                      "        gl_ViewportIndex = v;\n"
+                      "        value = zelk_ViewportValue01(v);\n"
+                      "        EmitVertex();\n"
+                      "    }\n"
+                      "    EndPrimitive();\n"
+                      "} }\n";
+    shader.fragment = "in float value;\nout vec4 result;\n"
+                      "void main() { result = vec4(value, zelk_ViewportValue01(), 1.0, 1.0); }\n";
+    ASSERT_EQ(compile(), "");
+    const auto setLast = [&](int last) {
+        RenderNamespace::ProgramVariables variables;
+        variables["zelk_MaxViewportIndex"] = last;
+        program->setProgramVariable("zelk_MaxViewportIndex", *variables.begin(), {});
+    };
+    const auto bands = [&] {
+        draw(red);
+        return std::array{pixel(size / 2, size / 6), pixel(size / 2, size / 2),
+                          pixel(size / 2, size - size / 6)};
+    };
+    setLast(3);
+    EXPECT_THAT(bands(), testing::ElementsAre(Color{0, 0, 255, 255}, Color{128, 128, 255, 255},
+                                              Color{255, 255, 255, 255}));
+    setLast(1);
+    EXPECT_THAT(bands(), testing::ElementsAre(Color{0, 0, 255, 255}, black, black))
+        << "one viewport alone has 0";
+}
+
 TEST_P(ProgrammableOnGL, IncludesOverridesAndWholeStagesCompileAndDraw) {
     render->ShaderFileOverrides = true;
     shader.setGLSLVersion("330");

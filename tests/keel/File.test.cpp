@@ -248,6 +248,14 @@ TEST_F(File, PathOpenGivesTheFirstThatExists) {
     EXPECT_EQ(PathOpen({path("one/")}, "x"), path("one/x"));
 }
 
+TEST_F(File, PathCandidatesAreAllPlacesWhetherTheyExistOrNot) {
+    ::setenv("KEEL_TEST_ROOT", "root", 1);
+    ::unsetenv("KEEL_TEST_UNSET");
+    EXPECT_THAT(Keel::pathCandidates({".", "one/", "$KEEL_TEST_UNSET", "", "$KEEL_TEST_ROOT"}, "x"),
+                testing::ElementsAre("./x", "one/x", "root/x"));
+    EXPECT_THAT(Keel::pathCandidates({"."}, ""), testing::IsEmpty());
+}
+
 TEST_F(File, PathOpenTakesFoldersInTheName) {
     make("one/sub/x", "");
     EXPECT_EQ(PathOpen({path("one")}, "sub/x"), path("one/sub/x"));
