@@ -22,10 +22,12 @@ namespace Mirk {
 ///    another than that of the vertices on the GPU, it uploads them anew, less the shift
 ///    (computeShiftedFloatCoordinates), and asks again. Null means a jump, or no state.
 /// 2. It calls updateTranslatedViews() with *minus* the shift, as what shaders know as the offset
-/// of
-///    a vertex is what was added to the coordinate of the world.
+///    of a vertex is what was added to the coordinate of the world.
 /// 3. It hands the result to setAllProgramVariables() of its program. That is behind the second
 ///    step, so that what is sent are the views of this frame.
+///
+/// Who draws several eyes one after the other does the first step for one of them and draws all by
+/// that origin: eyes that are farther apart than the threshold would move it to and fro.
 ///
 /// The shift that belongs to vertices is to be kept beside them, with the polyp: there is one
 /// origin for each pool, and two contexts may draw with the same pool.

@@ -92,6 +92,11 @@ TEST_F(FloatOrigin, ThresholdOfZeroOrLessMovesNothing) {
     }
 }
 
+TEST_F(FloatOrigin, ThresholdWithoutEndMovesNothing) {
+    EXPECT_TRUE(ask({1e300, 0, 0}, std::numeric_limits<double>::infinity()));
+    EXPECT_EQ(shift, vector());
+}
+
 TEST_F(FloatOrigin, CameraThatIsNoNumberMovesItUntilTheNextGoodOne) {
     EXPECT_FALSE(ask({nan, 0, 0}));
     EXPECT_FALSE(ask({nan, 0, 0}));

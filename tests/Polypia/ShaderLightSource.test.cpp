@@ -190,6 +190,38 @@ TEST_F(ShaderLightSource, NameThatOnlyRenderingSetsMakesNoShaderDueAtTheNextRequ
     }
 }
 
+TEST_F(ShaderLightSource, ChangeOfFormWhoseCodeFailedMakesShadersDueAtTheNextRequest) {
+    class Failing : public ToldLightObject {
+    public:
+        explicit Failing(const std::string& objectName)
+            : VObject(objectName, 0, {}), ToldLightObject(objectName) {}
+        std::string getShaderCode() const override {
+            if (fails) throw std::runtime_error("planted");
+            return code;
+        }
+        bool fails = false;
+    };
+    Failing* const failing = new Failing("failing");
+    const ToldLightObjectPtr held(failing);
+    objects.insert(0, held);
+    request(held);
+    context.setLightSources(objects);
+    const CreatorPtr made = creator();
+    failing->updating = [](auto& uniforms, Mirk::VRequest&) { uniforms["more$$"] = 1; };
+    failing->brightness.set(context.pool, 0.5);
+    failing->fails = true;
+    testing::internal::CaptureStdout();
+    request(held);
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(held->source(context.pool)->contains("more$$")) << "as it was before";
+    failing->fails = false;
+    failing->brightness.set(context.pool, 0.25);
+    request(held);
+    context.setLightSources(objects);
+    EXPECT_TRUE(held->source(context.pool)->contains("more$$"));
+    EXPECT_FALSE(context.hasValidLighting(*made));
+}
+
 TEST_F(ShaderLightSource, MayAskForItsLightWhileRendering) {
     request(light);
     context.setLightSources(objects);
