@@ -256,6 +256,61 @@ TEST_P(ProgrammableOnGL, ComputeShadersCompileFromTextAndFile) {
     testing::internal::GetCapturedStderr();
 }
 
+TEST_P(ProgrammableOnGL, FaultsOfComputeShadersAreToldWhereTheyAre) {
+    const std::string head = "#version 430\nlayout(local_size_x = 1) in;\n";
+    const std::string include = "#include \"part\"\r\n";
+    const auto faultOf = [&](const std::string& code) {
+        try {
+            shader.getComputeShader(*render, "C", code);
+        } catch (const RenderException& exception) {
+            return exception.file.str() + ":" + std::to_string(exception.line);
+        }
+        return std::string("no fault");
+    };
+    writeFile("part", "float one() { return 1.0; }\nfloat two() { return oops; }\n");
+    EXPECT_EQ(faultOf(head + include + "void main() {}\n"), "./part:2");
+    writeFile("part", "float one() { return 1.0; }\n");
+    EXPECT_EQ(faultOf(head + include + "void main() {}\n"), "no fault");
+    EXPECT_EQ(faultOf(head + include + "\nvoid main() { oops(); }\n"), "composed C.comp:7")
+        << "by the text with the lines of the file and two directives";
+    testing::internal::CaptureStderr();
+    writeFile("C.comp", head + include + "\nvoid main() { oops(); }\n");
+    EXPECT_EQ(faultOf(""), "C.comp:5");
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_P(ProgrammableOnGL, NameThatEndsACommentIsAFaultOfTheTextWithGeometry) {
+    shader.buildGeometry();
+    const auto compileAs = [&](const std::string& name) {
+        return shader.CompileShader(*render, name, {}, {}, "", "", "");
+    };
+    EXPECT_TRUE(compileAs("N"));
+    EXPECT_THROW(compileAs("N*/"), RenderException);
+    shader.GeometryInput = RenderNamespace::NoGeometryInput;
+    EXPECT_TRUE(compileAs("N*/"));
+}
+
+TEST_P(ProgrammableOnGL, ViewportsAndViewsCompileTogether) {
+    for (const std::string version : {"330 core", "450 core"}) {
+        ToldProgrammable both;
+        both.setGLSLVersion(version);
+        both.enableViewportArray(true);
+        both.buildGeometry();
+        both.geometryPrefix = render->defineMultiView(1, true, 0);
+        both.vertex =
+            "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
+        both.geometry = "void main() { zelk_for_Viewport(v) for (int i = 0; i < 3; ++i) {\n"
+                        "RelativeVertex V = mkRelativeVertex(gl_in[i].gl_Position);\n"
+                        "gl_Position = V.Vertex; EmitVertex(); } }\n";
+        both.fragment = "out vec4 result;\nvoid main() { result = vec4(1.0); }\n";
+        EXPECT_TRUE(both.CompileShader(*render, "N", {}, {}, "", "", "")) << version;
+    }
+}
+
+TEST_P(ProgrammableOnGL, PlatformDefinesEndTheirLastLine) {
+    EXPECT_THAT(render->getShaderPlatformDefines(), testing::EndsWith("\n"));
+}
+
 TEST_P(ProgrammableOnGL, FogNeedsRelativeVertexAheadOfIt) {
     shader.setGLSLVersion("330");
     shader.vertex = "in vec3 Coordinates;\nvoid main() { gl_Position = vec4(Coordinates, 1.0); }\n";
