@@ -2,20 +2,14 @@
 // What tests of display objects on a driver stand on: pictures of them, and data to be shown;
 // stands on GLRenderContext.
 
-#include "../PolypiaGL/glFixture.hpp"
+#include "../PolypiaGL/glRenderFixture.hpp"
 #include "displayData.hpp"
 
 #include <Displays/Displays.hpp>
 #include <Polypia/ObjectSelection.hpp>
-#include <Polypia/Seagrass.hpp>
 #include <PolypiaGL/GLFramebuffer.hpp>
-#include <PolypiaGL/GLRenderContext.hpp>
-#include <PolypiaGL/glErrors.hpp>
 #include <rookery/Geodesy.hpp>
-#include <sorrel/VActionNotifier.hpp>
 #include <sorrel/VRequest.hpp>
-
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
@@ -66,34 +60,13 @@ inline Eye eyeAt(const point& place, double near, double far) {
     return eye;
 }
 
-class DisplayPictures : public testing::Test {
+class DisplayPictures : public GLTest::RenderTest {
 protected:
-    void SetUp() override {
-        std::string reason;
-        glContext = GLTest::tryContext({}, reason);
-        if (!glContext) POLYPIA_NO_CONTEXT(reason);
-        glContext->makeCurrent();
-        seagrass = Keel::make<Seagrass>(1ULL << 30, "pictures");
-        renewContext();
-    }
-    /// It takes over what the driver's context is set to.
-    void renewContext() {
-        context = std::make_unique<GLRenderContext>(*glContext, seagrass,
-                                                    Keel::WeakPtr<VRenderInterruptor>(),
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);
-        context->pool = Keel::make<ValuePool>();
-    }
     void TearDown() override {
-        if (!glContext) return;
         objects.clear();
-        context.reset();
-        const Keel::WeakPtr<Seagrass> remains(seagrass);
-        seagrass = {};
-        EXPECT_TRUE(Seagrass::drain(remains));
+        endContext();
         targets.clear();
-        for (const GL::Error& error : GL::drainErrors("the test")) ADD_FAILURE() << error.text();
-        EXPECT_EQ(glContext->ledger()->report(), "");
-        VActionNotifier::clear();
+        RenderTest::TearDown();
     }
 
     template<class Display, class... Arguments>
@@ -167,9 +140,6 @@ protected:
         return polylines({{1, points}});
     }
 
-    std::unique_ptr<EglContext> glContext;
-    Keel::StrongPtr<Seagrass> seagrass;
-    std::unique_ptr<GLRenderContext> context;
     std::vector<std::unique_ptr<GLFramebuffer>> targets;
     std::vector<RenderAblePtr> objects;
     VRenderContext::RenderResult result = 0;

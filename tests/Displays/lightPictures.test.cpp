@@ -690,11 +690,8 @@ TEST_F(LightPictures, EachContextHasItsOwnLights) {
     addPlane();
     const auto red = addLight<AmbientLight>({1.0, 0, 0});
     const auto blue = addLight<AmbientLight>({0, 0, 1.0});
-    auto otherSeagrass = Keel::make<Seagrass>(1ULL << 30, "other");
-    auto other = std::make_unique<GLRenderContext>(*glContext, otherSeagrass,
-                                                   Keel::WeakPtr<VRenderInterruptor>(),
-                                                   Keel::StrongPtr<VRenderPrecision>(), 1LL << 30);
-    other->pool = Keel::make<ValuePool>();
+    auto otherSeagrass = GLTest::makeSeagrass();
+    auto other = GLTest::makeRenderContext(*glContext, otherSeagrass);
     const auto inOther = [&] {
         std::swap(context, other);
         const Pixel pixel = draw(above(2)).at(32, 32);
@@ -721,10 +718,7 @@ TEST_F(LightPictures, EachContextHasItsOwnLights) {
     EXPECT_EQ(inOther(), redAlone);
     EXPECT_EQ(here(), redAlone);
     other->setTargets(std::vector<const GLFramebuffer*>());
-    other.reset();
-    const Keel::WeakPtr<Seagrass> remains(otherSeagrass);
-    otherSeagrass = {};
-    EXPECT_TRUE(Seagrass::drain(remains));
+    GLTest::endRenderContext(other, otherSeagrass);
 }
 
 /// A light from outside, whose function no compiler takes.

@@ -1,5 +1,6 @@
 #include <PolypiaGL/GLRenderContext.hpp>
 
+#include "glRenderFixture.hpp"
 #include "quad.hpp"
 
 #include <Polypia/PickList.hpp>
@@ -8,7 +9,6 @@
 
 #include <PolypiaGL/glMachine.hpp>
 
-#include <sorrel/VActionNotifier.hpp>
 #include <sorrel/Vprintf.hpp>
 
 #include <algorithm>
@@ -119,33 +119,23 @@ public:
     bool stops = false;
 };
 
-class GLRenderContextTest : public testing::Test {
+class GLRenderContextTest : public RenderTest {
 protected:
     void SetUp() override {
-        std::string reason;
-        gl = tryContext({}, reason);
-        if (!gl) POLYPIA_NO_CONTEXT(reason);
-        gl->makeCurrent();
-        gl->setDepths(depths);
-        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
-        context = std::make_unique<GLRenderContext>(*gl, seagrass, interruptor,
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
-        context->pool = Keel::make<ValuePool>();
-        left = std::make_unique<GLFramebuffer>(*gl, size, size, 1);
-        right = std::make_unique<GLFramebuffer>(*gl, size, size, 1);
+        RenderTest::SetUp();
+        if (!glContext) return;
+        glContext->setDepths(depths);
+        renewContext(interruptor);
+        left = std::make_unique<GLFramebuffer>(*glContext, size, size, 1);
+        right = std::make_unique<GLFramebuffer>(*glContext, size, size, 1);
         setOneEye();
     }
     void TearDown() override {
-        VActionNotifier::clear();
-        if (!gl) return;
         quads.clear();
-        context.reset();
+        endContext();
         left.reset();
         right.reset();
-        const Keel::WeakPtr<Seagrass> remains(seagrass);
-        seagrass = {};
-        EXPECT_TRUE(Seagrass::drain(remains));
-        EXPECT_THAT(gl->ledger()->report(), IsEmpty());
+        RenderTest::TearDown();
     }
 
     void setOneEye() {
@@ -220,10 +210,7 @@ protected:
     }
 
     GLContext::Depths depths = GLContext::Depths::Usual; // ahead of SetUp()
-    std::unique_ptr<EglContext> gl;
-    Keel::StrongPtr<Seagrass> seagrass;
     const Keel::StrongPtr<Interruptor, VRenderInterruptor> interruptor{new Interruptor};
-    std::unique_ptr<GLRenderContext> context;
     std::unique_ptr<GLFramebuffer> left, right;
     std::vector<QuadPtr> quads;
     VSceneObjects objects;
@@ -450,11 +437,11 @@ TEST_F(GLRenderContextTest, PartsOfAPictureMakeUpTheWhole) {
         double seconds = 0;
         EXPECT_EQ(objects.render(*context, seconds, INT_MIN, INT_MAX), GLRenderContext::Drew);
     };
-    const GLFramebuffer whole(*gl, columns * size, rows * size, 4);
+    const GLFramebuffer whole(*glContext, columns * size, rows * size, 4);
     drawInto(whole, {});
     std::vector<std::uint8_t> expected(std::size_t{4} * columns * size * rows * size);
     whole.readColors(expected);
-    const GLFramebuffer tile(*gl, size, size, 4);
+    const GLFramebuffer tile(*glContext, size, size, 4);
     for (int row = 0; row < rows; ++row) {
         for (int column = 0; column < columns; ++column) {
             drawInto(tile,
@@ -653,10 +640,10 @@ TEST_F(FailureTest, StaysWithItsObjectForEachOfTwoEyes) {
 }
 
 TEST_F(FailureTest, StaysWithItsObjectInOnePassForAllEyes) {
-    if (!GLLayeredFramebuffer::isPossible(*gl, GL::Pass::Layers, 2)) {
+    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers, 2)) {
         GTEST_SKIP() << "the driver can't draw several views in one pass";
     }
-    const GLLayeredFramebuffer layers(*gl, size, size, 1, 2, GL::Pass::Layers);
+    const GLLayeredFramebuffer layers(*glContext, size, size, 1, 2, GL::Pass::Layers);
     context->setTargets(layers);
     context->setEyes({eyeFromAbove(-0.04), eyeFromAbove(0.04)});
     expectTheOthersAsEver(
@@ -1247,7 +1234,7 @@ TEST_F(PickingTest, LeavesOpenGLToAnObjectThatCallsItItself) {
     const auto program =
         context->createProgram(passVertex, colorFragment, "test.vert", "test.frag", 1U, 1U, {}, {});
     const GL::VertexArrayId array = GL::createVertexArray();
-    const bool hasMatrices = gl->profile() == GL::Profile::Compatibility;
+    const bool hasMatrices = glContext->profile() == GL::Profile::Compatibility;
     const auto matrices = [&] {
         std::array<std::array<double, 16>, 2> both{};
         if (!hasMatrices) return both;
@@ -1466,8 +1453,9 @@ TEST_F(PickingTest, ErrorOfOpenGLThatAnObjectLeavesIsNotThatOfThePick) {
 }
 
 TEST_F(PickingTest, PicksFromPicturesOfTheGreatestWidth) {
-    const int greatest = gl->limits().maxRenderbufferSize;
-    const GLFramebuffer wide(*gl, std::min(greatest, gl->limits().maxViewportSize[0]), 1, 1);
+    const int greatest = glContext->limits().maxRenderbufferSize;
+    const GLFramebuffer wide(*glContext, std::min(greatest, glContext->limits().maxViewportSize[0]),
+                             1, 1);
     context->setTargets({&wide});
     context->setEyes({eyeFromAbove()});
     add("quad", {-40, -8, 40, 8, 0}); // a pixel is 64 units
@@ -1852,7 +1840,7 @@ TEST_P(DepthsTest, ViewsOfAnOverlayHaveThemAsWell) {
 }
 
 TEST_P(DepthsTest, OnePassForAllEyesGivesTheSame) {
-    if (!GLLayeredFramebuffer::isPossible(*gl, GL::Pass::Layers, 2)) {
+    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers, 2)) {
         GTEST_SKIP() << "the driver can't draw several views in one pass";
     }
     add("near", {-8, -8, 8, 8, 5})->color = {1, 0, 0, 1};
@@ -1860,7 +1848,7 @@ TEST_P(DepthsTest, OnePassForAllEyesGivesTheSame) {
     setTwoEyes();
     draw();
     const auto leftBefore = pixels(*left), rightBefore = pixels(*right);
-    const GLLayeredFramebuffer layers(*gl, size, size, 1, 2, GL::Pass::Layers);
+    const GLLayeredFramebuffer layers(*glContext, size, size, 1, 2, GL::Pass::Layers);
     layers.view(0).clear({0, 0, 0, 1});
     layers.view(1).clear({0, 0, 0, 1});
     context->setTargets(layers);

@@ -3,11 +3,10 @@
 
 #include "../Polypia/shaderFolder.hpp"
 #include "glBasin.hpp"
+#include "glRenderFixture.hpp"
 
 #include <Polypia/Fog.hpp>
 #include <Polypia/Programmable.hpp>
-#include <Polypia/Seagrass.hpp>
-#include <PolypiaGL/GLRenderContext.hpp>
 
 #include <array>
 #include <memory>
@@ -28,20 +27,14 @@ protected:
     void SetUp() override {
         BasinTestInProfile::SetUp();
         if (!context) return;
-        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
-        render = std::make_unique<GLRenderContext>(*context, seagrass,
-                                                   Keel::WeakPtr<VRenderInterruptor>(),
-                                                   Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
-        render->pool = Keel::make<ValuePool>();
+        seagrass = makeSeagrass();
+        render = makeRenderContext(*context, seagrass);
         isCore = GetParam() == GL::Profile::Core;
     }
     void TearDown() override {
         polyp = {};
         program = {};
-        render.reset();
-        const Keel::WeakPtr<Seagrass> remains(seagrass);
-        seagrass = {};
-        EXPECT_TRUE(Seagrass::drain(remains));
+        endRenderContext(render, seagrass);
         BasinTestInProfile::TearDown();
     }
 

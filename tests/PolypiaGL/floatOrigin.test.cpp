@@ -3,10 +3,10 @@
 
 #include <Polypia/FloatOrigin.hpp>
 
+#include "glRenderFixture.hpp"
 #include "quad.hpp"
 
 #include <Polypia/RenderAble.hpp>
-#include <sorrel/VActionNotifier.hpp>
 
 #include <algorithm>
 #include <array>
@@ -173,15 +173,14 @@ using ToldPointsPtr = Keel::StrongPtr<ToldPoints, VManagedObjectBase>;
 
 /// A context with a pool of its own, unless it is given one.
 struct Window {
-    explicit Window(EglContext& gl, const ValuePoolPtr& pool = Keel::make<ValuePool>())
-        : seagrass(Keel::make<Seagrass>(1ULL << 30, "test")),
-          context(std::make_unique<GLRenderContext>(gl, seagrass,
-                                                    Keel::WeakPtr<VRenderInterruptor>(),
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1 << 30)),
-          target(std::make_unique<GLFramebuffer>(gl, pixels, pixels, 1)) {
+    explicit Window(EglContext& glContext, const ValuePoolPtr& pool = Keel::make<ValuePool>())
+        : seagrass(makeSeagrass()),
+          context(makeRenderContext(glContext, seagrass)),
+          target(std::make_unique<GLFramebuffer>(glContext, pixels, pixels, 1)) {
         context->pool = pool;
         context->setTargets({target.get()});
     }
+    ~Window() { endRenderContext(context, seagrass); }
 
     const VCamera& camera() const { return context->CurrentView(0, 0).camera; }
     void lookFrom(const point& place, const point& lookAt) {
@@ -234,26 +233,8 @@ public:
 };
 using WindowPtr = std::unique_ptr<Window>;
 
-class ToldOrigin : public testing::Test {
+class ToldOrigin : public DriverTest {
 protected:
-    void SetUp() override {
-        std::string reason;
-        gl = tryContext({}, reason);
-        if (!gl) POLYPIA_NO_CONTEXT(reason);
-        gl->makeCurrent();
-    }
-    void TearDown() override {
-        VActionNotifier::clear();
-        if (!gl) return;
-        for (const GL::Error& error : GL::drainErrors("the test")) ADD_FAILURE() << error.text();
-        EXPECT_EQ(gl->ledger()->report(), "");
-    }
-    static void end(WindowPtr& ending) {
-        const Keel::WeakPtr<Seagrass> remains(ending->seagrass);
-        ending.reset();
-        EXPECT_TRUE(Seagrass::drain(remains));
-    }
-
     static vector towardsEye() { return normalised(vector{0.48, -0.6, 0.64}); }
     static vector right() { return normalised(cross(-towardsEye(), vector{0.1, 0.2, 1.0})); }
     static vector up() { return cross(right(), -towardsEye()); }
@@ -308,8 +289,6 @@ protected:
         }
         return found;
     }
-
-    std::unique_ptr<EglContext> gl;
 };
 
 /// The middle of the points is so far from zero, along no axis.
@@ -327,7 +306,7 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
     const point centre = centreAt(GetParam()), value = valueNear(centre);
     std::vector<point> points = pointsAround(centre);
     for (const auto first : {ToldPoints::First::Views, ToldPoints::First::Variables}) {
-        auto window = std::make_unique<Window>(*gl);
+        auto window = std::make_unique<Window>(*glContext);
         ToldPointsPtr object(new ToldPoints(first, points, value));
         ASSERT_EQ(object->CameraShiftThreshold, 1e4);
         std::vector<point> shown = points;
@@ -355,7 +334,7 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
         }
         EXPECT_EQ(uploads, 3);
         object = {}; // its polyp dies with the context current
-        end(window);
+        window.reset();
     }
 }
 
@@ -363,8 +342,8 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
 class TwoOrigins : public ToldOrigin {
 protected:
     void draw(const ValuePoolPtr& nearPool, const ValuePoolPtr& farPool) {
-        near = std::make_unique<Window>(*gl, nearPool);
-        far = std::make_unique<Window>(*gl, farPool);
+        near = std::make_unique<Window>(*glContext, nearPool);
+        far = std::make_unique<Window>(*glContext, farPool);
         const point centre = centreAt(6.4e6), value = valueNear(centre);
         std::vector<point> points = pointsAround(centre);
         object = ToldPointsPtr(new ToldPoints(ToldPoints::First::Views, points, value));
@@ -383,8 +362,8 @@ protected:
     }
     void TearDown() override {
         object = {};
-        if (near) end(near);
-        if (far) end(far);
+        near.reset();
+        far.reset();
         ToldOrigin::TearDown();
     }
 

@@ -1,10 +1,9 @@
 // Whole frames: where things are in the pictures of several eyes, of tiles and of a zoom.
 
+#include "glRenderFixture.hpp"
 #include "quad.hpp"
 
 #include <Polypia/VSceneObjects.hpp>
-
-#include <sorrel/VActionNotifier.hpp>
 
 #include <algorithm>
 #include <array>
@@ -129,29 +128,13 @@ void main() {
     mutable Keel::WeakPtr<Seagrass> _seagrass;
 };
 
-class FramePictures : public testing::Test {
+class FramePictures : public RenderTest {
 protected:
-    void SetUp() override {
-        std::string reason;
-        gl = tryContext({}, reason);
-        if (!gl) POLYPIA_NO_CONTEXT(reason);
-        gl->makeCurrent();
-        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
-        context =
-            std::make_unique<GLRenderContext>(*gl, seagrass, Keel::WeakPtr<VRenderInterruptor>(),
-                                              Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
-        context->pool = Keel::make<ValuePool>();
-    }
     void TearDown() override {
-        VActionNotifier::clear();
-        if (!gl) return;
         kept.clear();
-        context.reset();
+        endContext();
         targets.clear();
-        const Keel::WeakPtr<Seagrass> remains(seagrass);
-        seagrass = {};
-        EXPECT_TRUE(Seagrass::drain(remains));
-        EXPECT_EQ(gl->ledger()->report(), "");
+        RenderTest::TearDown();
     }
 
     template<class Object>
@@ -180,7 +163,7 @@ protected:
         targets.clear();
         std::vector<const GLFramebuffer*> addresses;
         for (std::size_t i = 0; i < eyes.size(); ++i) {
-            targets.push_back(std::make_unique<GLFramebuffer>(*gl, width, height, 1));
+            targets.push_back(std::make_unique<GLFramebuffer>(*glContext, width, height, 1));
             targets.back()->clear({0, 0, 0, 1});
             addresses.push_back(targets.back().get());
         }
@@ -200,9 +183,6 @@ protected:
         return draw({eye}, width, height).front();
     }
 
-    std::unique_ptr<EglContext> gl;
-    Keel::StrongPtr<Seagrass> seagrass;
-    std::unique_ptr<GLRenderContext> context;
     std::vector<std::unique_ptr<GLFramebuffer>> targets;
     std::vector<RenderAblePtr> kept;
     VSceneObjects objects;

@@ -4,12 +4,9 @@
 #include "../Polypia/toldLightObject.hpp"
 #include "../keel/thisProgram.hpp"
 #include "glBasin.hpp"
+#include "glRenderFixture.hpp"
 
 #include <Polypia/PolypCreator.hpp>
-#include <Polypia/Seagrass.hpp>
-#include <PolypiaGL/GLRenderContext.hpp>
-
-#include <sorrel/VActionNotifier.hpp>
 
 #include <algorithm>
 #include <array>
@@ -339,17 +336,19 @@ using PlanePtr = Keel::StrongPtr<LitPlane, VManagedObjectBase>;
 
 /// A context of its own, with a plane of its own among the objects that it draws.
 struct Place {
-    explicit Place(EglContext& gl)
-        : seagrass(Keel::make<Seagrass>(1ULL << 30, "test")),
-          context(std::make_unique<GLRenderContext>(gl, seagrass,
-                                                    Keel::WeakPtr<VRenderInterruptor>(),
-                                                    Keel::StrongPtr<VRenderPrecision>(), 1 << 30)),
-          target(std::make_unique<GLFramebuffer>(gl, size, size, 1)),
+    explicit Place(EglContext& glContext)
+        : seagrass(makeSeagrass()),
+          context(makeRenderContext(glContext, seagrass)),
+          target(std::make_unique<GLFramebuffer>(glContext, size, size, 1)),
           plane(new LitPlane("plane")) {
-        context->pool = Keel::make<ValuePool>();
         context->setTargets({target.get()});
         context->setEyes({{}});
         objects.insert(5, plane);
+    }
+    ~Place() {
+        objects = {};
+        plane = {};
+        endRenderContext(context, seagrass);
     }
     /// The red of the picture; that is all of it, but for a picture without light.
     int draw(int firstLayer = 0, int lastLayer = 10) {
@@ -369,26 +368,16 @@ struct Place {
     ObjectSelection objects;
 };
 
-class SceneLights : public testing::Test {
+class SceneLights : public DriverTest {
 protected:
     void SetUp() override {
-        std::string reason;
-        gl = tryContext({}, reason);
-        if (!gl) POLYPIA_NO_CONTEXT(reason);
-        gl->makeCurrent();
-        place = std::make_unique<Place>(*gl);
+        DriverTest::SetUp();
+        if (!glContext) return;
+        place = std::make_unique<Place>(*glContext);
     }
     void TearDown() override {
-        VActionNotifier::clear();
-        if (!gl) return;
-        end(place);
-        for (const GL::Error& error : GL::drainErrors("the test")) ADD_FAILURE() << error.text();
-        EXPECT_THAT(gl->ledger()->report(), IsEmpty());
-    }
-    static void end(std::unique_ptr<Place>& ending) {
-        const Keel::WeakPtr<Seagrass> remains(ending->seagrass);
-        ending.reset();
-        EXPECT_TRUE(Seagrass::drain(remains));
+        place.reset();
+        DriverTest::TearDown();
     }
     /// A light on the observer's side; to be requested.
     ToldLightObjectPtr add(double brightness, int layer = 5) {
@@ -403,7 +392,6 @@ protected:
         EXPECT_TRUE(newRequest.process(*light, 1.0));
     }
 
-    std::unique_ptr<EglContext> gl;
     std::unique_ptr<Place> place;
 };
 
@@ -459,7 +447,7 @@ TEST_F(SceneLights, UnchangedLightsAndOtherValuesCompileNothing) {
 }
 
 TEST_F(SceneLights, EachContextHasItsOwnLights) {
-    auto other = std::make_unique<Place>(*gl);
+    auto other = std::make_unique<Place>(*glContext);
     ToldLightObjectPtr half = add(0.5), quarter = add(0.25);
     for (const auto& light : {half, quarter}) {
         other->objects.insert(5, light);
@@ -485,7 +473,7 @@ TEST_F(SceneLights, EachContextHasItsOwnLights) {
     half = {};
     EXPECT_EQ(place->draw(), 32);
     EXPECT_EQ(place->plane->compiled, 2);
-    end(other);
+    other.reset();
 }
 
 TEST_F(SceneLights, WhatLightsSetWithEachFrameReachesObjectsOfThatFrame) {
@@ -512,7 +500,7 @@ TEST_F(SceneLights, LightsOfOtherLayersThanTheFrameShineAsWell) {
 }
 
 TEST_F(SceneLights, SeveralEyesRenderALightOnce) {
-    GLFramebuffer second(*gl, size, size, 1);
+    GLFramebuffer second(*glContext, size, size, 1);
     second.clear({0, 0, 0, 1});
     place->context->setTargets({place->target.get(), &second});
     place->context->setEyes({{}, {}});

@@ -1,5 +1,6 @@
 // The texts of TransformOperator and ClippingPlanes on the driver, alone and in one stage.
 
+#include "glRenderFixture.hpp"
 #include "quad.hpp"
 
 #include <Polypia/ClippingPlanes.hpp>
@@ -127,11 +128,8 @@ protected:
     void SetUp() override {
         BasinTestInProfile::SetUp();
         if (!context) return;
-        seagrass = Keel::make<Seagrass>(1ULL << 30, "test");
-        frame = std::make_unique<GLRenderContext>(*context, seagrass,
-                                                  Keel::WeakPtr<VRenderInterruptor>(),
-                                                  Keel::StrongPtr<VRenderPrecision>(), 1 << 30);
-        frame->pool = Keel::make<ValuePool>();
+        seagrass = makeSeagrass();
+        frame = makeRenderContext(*context, seagrass);
         frame->setTargets({picture.get()});
         dots = DotsPtr(new Dots("dots"));
         objects.insert(0, dots);
@@ -139,12 +137,7 @@ protected:
     void TearDown() override {
         VActionNotifier::clear();
         dots = {};
-        frame.reset();
-        if (context) {
-            const Keel::WeakPtr<Seagrass> remains(seagrass);
-            seagrass = {};
-            EXPECT_TRUE(Seagrass::drain(remains));
-        }
+        if (context) endRenderContext(frame, seagrass);
         BasinTestInProfile::TearDown();
     }
 
