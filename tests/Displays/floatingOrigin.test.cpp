@@ -1,5 +1,6 @@
 // Places in pictures against what long double gives, for data anywhere and cameras at any distance.
 
+#include "../PolypiaGL/exactView.hpp"
 #include "../keel/thisProgram.hpp"
 #include "displayPictures.hpp"
 
@@ -13,7 +14,6 @@
 #include <cmath>
 #include <cstdio>
 #include <map>
-#include <numbers>
 #include <string>
 #include <utility>
 
@@ -53,36 +53,27 @@ protected:
 
     /// Looks at a point from a distance, not along an axis of the world.
     void lookAt(const point& centre, double distance, const vector& aside = {}) {
-        Eye eye;
-        eye.camera.position = centre + towardsEye * distance + aside;
-        eye.camera.lookAt = centre + aside;
-        eye.camera.up = {0.1, 0.2, 1.0};
-        eye.camera.fieldOfView = 60.0;
-        eye.near = 0.01 * distance;
-        eye.far = 100.0 * distance;
-        context->setEyes({eye});
+        Eye next;
+        next.camera.position = centre + towardsEye * distance + aside;
+        next.camera.lookAt = centre + aside;
+        next.camera.up = worldUp;
+        next.camera.fieldOfView = 60.0;
+        next.near = 0.01 * distance;
+        next.far = 100.0 * distance;
+        setEye(next);
     }
-    /// The view's axes: 0 to the right, 1 up.
-    vector axis(std::size_t row) const {
-        const View::Matrix& m = context->CurrentView(0, 0).untranslatedModelView;
-        return {m[row], m[4 + row], m[8 + row]};
+    void setEye(const Eye& next) {
+        eye = next;
+        view = GLTest::ExactView(eye, pixels, pixels);
+        context->setEyes({eye});
     }
     /// Where a point is in the picture, in pixels from its lower left corner.
     Place projected(const point& p) const {
-        const View& view = context->CurrentView(0, 0);
-        std::array<long double, 3> eye{};
-        for (std::size_t row = 0; row < 3; ++row) {
-            for (std::size_t column = 0; column < 3; ++column) {
-                const long double offset = static_cast<long double>(p[column]) -
-                                           static_cast<long double>(view.camera.position[column]);
-                eye[row] += view.untranslatedModelView[4 * column + row] * offset;
-            }
-        }
-        const auto half = static_cast<long double>(pixels) / 2.0L;
-        const long double scale = half * view.near / view.right / -eye[2];
-        return {static_cast<double>(half + eye[0] * scale),
-                static_cast<double>(half + eye[1] * scale)};
+        const GLTest::ExactView::Place place = view.placeOf(p);
+        return {static_cast<double>(place.x), static_cast<double>(place.y)};
     }
+    /// How wide a pixel is at a depth, in units of the world.
+    double pixelAt(double depth) const { return static_cast<double>(view.pixelAt(depth)); }
     static Place middleOf(const std::vector<Place>& places) {
         Place sum;
         for (const Place& place : places) sum = {sum.x + place.x, sum.y + place.y};
@@ -94,7 +85,7 @@ protected:
     void flyTo(const Object& object, const point& centre, double distance) {
         lookAt(centre, distance);
         const double threshold = originThreshold(*context, 0, 0.8 * distance);
-        lookAt(centre, distance, axis(0) * (0.95 * threshold));
+        lookAt(centre, distance, across * (0.95 * threshold));
         drawn(object);
         lookAt(centre, distance);
     }
@@ -160,12 +151,15 @@ protected:
         return add<TriangleSurface>(mesh(corners, triangles));
     }
 
-    static inline const vector towardsEye = [] {
-        const vector v{0.48, -0.6, 0.64};
-        return v * (1.0 / norm(v));
-    }();
+    static inline const vector towardsEye = normalised(vector{0.48, -0.6, 0.64});
+    static inline const vector worldUp{0.1, 0.2, 1.0};
+    // Both across the view of who looks along towardsEye.
+    static inline const vector across = normalised(cross(-towardsEye, worldUp));
+    static inline const vector upright = cross(across, -towardsEye);
 
     std::unique_ptr<GLFramebuffer> target;
+    Eye eye;
+    GLTest::ExactView view{eye, pixels, pixels};
     ObjectSelection selection;
     std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{4} * pixels * pixels);
 };
@@ -192,7 +186,7 @@ constexpr double tenthOfAPixel = 0.1;
 TEST_P(FloatingOriginAt, PointsLinesAndSurfacesAreWithinATenthOfAPixel) {
     for (const double distance : {10.0, 1.0, 0.01}) {
         lookAt(centre(), distance);
-        const vector right = axis(0) * distance, up = axis(1) * distance;
+        const vector right = across * distance, up = upright * distance;
         const point mark = centre() + right * 0.2 - up * 0.1;
         const point a = centre() - right * 0.3 - up * 0.2, b = centre() + right * 0.2 + up * 0.3;
         const point c = centre() + right * 0.3 - up * 0.3;
@@ -224,11 +218,11 @@ TEST_P(FloatingOriginAt, PointsLinesAndSurfacesAreWithinATenthOfAPixel) {
 TEST_P(FloatingOriginAt, ClippingPlanesCutWithinATenthOfAPixel) {
     for (const double distance : {10.0, 1.0, 0.01}) {
         lookAt(centre(), distance);
-        const vector right = axis(0) * distance, up = axis(1) * distance;
+        const vector right = across * distance, up = upright * distance;
         const point left = centre() - right * 0.3, far = centre() + right * 0.3;
         const auto square = surfaceOf(
             {left - up * 0.3, far - up * 0.3, far + up * 0.3, left + up * 0.3}, {0, 1, 2, 0, 2, 3});
-        const vector normal = axis(0);
+        const vector normal = across;
         const double planeDistance = dot(normal, centre() - point());
         square->clippingPlanes().clip0.set({}, {normal, planeDistance});
         // Where the plane is in doubles, which is not quite at the centre.
@@ -245,7 +239,7 @@ TEST_P(FloatingOriginAt, ClippingPlanesCutWithinATenthOfAPixel) {
 TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
     for (const double distance : {10.0, 1.0, 0.01}) {
         lookAt(centre(), distance);
-        const vector right = axis(0) * distance, up = axis(1) * distance;
+        const vector right = across * distance, up = upright * distance;
         // Inclined, so that each pixel has a depth of its own.
         const vector back = towardsEye * (0.3 * distance);
         const auto surface =
@@ -257,7 +251,7 @@ TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
         const int x = 150, y = 101;
         const auto place = context->pickPlace(selection, x, y, 0, 0);
         ASSERT_TRUE(place);
-        const double pixel = distance / (pixels / 2.0 / std::tan(30.0 * 3.14159265 / 180.0));
+        const double pixel = pixelAt(distance);
         // Places can't be told finer than that.
         const double step = std::nextafter(GetParam(), 1e300) - GetParam();
         const Place there = projected(*place);
@@ -358,9 +352,7 @@ protected:
         const int x = static_cast<int>(aim.x), y = static_cast<int>(aim.y);
         const auto place = context->pickPlace(selection, x, y, 0, 0);
         if (!place) return notThere;
-        const VCamera& camera = context->CurrentView(0, 0).camera;
-        const double pixel = norm(camera.lookAt - camera.position) * 2.0 *
-                             std::tan(camera.fieldOfView / 360.0 * std::numbers::pi) / pixels;
+        const double pixel = pixelAt(norm(eye.camera.lookAt - eye.camera.position));
         const vector normal = cross(slopes[1] - slopes[0], slopes[3] - slopes[0]);
         const double aside = lengthOf(projected(*place) - Place{x + 0.5, y + 0.5});
         const double above = std::abs(dot(normalised(normal), *place - slopes[1])) / pixel;
@@ -380,10 +372,6 @@ protected:
     }
 
     static constexpr double notThere = 1e9;
-    // Both across the view of who looks along towardsEye.
-    static inline const vector across = normalised(cross(-towardsEye, vector{0.1, 0.2, 1.0}));
-    static inline const vector upright = cross(across, -towardsEye);
-
     double sizeOfAll = 0.0;
     std::vector<point> ends, corners, cutSides, slopes;
     vector planeNormal;
@@ -428,7 +416,7 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
 /// The globe as it is drawn, next to one of its triangles.
 class GlobeGround : public FloatingOrigin {
 protected:
-    using Numbers = std::array<long double, 3>;
+    using Numbers = GLTest::ExactView::Numbers;
     struct Triangle {
         std::array<point, 3> corners;
         point middle() const {
@@ -482,30 +470,26 @@ protected:
     void lookAlong(const Triangle& ground, double height) {
         const vector up = ground.normal();
         const vector ahead = normalised(ground.corners[0] - ground.corners[1]);
-        Eye eye;
-        eye.camera.position = ground.middle() + up * height;
-        eye.camera.lookAt = eye.camera.position + (ahead - up * 0.1) * (10.0 * height);
-        eye.camera.up = up + cross(ahead, up) * 0.3;
-        eye.camera.fieldOfView = 60.0;
-        eye.near = 0.1 * height;
-        eye.far = 1e7;
-        context->setEyes({eye});
+        Eye next;
+        next.camera.position = ground.middle() + up * height;
+        next.camera.lookAt = next.camera.position + (ahead - up * 0.1) * (10.0 * height);
+        next.camera.up = up + cross(ahead, up) * 0.3;
+        next.camera.fieldOfView = 60.0;
+        next.near = 0.1 * height;
+        next.far = 1e7;
+        setEye(next);
     }
     /// The same from elsewhere, as high above the ellipsoid.
     void moveTo(const point& elsewhere) {
         const auto sizeOf = [](const point& p) {
             return norm(vector{p.x, p.y, p.z / (1.0 - Skua::WGS84::flattening)});
         };
-        VCamera camera = context->CurrentView(0, 0).camera;
-        const vector ahead = camera.lookAt - camera.position;
-        const double factor = sizeOf(camera.position) / sizeOf(elsewhere);
-        Eye eye;
-        eye.near = context->CurrentView(0, 0).near;
-        eye.far = 1e7;
-        camera.position = point() + (elsewhere - point()) * factor;
-        camera.lookAt = camera.position + ahead;
-        eye.camera = camera;
-        context->setEyes({eye});
+        Eye moved = eye;
+        const point from = eye.camera.position;
+        moved.camera.position =
+            point() + (elsewhere - point()) * (sizeOf(from) / sizeOf(elsewhere));
+        moved.camera.lookAt = moved.camera.position + (eye.camera.lookAt - from);
+        setEye(moved);
     }
 
     /// In which triangle a ray from the camera through a place of the picture ends first, and how
@@ -515,31 +499,20 @@ protected:
         long double depth = 0.0L;
     };
     Hit hitAt(const Place& place, const std::vector<Triangle>& triangles) const {
-        const View& view = context->CurrentView(0, 0);
-        const long double tangent = static_cast<long double>(view.right) / view.near;
-        const auto half = static_cast<long double>(pixels) / 2.0L;
-        Numbers ray{};
-        for (std::size_t i = 0; i < 3; ++i) {
-            ray[i] = (axis(0)[i] * (place.x / half - 1.0L) + axis(1)[i] * (place.y / half - 1.0L)) *
-                         tangent -
-                     axis(2)[i];
-        }
+        const Numbers ray = view.rayThrough({place.x, place.y});
         Hit nearest;
         for (const Triangle& each : triangles) {
-            const long double depth = depthOf(each, view.camera.position, ray);
+            const long double depth = depthOf(each, view.position(), ray);
             if (depth <= 0.0L || (nearest.triangle && depth >= nearest.depth)) continue;
             nearest = {&each, depth};
         }
         return nearest;
     }
     /// Where a ray meets a triangle, in its own lengths; 0 if nowhere in front of the eye.
-    static long double depthOf(const Triangle& triangle, const point& eye, const Numbers& ray) {
+    static long double depthOf(const Triangle& triangle, const point& from, const Numbers& ray) {
         std::array<Numbers, 3> to{};
         for (std::size_t n = 0; n < 3; ++n) {
-            for (std::size_t i = 0; i < 3; ++i) {
-                to[n][i] = static_cast<long double>(triangle.corners[n][i]) -
-                           static_cast<long double>(eye[i]);
-            }
+            to[n] = GLTest::ExactView::between(from, triangle.corners[n]);
         }
         // Of the tetrahedra between the ray and the sides.
         const long double a = volume(ray, to[0], to[1]), b = volume(ray, to[1], to[2]),
@@ -549,8 +522,7 @@ protected:
         return isInside ? volume(to[0], to[1], to[2]) / (a + b + c) : 0.0L;
     }
     static long double volume(const Numbers& a, const Numbers& b, const Numbers& c) {
-        return a[0] * (b[1] * c[2] - b[2] * c[1]) + a[1] * (b[2] * c[0] - b[0] * c[2]) +
-               a[2] * (b[0] * c[1] - b[1] * c[0]);
+        return GLTest::ExactView::dot(a, GLTest::ExactView::cross(b, c));
     }
 
     /// How far up the ground reaches on a vertical line of the picture, whose lower end is on it.
@@ -592,10 +564,11 @@ TEST_F(GlobeGround, HorizonAndPickedPlacesAreRightToATenthOfAPixelNextToIt) {
         const double threshold = originThreshold(*context, 0, height);
         for (const double part : {0.95, 4.0, 12.0}) {
             // Has the origin be there, unless the object doesn't let it be so far away.
-            const point place = context->CurrentView(0, 0).camera.position;
+            const point place = eye.camera.position;
+            const vector right = normalised(cross(eye.camera.lookAt - place, eye.camera.up));
             moveTo({-place.y, place.x, place.z});
             draw({globe});
-            moveTo(place + axis(0) * (part * threshold));
+            moveTo(place + right * (part * threshold));
             draw({globe});
             lookAlong(ground, height);
             draw({globe});
@@ -610,8 +583,7 @@ TEST_F(GlobeGround, HorizonAndPickedPlacesAreRightToATenthOfAPixelNextToIt) {
                 const Hit hit = hitAt({x + 0.5, y + 0.5}, triangles);
                 const auto picked = context->pickPlace(selection, x, y, 0, 0);
                 ASSERT_TRUE(picked && hit.triangle) << height << " " << x;
-                const auto depth = static_cast<double>(hit.depth);
-                const double pixel = depth * 2.0 * std::tan(std::numbers::pi / 6.0) / pixels;
+                const double pixel = pixelAt(static_cast<double>(hit.depth));
                 const vector fromGround = *picked - hit.triangle->middle();
                 EXPECT_LT(lengthOf(projected(*picked) - Place{x + 0.5, y + 0.5}), tenthOfAPixel);
                 EXPECT_LT(std::abs(dot(hit.triangle->normal(), fromGround)), tenthOfAPixel * pixel)

@@ -3,17 +3,16 @@
 
 #include <Polypia/FloatOrigin.hpp>
 
+#include "exactView.hpp"
 #include "glRenderFixture.hpp"
 #include "quad.hpp"
 
 #include <Polypia/RenderAble.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <map>
 #include <memory>
-#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,41 +29,7 @@ constexpr int pixels = 256; // of each side of the pictures
 constexpr double fieldOfViewDegrees = 60.0;
 constexpr double tenthOfAPixel = 0.1;
 
-/// In pixels from the lower left corner of the picture.
-struct Place {
-    long double x = 0.0L, y = 0.0L;
-};
-
-/// Where that camera sees a point; the whole chain in long double.
-Place placeOf(const point& p, const VCamera& camera) {
-    using Numbers = std::array<long double, 3>;
-    const auto between = [](const point& from, const point& to) {
-        Numbers difference{};
-        for (std::size_t i = 0; i < 3; ++i) {
-            difference[i] = static_cast<long double>(to[i]) - static_cast<long double>(from[i]);
-        }
-        return difference;
-    };
-    const auto product = [](const Numbers& a, const Numbers& b) {
-        return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-    };
-    const auto across = [&](const Numbers& a, const Numbers& b) {
-        Numbers c{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-        const long double length = std::sqrt(product(c, c));
-        for (long double& each : c) each /= length;
-        return c;
-    };
-    const Numbers forwards = between(camera.position, camera.lookAt);
-    const Numbers right = across(forwards, {camera.up.x, camera.up.y, camera.up.z});
-    const Numbers up = across(right, forwards);
-    const Numbers way = between(camera.position, p);
-    const long double deep = product(way, forwards) / std::sqrt(product(forwards, forwards));
-    const long double half = pixels / 2.0L;
-    const long double scale =
-        half / std::tan(fieldOfViewDegrees / 2.0L * std::numbers::pi_v<long double> / 180.0L) /
-        deep;
-    return {half + product(way, right) * scale, half + product(way, up) * scale};
-}
+using Place = ExactView::Place;
 
 /// Draws points, each as one pixel whose colour tells where in the picture it is: red and green
 /// the pixel, from the left and from below, blue and alpha the part of it. Behind them comes one
@@ -184,7 +149,6 @@ struct Window {
 
     const VCamera& camera() const { return context->CurrentView(0, 0).camera; }
     void lookFrom(const point& place, const point& lookAt) {
-        GLRenderContext::Eye eye;
         eye.camera.position = place;
         eye.camera.lookAt = lookAt;
         eye.camera.up = {0.1, 0.2, 1.0};
@@ -203,6 +167,7 @@ struct Window {
         for (const auto& failure : context->failures()) ADD_FAILURE() << failure.report;
         target->readColors(bytes);
     }
+    Place placeOf(const point& p) const { return ExactView(eye, pixels, pixels).placeOf(p); }
     /// How far from there the point is that is shown where a point is expected.
     double offOf(const Place& expected) const {
         double least = 1e9;
@@ -229,6 +194,7 @@ public:
     Keel::StrongPtr<Seagrass> seagrass;
     std::unique_ptr<GLRenderContext> context;
     std::unique_ptr<GLFramebuffer> target;
+    GLRenderContext::Eye eye;
     std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{4} * pixels * pixels);
 };
 using WindowPtr = std::unique_ptr<Window>;
@@ -272,7 +238,7 @@ protected:
     };
     static Found compare(const Window& window, const std::vector<point>& points) {
         std::vector<Place> places;
-        for (const point& p : points) places.push_back(placeOf(p, window.camera()));
+        for (const point& p : points) places.push_back(window.placeOf(p));
         const auto isAlone = [&](const Place& place) {
             const auto isNear = [&](const Place& other) {
                 return std::abs(other.x - place.x) < 2.0L && std::abs(other.y - place.y) < 2.0L;
@@ -329,7 +295,7 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
             EXPECT_LT(found.worst, tenthOfAPixel) << distance << " " << aside;
             EXPECT_GE(found.number, 12) << distance << " " << aside;
             if (distance > 100) continue;
-            const double off = window->offOf(placeOf(value, window->camera()));
+            const double off = window->offOf(window->placeOf(value));
             EXPECT_LT(off, tenthOfAPixel) << "value " << aside;
         }
         EXPECT_EQ(uploads, 3);
