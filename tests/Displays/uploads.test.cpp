@@ -1,5 +1,6 @@
 // What display objects bring to a driver in each frame, and what becomes of it without memory.
 
+#include "../PolypiaGL/toldPlaces.hpp"
 #include "displayPictures.hpp"
 
 #include <Displays/displayData.hpp>
@@ -260,6 +261,168 @@ TEST_F(DisplayPictures, FlightWithinLargeObjectsShowsEachOfThemWholeAndWithOneOr
     EXPECT_GE(uploadedBytes, (flying + static_cast<int>(number * Wall::pieces)) * Wall::pieceBytes);
     walls.clear();
     context->setTargets(std::vector<const GLFramebuffer*>());
+}
+
+/// Points in a level of the world, in pieces, each of which has some at each scale from a metre to
+/// the size of the earth. They tell where in the picture they are.
+class Marks : public DisplayObject {
+public:
+    static constexpr std::size_t pieces = 10, points = 200; ///< of a piece
+    static constexpr long long pieceBytes = points * sizeof(FloatPoint);
+
+    Marks(const std::string& marksName, const point& middle, std::size_t number)
+        : VObject(marksName, 0, {}), DisplayObject(marksName) {
+        for (std::size_t piece = 0; piece < pieces; ++piece) {
+            for (double scale = 0.5; scale < 1e7; scale *= 4.0) {
+                const double angle = 0.7 * static_cast<double>(_marks.size()) + 0.3 * scale;
+                const double far = scale * (1.0 + 0.3 * static_cast<double>(piece + number));
+                _marks.push_back(middle + vector{std::cos(angle), std::sin(angle), 0.0} * far);
+            }
+        }
+    }
+
+    std::string shaderStem() const override { return "marks"; }
+    const std::vector<point>& marks() const { return _marks; }
+    int origins() const { return _origins; }
+
+protected:
+    class KnownContent : public Content {
+    public:
+        using Content::Content;
+        std::size_t leastBytes(std::size_t) const override { return pieceBytes; }
+    };
+    ContentPtr read(const ValuePoolPtr&, const ContentPtr& present) const override {
+        if (present) return present;
+        Skua::BoundingBox box(_marks.front(), _marks.front());
+        for (const point& mark : _marks) {
+            for (std::size_t i = 0; i < 3; ++i) {
+                box.min[i] = std::min(box.min[i], mark[i]);
+                box.max[i] = std::max(box.max[i], mark[i]);
+            }
+        }
+        return std::make_shared<const KnownContent>(box, pieces);
+    }
+    Stages stages(Form, const Content&) const override {
+        static const std::string vertex =
+            std::string("in vec3 Coordinates;\nflat out vec2 place;\n") +
+            GLTest::ToldPlaces::functionOfVertices +
+            "void main() {\n"
+            "    zelk_setViewID();\n"
+            "    gl_Position = zelk_transform_vertex_WorldToScreen(\n"
+            "        mkRelativeVertex(vec4(Coordinates, 1.0)));\n"
+            "    gl_PointSize = 1.0;\n"
+            "    place = toldPlace(gl_Position);\n"
+            "}\n";
+        static const std::string fragment = std::string("flat in vec2 place;\nout vec4 color;\n") +
+                                            GLTest::ToldPlaces::functionOfFragments +
+                                            "void main() { color = toldColor(place); }\n";
+        return {vertex, fragment};
+    }
+    Drawing fill(Polyp& polyp, VRenderContext& context, RenderBasin::Program&, const Content&,
+                 const point& origin, std::size_t piece, Form) const override {
+        if (piece == 0) ++_origins;
+        const std::size_t number = _marks.size() / pieces, first = number * piece;
+        // The rest is where the last one is.
+        std::vector<FloatPoint> relative(points, relativeTo(origin, _marks[first]));
+        for (std::size_t i = 0; i < number; ++i) {
+            relative[i] = relativeTo(origin, _marks[first + i]);
+        }
+        const auto coordinates =
+            polyp.insert(context.createCoordinates(shortLived(std::move(relative)), "Coordinates"));
+        return {polyp.insert(coordinates->createPainter(RenderNamespace::Points)), {}};
+    }
+
+private:
+    std::vector<point> _marks;
+    mutable int _origins = 0;
+};
+
+/// The middle of the world is so far away, along no axis.
+class FlightWithLittleAllowance : public DisplayPictures,
+                                  public testing::WithParamInterface<double> {
+protected:
+    using MarksPtr = Keel::StrongPtr<Marks, VManagedObjectBase>;
+    using Told = GLTest::ToldPlaces;
+
+    void SetUp() override {
+        memory = {};
+        DisplayPictures::SetUp();
+        if (!glContext) return;
+        target = std::make_unique<GLFramebuffer>(*glContext, Told::pixels, Told::pixels, 1);
+        context->setTargets({target.get()});
+    }
+    void TearDown() override {
+        all.clear();
+        endContext();
+        target.reset();
+        DisplayPictures::TearDown();
+    }
+
+    void addMarks() {
+        all.emplace_back(new Marks("marks", middle, all.size()));
+        objects.push_back(all.back());
+    }
+    Eye eyeAbove(double height) const {
+        Eye eye;
+        eye.camera.position = middle + normalised(vector{0.48, -0.6, 0.64}) * height;
+        eye.camera.lookAt = middle;
+        eye.camera.up = {0.1, 0.2, 1.0};
+        eye.camera.fieldOfView = 60.0;
+        eye.near = 0.01 * height;
+        eye.far = 100.0 * height;
+        return eye;
+    }
+    /// A frame, and how far off marks are in it.
+    Told::Found frame(const Eye& eye, long long allowance) {
+        context->renderAllowance = allowance;
+        memory.uploadedBytes = 0;
+        Told::clear(*target);
+        drawObjects({eye});
+        EXPECT_LE(memory.uploadedBytes, allowance);
+        shown.read(*target);
+        const GLTest::ExactView view(eye, Told::pixels, Told::pixels);
+        std::vector<Told::Place> places;
+        for (const MarksPtr& each : all) {
+            for (const point& mark : each->marks()) places.push_back(view.placeOf(mark));
+        }
+        return shown.compare(places);
+    }
+
+    const point middle =
+        point() + vector{0.7, -0.5, 0.509902} * GetParam() + vector{0.125, 0.25, -0.5};
+    std::vector<MarksPtr> all;
+    std::unique_ptr<GLFramebuffer> target;
+    Told shown;
+};
+
+INSTANTIATE_TEST_SUITE_P(Offsets, FlightWithLittleAllowance, testing::Values(6.4e6, 1e12),
+                         [](const testing::TestParamInfo<double>& offset) {
+                             return "E" + std::to_string(std::lround(std::log10(offset.param)));
+                         });
+
+TEST_P(FlightWithLittleAllowance, FromOrbitToTheGroundAndAwayNothingTrembles) {
+// The camera comes five times as near while all are exchanged, one after the other.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr std::size_t number = 1; // as a frame takes ten times as long
+    constexpr int frames = 200;
+#else
+    constexpr std::size_t number = 5;
+    constexpr int frames = 1000;
+#endif
+    while (all.size() < number) addMarks();
+    const double highest = 2e7, lowest = 1.0;
+    double worst = 0.0;
+    for (int i = 0; i < frames; ++i) {
+        const double down = 1.0 - std::abs(2.0 * i / (frames - 1.0) - 1.0);
+        // Of one object a tenth, with what all have of the views.
+        const long long allowance = i == 0 ? 1LL << 30 : Marks::pieceBytes + 688;
+        const Told::Found found =
+            frame(eyeAbove(highest * std::pow(lowest / highest, down)), allowance);
+        worst = std::max(worst, found.worst);
+        EXPECT_GE(found.number, 4) << i;
+    }
+    EXPECT_LT(worst, 0.1);
+    for (const MarksPtr& each : all) EXPECT_GE(each->origins(), 3) << "it follows";
 }
 
 } // namespace

@@ -3,9 +3,9 @@
 
 #include <Polypia/FloatOrigin.hpp>
 
-#include "exactView.hpp"
 #include "glRenderFixture.hpp"
 #include "quad.hpp"
+#include "toldPlaces.hpp"
 
 #include <Polypia/RenderAble.hpp>
 
@@ -25,15 +25,14 @@ namespace {
 using point = Skua::PhysicalSpace::point;
 using vector = Skua::PhysicalSpace::vector;
 
-constexpr int pixels = 256; // of each side of the pictures
+constexpr int pixels = ToldPlaces::pixels;
 constexpr double fieldOfViewDegrees = 60.0;
 constexpr double tenthOfAPixel = 0.1;
 
 using Place = ExactView::Place;
 
-/// Draws points, each as one pixel whose colour tells where in the picture it is: red and green
-/// the pixel, from the left and from below, blue and alpha the part of it. Behind them comes one
-/// that is no vertex, but a value of its program.
+/// Draws points that tell where they are. Behind them comes one that is no vertex, but a value of
+/// its program.
 class ToldPoints : public RenderAble, public FloatOrigin {
 public:
     /// What comes first when a frame is told of its origin: both ways draw the same.
@@ -102,30 +101,28 @@ private:
     }
     RenderBasin::ProgramPtr compile(VRenderContext& context) const {
         const std::string views = context.defineMultiView(context.EyeViews.size(), true, 0);
-        const RenderBasin::ProgramPtr program =
-            context.createProgram("#version 330\n#define VERTEX_SHADER 1\n" + views + R"(
+        const RenderBasin::ProgramPtr program = context.createProgram(
+            "#version 330\n#define VERTEX_SHADER 1\n" + views + ToldPlaces::functionOfVertices + R"(
 in vec3 Coordinates;
 uniform vec3 Value;
 uniform int ValueVertex;
-uniform float Pixels;
 flat out vec2 place;
 void main() {
     zelk_setViewID();
     vec3 shown = gl_VertexID == ValueVertex ? Value : Coordinates;
     gl_Position = multiview_transform(mkRelativeVertex(vec4(shown, 1.0)));
-    place = (0.5 * gl_Position.xy / gl_Position.w + 0.5) * Pixels;
+    place = toldPlace(gl_Position);
 }
 )",
-                                  R"(#version 330
+            std::string("#version 330\n") + ToldPlaces::functionOfFragments + R"(
 flat in vec2 place;
 out vec4 color;
-void main() { color = vec4(floor(place) / 255.0, fract(place)); }
+void main() { color = toldColor(place); }
 )",
-                                  "points.vert", "points.frag", 1, 1, {}, {});
+            "points.vert", "points.frag", 1, 1, {}, {});
         // Once and for all: where the origin is then is the matter of setAllProgramVariables().
         (*program)["Value"] = _value;
         (*program)["ValueVertex"] = static_cast<int>(_points->numberOfElements()) - 1;
-        (*program)["Pixels"] = static_cast<float>(pixels);
         return program;
     }
 
@@ -159,43 +156,21 @@ struct Window {
         context->setEyes({eye});
     }
     void draw(const ToldPointsPtr& object) {
-        target->clear({1, 1, 1, 1});
+        ToldPlaces::clear(*target);
         ObjectSelection objects;
         objects.insert(0, object);
         double seconds = 0;
         context->renderObjects(objects, seconds, 0, 0);
         for (const auto& failure : context->failures()) ADD_FAILURE() << failure.report;
-        target->readColors(bytes);
+        places.read(*target);
     }
     Place placeOf(const point& p) const { return ExactView(eye, pixels, pixels).placeOf(p); }
-    /// How far from there the point is that is shown where a point is expected.
-    double offOf(const Place& expected) const {
-        double least = 1e9;
-        for (const double x : {-tenthOfAPixel, tenthOfAPixel}) {
-            for (const double y : {-tenthOfAPixel, tenthOfAPixel}) {
-                const Place shown =
-                    shownAt(static_cast<int>(std::floor(static_cast<double>(expected.x) + x)),
-                            static_cast<int>(std::floor(static_cast<double>(expected.y) + y)));
-                least = std::min(least, static_cast<double>(std::hypot(shown.x - expected.x,
-                                                                       shown.y - expected.y)));
-            }
-        }
-        return least;
-    }
 
-private:
-    Place shownAt(int x, int y) const {
-        const auto first = static_cast<std::size_t>(y * pixels + x) * 4;
-        return {bytes[first] + bytes[first + 2] / 255.0L,
-                bytes[first + 1] + bytes[first + 3] / 255.0L};
-    }
-
-public:
     Keel::StrongPtr<Seagrass> seagrass;
     std::unique_ptr<GLRenderContext> context;
     std::unique_ptr<GLFramebuffer> target;
     GLRenderContext::Eye eye;
-    std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{4} * pixels * pixels);
+    ToldPlaces places;
 };
 using WindowPtr = std::unique_ptr<Window>;
 
@@ -231,29 +206,10 @@ protected:
         window.lookFrom(centre + towardsEye() * distance + moved, centre + moved);
     }
 
-    /// How far off points are that are alone in their place, and how many of them there are.
-    struct Found {
-        double worst = 0.0;
-        int number = 0;
-    };
-    static Found compare(const Window& window, const std::vector<point>& points) {
+    static ToldPlaces::Found compare(const Window& window, const std::vector<point>& points) {
         std::vector<Place> places;
         for (const point& p : points) places.push_back(window.placeOf(p));
-        const auto isAlone = [&](const Place& place) {
-            const auto isNear = [&](const Place& other) {
-                return std::abs(other.x - place.x) < 2.0L && std::abs(other.y - place.y) < 2.0L;
-            };
-            return std::count_if(places.begin(), places.end(), isNear) == 1;
-        };
-        Found found;
-        for (const Place& place : places) {
-            const bool isInside =
-                std::min(place.x, place.y) > 1.0L && std::max(place.x, place.y) < pixels - 1.0L;
-            if (!isInside || !isAlone(place)) continue;
-            found.worst = std::max(found.worst, window.offOf(place));
-            ++found.number;
-        }
-        return found;
+        return window.places.compare(places);
     }
 };
 
@@ -291,11 +247,11 @@ TEST_P(ToldOriginAt, PointsAndAPointOfTheProgramAreRightBeforeAndBehindEachJump)
             window->draw(object);
             EXPECT_EQ(object->uploads(*window->context), uploads) << distance;
             EXPECT_EQ(object->shift(*window->context), origin) << distance;
-            const Found found = compare(*window, shown);
+            const auto found = compare(*window, shown);
             EXPECT_LT(found.worst, tenthOfAPixel) << distance << " " << aside;
             EXPECT_GE(found.number, 12) << distance << " " << aside;
             if (distance > 100) continue;
-            const double off = window->offOf(window->placeOf(value));
+            const double off = window->places.offOf(window->placeOf(value));
             EXPECT_LT(off, tenthOfAPixel) << "value " << aside;
         }
         EXPECT_EQ(uploads, 3);
@@ -319,7 +275,7 @@ protected:
         for (int round = 0; round < rounds; ++round) {
             for (Window* const window : {near.get(), far.get()}) {
                 window->draw(object);
-                const Found found = compare(*window, points);
+                const auto found = compare(*window, points);
                 EXPECT_LT(found.worst, tenthOfAPixel) << round;
                 EXPECT_GE(found.number, 42) << round;
                 EXPECT_EQ(point() + object->shift(*window->context), window->camera().position);
