@@ -15,9 +15,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 using namespace Pictures;
 
@@ -45,12 +47,28 @@ protected:
         if (!glContext) return;
         glContext->setDepths(GLContext::Depths::Reversed);
         renewContext();
-        target = std::make_unique<GLFramebuffer>(*glContext, pixels, pixels, 4);
-        context->setTargets({target.get()});
+        drawInto({pixels, pixels});
     }
-    void TearDown() override {
-        target.reset();
-        DisplayPictures::TearDown();
+
+    /// Pictures to draw into, all of the same size. They may be a part of larger ones.
+    struct Canvas {
+        int width = 0, height = 0;
+        std::size_t eyes = 1;
+        std::optional<GLRenderContext::Part> part = {};
+        int samples = 4;
+    };
+    void drawInto(const Canvas& next) {
+        canvas = next;
+        context->setTargets(std::vector<const GLFramebuffer*>());
+        targets.clear();
+        std::vector<const GLFramebuffer*> places;
+        for (std::size_t i = 0; i < canvas.eyes; ++i) {
+            targets.push_back(std::make_unique<GLFramebuffer>(*glContext, canvas.width,
+                                                              canvas.height, canvas.samples));
+            places.push_back(targets.back().get());
+        }
+        context->setTargets(places);
+        context->showPart(canvas.part);
     }
 
     /// Looks at a point from a distance, not along an axis of the world.
@@ -64,15 +82,25 @@ protected:
         next.far = 100.0 * distance;
         setEye(next);
     }
-    void setEye(const Eye& next) {
-        eye = next;
-        view = GLTest::ExactView(eye, pixels, pixels);
-        context->setEyes({eye});
+    void setEye(const Eye& next) { setEyes({next}); }
+    void setEyes(const std::vector<Eye>& next) {
+        eyes = next;
+        context->setEyes(eyes);
+        regard(0);
+    }
+    /// From now on the picture of this eye is looked at.
+    void regard(std::size_t which) {
+        eye = eyes[which];
+        regarded = which;
+        const GLRenderContext::Part whole =
+            canvas.part.value_or(GLRenderContext::Part{0, 0, canvas.width, canvas.height});
+        view = GLTest::ExactView(eye, whole.widthPixels, whole.heightPixels);
+        lowerLeft = {static_cast<double>(whole.left), static_cast<double>(whole.bottom)};
     }
     /// Where a point is in the picture, in pixels from its lower left corner.
     Place projected(const point& p) const {
         const GLTest::ExactView::Place place = view.placeOf(p);
-        return {static_cast<double>(place.x), static_cast<double>(place.y)};
+        return Place{static_cast<double>(place.x), static_cast<double>(place.y)} - lowerLeft;
     }
     /// How wide a pixel is at a depth, in units of the world.
     double pixelAt(double depth) const { return static_cast<double>(view.pixelAt(depth)); }
@@ -93,7 +121,8 @@ protected:
     }
     /// A frame of these objects.
     void draw(const std::vector<Object>& shown) {
-        target->clear({0.0F, 0.0F, 0.0F, 0.0F}); // what is drawn is opaque
+        // What is drawn is opaque.
+        for (const auto& target : targets) target->clear({0.0F, 0.0F, 0.0F, 0.0F});
         VRequest request(context->pool);
         selection = {};
         for (const Object& object : shown) {
@@ -103,19 +132,27 @@ protected:
         double seconds = 0.0;
         result = context->renderObjects(selection, seconds, 0, 0);
         for (const auto& failure : context->failures()) ADD_FAILURE() << failure.report;
-        target->readColors(bytes);
+        pictures.clear();
+        for (const auto& target : targets) {
+            pictures.emplace_back(static_cast<std::size_t>(4 * canvas.width * canvas.height));
+            target->readColors(pictures.back());
+        }
+    }
+    /// How much of a pixel is covered, from 0 to 1.
+    double shareOf(int x, int y) const {
+        const auto i = static_cast<std::size_t>(y * canvas.width + x);
+        return pictures[regarded][4 * i + 3] / 255.0;
     }
     /// A part of the picture, in pixels; the first beyond it on the right and above.
     struct Part {
-        int left = 0, bottom = 0, right = pixels, top = pixels;
+        int left = 0, bottom = 0, right = 0, top = 0;
     };
     /// The middle of what is covered there in the last frame; not a number if that is nothing.
     Place middleOf(const Part& part) const {
         double covered = 0.0, x = 0.0, y = 0.0;
         for (int row = part.bottom; row < part.top; ++row) {
             for (int column = part.left; column < part.right; ++column) {
-                const auto i = static_cast<std::size_t>(row * pixels + column);
-                const double share = bytes[4 * i + 3] / 255.0;
+                const double share = shareOf(column, row);
                 covered += share;
                 x += share * (column + 0.5);
                 y += share * (row + 0.5);
@@ -125,7 +162,7 @@ protected:
     }
     Place drawn(const Object& object) {
         draw({object});
-        return middleOf(Part{});
+        return middleOf({0, 0, canvas.width, canvas.height});
     }
     /// How far a plane is from a point, along its normal of length 1, as its distance in doubles
     /// has it.
@@ -159,11 +196,15 @@ protected:
     static inline const vector across = normalised(cross(-towardsEye, worldUp));
     static inline const vector upright = cross(across, -towardsEye);
 
-    std::unique_ptr<GLFramebuffer> target;
+    Canvas canvas;
+    std::vector<Eye> eyes;
+    ObjectSelection selection;
+    std::vector<std::vector<std::uint8_t>> pictures;
+    // Of the eye whose picture is looked at.
+    std::size_t regarded = 0;
     Eye eye;
     GLTest::ExactView view{eye, pixels, pixels};
-    ObjectSelection selection;
-    std::vector<std::uint8_t> bytes = std::vector<std::uint8_t>(std::size_t{4} * pixels * pixels);
+    Place lowerLeft; // of what is shown of the whole
 };
 
 constexpr double tenthOfAPixel = 0.1;
@@ -296,7 +337,7 @@ TEST_P(FloatingOriginAt, PickedPlaceIsThatOfTheSurface) {
 
 /// A point, a line, a triangle, a square that is cut, and a slope to be picked, each in a part of
 /// its own round the centre, and of a size that can be seen.
-class Flight : public FloatingOriginAt {
+class Scene : public FloatingOriginAt {
 protected:
     void SetUp() override {
         FloatingOriginAt::SetUp();
@@ -342,9 +383,9 @@ protected:
                   low + x * 0.3 + y * 0.3 - back * 0.3, low - x * 0.3 + y * 0.3};
         slope->surface().set({}, mesh(slopes, {0, 1, 2, 0, 2, 3}));
     }
-    /// How far off all that is drawn is in a frame, in pixels.
-    std::map<std::string, double> offs() {
-        draw({mark, line, triangle, square, slope});
+    void drawAll() { draw({mark, line, triangle, square, slope}); }
+    /// How far off all that is drawn is, in pixels.
+    std::map<std::string, double> offs() const {
         std::map<std::string, double> all;
         const auto compare = [&](const char* what, const std::vector<Place>& outline,
                                  const Place& exact, int beyond) {
@@ -372,7 +413,7 @@ protected:
         return all;
     }
     /// The same of a place that is picked.
-    double offOfPick() {
+    double offOfPick() const {
         const point middle = slopes[1] + (slopes[3] - slopes[1]) * 0.5;
         const Place aim = projected(middle);
         const int x = static_cast<int>(aim.x), y = static_cast<int>(aim.y);
@@ -384,15 +425,15 @@ protected:
         const double above = std::abs(dot(normalised(normal), *place - slopes[1])) / pixel;
         return std::max(aside, above) - stepOfDoubles() / pixel;
     }
-    static Part partOf(const std::vector<Place>& outline, int beyond) {
-        Part part{pixels, pixels, 0, 0};
+    Part partOf(const std::vector<Place>& outline, int beyond) const {
+        Part part{canvas.width, canvas.height, 0, 0};
         for (const Place& place : outline) {
             const int x = static_cast<int>(place.x), y = static_cast<int>(place.y);
             part = {std::min(part.left, x - beyond), std::min(part.bottom, y - beyond),
                     std::max(part.right, x + beyond + 1), std::max(part.top, y + beyond + 1)};
         }
-        return {std::max(part.left, 0), std::max(part.bottom, 0), std::min(part.right, pixels),
-                std::min(part.top, pixels)};
+        return {std::max(part.left, 0), std::max(part.bottom, 0),
+                std::min(part.right, canvas.width), std::min(part.top, canvas.height)};
     }
 
     double sizeOfAll = 0.0;
@@ -417,6 +458,8 @@ int flightFrames() {
     return chosen ? std::atoi(chosen) : usualFrames;
 }
 
+class Flight : public Scene {};
+
 INSTANTIATE_TEST_SUITE_P(Offsets, Flight, testing::Values(0.0, 1e3, 6.4e6, 1e9, 1e12),
                          nameOfOffset);
 
@@ -430,6 +473,7 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
         const double height = highest * std::pow(lowest / highest, down);
         lookAt(centre(), height, vector{0.1, 0.05, 0.0} * (height * std::sin(0.05 * frame)));
         setSize(0.4 * std::pow(10.0, std::floor(4.0 * std::log10(height)) / 4.0));
+        drawAll();
         std::map<std::string, double> all = offs();
         if (frame % framesOfPick == 0) all["picked place"] = offOfPick();
         for (const auto& [what, off] : all) {
@@ -440,6 +484,96 @@ TEST_P(Flight, FromOrbitToTheGroundAndAwayNothingTrembles) {
     }
     ASSERT_EQ(worst.size(), 5U);
     for (const auto& [what, off] : worst) expectExact(off, what, inFlight);
+}
+
+/// What isn't seen by one eye, straight ahead, in a square picture.
+class OtherViews : public Scene {
+protected:
+    /// All that is drawn in the pictures of these eyes, which look at the centre from a distance;
+    /// with an origin that is as far away as it may be.
+    void expectExactThrough(std::vector<Eye> lenses, double distance, const std::string& how) {
+        for (Eye& lens : lenses) {
+            lens.camera.position = centre() + towardsEye * distance;
+            lens.camera.lookAt = centre();
+            lens.camera.up = worldUp;
+            lens.near = 0.01 * distance;
+            lens.far = 100.0 * distance;
+        }
+        setEyes(lenses);
+        const double pixel = pixelAt(distance);
+        setSize(88.0 * pixel);
+        // Has the centre be in the middle of a part.
+        const Place middle{canvas.width / 2.0, canvas.height / 2.0};
+        const Place off = canvas.part ? projected(centre()) - middle : Place{};
+        const vector aside = across * (off.x * pixel) + upright * (off.y * pixel);
+        const double threshold = originThreshold(*context, 0, 0.5 * distance);
+        for (const double far : {0.95 * threshold, 0.0}) {
+            std::vector<Eye> moved = lenses;
+            for (Eye& each : moved) {
+                each.camera.position = each.camera.position + (aside + across * far);
+                each.camera.lookAt = each.camera.lookAt + (aside + across * far);
+            }
+            setEyes(moved);
+            drawAll();
+        }
+        for (std::size_t i = 0; i < lenses.size(); ++i) {
+            regard(i);
+            for (const auto& [what, each] : offs()) expectExact(each, what, how);
+        }
+        // In the picture of the first eye.
+        regard(0);
+        expectExact(offOfPick(), "picked place", how);
+    }
+    static Eye lensOf(double degrees) {
+        Eye lens;
+        lens.camera.fieldOfView = degrees;
+        return lens;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Offsets, OtherViews, testing::Values(0.0, 6.4e6, 1e12), nameOfOffset);
+
+TEST_P(OtherViews, WithoutPerspective) {
+    Eye lens = lensOf(60.0);
+    lens.orthographic = true;
+    for (const double distance : {1e6, 10.0, 1.0}) {
+        expectExactThrough({lens}, distance, "without perspective " + from(distance));
+    }
+}
+
+TEST_P(OtherViews, OfTwoEyesThatAreOffTheAxis) {
+    drawInto({pixels, pixels, 2});
+    for (const double distance : {1e6, 10.0, 1.0, 0.1}) {
+        Eye left = lensOf(60.0), right = left;
+        left.separation = -0.1;
+        right.separation = 0.1;
+        left.focus = right.focus = distance;
+        expectExactThrough({left, right}, distance, "off the axis " + from(distance));
+    }
+}
+
+TEST_P(OtherViews, ThroughALongLens) {
+    for (const double distance : {1e6, 1e4}) {
+        expectExactThrough({lensOf(0.01)}, distance, "through a long lens " + from(distance));
+    }
+}
+
+TEST_P(OtherViews, OfAPartOfALargerPicture) {
+    for (const auto& [left, bottom] : {std::pair{0, 0}, {1500, 900}, {700, 400}}) {
+        drawInto({pixels, pixels, 1, GLRenderContext::Part{left, bottom, 2000, 1200}});
+        for (const double distance : {1e6, 10.0, 1.0}) {
+            expectExactThrough({lensOf(60.0)}, distance, "in a part " + from(distance));
+        }
+    }
+}
+
+TEST_P(OtherViews, OfPicturesThatAreNotSquare) {
+    for (const auto& [width, height] : {std::pair{400, 192}, {192, 400}}) {
+        drawInto({width, height});
+        for (const double distance : {1e6, 10.0, 1.0}) {
+            expectExactThrough({lensOf(60.0)}, distance, "not square " + from(distance));
+        }
+    }
 }
 
 /// The globe as it is drawn, next to one of its triangles.
@@ -460,8 +594,7 @@ protected:
         FloatingOrigin::SetUp();
         if (!glContext) return;
         // Of one sample, which tells what is at the middle of a pixel.
-        target = std::make_unique<GLFramebuffer>(*glContext, pixels, pixels, 1);
-        context->setTargets({target.get()});
+        drawInto({pixels, pixels, 1, {}, 1});
         globe = add<GlobeDisplay>();
     }
     void TearDown() override {
@@ -566,9 +699,7 @@ protected:
     /// How far up it is drawn without a gap in a column of pixels, if there is nothing above that;
     /// else not a number.
     double drawnHorizonAt(int x) const {
-        const auto isDrawn = [&](int y) {
-            return bytes[static_cast<std::size_t>(4 * (y * pixels + x) + 3)] != 0;
-        };
+        const auto isDrawn = [&](int y) { return shareOf(x, y) > 0.0; };
         int top = 0;
         while (top < pixels && isDrawn(top)) ++top;
         for (int y = top; y < pixels; ++y) {
