@@ -1,6 +1,7 @@
 // Surfaces in the light of a scene, pixel by pixel against the formulas of the lights and of the
 // library's light models, evaluated in double precision.
 
+#include "../PolypiaGL/exactView.hpp"
 #include "displayPictures.hpp"
 
 #include <gtest/gtest-spi.h>
@@ -60,10 +61,10 @@ Numbers sidedPhong(const Numbers& diffuse, const Incoming& light, const vector& 
     return color;
 }
 
-/// What the surface answers to a light: nothing if that is behind the side that is seen.
-Numbers answer(const Material& material, Incoming light, const vector& normal,
+/// What the surface answers to a light: nothing if that is behind the side that is seen, which is 1
+/// if it is that of the normal, else -1.
+Numbers answer(const Material& material, Incoming light, const vector& normal, double side,
                const vector& towardsEye) {
-    const double side = dot(normal, towardsEye) < 0.0 ? -1.0 : 1.0;
     if (dot(light.incidence, normal * side) > 0.0) return {};
     for (double& each : light.specular) {
         each *= material.specular * sidedDotProduct(side, material.sidedness);
@@ -168,23 +169,28 @@ protected:
         eye.camera.lookAt = point() + away;
         return eye;
     }
-    /// Where a pixel shows the plane z = 0, of an eye that sees 90 degrees; far away if nowhere.
-    static point placeOf(int x, int y, const Eye& eye) {
-        const point from = eye.camera.position;
-        const vector forwards = normalised(eye.camera.lookAt - from);
-        const vector right = normalised(cross(forwards, eye.camera.up));
-        const vector ray = forwards + right * ((x + 0.5) / (size / 2) - 1.0) +
-                           cross(right, forwards) * ((y + 0.5) / (size / 2) - 1.0);
-        const double steps = -from.z / ray.z;
-        return steps > 0.0 ? from + ray * steps : point{1e9, 1e9, 0};
+    using View = GLTest::ExactView;
+
+    /// Where a pixel shows the plane z = 0; far away if nowhere.
+    static point placeOf(int x, int y, const View& view) {
+        const View::Numbers ray = view.rayThrough({x + 0.5L, y + 0.5L});
+        const double steps = static_cast<double>(-view.position().z / ray[2]);
+        const auto along = [&](std::size_t i) { return static_cast<double>(ray[i]) * steps; };
+        return steps > 0.0 ? view.position() + vector{along(0), along(1), along(2)}
+                           : point{1e9, 1e9, 0};
     }
-    /// What the surface shows at a place of the plane with that normal.
-    Numbers expectedAt(const point& place, const Eye& eye, const vector& normal,
+    using Normals = std::function<vector(const point&)>;
+    static Normals everywhere(const vector& normal) {
+        return [=](const point&) { return normal; };
+    }
+    /// What the surface shows at a place of the plane, of which that side is seen.
+    Numbers expectedAt(const point& place, const point& eye, const vector& normal,
                        const std::vector<Source>& sources) const {
+        const double side = eye.z < 0.0 ? -1.0 : 1.0;
         Numbers color{};
         for (const Source& source : sources) {
             const Numbers each =
-                answer(material, source(place), normal, normalised(eye.camera.position - place));
+                answer(material, source(place), normal, side, normalised(eye - place));
             for (std::size_t i = 0; i < 3; ++i) color[i] += each[i];
         }
         return color;
@@ -193,19 +199,20 @@ protected:
     /// whose places something jumps are not looked at.
     double greatestDifference(
         const Image& image, const Eye& eye, const std::vector<Source>& sources,
-        const vector& normal = {0, 0, 1},
+        const Normals& normals = everywhere({0, 0, 1}),
         const std::function<bool(const point&)>& isLookedAt = [](const point&) {
             return true;
         }) const {
+        const View view(eye, size, size);
         double greatest = 0.0;
         int looked = 0;
         for (int i = 0; i < size * size; ++i) {
             const int x = i % size, y = i / size;
-            const point place = placeOf(x, y, eye);
+            const point place = placeOf(x, y, view);
             const bool isOnThePlane = std::abs(place.x) < 3.9 && std::abs(place.y) < 3.9;
             if (!isOnThePlane || !isLookedAt(place)) continue;
             ++looked;
-            const Numbers expected = expectedAt(place, eye, normal, sources);
+            const Numbers expected = expectedAt(place, view.position(), normals(place), sources);
             for (std::size_t c = 0; c < 3; ++c) {
                 const double level = 255.0 * std::clamp(expected[c], 0.0, 1.0);
                 greatest = std::max(greatest, std::abs(image.at(x, y)[c] - level));
@@ -303,7 +310,7 @@ TEST_F(LightPictures, SmoothSurfaceIsLitByTheNormalsOfItsPoints) {
     addDirectional({0.7, 0.5, 0.3}, {-1, 0.5, -3});
     const Eye eye = above(3.5);
     EXPECT_LE(greatestDifference(
-                  draw(eye), eye, {directional({0.7, 0.5, 0.3}, {-1, 0.5, -3})}, normal,
+                  draw(eye), eye, {directional({0.7, 0.5, 0.3}, {-1, 0.5, -3})}, everywhere(normal),
                   [&](const point& p) { return dot(normal, eye.camera.position - p) > 0.0; }),
               2.0);
 }
@@ -388,7 +395,7 @@ TEST_F(LightPictures, SpotIsItsFormulaWithinAConeAndNothingOutside) {
         EXPECT_LE(
             greatestDifference(image, eye,
                                {spot(radiance, place, {0.5, 0.25, 0.1}, direction, cone, exponent)},
-                               {0, 0, 1}, isOffTheEdge),
+                               everywhere({0, 0, 1}), isOffTheEdge),
             2.0)
             << cone << " " << exponent;
         const bool isBlack = image.at(63, 63) == Pixel{0, 0, 0};
@@ -618,8 +625,127 @@ TEST_F(LightPictures, PlacesAreRightOnAPlanet) {
     // At the last one coordinates have steps of a ten-thousandth.
     for (const vector& away :
          {vector{}, {6.4e6 + 0.25, -5e6 + 0.5, 4e6 + 0.125}, {1e12, -1e9 + 0.5, 1e12}}) {
-        EXPECT_LE(greatestDifference(picture(away), eye, sources, {0, 0, 1}, isOffTheEdge), 2.0)
+        EXPECT_LE(
+            greatestDifference(picture(away), eye, sources, everywhere({0, 0, 1}), isOffTheEdge),
+            2.0)
             << away.x;
+    }
+}
+
+/// So far from the origin of the world, along no axis.
+class LightPicturesAt : public LightPictures, public testing::WithParamInterface<double> {
+protected:
+    vector away() const {
+        return vector{0.7, -0.5, 0.509902} * GetParam() + vector{0.25, 0.5, 0.125};
+    }
+    static bool isOnTheEdge(const point& p) {
+        const double along = dot(normalised(p - lamp), normalised(downwards));
+        return std::abs(along - std::cos(cone * std::numbers::pi / 180.0)) < 1e-3;
+    }
+
+    static constexpr double cone = 35.0, exponent = 2.0;
+    static inline const Numbers radiance{1.2, 1.0, 0.8}, fallOff{0.5, 0.25, 0.4};
+    static inline const point lamp{0.6, -0.4, 0.9};
+    static inline const vector downwards{-0.2, 0.1, -1.0};
+};
+
+INSTANTIATE_TEST_SUITE_P(Offsets, LightPicturesAt, testing::Values(0.0, 1e3, 6.4e6, 1e9, 1e12),
+                         [](const testing::TestParamInfo<double>& offset) -> std::string {
+                             if (offset.param == 0.0) return "Zero";
+                             return "E" + std::to_string(std::lround(std::log10(offset.param)));
+                         });
+
+TEST_P(LightPicturesAt, EachLightIsItsFormulaForTwoEyesOffTheAxis) {
+    const auto eyesAt = [](const vector& place) {
+        Eye left = above(2, place), right = left;
+        left.separation = -0.1;
+        right.separation = 0.1;
+        left.focus = right.focus = 1.5;
+        return std::vector<Eye>{left, right};
+    };
+    // Where the steps of coordinates don't count.
+    const std::vector<Eye> eyes = eyesAt({});
+    const Numbers dim{0.5, 0.4, 0.6};
+    const point place = lamp + away();
+    const struct {
+        const char* name;
+        std::function<void()> add;
+        Source source;
+    } kinds[] = {
+        {"ambient", [&] { addLight<AmbientLight>(dim); }, ambient(dim)},
+        {"directional",
+         [&] {
+             addDirectional(dim, {1, 2, -3});
+         },
+         directional(dim, {1, 2, -3})},
+        {"positional", [&] { addPositional(radiance, place, fallOff); },
+         positional(radiance, lamp, fallOff)},
+        {"spot",
+         [&] {
+             const auto light = addLight<SpotLight>(radiance);
+             putLight(light, place, fallOff);
+             light->direction().set({}, downwards);
+             light->cone().set({}, cone);
+             light->exponent().set({}, exponent);
+         },
+         spot(radiance, lamp, fallOff, downwards, cone, exponent)},
+        // Between the eyes.
+        {"headlight", [&] { addLight<Headlight>(dim); }, positional(dim, {0, 0, 2}, {1, 0, 0})}};
+    for (const auto& kind : kinds) {
+        objects.clear();
+        const auto plane = addPlane(away());
+        kind.add();
+        for (const bool isSmooth : {false, true}) {
+            plane->smooth().set({}, isSmooth);
+            const std::vector<Image> images = draw(eyesAt(away()));
+            for (std::size_t i = 0; i < eyes.size(); ++i) {
+                EXPECT_LE(greatestDifference(images[i], eyes[i], {kind.source},
+                                             everywhere({0, 0, 1}),
+                                             [](const point& p) { return !isOnTheEdge(p); }),
+                          2.0)
+                    << kind.name << " " << isSmooth << " " << i;
+            }
+        }
+    }
+}
+
+TEST_P(LightPicturesAt, SmoothSurfacesAnswerOnBothSidesAsTheirInputsSay) {
+    const Normals bent = [](const point& p) {
+        return normalised(vector{0.15 * p.x, -0.1 * p.y + 0.1, 1.0});
+    };
+    TriangleMesh data = squareOf(32);
+    std::vector<Normal> normals;
+    for (point& p : data.points->elements()) {
+        p = point() + (p - point()) * 4.0;
+        const vector n = bent(p);
+        normals.push_back(
+            {static_cast<float>(n.x), static_cast<float>(n.y), static_cast<float>(n.z)});
+        p = p + away();
+    }
+    data.normals = makeChunk(std::move(normals));
+    const auto plane = add<TriangleSurface>(std::move(data));
+    plane->smooth().set({}, true);
+    const Numbers below{0.1, 0.2, 0.3}, beside{0.2, 0.3, 0.2};
+    addPositional(radiance, lamp + away(), fallOff);
+    addDirectional(below, {1, 0, 3});
+    addDirectional(beside, {0.5, 1, -0.3});
+    const std::vector<Source> sources{positional(radiance, lamp, fallOff),
+                                      directional(below, {1, 0, 3}),
+                                      directional(beside, {0.5, 1, -0.3})};
+    for (const double sidedness : {0.0, 1.0, -1.0, 0.8, -0.5}) {
+        material.sidedness = sidedness;
+        show(plane, material);
+        for (const double height : {2.0, -2.0}) {
+            const Eye eye = above(height);
+            // Where light comes along the surface it begins at once.
+            const auto isLookedAt = [&](const point& p) {
+                return std::abs(dot(bent(p), normalised(vector{0.5, 1, -0.3}))) > 1e-2;
+            };
+            EXPECT_LE(
+                greatestDifference(draw(above(height, away())), eye, sources, bent, isLookedAt),
+                2.0)
+                << sidedness << " " << height;
+        }
     }
 }
 
