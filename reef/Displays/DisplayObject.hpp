@@ -54,11 +54,12 @@ public:
 ///
 /// A program that can't be compiled is reported once for each Seagrass, and drawing is false from
 /// then on: the last good picture stays, and nothing is compiled until the program is to be another
-/// one. As long as something fails wherever a pool is shown, "RenderStatus" tells of something that
-/// does, whatever was reported and mended in between. Shaders may be edited while they are drawn,
-/// see Programmable: a file that has changed is such a case, and as long as what it holds is faulty
-/// the last good program goes on, with new data as well. Where that draws all that there is,
-/// safe_render() is true, though the report stays.
+/// one, but once in a hundred drawings if it isn't the text that fails. As long as something fails
+/// wherever a pool is shown, "RenderStatus" tells of something that does, whatever was reported and
+/// mended in between. Shaders may be edited while they are drawn, see Programmable: a file that has
+/// changed is such a case, and as long as what it holds is faulty the last good program goes on,
+/// with new data as well. Where that draws all that there is, safe_render() is true, though the
+/// report stays.
 class DISPLAYS_EXPORT DisplayObject : public VRenderObject,
                                       public MultiviewRenderable,
                                       public PixelMargin {

@@ -13,6 +13,11 @@ namespace {
 /// What the painter of a piece has, so that a wave without it ends ahead of the drawing.
 constexpr Activity_t drawing = 1;
 
+/// Of a wave, which counts the tentacles of all.
+std::size_t passesOf(const Polyp& polyp) {
+    return polyp.chunkElements > 0 ? std::max<std::size_t>(polyp.chunkCount, 1) : 1;
+}
+
 /// Has a program read the views. False without a Seagrass, where the buffer is.
 bool bindViews(Polyp& polyp, RenderBasin::Program& program, VRenderContext& context) {
     const UniformBufferPtr views =
@@ -193,7 +198,8 @@ PolypPtr DisplayObject::Pieces::upload(const PolypPtr& polyp, PieceCreator& crea
                                        VRenderContext& context) const {
     if (!update(context, creator, *polyp)) return {};
     const std::size_t wanted =
-        polyp->NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey - 1, ~drawing);
+        polyp->NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey - 1, ~drawing) *
+        passesOf(*polyp);
     try {
         if (static_cast<std::size_t>(polyp->wave(~drawing)) < wanted) return {};
     } catch (...) {
@@ -217,34 +223,39 @@ bool DisplayObject::Pieces::prepare(VRenderContext& context, const Content& cont
         }
         return areThere;
     });
-    supply.isLeftOut = !hasBegun;
+    if (!hasBegun) supply.isStopped = supply.isStuck = true;
     return areAllThere;
 }
 
 bool DisplayObject::Pieces::draw(VRenderContext& context, const Content& content, std::size_t level,
                                  Supply& supply) {
-    return _generation.transform.draw(context, [&] {
-        bool areAllDrawn = true;
+    bool hasBegun = false;
+    const bool isWhole = _generation.transform.draw(context, [&] {
+        hasBegun = true;
         for (const PieceCreatorPtr& creator : _creators) {
             const PolypPtr polyp = provide(*creator, context, content, supply);
             const bool isDrawn = polyp && drawPiece(context, *creator, *polyp, level, supply);
-            areAllDrawn = areAllDrawn && isDrawn;
+            supply.isPartly = supply.isPartly || !isDrawn;
         }
-        return areAllDrawn;
+        return !supply.isPartly;
     });
+    if (!hasBegun) supply.isStopped = supply.isPartly = true;
+    return isWhole;
 }
 
 void DisplayObject::Pieces::drawPresent(VRenderContext& context, std::size_t level,
                                         Supply& supply) const {
+    bool hasBegun = false;
     _generation.transform.draw(context, [&] {
+        hasBegun = true;
         for (const PieceCreatorPtr& creator : _creators) {
-            if (!isReady(*creator)) continue;
-            if (const PolypPtr polyp = creator->getPolyp()) {
-                drawPiece(context, *creator, *polyp, level, supply);
-            }
+            const PolypPtr polyp = isReady(*creator) ? creator->getPolyp() : PolypPtr();
+            const bool isDrawn = polyp && drawPiece(context, *creator, *polyp, level, supply);
+            supply.isPartly = supply.isPartly || !isDrawn;
         }
         return true;
     });
+    supply.isPartly = supply.isPartly || !hasBegun;
 }
 
 bool DisplayObject::Pieces::update(VRenderContext& context, const PieceCreator& creator,
@@ -266,7 +277,8 @@ bool DisplayObject::Pieces::drawPiece(VRenderContext& context, const PieceCreato
         creator.setLevel(level);
         if (!update(context, creator, polyp)) return false;
         const std::size_t wanted =
-            polyp.NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey, ~Activity_t{0});
+            polyp.NumberOfTentacles(Polyp::TimerKey, Polyp::PainterKey, ~Activity_t{0}) *
+            passesOf(polyp);
         const bool isPainted = static_cast<std::size_t>(polyp.wave(~Activity_t{0})) >= wanted;
         polyp.complete(context);
         return isPainted;

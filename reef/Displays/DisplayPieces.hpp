@@ -35,10 +35,10 @@ class DisplayObject::Pieces {
 public:
     /// What became of what was to go to the GPU in one frame.
     struct Supply {
-        bool isStopped = false; ///< nothing more goes there in this frame
+        bool isStopped = false; ///< nothing, or nothing more, goes there in this frame
         bool isMoving = false;  ///< something went there
         bool isStuck = false;   ///< something can't be filled or activated
-        bool isLeftOut = false; ///< what is coming: its operator has the object not be drawn
+        bool isPartly = false;  ///< something isn't drawn, whatever the reason
         // The first ones.
         std::exception_ptr failure = nullptr;  ///< why something isn't there
         std::exception_ptr notDrawn = nullptr; ///< why something that is there isn't drawn

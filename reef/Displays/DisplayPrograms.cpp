@@ -47,6 +47,14 @@ std::exception_ptr reportable(const std::exception_ptr& failure) {
     }
 }
 
+bool isOfCompiler(const std::exception_ptr& reported) {
+    try {
+        std::rethrow_exception(reported);
+    } catch (const RenderException& exception) {
+        return !exception.shaderLog.str().empty();
+    }
+}
+
 DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& context,
                                   const Content& content, Form form,
                                   const TransformOperator& transform)
@@ -99,7 +107,8 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context
     const RenderBasin::ProgramPtr present(_program);
     const bool wasTried = present || _failure;
     const Files files = stateOfFiles();
-    if (files == Files::BeingSaved || (wasTried && files == Files::Unchanged)) return present;
+    const bool isKnown = wasTried && files == Files::Unchanged;
+    if (files == Files::BeingSaved || (isKnown && !isToBeRepeated())) return present;
     _failure = nullptr;
     try {
         const RenderBasin::ProgramPtr program = compile(context);
@@ -108,14 +117,17 @@ RenderBasin::ProgramPtr DisplayObject::Compiled::program(VRenderContext& context
         return program;
     } catch (...) {
         _failure = reportable(std::current_exception());
+        _isTextAtFault = isOfCompiler(_failure);
+        _questions = 0;
         if (_takesFiles) rememberFiles();
         if (present) keep(present, true);
         return present;
     }
 }
 
-bool DisplayObject::Compiled::isIrreplaceable() const {
-    return _failure && _program && stateOfFiles() == Files::Unchanged;
+bool DisplayObject::Compiled::isToBeRepeated() {
+    constexpr int often = 100;
+    return _failure && !_isTextAtFault && ++_questions >= often;
 }
 
 /// Of those that took part in the last attempt.

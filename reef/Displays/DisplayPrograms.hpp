@@ -14,6 +14,8 @@ namespace Mirk {
 
 /// What fails as an exception that can be reported: a RenderException. Null if nothing does.
 std::exception_ptr reportable(const std::exception_ptr& failure);
+/// Whether such a one is what a compiler says of a text.
+bool isOfCompiler(const std::exception_ptr& reported);
 
 /// The text of a program, all of it but what files replace.
 class DisplayObject::Composer final : public Programmable {
@@ -47,8 +49,10 @@ private:
 };
 
 /// A program of one text in one Seagrass. It is compiled when it is asked for: again only if it was
-/// evicted or if a file has changed that took part, whether it was good or not. What is empty since
-/// a moment only may be about to be written: that is waited for, as it would be filled otherwise.
+/// evicted or if a file has changed that took part, whether it was good or not; and, if what failed
+/// wasn't the text, as for want of memory, the hundredth time that it is asked for. What is empty
+/// since a moment only may be about to be written: that is waited for, as it would be filled
+/// otherwise.
 class DisplayObject::Compiled {
 public:
     /// `name` is that of its files, if it takes any; of `knownFiles` the object's other programs
@@ -63,8 +67,10 @@ public:
     /// Why the last attempt has failed, as a RenderException; null if it was good. As long as there
     /// is one, the program before stays in the cache, as nothing could make it again.
     const std::exception_ptr& failure() const { return _failure; }
-    /// Whether there is such a program, and the files still are what they were.
-    bool isIrreplaceable() const;
+    /// Whether there is such a program.
+    bool isIrreplaceable() const { return _failure && _program; }
+    /// Whether faulty files aren't what they were any more.
+    bool isOutdated() const { return _failure && stateOfFiles() == Files::Changed; }
     /// Has points among the variables of a program, which may be the one before, be relative to an
     /// origin. Sends nothing while that is the last one.
     void tellOrigin(const RenderBasin::ProgramPtr& program, const point& origin);
@@ -77,6 +83,7 @@ private:
     enum class Files { Unchanged, Changed, BeingSaved };
 
     Files stateOfFiles() const;
+    bool isToBeRepeated();
     RenderBasin::ProgramPtr compile(VRenderContext& context) const;
     void rememberFiles();
     void keep(const RenderBasin::ProgramPtr& program, bool inAnyCase);
@@ -94,6 +101,8 @@ private:
     point _toldOrigin{};
     Programmable::FileTimes _fileTimes; // of the last attempt; ahead of the first, of others
     std::exception_ptr _failure;
+    bool _isTextAtFault = false;
+    int _questions = 0; // since it failed
 };
 
 } // namespace Mirk

@@ -33,6 +33,9 @@ void noteFailure(std::exception_ptr& noted, const std::exception_ptr& failure) {
     if (!report || identityOf(report) != identityOf(noted)) noted = report;
 }
 
+/// Drawings without a chance that tell as much as one with it.
+constexpr std::uint64_t withChance = 10;
+
 /// Less than what makes a difference to any camera.
 constexpr double anyDistance = std::numeric_limits<double>::min();
 
@@ -103,15 +106,13 @@ bool DisplayObject::Showing::hasNothingThere() const {
     return (!_shown || _shown->isEmpty()) && (!_coming || _coming->isEmpty());
 }
 
-/// Whether what is shown is farther from its origin than it had to be.
-bool DisplayObject::Showing::isOriginTooFar() const {
-    const Generation& shown = _shown->generation();
-    const double need = greatestNeed(shown.origin);
+/// Whether an eye is farther from that origin than it had to be.
+bool DisplayObject::Showing::isTooFar(const point& origin, const Content& content,
+                                      const TransformOperator& transform) const {
+    const double need = greatestNeed(origin);
     if (!(need > 1.0)) return false;
-    const ContentPtr content = shown.content.lock();
-    const bool isServed =
-        !content || (!movesThings(shown.transform) && isAmong(*content, shown.origin));
-    return !isServed && bestEye(need) != nullptr;
+    if (!movesThings(transform) && isAmong(content, origin)) return false;
+    return bestEye(need) != nullptr;
 }
 
 /// What it takes on the GPU, as far as that is known.
@@ -143,9 +144,13 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     vector origin = FloatOrigin::getTranslationVector(_place);
     const point present = point() + origin;
     findNeeds(display, context, content, transform);
+    _isOriginDue = false;
     const bool isComing = isOriginComing();
     if (isComing) noteNeedOfShown(*content);
-    if (isComing && !_coming->isEmpty() && !_isStuck) return present;
+    if (isComing && !_coming->isEmpty() && !_isStuck) {
+        _isOriginDue = isTooFar(present, *content, transform);
+        return present;
+    }
     const double need = greatestNeed(present);
     constexpr double early = 0.5;
     if (need <= early) return present;
@@ -153,7 +158,10 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     const Need* const best = bestEye(need);
     if (best == nullptr) return present;
     const bool isBound = !isComing && !hasNothingThere();
-    if (isBound && !mayBegin(context, *content, need)) return present;
+    if (isBound && !mayBegin(context, *content, need)) {
+        _isOriginDue = need > 1.0;
+        return present;
+    }
     const unsigned currentEye = std::exchange(context.CurrentEye, best->eye);
     FloatOrigin::getTranslationVector(context, _place, origin, anyDistance);
     context.CurrentEye = currentEye;
@@ -179,7 +187,7 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
 /// While it waits for what is coming. Who waits in vain for too long may do so for ever, and is not
 /// to hold up the others.
 void DisplayObject::Showing::noteNeedOfShown(const Content& content) {
-    if (_isStuck || _vainly > Exchanges::patience) return;
+    if (_isStuck || _vainly > withChance * Exchanges::patience) return;
     const std::size_t all = bytesOf(content), there = _coming->bytes();
     _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin),
                          all > there ? all - there : 0);
@@ -263,14 +271,11 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
         supply.notDrawn = std::current_exception();
     }
     _isStuck = supply.isStuck;
-    if (supply.isMoving) {
-        _vainly = 0;
-    } else if (_hasChance) {
-        ++_vainly;
-    }
-    // What has to wait is not mended by that.
+    // Whoever has less of the allowance than others may have to be more patient, not for ever.
+    _vainly = supply.isMoving ? 0 : _vainly + (_hasChance ? withChance : 1);
+    // What has to wait, or isn't tried, is not mended by that.
     if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
-    noteFailure(_notDrawn, supply.notDrawn);
+    if (supply.notDrawn || !supply.isPartly) noteFailure(_notDrawn, supply.notDrawn);
     keepPieces();
     const bool isLeveled = _shown && (_shown->generation().form & hasLevels) != 0;
     _drawnLevel = isLeveled ? level : 0;
@@ -284,6 +289,10 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
 /// Whether all that is wanted was drawn.
 bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderContext& context,
                                       std::size_t level, Pieces::Supply& supply) {
+    if (isLeftOut(context)) {
+        supply.isStopped = supply.isStuck = supply.isPartly = true;
+        return false;
+    }
     if (!_wanted.program) {
         setComing({});
         if (_shown) _shown->drawPresent(context, level, supply);
@@ -292,16 +301,23 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
     provideWanted(display, supply);
     keepPieces();
     if (_coming && prepareComing(context, supply)) showComing();
-    if (supply.isLeftOut) {
-        // Nothing goes to the GPU as long as that is so.
-        supply.isStuck = true;
-        if (_coming->generation().transform.functor == _wanted.transform.functor) return false;
-    }
     if (_shown->isOf(_wanted)) {
-        return _shown->draw(context, *_wanted.content.lock(), level, supply) && !isOriginTooFar();
+        return _shown->draw(context, *_wanted.content.lock(), level, supply) && !_isOriginDue;
     }
     _shown->drawPresent(context, level, supply);
     return false;
+}
+
+/// Whether the operator that is wanted says no where another one would draw.
+bool DisplayObject::Showing::isLeftOut(VRenderContext& context) const {
+    if (!_shown || _shown->generation().transform.functor == _wanted.transform.functor) {
+        return false;
+    }
+    try {
+        return !_wanted.transform.draw(context, [] { return true; });
+    } catch (...) {
+        return false; // it will throw where its own are prepared
+    }
 }
 
 /// What the operator throws, too, is no reason not to draw what is shown.
@@ -339,18 +355,19 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display, Pieces:
 /// of those before. What is of another form, or may never be all there, is better given up.
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
-    const bool mayEnd = !_isStuck && _vainly <= Exchanges::patience;
+    const bool mayEnd = !_isStuck && _vainly <= withChance * Exchanges::patience;
     return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form;
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
+    if (!_coming) _vainly = 0;
     _coming = std::move(pieces);
-    _vainly = 0;
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
 void DisplayObject::Showing::showComing() {
     _exchanges->endNeed(this);
+    _vainly = 0;
     _shown = std::move(_coming);
     _comingContent.reset();
 }
@@ -468,7 +485,7 @@ void DisplayObject::Showings::drop(const ValuePoolPtr& pool) {
 Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
     Programmable::FileTimes times;
     for (const auto& showing : _all) {
-        if (!showing->compiled()) continue;
+        if (!showing->compiled() || isLeft(*showing)) continue;
         for (const auto& [file, time] : showing->compiled()->fileTimes()) {
             const auto [entry, isNew] = times.try_emplace(file, time);
             if (!isNew) entry->second = std::min(entry->second, time);
@@ -477,15 +494,29 @@ Programmable::FileTimes DisplayObject::Showings::fileTimes() const {
     return times;
 }
 
+/// Whether its Seagrass has drawn others for a while.
+bool DisplayObject::Showings::isLeft(const Showing& showing) const {
+    constexpr std::uint64_t aWhile = 100;
+    const auto drawings = _drawings.find(showing.seagrass());
+    return drawings != _drawings.end() && showing.lastDrawn + aWhile < drawings->second;
+}
+
 DisplayObject::Showing& DisplayObject::Showings::showingFor(const Seagrass& seagrass,
                                                             const VRenderContext& context) {
-    constexpr std::uint64_t aWhile = 100;
     std::erase_if(_drawings, [](const auto& entry) { return !entry.first; });
     const std::uint64_t drawing = ++_drawings[Keel::WeakPtr<Seagrass>(seagrass)];
     ++_allDrawings;
+    // The files of what is left may have been mended, and drawn so elsewhere.
+    const auto isMended = [&](const Showing& left) {
+        return left.compiled()->isOutdated() &&
+               std::any_of(_all.begin(), _all.end(), [](const auto& other) {
+                   return other->compiled() && !other->compiled()->failure();
+               });
+    };
     std::erase_if(_all, [&](const auto& showing) {
-        const bool isLeft = showing->isIn(seagrass) && showing->lastDrawn + aWhile < drawing;
-        return !showing->isAlive() || (isLeft && showing->clear());
+        if (!showing->isAlive()) return true;
+        return showing->isIn(seagrass) && isLeft(*showing) &&
+               (showing->clear() || isMended(*showing));
     });
     auto found = std::find_if(_all.begin(), _all.end(), [&](const auto& showing) {
         return showing->isFor(seagrass, context);

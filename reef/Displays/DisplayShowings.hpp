@@ -25,10 +25,11 @@ public:
     bool isFor(const Seagrass& seagrass, const VRenderContext& context) const;
     bool isIn(const Seagrass& seagrass) const;
     bool isOf(const ValuePoolPtr& pool) const;
+    const Keel::WeakPtr<Seagrass>& seagrass() const { return _seagrass; }
     /// Whether its Seagrass and pool are still there.
     bool isAlive() const;
     /// Gives up its pieces. Whether nothing is left then that couldn't be made again, as the last
-    /// good program of files that are still faulty can't.
+    /// good program of faulty files can't.
     bool clear();
 
     /// To be called ahead of what follows in each drawing.
@@ -68,6 +69,7 @@ private:
     bool isToBeFinished(const Pieces& pieces) const;
     void setComing(std::unique_ptr<Pieces> pieces);
     void showComing();
+    bool isLeftOut(VRenderContext& context) const;
     bool drawBest(const DisplayObject& display, VRenderContext& context, std::size_t level,
                   Pieces::Supply& supply);
     bool prepareComing(VRenderContext& context, Pieces::Supply& supply);
@@ -88,7 +90,8 @@ private:
 
     bool isOriginComing() const;
     bool hasNothingThere() const;
-    bool isOriginTooFar() const;
+    bool isTooFar(const point& origin, const Content& content,
+                  const TransformOperator& transform) const;
     bool mayBegin(const VRenderContext& context, const Content& content, double need);
     std::size_t bytesOf(const Content& content) const;
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
@@ -110,7 +113,8 @@ private:
     const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
     std::uint64_t _frame = 0;  // by these
     bool _hasChance = false;   // nobody has found more of the frame's allowance
-    std::uint64_t _vainly = 0; // drawings with a chance in which nothing of what is coming went up
+    std::uint64_t _vainly = 0; // what makes it impatient, see draw()
+    bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;
     Generation _wanted;
     CompiledPtr _compiled;
@@ -160,6 +164,7 @@ private:
         std::uint64_t drawingThere; ///< by those in its Seagrass
     };
 
+    bool isLeft(const Showing& showing) const;
     bool isCurrent(const Told& told) const;
     bool tell(const Seagrass& seagrass, const VRenderContext& context,
               const std::exception_ptr& failure);

@@ -27,8 +27,9 @@ Keel::StrongPtr<Exchanges, Keel::InterfaceBase> Exchanges::of(const Seagrass& se
 }
 
 void Exchanges::noteDrawing(std::uint64_t& frame, std::int64_t allowance) {
-    if (frame == _frame) beginFrame();
+    if (frame == _frame || allowance > _lastAllowance) beginFrame();
     frame = _frame;
+    _lastAllowance = allowance;
     _greatestAllowance = std::max(_greatestAllowance, allowance);
 }
 

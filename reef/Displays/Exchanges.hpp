@@ -45,10 +45,10 @@ public:
 
     // Frames are those of the objects that are drawn, see noteDrawing().
 
-    /// To be told of each drawing ahead of it, with a number of that object, 0 at first: an object
-    /// that is drawn again is in another frame, which is how frames are counted here. Where several
-    /// viewers draw it in turn these are more than there are, and leases end earlier. `allowance`
-    /// are the bytes that it finds.
+    /// To be told of each drawing ahead of it, with a number of that object, 0 at first, and the
+    /// bytes of the allowance that it finds. An object that is drawn again is in another frame, and
+    /// so is one that finds more than the last one, which is how frames are counted here. Where
+    /// several viewers draw in turn these are more than there are, and leases end earlier.
     void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
     /// The most that anybody has found in this frame: who is refused with that has to wait for a
     /// greater one, and not for its turn.
@@ -77,6 +77,7 @@ private:
 
     std::uint64_t _frame = 0;
     std::int64_t _greatestAllowance = 0;
+    std::int64_t _lastAllowance = 0;
     std::vector<std::weak_ptr<Lease>> _leases;
     bool _isShort = false;
     std::vector<Need> _needs; // of the last frame, the greatest first

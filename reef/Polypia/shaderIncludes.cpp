@@ -43,14 +43,17 @@ std::string_view withoutHead(std::string_view rest) {
     return first == npos ? rest : rest.substr(first);
 }
 
-/// Enters the paths at which a file is looked for, up to where it is: one that is made ahead of
-/// that later takes its place.
-void noteFiles(const std::list<std::string>& searchPath, const std::string& name,
-               const std::string& found, std::map<std::string, Keel::Filetime>& files) {
+/// The first of the places at which a file is looked for that has one; empty if there is none.
+/// Enters them up to that: a file that is made ahead of it later takes its place.
+std::string findFirst(const std::list<std::string>& searchPath, const std::string& name,
+                      std::map<std::string, Keel::Filetime>* files) {
     for (const std::string& path : Keel::pathCandidates(searchPath, name)) {
-        files.emplace(path, Keel::FileInfo(path).modified);
-        if (path == found) return;
+        const Keel::FileInfo info(path);
+        const bool isOther = info.exists && !info.isRegular; // such as a folder
+        if (files != nullptr && !isOther) files->emplace(path, info.modified);
+        if (info.isRegular) return path;
     }
+    return {};
 }
 
 /// The path of the file that an include line asks for; empty if there is none, which is told.
@@ -62,8 +65,7 @@ std::string findFile(std::string_view rest, const std::string& filename, std::si
     // CRLF, and what is written for them relies on it.
     const std::string name(rest.substr(1, rest.size() - 3));
     if (delimiter == '"' || delimiter == '?') searchPath.emplace_front(".");
-    std::string path = Keel::PathOpen(searchPath, name);
-    if (files != nullptr) noteFiles(searchPath, name, path, *files);
+    const std::string path = findFirst(searchPath, name, files);
     if (delimiter == '?') {
         std::printf("#include \"%s\"\t ===> [%s]\n", name.c_str(), path.c_str());
     }

@@ -626,6 +626,28 @@ TEST_F(DisplayObjectTurns, AsManyBeginAsFitIntoAFrame) {
     EXPECT_EQ(frames, 10);
 }
 
+TEST_F(DisplayObjectTurns, OneThatIsLeftOutForAFrameLeavesTheirOrderAsItWas) {
+    add(2, 1);
+    for (int frame = 1; frame < 100; ++frame) {
+        std::vector<DisplayPtr<Plain>> both = all;
+        if (frame == 5) all.erase(all.begin());
+        frameAt(1.1 * frame, 1);
+        all = both;
+        ASSERT_LE(worstNeed(1.1 * frame), 5.0) << frame;
+    }
+}
+
+TEST_F(DisplayObjectTurns, OneThatNeverFitsDoesNotHoldUpTheOthersForEver) {
+    add(1, 1);
+    const DisplayPtr<Plain> huge(
+        new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+    huge->knownBytes = 9 * bytes;
+    draw(*huge);
+    all.push_back(huge);
+    for (int frame = 1; frame < 400; ++frame) frameAt(1.1 * frame, 2);
+    EXPECT_GT(all[0]->lastOrigin.z, 390 * threshold());
+}
+
 TEST_F(DisplayObjectTurns, WhatIsNotThereYetWaitsForNoTurn) {
     add(2, 3);
     lookFrom(0, {1e8, 0, 0});
@@ -1043,6 +1065,43 @@ TEST_F(DisplayObjectUploads, OperatorThatLeavesTheObjectOutTakesThePictureAwayAt
     // What is on its way and left out holds up nothing else.
     object->transformSlot().set({}, {});
     EXPECT_THAT(frame().drawn, ElementsAre("1", "2"));
+    // And it doesn't wait for older data.
+    object->setData(2);
+    frame(bytes);
+    object->transformSlot().set({}, transform);
+    for (int i = 0; i < 3; ++i) EXPECT_THAT(frame(bytes).drawn, ElementsAre());
+}
+
+TEST_F(DisplayObjectUploads, FailureIsToldOnceThoughTheOperatorSaysNoInBetween) {
+    struct Hiding : Mirk::TransformOperator::Functor {
+        bool begin(Mirk::VRenderContext&) const override { return !hides; }
+        bool hides = false;
+    };
+    Hiding* const hiding = new Hiding;
+    Mirk::TransformOperator transform;
+    transform.functor = Mirk::TransformOperator::FunctorPtr(hiding);
+    object->transformSlot().set({}, transform);
+    frame();
+    object->setData(1);
+    haveNoMemory();
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 6; ++i) {
+        hiding->hides = i % 2 == 1;
+        frame();
+    }
+    const std::size_t ofMemory = context.failures.size();
+    hiding->hides = false;
+    context.basin.log->throwing = {};
+    const Frame whole = frame();
+    context.basin.log->throwing = {"activate Tentacle last " + whole.drawn.back()};
+    for (int i = 0; i < 6; ++i) {
+        hiding->hides = i % 2 == 1;
+        frame();
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(whole.isWhole);
+    EXPECT_EQ(ofMemory, 1U);
+    EXPECT_EQ(context.failures.size(), 2U);
 }
 
 TEST_F(DisplayObjectUploads, FailedUploadKeepsThePictureAndIsToldOnce) {
@@ -1454,6 +1513,36 @@ TEST_F(DisplayObjectUploads, AnyExceptionOfCompilingIsAReportThatIsToldOnce) {
     object->wantedForm = 0;
     EXPECT_TRUE(frame().isWhole);
     EXPECT_EQ(reportOf(*object), "");
+}
+
+TEST_F(DisplayObjectUploads, WhatFailedToBeCompiledForAMomentIsTriedAgainAfterAWhile) {
+    const auto framesUntilDrawn = [&] {
+        int frames = 1;
+        while (frame().drawn != std::vector<std::string>{"1"} && frames < 1000) ++frames;
+        return frames;
+    };
+    int calls = 0;
+    context.onCreateProgram = [&] {
+        if (++calls < 3) throw std::bad_alloc();
+    };
+    testing::internal::CaptureStdout();
+    const int frames = framesUntilDrawn();
+    const std::size_t failures = context.failures.size();
+    EXPECT_EQ(reportOf(*object), "");
+    // What is wrong with a text stays so.
+    object->wantedForm = 7;
+    calls = 0;
+    context.onCreateProgram = [&] {
+        ++calls;
+        Mirk::RenderException fault(1, "compile", "plain.vert", 1);
+        fault.shaderLog = "\n0(1) : error: syntax\n";
+        throw fault;
+    };
+    for (int i = 0; i < 1000; ++i) frame();
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(frames, 201);
+    EXPECT_EQ(failures, 1U);
 }
 
 TEST_F(DisplayObjectUploads, OperatorThatThrowsLetsTheLastGenerationStay) {

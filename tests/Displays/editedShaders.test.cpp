@@ -238,6 +238,20 @@ TEST_F(EditedShaders, LastGoodProgramOutlivesDataThatBreakWhileItsFileIsFaulty) 
     EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
 }
 
+TEST_F(EditedShaders, LastGoodProgramOutlivesTwoFaultsWhileDataAreBroken) {
+    save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
+    frame();
+    save(".frag", painting("vec4(oops)"));
+    frame();
+    object->surface().set({}, TriangleMesh());
+    frame();
+    save(".frag", painting("vec4(other)"));
+    EXPECT_EQ(frame().middle, magenta);
+    object->surface().set({}, triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
+    EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));
+    EXPECT_THAT(report(), testing::HasSubstr("other"));
+}
+
 TEST_F(EditedShaders, FaultyFileLetsOtherDataBeDrawnByTheLastProgram) {
     save(".frag", painting("vec4(0.0, 1.0, 0.0, 1.0)"));
     EXPECT_EQ(frame().middle, (Pixel{0, 255, 0}));

@@ -618,6 +618,19 @@ TEST_F(ShaderValidity, EndsWithAnIncludedFileThatIsMade) {
     EXPECT_FALSE(isValid()) << "it is found first";
 }
 
+TEST_F(ShaderValidity, DoesNotEndWithAFolderThatHasTheNameOfAnIncludedFile) {
+    std::filesystem::create_directory("part");
+    std::filesystem::create_directory("own");
+    writeFile("own/part", "float f();\n");
+    shader.IncludePath = {"own"};
+    writeFile("N.vert", "#include \"part\"\r\nvoid main() {}\n");
+    polyp->insert(compile());
+    makeYounger("part");
+    EXPECT_TRUE(isValid());
+    makeYounger("own/part");
+    EXPECT_FALSE(isValid());
+}
+
 TEST_F(ShaderValidity, CountsAllProgramsOfAPolyp) {
     writeFile("M.vert", "void main() {}\n");
     polyp->insert(compile("M"));

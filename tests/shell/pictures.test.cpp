@@ -455,6 +455,14 @@ TEST_F(Pictures, AreTheSameBytesForAnyNumberOfThreadsOfTheDriverAndEachTime) {
     }
 }
 
+TEST_F(Pictures, AreDrawnWithoutAFloatingOriginToo) {
+    const std::string file = model("mesh.ply", torus().movedBy({6.4e6, 0, 0}));
+    Surroundings without;
+    without.environment["DisableFloatingOrigin"] = "1";
+    const Image image = draw({file, "--resolution=64,64"}, without);
+    EXPECT_NE(image.at(32, 20), image.at(0, 0)) << "something is there";
+}
+
 TEST_F(Pictures, AreTheSameForAFileInGzip) {
     const Image plain = draw({model("mesh.ply", torus()), "--resolution=100,100"});
     const Image unpacked =
