@@ -187,6 +187,45 @@ TEST_P(ProgrammableOnGL, IncludesOverridesAndWholeStagesCompileAndDraw) {
     EXPECT_EQ(center(), green);
 }
 
+TEST_P(ProgrammableOnGL, FilesAndIncludesCompileInAllVersionsWithAnyEndsOfLines) {
+    render->ShaderFileOverrides = true;
+    shader.hasGeometry = true;
+    for (const std::string version :
+         {"130", "330 core", "330 compatibility", "450 core", "450 compatibility"}) {
+        for (const std::string end : {"\n", "\r\n"}) {
+            for (const bool ofFragments : {false, true}) {
+                SCOPED_TRACE(version + (end == "\n" ? "" : " CRLF"));
+                shader.setGLSLVersion(version);
+                shader.enableViewportArray(ofFragments);
+                // An include whose line ends at its delimiter loses its last letter.
+                writeFile(end == "\n" ? "par" : "part",
+                          "vec4 part(vec4 p)" + end + "{ return p; }" + end);
+                const std::string include = "#include \"part\"" + end;
+                writeFile("N.vert", "in vec3 Coordinates;" + end + include +
+                                        "void main() { gl_Position = part(vec4(Coordinates, 1.0)); "
+                                        "}");
+                writeFile("N_geom.glsl", include +
+                                             "void main() { zelk_for_Viewport(v) for (int i = 0; i "
+                                             "< 3; ++i) { gl_Position = part(POSITION(i)); "
+                                             "EmitVertex(); } }");
+                writeFile("N.frag", include + "out vec4 color;" + end +
+                                        "void main() { color = part(vec4(0.0, 1.0, 0.0, 1.0)); }");
+                const bool hasArrays = version == "130";
+                shader.geometryPrefix = hasArrays ? "#define POSITION(i) gl_PositionIn[i]\n"
+                                                  : "#define POSITION(i) gl_in[i].gl_Position\n";
+                shader.GeometryInput = RenderNamespace::NoGeometryInput;
+                EXPECT_EQ(compile(), "");
+                shader.buildGeometry();
+                ASSERT_EQ(compile(), "");
+                std::filesystem::remove("par");
+                std::filesystem::remove("part");
+            }
+        }
+        draw(red);
+        EXPECT_EQ(center(), green) << version;
+    }
+}
+
 TEST_P(ProgrammableOnGL, GeometryTextsIncludeFiles) {
     shader.setGLSLVersion("330");
     shader.buildGeometry();

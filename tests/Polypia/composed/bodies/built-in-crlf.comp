@@ -1,0 +1,9 @@
+uniform vec4 tint;
+#line ./part 1
+vec4 part(vec4 c)
+
+{ return c; }
+#line N.comp 3
+ #include "part"
+void main() { barrier(); }
+#line N.comp 6

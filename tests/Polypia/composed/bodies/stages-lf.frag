@@ -1,0 +1,6 @@
+#version 330
+uniform vec4 tint;
+#include "part"
+ #include "part"
+void main() { /* N.frag.glsl */ }
+#include <none>

@@ -1,2 +1,0 @@
-#version 450 core
-// of a file
