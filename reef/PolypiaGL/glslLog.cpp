@@ -137,6 +137,27 @@ std::optional<Message> parseGlslang(std::string_view rest) {
     return message;
 }
 
+/// Mali: `0:12: L0002: text`, whose codes stand for errors all.
+std::optional<Message> parseMali(std::string_view rest) {
+    Message message;
+    std::size_t digits = 0;
+    while (digits < rest.size() && isDigit(rest[digits])) ++digits;
+    message.source = rest.substr(0, digits);
+    rest.remove_prefix(digits);
+    if (digits == 0 || !takeSign(rest, ":")) return {};
+    const auto line = takeNumber(rest);
+    if (!line || !takeSign(rest, ": ")) return {};
+    constexpr std::size_t codeSize = 5;
+    const std::string_view code = rest.substr(0, codeSize);
+    if (code.size() < codeSize || code[0] < 'A' || code[0] > 'Z') return {};
+    if (!std::all_of(code.begin() + 1, code.end(), isDigit)) return {};
+    if (!rest.substr(codeSize).starts_with(':')) return {};
+    message.line = *line;
+    message.severity = "error";
+    message.text = rest;
+    return message;
+}
+
 /// Linkers: `error: text`.
 std::optional<Message> parseWithoutLine(std::string_view rest) {
     Message message;
@@ -186,6 +207,7 @@ std::string mapLine(std::string_view line, const Origin& origin) {
     if (message) message->line += preprocessorLag(*message, numbering);
     if (!message) message = parseNvidia(line);
     if (!message) message = parseGlslang(line);
+    if (!message) message = parseMali(line);
     const bool hasPlace = message && (message->line > 0 || stages.empty());
     if (hasPlace) return write(placeOf(*message, lines), *message);
     if (!message && !stages.empty()) message = parseWithoutLine(line);

@@ -125,10 +125,11 @@ void nameFiles(RenderException& exception, const Origins& origins) {
     const std::string log = exception.shaderLog.str();
     if (origins.empty() || !log.starts_with('\n')) return;
     std::string stage(exception.file.view());
-    LogLines errors, warnings;
+    LogLines errors, warnings, ahead;
     // What follows a message without a place of its own belongs to it; and below the headings of a
-    // linker each message stays where it is.
-    LogLines* target = &errors;
+    // linker each message stays where it is. What stands ahead of all of them, as "Compile
+    // failed.", goes behind, so that a report begins with the fault.
+    LogLines* target = &ahead;
     bool hasHeadings = false;
     std::optional<PlacedMessage> first;
     for (const std::string_view line : linesOf(std::string_view(log).substr(1))) {
@@ -137,6 +138,7 @@ void nameFiles(RenderException& exception, const Origins& origins) {
             return !ending.empty() && origin.stage.ends_with(ending);
         });
         if (headed != origins.end()) stage = headed->stage;
+        if (!ending.empty()) target = &errors;
         hasHeadings = hasHeadings || !ending.empty();
         std::optional<PlacedMessage> message = parse(line);
         if (message) place(*message, stage, origins);
@@ -145,6 +147,7 @@ void nameFiles(RenderException& exception, const Origins& origins) {
         target->push_back({std::move(message), line});
     }
     errors.insert(errors.end(), warnings.begin(), warnings.end());
+    errors.insert(errors.end(), ahead.begin(), ahead.end());
     if (first) {
         exception.file = first->file;
         constexpr std::size_t greatest = std::numeric_limits<int>::max(); // no line beyond it

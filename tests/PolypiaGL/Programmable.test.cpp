@@ -2,15 +2,14 @@
 // where their authors find them.
 
 #include "../Polypia/shaderFolder.hpp"
+#include "faultyPrograms.hpp"
 #include "glBasin.hpp"
 #include "glRenderFixture.hpp"
 
 #include <Polypia/Fog.hpp>
 #include <Polypia/Programmable.hpp>
 
-#include <array>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -359,79 +358,20 @@ TEST_P(ProgrammableOnGL, FogNeedsRelativeVertexAheadOfIt) {
 // ---------------------------------------------------------------------------------------------
 // Faults
 
-/// Where the fault of a text is.
-struct Fault {
-    explicit Fault(std::string place) : file(std::move(place)) {}
-
-    std::string file; ///< "0" for the composed text
-    std::size_t line = 0;
-    std::string words; ///< what the line says
-};
-
-class ShaderFaults : public ProgrammableOnGL {
+class ShaderFaults : public ProgrammableOnGL, protected FaultyPrograms {
 protected:
-    std::size_t below(std::size_t end) { return random() % end; }
-    /// Good lines with a faulty one at a random place, and its number, counted from 1.
-    std::string faultyText(Fault& fault, const std::string& end = "\n") {
-        static const std::array<const char*, 6> words{
-            "float fault() { return undefinedName; }",
-            "vec3 fault() { return 1.0; }",
-            "float fault() { return 1.0 }",
-            "float fault() { return unknown(2.0); }",
-            "float fault() { float x = vec2(1.0); return x; }",
-            "#error this is wrong",
-        };
-        fault.words = words[below(words.size())];
-        const std::size_t lines = 1 + below(12);
-        fault.line = 1 + below(lines);
-        std::string text;
-        for (std::size_t i = 1; i <= lines; ++i) {
-            const std::string name = "f" + std::to_string(functions++);
-            text += i == fault.line ? fault.words
-                    : below(4) == 0 ? "// " + name
-                                    : "float " + name + "() { return 1.0; }";
-            text += end;
-        }
-        return text;
-    }
+    ShaderFaults() : FaultyPrograms(shader) {}
 
-    void start() {
-        static const std::array<const char*, 5> versions{"130", "150", "330", "330 core", "450"};
-        shader = ToldProgrammable();
-        shader.setGLSLVersion(versions[below(versions.size())]);
-        shader.fragment = mainFunctions[2];
-        stage = below(stages.size());
-        if (stages[stage] == "geom" || below(3) == 0) shader.buildGeometry();
-        prefix = "/* local */\n";
-        functions = 0;
-        std::filesystem::remove("part");
-        for (const std::string& name : stages) {
-            for (const std::string& file :
-                 {"N." + name, "N_" + name + ".glsl", "N." + name + ".glsl"})
-                std::filesystem::remove(file);
-        }
-        render->ShaderFileOverrides = below(2) == 0;
-    }
-    const std::string& name() const { return stages[stage]; }
-    const char* mainFunction() const { return mainFunctions[stage]; }
-    std::string& mainCode() {
-        return stage == 0 ? shader.vertex : stage == 1 ? shader.geometry : shader.fragment;
-    }
-    std::string& classPrefix() {
-        return stage == 0   ? shader.vertexPrefix
-               : stage == 1 ? shader.geometryPrefix
-                            : shader.fragmentPrefix;
-    }
-    std::string local(std::size_t of) const { return of == stage ? prefix : ""; }
     /// Compiles, and compares the first line of the report with the place of the fault.
     void expect(const Fault& fault) {
         try {
-            shader.CompileShader(*render, "N", {}, {}, local(0), local(1), local(2));
+            compileFaulty(*render);
             ADD_FAILURE() << "the fault wasn't noticed: " << fault.words;
         } catch (const RenderException& exception) {
             const std::string log = exception.shaderLog.str();
             const bool isComposed = fault.file == "0";
-            EXPECT_EQ(exception.file.str(), isComposed ? "composed N." + name() : fault.file);
+            EXPECT_EQ(exception.file.str(),
+                      isComposed ? "composed N." + stageSuffix() : fault.file);
             EXPECT_THAT(log, StartsWith("\n0(" + std::to_string(exception.line) + ") : error"))
                 << fault.words;
             EXPECT_THAT(exception.str(), HasSubstr(" at " + exception.file.str() + ":" +
@@ -449,67 +389,24 @@ protected:
         for (int i = 0; i < number; ++i) std::getline(lines, line);
         return line;
     }
-
-    const std::array<std::string, 3> stages{"vert", "geom", "frag"};
-    static constexpr std::array mainFunctions{
-        "void main() { gl_Position = gl_Vertex; }\n",
-        "void main() { gl_Position = gl_PositionIn[0]; EmitVertex(); }\n",
-        "void main() { gl_FragColor = gl_Color; }\n"};
-    std::mt19937 random{20240229};
-    std::string prefix;
-    int functions = 0;
-    std::size_t stage = 0; // that has the fault
 };
 
 constexpr int faultsOfAKind = 20; // in each of the two profiles
 
 TEST_P(ShaderFaults, InTheMainCodeOfTheProgramAreThoseOfTheComposedText) {
-    for (int i = 0; i < faultsOfAKind; ++i) {
-        start();
-        Fault fault("0");
-        mainCode() = faultyText(fault) + mainFunction();
-        expect(fault);
-    }
+    for (int i = 0; i < faultsOfAKind; ++i) expect(inMainCode());
 }
 
 TEST_P(ShaderFaults, InAnOverridingFileAreItsOwn) {
-    for (int i = 0; i < faultsOfAKind; ++i) {
-        start();
-        render->ShaderFileOverrides = true;
-        Fault fault("N." + name());
-        std::string text = faultyText(fault);
-        switch (i % 5) {
-        case 1: // behind an include
-            writeFile("part", "float part() { return 1.0; }\n");
-            text = "// ahead\n#include \"part\"\r\n" + text;
-            fault.line += 2;
-            break;
-        case 2:
-            text = "R\"glsl(" + text + mainFunction() + ")glsl\"";
-            break;
-        case 3:
-            fault.file = "N_" + name() + ".glsl";
-            break;
-        case 4:
-            shader.buildGeometry();
-            fault.file = "N." + name() + ".glsl";
-            text = "#version 330 compatibility\n" + text;
-            fault.line += 1;
-            break;
-        default:
-            break;
-        }
-        writeFile(fault.file, text.starts_with("R\"") ? text : text + mainFunction());
-        expect(fault);
-    }
+    for (int i = 0; i < faultsOfAKind; ++i) expect(inOverridingFile(i));
 }
 
 TEST_P(ShaderFaults, InAFileOfAnyLineEndsAreItsOwn) {
     for (const char* const end : {"\r", "\r\n", "\n\r"}) {
         for (int i = 0; i < 6; ++i) {
             start();
-            render->ShaderFileOverrides = true;
-            Fault fault("N." + name());
+            overrides = true;
+            Fault fault("N." + stageSuffix());
             std::string text = faultyText(fault, end);
             if (i % 3 == 1) {
                 text = end + text;
@@ -527,13 +424,7 @@ TEST_P(ShaderFaults, InAFileOfAnyLineEndsAreItsOwn) {
 }
 
 TEST_P(ShaderFaults, InAnIncludedFileAreItsOwn) {
-    for (int i = 0; i < faultsOfAKind; ++i) {
-        start();
-        Fault fault("./part");
-        writeFile("part", faultyText(fault, i % 2 == 0 ? "\n" : "\r\n"));
-        mainCode() = "// main\n#include \"part\"\r\n" + std::string(mainFunction());
-        expect(fault);
-    }
+    for (int i = 0; i < faultsOfAKind; ++i) expect(inIncludedFile(i));
 }
 
 TEST_P(ShaderFaults, InAnIncludedFileOfAFolderWhoseNameIsANumberAreItsOwn) {
@@ -552,8 +443,8 @@ TEST_P(ShaderFaults, BehindAnIncludeOfTheProgramAreThoseOfTheComposedText) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         if (i % 2 == 0) { // which is switched off
-            render->ShaderFileOverrides = true;
-            writeFile("N." + name(), "//disable\nfault");
+            overrides = true;
+            writeFile("N." + stageSuffix(), "//disable\nfault");
         }
         Fault fault("0");
         writeFile("part", "float part() { return 1.0; }\n");
@@ -566,9 +457,9 @@ TEST_P(ShaderFaults, BehindASegmentWithItsLineMarkerOnAreThoseOfTheirOwnText) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         const bool isOfFile = i % 2 == 0;
-        Fault fault(isOfFile ? "N." + name() : "0");
+        Fault fault(isOfFile ? "N." + stageSuffix() : "0");
         const std::string text = faultyText(fault) + mainFunction();
-        render->ShaderFileOverrides = isOfFile;
+        overrides = isOfFile;
         if (isOfFile) writeFile(fault.file, text);
         if (!isOfFile) mainCode() = text;
         classPrefix() = i % 4 < 2 ? "#line 300 \"Mist.glsl\"\nfloat mist() { return 1.0; }\n"
@@ -581,10 +472,10 @@ TEST_P(ShaderFaults, InAFileOfAWholeStageAreItsOwnWhateverItsDirectivesSay) {
     for (int i = 0; i < faultsOfAKind; ++i) {
         start();
         shader.buildGeometry();
-        render->ShaderFileOverrides = true;
-        Fault fault("N." + name() + ".glsl");
+        overrides = true;
+        Fault fault("N." + stageSuffix() + ".glsl");
         const std::string text =
-            "#version 330 compatibility\n#line 1 \"part\"\n// part\n#line 7 \"N." + name() +
+            "#version 330 compatibility\n#line 1 \"part\"\n// part\n#line 7 \"N." + stageSuffix() +
             "\"\n" + faultyText(fault) + mainFunction();
         fault.line += 4;
         writeFile(fault.file, text);
@@ -593,28 +484,11 @@ TEST_P(ShaderFaults, InAFileOfAWholeStageAreItsOwnWhateverItsDirectivesSay) {
 }
 
 TEST_P(ShaderFaults, InAPrefixAreThoseOfTheComposedText) {
-    for (int i = 0; i < faultsOfAKind; ++i) {
-        start();
-        Fault fault("0");
-        (i % 2 == 0 ? classPrefix() : prefix) = faultyText(fault);
-        expect(fault);
-    }
+    for (int i = 0; i < faultsOfAKind; ++i) expect(inPrefix(i));
 }
 
 TEST_P(ShaderFaults, InAnInjectedSegmentAreThoseOfItsLineMarkerIfThatIsOn) {
-    for (int i = 0; i < faultsOfAKind; ++i) {
-        start();
-        const bool isOn = i % 2 == 0;
-        Fault fault(isOn ? "Mist.glsl" : "0");
-        const std::string segment = faultyText(fault);
-        prefix = std::string(isOn ? "#define ZELK_DO_LINE_DIRECTIVE 1\n" : "") +
-                 "#ifdef ZELK_DO_LINE_DIRECTIVE\n#line 3 \"Mist.glsl\"\n#endif "
-                 "/* ZELK_DO_LINE_DIRECTIVE */\n" +
-                 segment;
-        // The marker ends in line 3 of its source.
-        if (isOn) fault.line += 3;
-        expect(fault);
-    }
+    for (int i = 0; i < faultsOfAKind; ++i) expect(inInjectedSegment(i));
 }
 
 POLYPIA_BOTH_PROFILES(ProgrammableOnGL);

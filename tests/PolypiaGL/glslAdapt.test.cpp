@@ -1,5 +1,7 @@
 #include <PolypiaGL/glslAdapt.hpp>
 
+#include "numberedLines.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -12,6 +14,7 @@
 #include <vector>
 
 using namespace Mirk::GL;
+using namespace Mirk::GLTest;
 using testing::AllOf;
 using testing::Contains;
 using testing::ContainsRegex;
@@ -50,49 +53,6 @@ AdaptOptions bare(Profile profile = Profile::Compatibility) {
 
 std::string adapt(Stage stage, const std::string& text, const AdaptOptions& options) {
     return adaptProgram({{stage, text}}, options).stages.at(0).text;
-}
-
-std::vector<std::string> splitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
-}
-
-/// The text's lines by the number that a compiler gives them, conditions and macros obeyed as far
-/// as these tests use them: `#ifdef X` with the defined names given, `#line` with a number or a
-/// macro.
-std::multimap<long, std::string> numberedLines(const std::string& text, long version,
-                                               std::set<std::string> defined = {}) {
-    std::multimap<long, std::string> numbered;
-    std::map<std::string, std::string> macros;
-    std::vector<bool> active{true};
-    long number = 1;
-    for (const std::string& line : splitLines(text)) {
-        const std::size_t comment = line.starts_with("/*") ? line.find("*/") : std::string::npos;
-        std::istringstream words(comment == std::string::npos ? line : line.substr(comment + 2));
-        std::string first, second, third;
-        words >> first >> second >> third;
-        if (first == "#ifdef" || first == "#if") {
-            active.push_back(active.back() && defined.contains(second));
-        } else if (first == "#else") {
-            const bool outer = active[active.size() - 2];
-            active.back() = outer && !active.back();
-        } else if (first == "#endif") {
-            active.pop_back();
-        } else if (active.back() && first == "#define") {
-            macros[second] = third;
-            defined.insert(second);
-        } else if (active.back() && first == "#line") {
-            number = std::stol(macros.contains(second) ? macros[second] : second) +
-                     (version < 330 ? 1 : 0);
-            continue;
-        } else if (active.back()) {
-            numbered.emplace(number, line);
-        }
-        ++number;
-    }
-    return numbered;
 }
 
 std::vector<std::string> at(const std::multimap<long, std::string>& lines, long number) {

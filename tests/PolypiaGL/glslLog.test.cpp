@@ -76,6 +76,20 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
+    Mali, glslLog,
+    testing::Values(LogCase{"Error", "0:12: L0002: Undeclared variable 'a'",
+                            "0(12) : error: L0002: Undeclared variable 'a'"},
+                    LogCase{"Source", "2:12: P0001: text", "2(12) : error: P0001: text"},
+                    LogCase{"File", "0:1000042: S0032: text",
+                            "block.glsl(42) : error: S0032: text"},
+                    LogCase{"ShortCode", "0:12: L002: text", "0:12: L002: text"},
+                    LogCase{"LongCode", "0:12: L00002: text", "0:12: L00002: text"},
+                    LogCase{"WordForACode", "0:12: hint0: text", "0:12: hint0: text"},
+                    LogCase{"CodeAlone", "0:12: L0002", "0:12: L0002"},
+                    LogCase{"NoLine", "0: L0002: text", "0: L0002: text"}),
+    nameOf);
+
+INSTANTIATE_TEST_SUITE_P(
     Others, glslLog,
     testing::Values(LogCase{"Words", "Vertex info", "Vertex info"},
                     LogCase{"Rule", "-----------", "-----------"},

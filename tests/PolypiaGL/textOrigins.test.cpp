@@ -123,6 +123,14 @@ TEST(textOrigins, WhatBelongsToAWarningGoesWithIt) {
         << "each below its heading";
 }
 
+TEST(textOrigins, WhatIsSaidAheadOfTheMessagesStandsBehindThem) {
+    EXPECT_EQ(logOf("\nCompile failed.\n\n0(3) : warning: w\n0(4) : error: a\n1 error.\n"),
+              "\ncomposed N.frag(4) : error: a\n1 error.\ncomposed N.frag(3) : warning: w\n"
+              "Compile failed.\n\n");
+    EXPECT_EQ(logOf("\nLink failed.\nVertex info\n0(7) : error: a\n"),
+              "\nVertex info\ncomposed N.vert(7) : error: a\nLink failed.\n");
+}
+
 TEST(textOrigins, TheExceptionIsThatOfTheFirstError) {
     const RenderException inFile = named("\n0(3) : warning: w\n0(22) : error: a\n");
     EXPECT_EQ(inFile.file.str(), "N_frag.glsl");
