@@ -650,61 +650,41 @@ TEST_F(DisplayPictures, EarthWithoutPerspectiveIsWhole) {
 
 using Plane = Skua::PhysicalSpace::HessianNormalPlane;
 
-/// One point in every other pixel of the picture, around a place.
-std::vector<point> pointsInPixels(const point& place) {
-    std::vector<point> points;
-    for (int row = 0; row < size; row += 2) {
-        for (int column = 0; column < size; column += 2) {
-            points.push_back(place + vector{(column + 0.5) / 16 - 2, (row + 0.5) / 16 - 2, 0});
-        }
-    }
-    return points;
-}
+/// What cuts are told by: pixels whose middle is nearer to a plane than this aren't compared.
+constexpr double nearPlane = 1e-5;
+/// Steps of a float are 64 units at the second of these.
+const std::array<point, 2> placesOfCuts{point{0, 0, 0}, point{1e9, -2e9, 5e8}};
 
-class CutPoints : public DisplayPictures {
+class Cuts : public DisplayPictures {
 protected:
     struct Counts {
         int compared = 0;
         int cut = 0;
     };
 
-    /// Pictures of points around a place, each cut by so many planes, against what the planes say
-    /// by computation in double precision.
-    Counts compare(const point& place, int numberOfPlanes) {
-        objects.clear();
-        const std::vector<point> points = pointsInPixels(place);
-        const auto object = add<PointCloud>(cloud(points));
-        object->pointSize().set({}, 1.0);
-        std::mt19937 random(7);
-        std::uniform_real_distribution<double> number(-1, 1);
-        Counts counts;
-        for (int picture = 0; picture < 11; ++picture) {
-            std::array<Plane, 2> planes;
-            for (int i = 0; i < numberOfPlanes; ++i) {
-                const vector normal{number(random), number(random), 0};
-                const point within = place + vector{number(random), number(random), 0};
-                planes[static_cast<std::size_t>(i)] = {normal, dot(normal, within - point())};
-            }
-            object->clippingPlanes().clip0.set({}, planes[0]);
-            object->clippingPlanes().clip1.set({}, planes[1]);
-            const Image image = draw(eyeAt(place + vector{0, 0, 2}, 1, 10));
-            for (std::size_t i = 0; i < points.size(); ++i) {
-                // From the place, where the numbers are small.
-                const double inside = distanceInside(points[i] - place, place, planes);
-                if (std::abs(inside) < 1e-5) continue;
-                const auto column = static_cast<int>(i % (size / 2)) * 2;
-                const auto row = static_cast<int>(i / (size / 2)) * 2;
-                EXPECT_EQ(image.isDrawn(column, row), inside > 0)
-                    << place.x << ": " << picture << " at " << column << ", " << row;
-                ++counts.compared;
-                counts.cut += inside > 0 ? 0 : 1;
-            }
-        }
-        return counts;
+    /// From the place that the picture is around to what it shows in the middle of a pixel, so many
+    /// times as far from the eye as the place.
+    static vector inPixel(double column, double row, double share) {
+        return vector{(column + 0.5) / 16 - 2, (row + 0.5) / 16 - 2, -2} * share + vector{0, 0, 2};
     }
+    static Eye eyeBefore(const point& place) { return eyeAt(place + vector{0, 0, 2}, 1, 10); }
 
-private:
-    /// Above 0 if no plane cuts.
+    double number() { return std::uniform_real_distribution<double>(-1, 1)(random); }
+    /// That go in any direction through what the picture shows.
+    std::array<Plane, 2> planesNear(const point& place, int numberOfPlanes) {
+        std::array<Plane, 2> planes;
+        for (int i = 0; i < numberOfPlanes; ++i) {
+            const vector normal{number(), number(), number()};
+            const point within = place + vector{number(), number(), number()};
+            planes[static_cast<std::size_t>(i)] = {normal, dot(normal, within - point())};
+        }
+        return planes;
+    }
+    static void cutBy(const std::array<Plane, 2>& planes, DisplayObject& object) {
+        object.clippingPlanes().clip0.set({}, planes[0]);
+        object.clippingPlanes().clip1.set({}, planes[1]);
+    }
+    /// By computation in double precision: above 0 if no plane cuts. `fromPlace` has small numbers.
     static double distanceInside(const vector& fromPlace, const point& place,
                                  const std::array<Plane, 2>& planes) {
         double least = 1.0;
@@ -715,16 +695,142 @@ private:
         }
         return least;
     }
+    static void compare(const Image& image, int column, int row, double inside, Counts& counts) {
+        EXPECT_EQ(image.isDrawn(column, row), inside > 0)
+            << column << ", " << row << " is inside by " << inside;
+        ++counts.compared;
+        counts.cut += inside > 0 ? 0 : 1;
+    }
+    static void expectManyOf(const Counts& counts, int compared) {
+        EXPECT_GT(counts.compared, compared);
+        EXPECT_GT(counts.cut, compared / 8);
+        EXPECT_LT(counts.cut, counts.compared - compared / 8);
+    }
+
+    std::mt19937 random{7};
 };
 
-TEST_F(CutPoints, AreThoseOfTheComputationForOnePlaneAndForTwo) {
-    // Steps of a float are 64 units at the second place.
-    for (const point& place : {point{0, 0, 0}, point{1e9, -2e9, 5e8}}) {
+class CutPoints : public Cuts {
+protected:
+    /// Pictures of points in a space around a place, one in every other pixel, against what the
+    /// planes say.
+    Counts comparePoints(const point& place, int numberOfPlanes) {
+        objects.clear();
+        std::vector<point> points;
+        for (int row = 0; row < size; row += 2) {
+            for (int column = 0; column < size; column += 2) {
+                points.push_back(place + inPixel(column, row, 1.0 + 0.45 * number()));
+            }
+        }
+        const auto object = add<PointCloud>(cloud(points));
+        object->pointSize().set({}, 1.0);
+        Counts counts;
+        for (int picture = 0; picture < 11; ++picture) {
+            SCOPED_TRACE(picture);
+            const std::array<Plane, 2> planes = planesNear(place, numberOfPlanes);
+            cutBy(planes, *object);
+            const Image image = draw(eyeBefore(place));
+            for (std::size_t i = 0; i < points.size(); ++i) {
+                const double inside = distanceInside(points[i] - place, place, planes);
+                if (std::abs(inside) < nearPlane) continue;
+                compare(image, static_cast<int>(i % (size / 2)) * 2,
+                        static_cast<int>(i / (size / 2)) * 2, inside, counts);
+            }
+        }
+        return counts;
+    }
+};
+
+TEST_F(CutPoints, AreThoseOfTheComputationForOnePlaneAndForTwoInAnyDirection) {
+    for (const point& place : placesOfCuts) {
         for (const int planes : {1, 2}) {
-            const Counts counts = compare(place, planes);
-            EXPECT_GT(counts.compared, 10000) << place.x << ", " << planes;
-            EXPECT_GT(counts.cut, 2000);
-            EXPECT_LT(counts.cut, counts.compared - 2000);
+            SCOPED_TRACE(testing::Message() << place.x << ", planes: " << planes);
+            expectManyOf(comparePoints(place, planes), 10000);
+        }
+    }
+}
+
+/// A slanted square that fills the picture.
+class CutSlants : public Cuts {
+protected:
+    CutSlants() : _slant{0.3 * number(), 0.3 * number(), 1} {}
+
+    /// What the square shows in a pixel.
+    vector shownIn(double column, double row) const {
+        const vector straight = inPixel(column, row, 1.0);
+        return inPixel(column, row, 2.0 / (2.0 + dot(_slant, straight)));
+    }
+    point cornerAt(const point& place, double column, double row) const {
+        return place + shownIn(column, row);
+    }
+    /// Pictures of an object that covers the rows that begin with `first` and are `step` apart.
+    /// Pixels that are nearer to a cut or to the sides than `reach` pixels aren't compared.
+    Counts compareRows(const point& place, int numberOfPlanes, DisplayObject& object, int first,
+                       int step, double reach) {
+        Counts counts;
+        for (int picture = 0; picture < 6; ++picture) {
+            SCOPED_TRACE(picture);
+            const std::array<Plane, 2> planes = planesNear(place, numberOfPlanes);
+            cutBy(planes, object);
+            const Image image = draw(eyeBefore(place));
+            const auto isCut = [&](double column, double row) {
+                return distanceInside(shownIn(column, row), place, planes) <= 0;
+            };
+            const int margin = static_cast<int>(reach);
+            for (int row = first; row < size; row += step) {
+                for (int column = margin; column < size - margin; ++column) {
+                    const int cuts =
+                        isCut(column - reach, row - reach) + isCut(column + reach, row - reach) +
+                        isCut(column - reach, row + reach) + isCut(column + reach, row + reach);
+                    if (cuts != 0 && cuts != 4) continue;
+                    compare(image, column, row, distanceInside(shownIn(column, row), place, planes),
+                            counts);
+                }
+            }
+        }
+        objects.clear();
+        return counts;
+    }
+
+private:
+    const vector _slant;
+};
+
+TEST_F(CutSlants, OfSurfacesEndWhereTheComputationSays) {
+    for (const point& place : placesOfCuts) {
+        for (const int planes : {1, 2}) {
+            for (const bool hasEdges : {false, true}) {
+                SCOPED_TRACE(testing::Message() << place.x << ", planes: " << planes << hasEdges);
+                const auto object = add<TriangleSurface>(
+                    mesh({cornerAt(place, -2, -2), cornerAt(place, size + 2, -2),
+                          cornerAt(place, -2, size + 2), cornerAt(place, size + 2, size + 2)},
+                         {0, 1, 2, 1, 3, 2}));
+                object->edges().set({}, hasEdges);
+                // Drivers place edges in steps of 1/256 of a pixel.
+                expectManyOf(compareRows(place, planes, *object, 0, 1, 1.0 / 128), 20000);
+            }
+        }
+    }
+}
+
+TEST_F(CutSlants, OfLinesEndWhereTheComputationSays) {
+    constexpr int first = 2, step = 4;
+    for (const point& place : placesOfCuts) {
+        std::vector<std::pair<unsigned char, std::vector<point>>> rows;
+        for (int row = first; row < size; row += step) {
+            rows.push_back({1, {cornerAt(place, -2, row), cornerAt(place, size + 2, row)}});
+        }
+        Polylines data = polylines(rows);
+        data.coordinates = CoordinateSystem::Geographic;
+        for (const double width : {1.0, 3.0}) {
+            for (const int planes : {1, 2}) {
+                SCOPED_TRACE(testing::Message()
+                             << place.x << ", planes: " << planes << ", width " << width);
+                const auto object = add<LineSet>(data, false);
+                object->lineWidth().set({}, width);
+                // A thin line has all pixels that it touches.
+                expectManyOf(compareRows(place, planes, *object, first, step, 1.0), 5000);
+            }
         }
     }
 }
