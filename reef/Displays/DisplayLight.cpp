@@ -1,6 +1,7 @@
 #include <Displays/DisplayLight.hpp>
 
 #include <Displays/lightNumbers.hpp>
+#include <Displays/slotHelp.hpp>
 
 #include <sorrel/VRequest.hpp>
 
@@ -12,7 +13,9 @@ DisplayLight::DisplayLight(const std::string& lightName)
                  .setHelp("Colour of the light.")),
       _intensity(TypedSlot<double>(this, "intensity", 1.0, 0)
                      .setHelp("How bright the light is: times its colour.")
-                     .setProperty("min", 0.0)) {}
+                     .setProperty("min", 0.0)) {
+    helpWithCommonSlots(*this);
+}
 
 DisplayLight::~DisplayLight() = default;
 

@@ -3,6 +3,7 @@
 #include <Displays/DisplayShowings.hpp>
 #include <Displays/ElementBoxes.hpp>
 #include <Displays/displayData.hpp>
+#include <Displays/slotHelp.hpp>
 
 #include <Polypia/Seagrass.hpp>
 #include <fennel/VCamera.hpp>
@@ -67,8 +68,7 @@ DisplayObject::DisplayObject(const std::string& displayName)
         plane.setHelp("A plane that cuts the object: what its normal points away from isn't drawn. "
                       "None with a normal of zero.");
     }
-    TypedSlot<TransformOperator> transform = transformSlot();
-    transform.setHelp("What moves or bends the object ahead of drawing it.");
+    helpWithCommonSlots(*this);
     enableRequestProcessing();
 }
 

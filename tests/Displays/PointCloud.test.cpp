@@ -25,14 +25,6 @@ TEST_F(PointCloudTest, DrawsItsPointsRelativeToTheOrigin) {
                 ElementsAre(FloatPoint{0.5F, -2, 0}, FloatPoint{-0.5F, 2, 0}));
 }
 
-TEST_F(PointCloudTest, InputsSayWhatTheyAreFor) {
-    for (const char* const name : {"points", "pointsize", "color", "clip0", "clip1", "transform"}) {
-        const auto input = object->findInput(name);
-        ASSERT_TRUE(input) << name;
-        EXPECT_TRUE(input->parameter()->getProperty("help")) << name;
-    }
-}
-
 TEST_F(PointCloudTest, SizeFollowsTheInputWithoutBeingFilledAnew) {
     ASSERT_TRUE(draw(*object));
     EXPECT_THAT(parameter("PointSize"), ElementsAre(3.0F));
