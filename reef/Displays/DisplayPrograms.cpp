@@ -64,6 +64,8 @@ DisplayObject::Composer::Composer(const DisplayObject& display, VRenderContext& 
     GeometryInput = _stages.input;
     GeometryOutput = _stages.output;
     if ((form & isClipped) != 0) _stages.defines += "#define CLIPPED\n";
+    // What goes in front of main code has line markers. Main code has none: in a file that is
+    // edited they would tell lines of the built-in text.
     _vertexPrefix = _stages.defines + transform.getShaderFunctions(context, true) +
                     std::string(glsl::clip) + _stages.vertexPrefix;
     // Which the vertex stage has from the text of the operator.

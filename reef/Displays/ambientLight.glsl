@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/ambientLight.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // The same from all sides.
 uniform vec3 Light$$Intensity;
 

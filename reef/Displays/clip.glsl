@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/clip.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // Cuts by the planes of the object, which are relative to its origin as the vertices are. Unlike
 // ClippingPlanes::setClipDistances() this leaves the other outputs of a stage to be written, too.
 #ifdef CLIPPED

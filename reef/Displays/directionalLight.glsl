@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/directionalLight.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // The same everywhere, in one direction.
 uniform vec3 Light$$Intensity;
 uniform vec3 Light$$Specular;

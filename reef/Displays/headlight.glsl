@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/headlight.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // From the eye or, where it sees without perspective, along its view.
 uniform vec3 Light$$Intensity;
 uniform vec3 Light$$Specular;

@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/light.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // The direction towards the light, along the axes of the world: from above the left shoulder of
 // who looks. Needs the views of a stage.
 vec3 towardsLight()

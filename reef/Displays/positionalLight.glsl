@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/positionalLight.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // From one point in all directions. FallOff: what the intensity is divided by is the sum of its
 // components, the second one times the distance in units, the third times the square of that.
 uniform vec3 Light$$Intensity;

@@ -1,3 +1,6 @@
+#ifdef ZELK_DO_LINE_DIRECTIVE
+#line 3 "reef/Displays/spotLight.glsl"
+#endif /* ZELK_DO_LINE_DIRECTIVE */
 // As a positional light, within a cone round a direction: there by the cosine of the angle to that,
 // to the power of an exponent.
 uniform vec3 Light$$Intensity;

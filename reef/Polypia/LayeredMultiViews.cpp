@@ -5,8 +5,10 @@
 #include <Polypia/multiViewRecord.hpp>
 #include <Polypia/shaderText.hpp>
 
+#include <MultiViewBlock.glsl.hpp>
 #include <MultiViewPrefix.glsl.hpp>
 #include <MultiViewStructures.glsl.hpp>
+#include <MultiViewSwitches.glsl.hpp>
 
 #include <algorithm>
 #include <cassert>
@@ -24,6 +26,8 @@ constexpr unsigned WorldLayer = 2;
 /// Where a polyp keeps the number of views that it was filled for.
 constexpr std::size_t NumberOfViewsInPolyp = 1;
 constexpr const char* SourceName = "reef/Polypia/LayeredMultiViews.cpp";
+/// Stands in a block of GLSL for the number that it is composed with.
+constexpr const char* numberPlaceholder = "$$";
 
 std::size_t existing(unsigned index, std::size_t number) {
     return index < number ? index : 0;
@@ -232,32 +236,7 @@ std::string LayeredMultiViews::enable_multiview(unsigned long long numberOfViews
     std::string text = defineLayout ? "\n#define DEFINE_NUM_VIEWS_LAYOUT 1\n" : "\n";
     text += "#define ZELK_AVAILABLE_VIEWS " + views;
     text += "\n#define ZELK_OUTPUT_VIEWS " + std::to_string(OutputViews) + "\n";
-    // The lines of the block are numbered as they stand here, one below the other.
-    // clang-format off
-    text += lineMarker(__LINE__ + 1, SourceName);
-    return text + R"(// START of LayeredMultiViews::enable_multiview()
-// What the driver can do, ZELK_HAVE_*, is defined by VRenderContext::getShaderPlatformDefines().
-// Application code may undefine these macros to switch multiview off.
-#if ZELK_OUTPUT_VIEWS > 1
-#define ZELK_ENABLE_OVR_MULTIVIEW 1
-#endif
-#if defined(ZELK_HAVE_multiview2) && defined(ZELK_ENABLE_OVR_MULTIVIEW) && !defined(ZELK_DO_MULTIVIEW_VIA_LAYER_ID)
-#ifdef GEOMETRY_SHADER
-#extension GL_EXT_multiview_tessellation_geometry_shader : enable
-#else
-#extension GL_OVR_multiview : require
-#extension GL_OVR_multiview2 : require
-#endif
-// The layout is valid in these stages only.
-#if defined(DEFINE_NUM_VIEWS_LAYOUT) && (defined(VERTEX_SHADER) || defined(GEOMETRY_SHADER))
-layout(num_views = )" + views + R"() in;
-#endif
-#endif
-#define HAVE_NumberOfViews 1
-const int NumberOfViews = )" + views + R"(;
-// END of LayeredMultiViews::layout_num_views()
-)";
-    // clang-format on
+    return text + replacedText(std::string(glsl::MultiViewSwitches), numberPlaceholder, views);
 }
 
 std::string LayeredMultiViews::defineMultiView(unsigned long long numberOfViews, bool defineLayout,
@@ -266,15 +245,8 @@ std::string LayeredMultiViews::defineMultiView(unsigned long long numberOfViews,
     text += "/* LayeredMultiViews::defineMultiView() START */\n";
     text += enable_multiview(numberOfViews, defineLayout);
     text += DefineStructView;
-    text += R"(// Uniform Block Object (UBO) for view parameters, same for all shaders
-#if __VERSION__ >= 420
-layout(std140, set=0, binding=)" +
-            std::to_string(binding) + R"()
-#else
-layout(std140)
-#endif
-   uniform MultiView { View views[ NumberOfViews ]; };
-)";
+    text +=
+        replacedText(std::string(glsl::MultiViewBlock), numberPlaceholder, std::to_string(binding));
     text += glsl::MultiViewPrefix;
     return text + "/* LayeredMultiViews::defineMultiView() END */\n";
 }

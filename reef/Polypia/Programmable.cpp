@@ -6,6 +6,9 @@
 
 #include <keel/VerboseStream.hpp>
 
+#include <DefaultFragment.glsl.hpp>
+#include <DefaultGeometry.glsl.hpp>
+#include <DefaultVertex.glsl.hpp>
 #include <StageHead.glsl.hpp>
 #include <ViewportFragment.glsl.hpp>
 #include <ViewportGeometry.glsl.hpp>
@@ -155,20 +158,9 @@ const Programmable::ShaderSegment::Table& Programmable::ShaderSegment::table() {
 const std::string Programmable::define_VERTEX_SHADER = "#define VERTEX_SHADER    1\n";
 const std::string Programmable::define_FRAGMENT_SHADER = "#define FRAGMENT_SHADER  1\n";
 const std::string Programmable::define_GEOMETRY_SHADER = "#define GEOMETRY_SHADER  1\n";
-const std::string Programmable::default_vertex_shader =
-    "void main(void)\n{\tgl_Position = ftransform();}\n";
-const std::string Programmable::default_fragment_shader =
-    "void main (void)\n{\n\tgl_FragColor = gl_Color;\n}\n";
-const std::string Programmable::default_geometry_shader =
-    "void main(void)\n"
-    "{\n"
-    "\tfor(int i = 0; i < gl_VerticesIn; i++)\n"
-    "\t{\n"
-    "\t\tgl_FrontColor = gl_FrontColorIn[i];\n"
-    "\t\tgl_Position = gl_PositionIn[i];\n"
-    "\t\tEmitVertex();\n"
-    "\t}\n"
-    "}\n";
+const std::string Programmable::default_vertex_shader{glsl::DefaultVertex};
+const std::string Programmable::default_fragment_shader{glsl::DefaultFragment};
+const std::string Programmable::default_geometry_shader{glsl::DefaultGeometry};
 
 Programmable::Programmable() : IncludePath(DefaultIncludePath()) {
     setGLSLVersion("130");

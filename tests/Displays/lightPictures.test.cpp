@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <functional>
 #include <limits>
 #include <numbers>
@@ -876,6 +877,86 @@ TEST_F(LightPictures, FaultyLightLeavesThePictureAsItWas) {
     EXPECT_EQ(draw(above(2)).bytes, before.bytes);
     addLight<AmbientLight>({0.5, 0.5, 0.5});
     EXPECT_EQ(draw(above(2)).at(32, 32), (Pixel{204, 153, 102}));
+}
+
+/// Switches the line markers on for what follows in a stage and spoils a word there.
+std::string spoiling(const std::string& word) {
+    return "#define ZELK_DO_LINE_DIRECTIVE 1\n#define " + word + " 5\n";
+}
+
+/// A transformation that does nothing but that.
+class SpoilingOperator : public Ball {
+public:
+    explicit SpoilingOperator(const std::string& word) : _word(word) {}
+
+    std::string myShaderFunctions(VRenderContext& viewing) const override {
+        return spoiling(_word) + Ball::myShaderFunctions(viewing);
+    }
+
+private:
+    const std::string _word;
+};
+
+/// A light that does nothing but that to those that come behind it.
+class SpoilingLight final : public ShaderLightSource {
+public:
+    explicit SpoilingLight(const std::string& lightName, const std::string& word)
+        : VObject(lightName, 0, {}), ShaderLightSource(lightName, 0, {}), _word(word) {
+        enableRequestProcessing();
+    }
+    std::string getShaderCode() const override {
+        return spoiling(_word) +
+               "void getLight_$$(in vec3 vertex, out vec3 light_incidence, out vec3 intensity, out "
+               "vec3 specular_intensity) { light_incidence = intensity = specular_intensity = "
+               "vec3(0.0); }\n";
+    }
+    void updateLight(ProgramVariables&, VRequest&) override {}
+
+private:
+    const std::string _word;
+};
+
+/// The place of the line that holds those words, as reports tell it.
+std::string toldPlace(const std::string& file, const std::string& words) {
+    std::ifstream lines(std::string(POLYPIA_SOURCE) + "/" + file);
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        if (line.find(words) != std::string::npos) {
+            return " at " + file + ":" + std::to_string(number) + " [";
+        }
+    }
+    return "no such line";
+}
+
+TEST_F(LightPictures, FaultsInBlocksAreToldInLinesOfTheirSourcesWhereMarkersAreOn) {
+    struct Row {
+        const char* word;
+        const char* file;
+        const char* line;
+    };
+    for (const Row& row : {Row{"distanceTo", "reef/Displays/clip.glsl", "float distanceTo("},
+                           Row{"towardsLight", "reef/Displays/light.glsl", "vec3 towardsLight("}}) {
+        const auto plane = addPlane();
+        TransformOperator operation;
+        operation.functor =
+            Keel::StrongPtr<TransformOperator::Functor>(new SpoilingOperator(row.word));
+        plane->transformSlot().set({}, operation);
+        plane->clippingPlanes().clip0.set({}, {{1, 0, 0}, 0});
+        EXPECT_NONFATAL_FAILURE(draw(above(2)), toldPlace(row.file, row.line));
+        objects.clear();
+    }
+    const auto expectOf = [&](const char* file, const auto& addSecond) {
+        addPlane();
+        add<SpoilingLight>("Light1Intensity");
+        addSecond();
+        EXPECT_NONFATAL_FAILURE(draw(above(2)), toldPlace(file, "uniform vec3 Light$$Intensity;"));
+        objects.clear();
+    };
+    expectOf("reef/Displays/ambientLight.glsl", [&] { add<AmbientLight>(); });
+    expectOf("reef/Displays/directionalLight.glsl", [&] { add<DirectionalLight>(); });
+    expectOf("reef/Displays/positionalLight.glsl", [&] { add<PositionalLight>(); });
+    expectOf("reef/Displays/spotLight.glsl", [&] { add<SpotLight>(); });
+    expectOf("reef/Displays/headlight.glsl", [&] { add<Headlight>(); });
 }
 
 } // namespace

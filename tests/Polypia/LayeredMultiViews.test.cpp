@@ -726,7 +726,7 @@ TEST_F(LayeredMultiViews, BlocksBeginWithLineMarkersThatNameTheirSources) {
     EXPECT_TRUE(beginsWithMarker(Views::DefineStructView));
     const std::string text = views.defineMultiView(2, false, 0);
     EXPECT_THAT(places(text, {"\"reef/Polypia/LayeredMultiViews.cpp\"",
-                              "\"reef/Polypia/LayeredMultiViews.cpp\"",
+                              "#line 3 \"reef/Polypia/MultiViewSwitches.glsl\"",
                               "#line 3 \"reef/Polypia/MultiViewStructures.glsl\"",
                               "#line 3 \"reef/Polypia/MultiViewPrefix.glsl\""}),
                 testing::Each(Not(std::string::npos)));

@@ -256,7 +256,7 @@ TEST_F(MultiViewText, TellsErrorsInLinesOfItsSources) {
     for (const Row& row :
          {Row{"zelk_WorldPosition", "reef/Polypia/MultiViewPrefix.glsl", "vec3 zelk_WorldPosition"},
           Row{"theFrustum", "reef/Polypia/MultiViewStructures.glsl", "    Frustum theFrustum"},
-          Row{"NumberOfViews", "reef/Polypia/LayeredMultiViews.cpp", "const int NumberOfViews"}}) {
+          Row{"NumberOfViews", "reef/Polypia/MultiViewSwitches.glsl", "const int NumberOfViews"}}) {
         const std::string defines = enable + "#define " + row.planted + " 5\n";
         const Way way{"", defines.c_str()};
         const long line = lineOf(std::string(POLYPIA_SOURCE) + "/" + row.source, row.line);

@@ -1,0 +1,4 @@
+void main (void)
+{
+	gl_FragColor = gl_Color;
+}

@@ -1,0 +1,2 @@
+void main(void)
+{	gl_Position = ftransform();}
