@@ -509,13 +509,13 @@ TEST_F(GshhgReaderTest, SurvivesRandomDamage) {
         std::ifstream stream(file.write(folder), std::ios::binary);
         const std::string content{std::istreambuf_iterator<char>(stream), {}};
         std::size_t refused = 0;
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 100; ++round) {
             std::string damaged = content;
             for (std::size_t flips = below(3) + 1; flips > 0; --flips)
                 damaged[below(damaged.size())] = static_cast<char>(below(256));
             if (errorOfReading(InputFile("damaged.nc", damaged)) != "no error") ++refused;
         }
-        EXPECT_GT(refused, 30u);
+        EXPECT_GT(refused, 10u);
     }
 }
 
