@@ -67,7 +67,8 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _eyes(context.EyeViews.size()),
       _outputViews(context.OutputViews),
       _takesFiles(context.ShaderFileOverrides),
-      _exchanges(Exchanges::of(seagrass)) {}
+      _exchanges(Exchanges::of(seagrass)),
+      _turns(_exchanges->turnsOf(context.pool)) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
     return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
@@ -94,8 +95,9 @@ bool DisplayObject::Showing::clear() {
 
 void DisplayObject::Showing::begin(const VRenderContext& context) {
     _exchanges->noteDrawing(_frame, context.renderAllowance);
-    _exchanges->endNeed(this);
-    _hasChance = context.renderAllowance >= _exchanges->greatestAllowance();
+    _turns->noteDrawing(_turn, context.renderAllowance);
+    _turns->endNeed(this);
+    _hasChance = context.renderAllowance >= _turns->greatestAllowance();
 }
 
 bool DisplayObject::Showing::isOriginComing() const {
@@ -127,11 +129,16 @@ std::size_t DisplayObject::Showing::bytesOf(const Content& content) const {
 /// or for all, that begins ahead of time, and those in greater need come first.
 bool DisplayObject::Showing::mayBegin(const VRenderContext& context, const Content& content,
                                       double need) {
+    // That would be in vain, and isn't to hold up the others.
+    if (_isStuck || !_wanted.program) return false;
     const std::size_t bytes = bytesOf(content);
     const bool isUpAtOnce = context.renderAllowance >= static_cast<std::int64_t>(bytes);
-    if (isUpAtOnce && !_exchanges->isShort()) return need > 1.0;
-    const bool isTurn = _exchanges->isTurn(need, bytes, context.renderAllowance);
-    if (!isTurn || !isUpAtOnce) _exchanges->noteNeed(this, need, bytes);
+    if (isUpAtOnce && !_turns->isShort()) {
+        _turns->noteSoon(bytes);
+        return need > 1.0;
+    }
+    const bool isTurn = _turns->isTurn(need, bytes, context.renderAllowance);
+    if (!isTurn || !isUpAtOnce) _turns->noteNeed(this, need, bytes);
     return isTurn;
 }
 
@@ -146,7 +153,7 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     findNeeds(display, context, content, transform);
     _isOriginDue = false;
     const bool isComing = isOriginComing();
-    if (isComing) noteNeedOfShown(*content);
+    if (_coming && _shown) noteNeedOfComing(*content);
     if (isComing && !_coming->isEmpty() && !_isStuck) {
         _isOriginDue = isTooFar(present, *content, transform);
         return present;
@@ -184,13 +191,27 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
     }
 }
 
-/// While it waits for what is coming. Who waits in vain for too long may do so for ever, and is not
-/// to hold up the others.
-void DisplayObject::Showing::noteNeedOfShown(const Content& content) {
+/// Of another origin that by which what is shown is off; and what has waited for ten drawings, such
+/// as other data, is in as much need as what is off by a tenth of a pixel.
+double DisplayObject::Showing::needOfComing() const {
+    const double ofAge = static_cast<double>(_waited) / 10.0;
+    return isOriginComing() ? std::max(ofAge, greatestNeed(_shown->generation().origin)) : ofAge;
+}
+
+/// Who waits in vain for too long may do so for ever, and is not to hold up the others.
+void DisplayObject::Showing::noteNeedOfComing(const Content& content) {
     if (_isStuck || _vainly > withChance * Exchanges::patience) return;
     const std::size_t all = bytesOf(content), there = _coming->bytes();
-    _exchanges->noteNeed(this, greatestNeed(_shown->generation().origin),
-                         all > there ? all - there : 0);
+    _turns->noteNeed(this, needOfComing(), all > there ? all - there : 0);
+}
+
+/// Until something of it is on the GPU others may come first.
+bool DisplayObject::Showing::isTurnOfComing(const VRenderContext& context) {
+    if (!_coming->isEmpty() || _shown->isEmpty()) return true;
+    const bool isTurn =
+        _turns->isTurn(needOfComing(), bytesOf(*_comingContent), context.renderAllowance);
+    _hasChance = _hasChance && isTurn;
+    return isTurn;
 }
 
 /// The one at whose camera the origin leaves all eyes in the least need; null if that is no help.
@@ -273,6 +294,7 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
     _isStuck = supply.isStuck;
     // Whoever has less of the allowance than others may have to be more patient, not for ever.
     _vainly = supply.isMoving ? 0 : _vainly + (_hasChance ? withChance : 1);
+    _waited = supply.isMoving ? 0 : _waited + 1;
     // What has to wait, or isn't tried, is not mended by that.
     if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
     if (supply.notDrawn || !supply.isPartly) noteFailure(_notDrawn, supply.notDrawn);
@@ -300,7 +322,11 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
     }
     provideWanted(display, supply);
     keepPieces();
-    if (_coming && prepareComing(context, supply)) showComing();
+    if (_coming && !isTurnOfComing(context)) {
+        supply.isStopped = true;
+    } else if (_coming && prepareComing(context, supply)) {
+        showComing();
+    }
     if (_shown->isOf(_wanted)) {
         return _shown->draw(context, *_wanted.content.lock(), level, supply) && !_isOriginDue;
     }
@@ -360,14 +386,14 @@ bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
-    if (!_coming) _vainly = 0;
+    if (!_coming) _vainly = _waited = 0;
     _coming = std::move(pieces);
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
 void DisplayObject::Showing::showComing() {
-    _exchanges->endNeed(this);
-    _vainly = 0;
+    _turns->endNeed(this);
+    _vainly = _waited = 0;
     _shown = std::move(_coming);
     _comingContent.reset();
 }

@@ -98,7 +98,9 @@ private:
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
     const Need* bestEye(double presentNeed) const;
-    void noteNeedOfShown(const Content& content);
+    double needOfComing() const;
+    void noteNeedOfComing(const Content& content);
+    bool isTurnOfComing(const VRenderContext& context);
     bool isAmong(const Content& content, const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
 
@@ -111,9 +113,13 @@ private:
     const unsigned _outputViews;
     const bool _takesFiles;
     const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
-    std::uint64_t _frame = 0;  // by these
-    bool _hasChance = false;   // nobody has found more of the frame's allowance
-    std::uint64_t _vainly = 0; // what makes it impatient, see draw()
+    const TurnsPtr _turns;
+    std::uint64_t _frame = 0; // by the exchanges
+    std::uint64_t _turn = 0;  // the frame by the turns
+    bool _hasChance = false;  // it is its turn, and nobody has found more of the allowance
+    // Drawings since something of what is coming went to the GPU, or began to come.
+    std::uint64_t _waited = 0;
+    std::uint64_t _vainly = 0; // the same, by how much they tell, see draw()
     bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;
     Generation _wanted;

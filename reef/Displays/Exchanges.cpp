@@ -27,45 +27,63 @@ Keel::StrongPtr<Exchanges, Keel::InterfaceBase> Exchanges::of(const Seagrass& se
 }
 
 void Exchanges::noteDrawing(std::uint64_t& frame, std::int64_t allowance) {
-    if (frame == _frame || allowance > _lastAllowance) beginFrame();
-    frame = _frame;
-    _lastAllowance = allowance;
-    _greatestAllowance = std::max(_greatestAllowance, allowance);
-}
-
-void Exchanges::beginFrame() {
-    ++_frame;
-    _greatestAllowance = std::numeric_limits<std::int64_t>::min();
-    _needs = std::exchange(_needsOfNow, {});
-    _isShort = !_needs.empty();
-    std::stable_sort(_needs.begin(), _needs.end(),
-                     [](const Need& a, const Need& b) { return a.need > b.need; });
+    if (!_frames.note(frame, allowance)) return;
     std::erase_if(_leases, [&](const std::weak_ptr<Lease>& weak) {
         const LeasePtr lease = weak.lock();
         if (!lease) return true;
-        if (lease->_frame + patience < _frame) lease->end();
+        if (lease->_frame + patience < _frames.present()) lease->end();
         return !lease->isKept();
     });
 }
 
 void Exchanges::renew(const LeasePtr& lease) {
-    lease->_frame = _frame;
+    lease->_frame = _frames.present();
     if (lease->isKept()) return;
     lease->setKept(true);
     _leases.push_back(lease);
 }
 
-void Exchanges::noteNeed(const void* whose, double need, std::size_t bytes) {
+TurnsPtr Exchanges::turnsOf(const ValuePoolPtr& pool) {
+    std::erase_if(_turns, [](const auto& entry) { return entry.second.expired(); });
+    std::weak_ptr<Turns>& known = _turns[Keel::WeakPtr<ValuePool>(pool)];
+    TurnsPtr turns = known.lock();
+    if (!turns) known = turns = std::make_shared<Turns>();
+    return turns;
+}
+
+bool DrawnFrames::note(std::uint64_t& frameOfObject, std::int64_t allowance) {
+    const bool begins = frameOfObject == _present || allowance > _lastAllowance;
+    if (begins) ++_present;
+    frameOfObject = _present;
+    _lastAllowance = allowance;
+    return begins;
+}
+
+void Turns::noteDrawing(std::uint64_t& frame, std::int64_t allowance) {
+    if (_frames.note(frame, allowance)) beginFrame();
+    _greatestAllowance = std::max(_greatestAllowance, allowance);
+}
+
+void Turns::beginFrame() {
+    _needs = std::exchange(_needsOfNow, {});
+    _isShort = !_needs.empty() || _soon > static_cast<double>(_greatestAllowance);
+    _soon = 0.0;
+    _greatestAllowance = std::numeric_limits<std::int64_t>::min();
+    std::stable_sort(_needs.begin(), _needs.end(),
+                     [](const Need& a, const Need& b) { return a.need > b.need; });
+}
+
+void Turns::noteNeed(const void* whose, double need, std::size_t bytes) {
     _needsOfNow.push_back({whose, need, bytes});
 }
 
-void Exchanges::endNeed(const void* whose) {
+void Turns::endNeed(const void* whose) {
     const auto isOf = [&](const Need& need) { return need.whose == whose; };
     std::erase_if(_needs, isOf);
     std::erase_if(_needsOfNow, isOf);
 }
 
-bool Exchanges::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {
+bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {
     auto left = allowance - static_cast<std::int64_t>(bytes);
     for (const Need& other : _needs) {
         if (!(other.need > need)) break;

@@ -4,21 +4,75 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/Seagrass.hpp>
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <vector>
 
 namespace Mirk {
 
+/// Counts the frames of objects that are drawn, from 0: an object that is drawn again is in another
+/// one, and so is one that finds more of the allowance than the last one. Where several viewers
+/// draw in turn these are more than there are.
+class DrawnFrames {
+public:
+    /// To be told of each drawing ahead of it, with a number of that object, 0 at first, and the
+    /// bytes of the allowance that it finds. Whether a frame begins.
+    bool note(std::uint64_t& frameOfObject, std::int64_t allowance);
+    std::uint64_t present() const { return _present; }
+
+private:
+    std::uint64_t _present = 0;
+    std::int64_t _lastAllowance = 0;
+};
+
+/// Whose turn it is among the display objects of one pool in one Seagrass. Where a frame's
+/// allowance isn't enough for all, those that are drawn first would always have it: those in the
+/// greatest need begin. For the render thread.
+class Turns {
+public:
+    /// See DrawnFrames.
+    void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
+    /// The most that anybody has found in this frame: who is refused with that has to wait for a
+    /// greater one, and not for its turn.
+    std::int64_t greatestAllowance() const { return _greatestAllowance; }
+
+    /// That one waits for so many bytes, in whatever measure of need.
+    void noteNeed(const void* whose, double need, std::size_t bytes);
+    /// That it is drawn now, or waits no more.
+    void endNeed(const void* whose);
+    /// That one takes so many bytes soon, and waits for nothing yet.
+    void noteSoon(std::size_t bytes) { _soon += static_cast<double>(bytes); }
+    /// Whether somebody waited at the end of the last frame, or the allowance wasn't enough for
+    /// what all take soon.
+    bool isShort() const { return _isShort; }
+    /// Whether the allowance is enough for one who needs these bytes and for those who waited in
+    /// the last frame in greater need, and haven't been drawn yet in this one.
+    bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
+
+private:
+    struct Need {
+        const void* whose;
+        double need;
+        std::size_t bytes;
+    };
+
+    void beginFrame();
+
+    DrawnFrames _frames;
+    std::int64_t _greatestAllowance = 0;
+    double _soon = 0.0; // bytes
+    bool _isShort = false;
+    std::vector<Need> _needs; // of the last frame, the greatest first
+    std::vector<Need> _needsOfNow;
+};
+using TurnsPtr = std::shared_ptr<Turns>;
+
 /// What the display objects of one Seagrass have to know of each other when they exchange what they
-/// draw. For the render thread.
-///
-/// One is the polyps that they keep in the cache meanwhile. An object that isn't drawn any more, as
-/// it is hidden, out of view or in no scene, can't give them free itself: the others do, once they
-/// have been drawn a hundred times without it.
-///
-/// The other is whose turn it is. Where a frame's allowance isn't enough for all who follow the
-/// camera, those that are drawn first would always have it: those in the greatest need begin.
+/// draw: whose turn it is, and the polyps that they keep in the cache meanwhile. An object that
+/// isn't drawn any more, as it is hidden, out of view or in no scene, can't give them free itself:
+/// the others do, once they have been drawn a hundred times without it. For the render thread.
 class Exchanges : public Keel::Interface<Exchanges> {
 public:
     static constexpr std::uint64_t patience = 100;
@@ -43,45 +97,17 @@ public:
 
     static Keel::StrongPtr<Exchanges, Keel::InterfaceBase> of(const Seagrass& seagrass);
 
-    // Frames are those of the objects that are drawn, see noteDrawing().
-
-    /// To be told of each drawing ahead of it, with a number of that object, 0 at first, and the
-    /// bytes of the allowance that it finds. An object that is drawn again is in another frame, and
-    /// so is one that finds more than the last one, which is how frames are counted here. Where
-    /// several viewers draw in turn these are more than there are, and leases end earlier.
+    /// See DrawnFrames.
     void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
-    /// The most that anybody has found in this frame: who is refused with that has to wait for a
-    /// greater one, and not for its turn.
-    std::int64_t greatestAllowance() const { return _greatestAllowance; }
     /// Has the lease begin, or go on.
     void renew(const LeasePtr& lease);
-
-    /// That one waits for so many bytes, in whatever measure of need above 0.
-    void noteNeed(const void* whose, double need, std::size_t bytes);
-    /// That it is drawn now, or waits no more.
-    void endNeed(const void* whose);
-    /// Whether somebody waited at the end of the last frame.
-    bool isShort() const { return _isShort; }
-    /// Whether the allowance is enough for one who needs these bytes and for those who waited in
-    /// the last frame in greater need, and haven't been drawn yet in this one.
-    bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
+    /// Of a pool; viewers may draw other pools, with an allowance of their own.
+    TurnsPtr turnsOf(const ValuePoolPtr& pool);
 
 private:
-    struct Need {
-        const void* whose;
-        double need;
-        std::size_t bytes;
-    };
-
-    void beginFrame();
-
-    std::uint64_t _frame = 0;
-    std::int64_t _greatestAllowance = 0;
-    std::int64_t _lastAllowance = 0;
+    DrawnFrames _frames;
     std::vector<std::weak_ptr<Lease>> _leases;
-    bool _isShort = false;
-    std::vector<Need> _needs; // of the last frame, the greatest first
-    std::vector<Need> _needsOfNow;
+    std::map<Keel::WeakPtr<ValuePool>, std::weak_ptr<Turns>> _turns;
 };
 
 } // namespace Mirk

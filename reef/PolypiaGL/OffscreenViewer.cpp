@@ -253,12 +253,16 @@ void OffscreenViewer::handleQueueOfNow() {
     queued->handleQueue(*_graphics->context, [&isReached] { return *isReached; });
 }
 
-/// A polyp that is larger than what others leave of the allowance would wait for ever: after a
-/// frame that refused and used less than half of it the next one may bring twice as much, until
-/// something passes.
+/// A polyp that is larger than the allowance would wait for ever: after a frame that refused and
+/// brought nothing to the GPU the next one may bring twice as much, until something passes. The
+/// same holds for one that is larger than what others leave of it, after some frames in a row that
+/// refused and used less than half.
 void OffscreenViewer::refill(const Frame& frame) {
     const bool wasRefused = (frame.result & GLRenderContext::RefusedMemory) != 0;
-    if (!wasRefused || frame.uploadedBytes > _allowance / 2) {
+    const bool wasSparing = wasRefused && frame.uploadedBytes <= _allowance / 2;
+    _sparingFrames = wasSparing ? _sparingFrames + 1 : 0;
+    constexpr int inARow = 8;
+    if (!wasRefused || (frame.uploadedBytes != 0 && _sparingFrames < inARow)) {
         _allowance = _settings.uploadBytes;
     } else if (_allowance <= INT64_MAX / 2) {
         _allowance = std::max<long long>(2 * _allowance, 1);

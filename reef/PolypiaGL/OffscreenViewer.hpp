@@ -121,6 +121,7 @@ private:
     Keel::WeakPtr<Seagrass> _renderCache;
     std::unique_ptr<Graphics> _graphics;
     std::atomic<long long> _allowance; // for the next frame; written by the render thread
+    int _sparingFrames = 0;            // in a row, that refused and used less than half of it
     Keel::ThreadPool _thread;
 };
 

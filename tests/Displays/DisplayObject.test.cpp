@@ -648,6 +648,83 @@ TEST_F(DisplayObjectTurns, OneThatNeverFitsDoesNotHoldUpTheOthersForEver) {
     EXPECT_GT(all[0]->lastOrigin.z, 390 * threshold());
 }
 
+TEST_F(DisplayObjectTurns, ManyWhoFitAloneBeginAheadOfTime) {
+    add(20, 1);
+    for (int frame = 1; frame < 300; ++frame) {
+        frameAt(0.02 * frame, 1);
+        ASSERT_LE(worstNeed(0.02 * frame), 1.0) << frame;
+    }
+}
+
+TEST_F(DisplayObjectTurns, TheGreatestNeedGoesFirst) {
+    // Two that are a hundred times as far away, and are drawn first.
+    const double distance = 100.0;
+    for (int i = 0; i < 2; ++i) {
+        const DisplayPtr<Plain> far(
+            new Plain(Skua::BoundingBox(point{distance, -1, -1e9}, point{distance + 1, 1, 1e9})));
+        far->knownBytes = bytes;
+        draw(*far);
+        all.push_back(far);
+    }
+    add(1, 1);
+    const double jump = 2.0 * Mirk::originThreshold(context, 0, distance) / threshold();
+    ASSERT_GT(jump, 20.0);
+    for (int frame = 0; frame < 2; ++frame) frameAt(jump, 1);
+    EXPECT_EQ(all[2]->lastOrigin.z, jump * threshold());
+    int frames = 3;
+    while (!frameAt(jump, 1) && frames < 10) ++frames;
+    EXPECT_LE(frames, 4);
+}
+
+TEST_F(DisplayObjectTurns, DataThatChangeInEachFrameLeaveRoomForTheOriginOfAnother) {
+    add(1, 1);
+    const DisplayPtr<Plain> changing = all[0];
+    add(1, 1);
+    int frames = 0;
+    while (all[1]->lastOrigin.z < 50.0 * threshold() && ++frames < 100) {
+        changing->setData(1);
+        frameAt(50.0, 1);
+    }
+    EXPECT_LE(frames, 3);
+    // And the other way round: they are shown, though others follow the camera in each frame.
+    all = {all[1], changing};
+    std::set<std::size_t> filled;
+    for (int frame = 0; frame < 60; ++frame) {
+        changing->setData(1);
+        frameAt(52.0 + 2.0 * frame, 1);
+        filled.insert(changing->filled.size());
+    }
+    EXPECT_GE(filled.size(), 3U);
+}
+
+TEST_F(DisplayObjectTurns, ViewersOfOtherPoolsDoNotWaitForEachOther) {
+    add(1, 20);
+    const DisplayPtr<Plain> large = all[0];
+    all.clear();
+    add(1, 1);
+    KnowingContext second(seagrass);
+    second.pool = Keel::make<Mirk::ValuePool>();
+    const auto drawInSecond = [&](double thresholds) {
+        const auto place = point{0, 0, thresholds * threshold()};
+        Mirk::View& view = second.CurrentView(0, 0);
+        view.camera.position = place;
+        view.camera.lookAt = place - vector{0, 0, 10};
+        view.setFrustum(-1.0, 1.0, -1.0, 1.0, 1.0, 100.0);
+        second.renderAllowance = bytes;
+        Mirk::VRequest request(second.pool);
+        request.process(*large, 1.0);
+        return large->render(second, view, sub);
+    };
+    // The second one rests until all is there, and then goes faster than that can follow.
+    for (int frame = 1; frame < 25; ++frame) {
+        frameAt(0.0, 1);
+        drawInSecond(20.0 * std::max(frame - 20, 0));
+    }
+    int frames = 1;
+    while (!frameAt(3.0, 1) && frames < 50) drawInSecond(100.0 + 20.0 * ++frames);
+    EXPECT_LE(frames, 2);
+}
+
 TEST_F(DisplayObjectTurns, WhatIsNotThereYetWaitsForNoTurn) {
     add(2, 3);
     lookFrom(0, {1e8, 0, 0});

@@ -462,6 +462,29 @@ TEST_F(OffscreenViewerTest, RaisesItsAllowanceOnlyForWhatWasRefused) {
     EXPECT_THAT(allowances, testing::Each(10));
 }
 
+TEST_F(OffscreenViewerTest, RaisesItsAllowanceForWhatOthersLeaveNoRoomOnlyAfterAWhile) {
+    settings.uploadBytes = 10;
+    MAKE_VIEWER(viewer);
+    const auto polypOf = [](std::size_t bytes) {
+        const PolypPtr polyp(new Polyp(Keel::WeakPtr<Keel::Creature>()));
+        polyp->expectMemsize(bytes);
+        return polyp;
+    };
+    const PolypPtr first = polypOf(4), second = polypOf(7);
+    const QuadPtr always(new Quad("always", 0)), waiting(new Quad("waiting", 1));
+    bool isFine = false;
+    viewer->onRenderThread([&](GLRenderContext& context) {
+        always->action = [&] { return context.allowRendering(*first); };
+        waiting->action = [&] { return isFine = context.allowRendering(*second); };
+    });
+    int frames = 0;
+    while (!isFine && ++frames < 100) {
+        const auto frame = viewer->draw({eyeFromAbove()});
+        EXPECT_LE(frame.uploadedBytes, isFine ? 20 : 10);
+    }
+    EXPECT_EQ(frames, 9);
+}
+
 TEST_F(OffscreenViewerTest, TellsWhatFailed) {
     MAKE_VIEWER(viewer);
     const QuadPtr quad(new Quad("quad"));
