@@ -10,6 +10,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <numbers>
 #include <set>
 #include <stdexcept>
@@ -1404,26 +1405,28 @@ TEST_F(DisplayObjectUploads, WhatCannotGoUpIsGivenUpForNewerData) {
 /// A GPU with room for so many pieces, which is free again when they die.
 class Room : public Polyp::SpecializedTentacle<Polyp::VertexAttributeKey + 2> {
 public:
-    Room(int& taken, int room) : SpecializedTentacle(), _taken(taken), _room(room) {}
+    Room(std::shared_ptr<int> taken, int room)
+        : SpecializedTentacle(), _taken(std::move(taken)), _room(room) {}
     ~Room() override {
-        if (_isTaken) --_taken;
+        if (_isTaken) --*_taken;
     }
     bool activate(const Polyp&) override {
-        if (!_isTaken && _taken >= _room) throw Mirk::RenderException(1, "full", "room.cpp", 1);
-        if (!_isTaken) ++_taken;
+        if (!_isTaken && *_taken >= _room) throw Mirk::RenderException(1, "full", "room.cpp", 1);
+        if (!_isTaken) ++*_taken;
         _isTaken = true;
         return true;
     }
     bool deactivate(const Polyp&) override { return true; }
 
 private:
-    int& _taken;
+    const std::shared_ptr<int> _taken;
     const int _room;
     bool _isTaken = false;
 };
 
 TEST_F(DisplayObjectUploads, DataThatChangeInEachFrameAreShownAgainOnceThereIsMemory) {
-    int taken = 0, room = 8;
+    const auto taken = std::make_shared<int>(0);
+    int room = 8;
     object->pieces = 4;
     object->action = [&, fill = object->action](Polyp& polyp, Mirk::VRenderContext& present) {
         polyp.insert(Keel::StrongPtr<Polyp::Tentacle, Polyp::Tentacle>(new Room(taken, room)));
@@ -1440,7 +1443,7 @@ TEST_F(DisplayObjectUploads, DataThatChangeInEachFrameAreShownAgainOnceThereIsMe
     }
     testing::internal::GetCapturedStdout();
     EXPECT_GE(drawn.size(), 12U) << "others than the first, more than once";
-    EXPECT_LE(taken, 8);
+    EXPECT_LE(*taken, 8);
 }
 
 TEST_F(DisplayObjectUploads, PieceThatIsDeclinedHoldsUpNoNewerData) {
