@@ -157,8 +157,8 @@ public:
     /// The variables as they are now.
     ProgramVariables copyVariables() const;
     /// Replaces them as a whole, so that a merge never sees some of a change. Returns whether names
-    /// or types are others than those of the last replacement; what was changed in place since then
-    /// doesn't count.
+    /// or types are others than both those of the last replacement and the present ones: a changed
+    /// copy of what was set in place is no other form.
     bool replaceVariables(const ProgramVariables& variables);
 
 private:
