@@ -170,6 +170,15 @@ std::size_t DisplayObject::Pieces::bytes() const {
     return bytes;
 }
 
+std::size_t DisplayObject::Pieces::missingBytes(const Content& content) const {
+    std::size_t bytes = 0;
+    for (std::size_t piece = 0; piece < _creators.size(); ++piece) {
+        const PieceCreator& creator = *_creators[piece];
+        if (!isReady(creator)) bytes += std::max(creator.bytes(), content.leastBytes(piece));
+    }
+    return bytes;
+}
+
 /// What is on the GPU; null if it has to wait. Behind a refusal or a failure nothing is filled.
 PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& context,
                                         const Content& content, Supply& supply) const {
@@ -182,6 +191,7 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
         const PolypPtr uploaded =
             polyp && creator.admits(*polyp, context) ? upload(polyp, creator, context) : PolypPtr();
         supply.isStopped = creator.isRefused();
+        supply.isRefused = supply.isRefused || supply.isStopped;
         supply.isMoving = supply.isMoving || uploaded;
         supply.isStuck = supply.isStuck || (!uploaded && !supply.isStopped);
         return uploaded;

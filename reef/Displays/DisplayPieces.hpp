@@ -38,6 +38,7 @@ public:
         bool isStopped = false; ///< nothing, or nothing more, goes there in this frame
         bool isMoving = false;  ///< something went there
         bool isStuck = false;   ///< something can't be filled or activated
+        bool isRefused = false; ///< something waits for the allowance of another frame
         bool isPartly = false;  ///< something isn't drawn, whatever the reason
         // The first ones.
         std::exception_ptr failure = nullptr;  ///< why something isn't there
@@ -59,6 +60,8 @@ public:
     bool isEmpty() const;
     /// What has gone to the GPU, each piece once.
     std::size_t bytes() const;
+    /// What the pieces that aren't there take, as far as that is known.
+    std::size_t missingBytes(const Content& content) const;
     /// Has the cache evict none of those that are there or come, as long as this is called for each
     /// drawing.
     void keep(Exchanges& all) { all.renew(_lease); }

@@ -9,6 +9,7 @@
 #include <Polypia/VRenderContext.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -32,9 +33,6 @@ void noteFailure(std::exception_ptr& noted, const std::exception_ptr& failure) {
     const std::exception_ptr report = reportable(failure);
     if (!report || identityOf(report) != identityOf(noted)) noted = report;
 }
-
-/// Drawings without a chance that tell as much as one with it.
-constexpr std::uint64_t withChance = 10;
 
 /// Less than what makes a difference to any camera.
 constexpr double anyDistance = std::numeric_limits<double>::min();
@@ -97,7 +95,9 @@ void DisplayObject::Showing::begin(const VRenderContext& context) {
     _exchanges->noteDrawing(_frame, context.renderAllowance);
     _turns->noteDrawing(_turn, context.renderAllowance);
     _turns->endNeed(this);
-    _hasChance = context.renderAllowance >= _turns->greatestAllowance();
+    _hasMost = context.renderAllowance >= _turns->greatestAllowance();
+    _hasTurn = true;
+    _originNeed = 0.0;
 }
 
 bool DisplayObject::Showing::isOriginComing() const {
@@ -138,7 +138,7 @@ bool DisplayObject::Showing::mayBegin(const VRenderContext& context, const Conte
         return need > 1.0;
     }
     const bool isTurn = _turns->isTurn(need, bytes, context.renderAllowance);
-    if (!isTurn || !isUpAtOnce) _turns->noteNeed(this, need, bytes);
+    if (!isTurn) _originNeed = need;
     return isTurn;
 }
 
@@ -153,7 +153,6 @@ DisplayObject::point DisplayObject::Showing::originIn(const DisplayObject& displ
     findNeeds(display, context, content, transform);
     _isOriginDue = false;
     const bool isComing = isOriginComing();
-    if (_coming && _shown) noteNeedOfComing(*content);
     if (isComing && !_coming->isEmpty() && !_isStuck) {
         _isOriginDue = isTooFar(present, *content, transform);
         return present;
@@ -191,27 +190,45 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
     }
 }
 
-/// Of another origin that by which what is shown is off; and what has waited for ten drawings, such
-/// as other data, is in as much need as what is off by a tenth of a pixel.
-double DisplayObject::Showing::needOfComing() const {
-    const double ofAge = static_cast<double>(_waited) / 10.0;
-    return isOriginComing() ? std::max(ofAge, greatestNeed(_shown->generation().origin)) : ofAge;
-}
-
-/// Who waits in vain for too long may do so for ever, and is not to hold up the others.
-void DisplayObject::Showing::noteNeedOfComing(const Content& content) {
-    if (_isStuck || _vainly > withChance * Exchanges::patience) return;
-    const std::size_t all = bytesOf(content), there = _coming->bytes();
-    _turns->noteNeed(this, needOfComing(), all > there ? all - there : 0);
+/// Of another origin that by which what is shown is off. Other data are in as much need after ten
+/// drawings as what is off by a tenth of a pixel, and what is missing in the picture from the first
+/// one on; both twice as much after each one more, as cameras may go at any speed.
+double DisplayObject::Showing::needOfWaiting() const {
+    const auto waited = static_cast<double>(_waited);
+    if (!_coming) return std::exp2(waited);
+    if (isOriginComing()) return greatestNeed(_shown->generation().origin);
+    constexpr double patience = 10.0;
+    return std::exp2(waited - patience);
 }
 
 /// Until something of it is on the GPU others may come first.
-bool DisplayObject::Showing::isTurnOfComing(const VRenderContext& context) {
+bool DisplayObject::Showing::isTurnOfComing(const VRenderContext& context) const {
     if (!_coming->isEmpty() || _shown->isEmpty()) return true;
-    const bool isTurn =
-        _turns->isTurn(needOfComing(), bytesOf(*_comingContent), context.renderAllowance);
-    _hasChance = _hasChance && isTurn;
-    return isTurn;
+    return _turns->isTurn(needOfWaiting(), _coming->missingBytes(*_comingContent),
+                          context.renderAllowance);
+}
+
+/// Tells the others what waits for the allowance at the end of a drawing. Whoever has less of it
+/// than others may have to be more patient; who waits in vain for too long may do so for ever, and
+/// is not to hold them up.
+void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::Supply& supply) {
+    const bool isWaiting = supply.isRefused || !_hasTurn;
+    if (supply.isMoving || !isWaiting) {
+        _vainly = _waited = 0;
+    } else {
+        _vainly += _hasMost && _hasTurn ? withChance : 1;
+        ++_waited;
+    }
+    if (_isStuck || isVain()) return;
+    if (!isWaiting) {
+        if (_originNeed > 0.0) _turns->noteNeed(this, _originNeed, bytesOf(content));
+        return;
+    }
+    const double need = std::max(_originNeed, needOfWaiting());
+    if (supply.isRefused && !supply.isMoving) return _turns->noteRefusal(this, need);
+    _turns->noteNeed(this, need,
+                     _coming ? _coming->missingBytes(*_comingContent)
+                             : _shown->missingBytes(content));
 }
 
 /// The one at whose camera the origin leaves all eyes in the least need; null if that is no help.
@@ -292,9 +309,7 @@ DisplayObject::Showing::Drawn DisplayObject::Showing::draw(const DisplayObject& 
         supply.notDrawn = std::current_exception();
     }
     _isStuck = supply.isStuck;
-    // Whoever has less of the allowance than others may have to be more patient, not for ever.
-    _vainly = supply.isMoving ? 0 : _vainly + (_hasChance ? withChance : 1);
-    _waited = supply.isMoving ? 0 : _waited + 1;
+    if (const ContentPtr content = _wanted.content.lock()) noteWaiting(*content, supply);
     // What has to wait, or isn't tried, is not mended by that.
     if (supply.failure || !supply.isStopped) noteFailure(_notSupplied, supply.failure);
     if (supply.notDrawn || !supply.isPartly) noteFailure(_notDrawn, supply.notDrawn);
@@ -322,7 +337,8 @@ bool DisplayObject::Showing::drawBest(const DisplayObject& display, VRenderConte
     }
     provideWanted(display, supply);
     keepPieces();
-    if (_coming && !isTurnOfComing(context)) {
+    _hasTurn = !_coming || isTurnOfComing(context);
+    if (!_hasTurn) {
         supply.isStopped = true;
     } else if (_coming && prepareComing(context, supply)) {
         showComing();
@@ -381,19 +397,16 @@ void DisplayObject::Showing::provideWanted(const DisplayObject& display, Pieces:
 /// of those before. What is of another form, or may never be all there, is better given up.
 bool DisplayObject::Showing::isToBeFinished(const Pieces& pieces) const {
     const Generation& coming = pieces.generation();
-    const bool mayEnd = !_isStuck && _vainly <= withChance * Exchanges::patience;
+    const bool mayEnd = !_isStuck && !isVain();
     return mayEnd && !pieces.isEmpty() && coming.program && coming.form == _wanted.form;
 }
 
 void DisplayObject::Showing::setComing(std::unique_ptr<Pieces> pieces) {
-    if (!_coming) _vainly = _waited = 0;
     _coming = std::move(pieces);
     _comingContent = _coming ? _wanted.content.lock() : ContentPtr();
 }
 
 void DisplayObject::Showing::showComing() {
-    _turns->endNeed(this);
-    _vainly = _waited = 0;
     _shown = std::move(_coming);
     _comingContent.reset();
 }

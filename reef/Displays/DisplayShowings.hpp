@@ -93,16 +93,20 @@ private:
     bool isTooFar(const point& origin, const Content& content,
                   const TransformOperator& transform) const;
     bool mayBegin(const VRenderContext& context, const Content& content, double need);
+    void noteWaiting(const Content& content, const Pieces::Supply& supply);
     std::size_t bytesOf(const Content& content) const;
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
     const Need* bestEye(double presentNeed) const;
-    double needOfComing() const;
-    void noteNeedOfComing(const Content& content);
-    bool isTurnOfComing(const VRenderContext& context);
+    double needOfWaiting() const;
+    bool isVain() const { return _vainly > withChance * Exchanges::patience; }
+    bool isTurnOfComing(const VRenderContext& context) const;
     bool isAmong(const Content& content, const point& origin) const;
     double nearestTo(unsigned eye, const point& camera, const ContentPtr& content);
+
+    /// Drawings without a chance to go up that tell as much as one with it.
+    static constexpr std::uint64_t withChance = 10;
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
@@ -116,10 +120,12 @@ private:
     const TurnsPtr _turns;
     std::uint64_t _frame = 0; // by the exchanges
     std::uint64_t _turn = 0;  // the frame by the turns
-    bool _hasChance = false;  // it is its turn, and nobody has found more of the allowance
-    // Drawings since something of what is coming went to the GPU, or began to come.
+    bool _hasMost = false;    // nobody has found more of the allowance
+    bool _hasTurn = false;
+    // Drawings since something went to the GPU of what waits for the allowance.
     std::uint64_t _waited = 0;
-    std::uint64_t _vainly = 0; // the same, by how much they tell, see draw()
+    std::uint64_t _vainly = 0; // the same, by how much they tell, see noteWaiting()
+    double _originNeed = 0.0;  // of another one that waits for its turn to begin; 0 without one
     bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;
     Generation _wanted;

@@ -6,6 +6,13 @@
 
 namespace Mirk {
 
+namespace {
+
+/// Needs that much leave nothing of any allowance to others.
+constexpr std::int64_t allOfIt = std::numeric_limits<std::int64_t>::max();
+
+} // namespace
+
 Exchanges::Lease::Lease(std::vector<Keel::WeakPtr<PolypCreatorBase>> creators)
     : _creators(std::move(creators)) {}
 
@@ -74,21 +81,27 @@ void Turns::beginFrame() {
 }
 
 void Turns::noteNeed(const void* whose, double need, std::size_t bytes) {
-    _needsOfNow.push_back({whose, need, bytes});
+    _needsOfNow.push_back({whose, need, static_cast<std::int64_t>(bytes)});
+}
+
+void Turns::noteRefusal(const void* whose, double need) {
+    _needsOfNow.push_back({whose, need, allOfIt});
 }
 
 void Turns::endNeed(const void* whose) {
-    const auto isOf = [&](const Need& need) { return need.whose == whose; };
-    std::erase_if(_needs, isOf);
-    std::erase_if(_needsOfNow, isOf);
+    std::erase_if(_needs, [&](const Need& need) { return need.whose == whose; });
 }
 
 bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {
-    auto left = allowance - static_cast<std::int64_t>(bytes);
+    const auto isRefused = [&](const Need& other) {
+        return other.bytes == allOfIt && other.need > need;
+    };
+    if (std::any_of(_needsOfNow.begin(), _needsOfNow.end(), isRefused)) return false;
+    std::int64_t left = allowance - static_cast<std::int64_t>(bytes);
     for (const Need& other : _needs) {
         if (!(other.need > need)) break;
-        left -= static_cast<std::int64_t>(other.bytes);
-        if (left < 0) return false;
+        if (other.bytes > left) return false;
+        left -= other.bytes;
     }
     return true;
 }

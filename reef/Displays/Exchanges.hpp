@@ -40,7 +40,10 @@ public:
 
     /// That one waits for so many bytes, in whatever measure of need.
     void noteNeed(const void* whose, double need, std::size_t bytes);
-    /// That it is drawn now, or waits no more.
+    /// That nothing of it went up though it was its turn. It may take more than is known ahead:
+    /// until something of it does, those in less need leave all of the allowance to it.
+    void noteRefusal(const void* whose, double need);
+    /// That it is drawn now.
     void endNeed(const void* whose);
     /// That one takes so many bytes soon, and waits for nothing yet.
     void noteSoon(std::size_t bytes) { _soon += static_cast<double>(bytes); }
@@ -48,14 +51,16 @@ public:
     /// what all take soon.
     bool isShort() const { return _isShort; }
     /// Whether the allowance is enough for one who needs these bytes and for those who waited in
-    /// the last frame in greater need, and haven't been drawn yet in this one.
+    /// the last frame in greater need, and haven't been drawn yet in this one. Not behind one in
+    /// greater need who was refused in this frame: a viewer that sees all of them wait may allow
+    /// more.
     bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
 
 private:
     struct Need {
         const void* whose;
         double need;
-        std::size_t bytes;
+        std::int64_t bytes;
     };
 
     void beginFrame();

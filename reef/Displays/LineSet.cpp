@@ -60,7 +60,10 @@ public:
     }
 
     std::size_t leastBytes(std::size_t piece) const override {
-        return points(piece).count * sizeof(FloatPoint);
+        const Part part = points(piece);
+        const std::size_t ofPoint =
+            sizeof(FloatPoint) + (data.kind == LineKind::Curve ? 0 : sizeof(unsigned char));
+        return part.count * ofPoint + pointsOfLinesIn(part) * sizeof(std::uint32_t);
     }
 
     const Polylines data;
@@ -70,6 +73,15 @@ private:
         : Content(boxes.bounds(), piecesOf(elementsOf(lines.points).size())),
           data(lines),
           _boxes(std::move(boxes)) {}
+
+    /// There may be points ahead of the first line, and behind the last one.
+    std::size_t pointsOfLinesIn(const Part& part) const {
+        const auto starts = elementsOf(data.starts);
+        if (starts.empty()) return 0;
+        const std::size_t first = std::max<std::size_t>(part.first, starts.front());
+        const std::size_t end = std::min<std::size_t>(part.first + part.count, starts.back());
+        return end > first ? end - first : 0;
+    }
 
     /// Of each point with the way to the next one.
     static ElementBoxes boxesOf(const Polylines& lines) {

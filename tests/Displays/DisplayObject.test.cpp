@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <numbers>
+#include <random>
 #include <set>
 #include <stdexcept>
 
@@ -37,6 +38,7 @@ public:
     std::size_t pieces = 1;
     Form wantedForm = 0;
     std::string_view vertexCode = "void main() {}\n"; ///< of a text that lasts
+    std::size_t vertices = 1;                         ///< of each piece
     std::size_t knownBytes = 0;                       ///< of each piece, ahead of filling it
     mutable std::vector<std::pair<std::size_t, Form>> filled; ///< piece and form
     mutable std::vector<const Polyp*> polyps;
@@ -83,7 +85,7 @@ protected:
         lastOrigin = origin;
         polyps.push_back(&polyp);
         const auto coordinates = polyp.insert(context.createCoordinates(
-            Mirk::RenderBasin::ChunkPtr(new Keel::Chunk<Mirk::Point>(1)), "Coordinates"));
+            Mirk::RenderBasin::ChunkPtr(new Keel::Chunk<Mirk::Point>(vertices)), "Coordinates"));
         Drawing drawing{polyp.insert(coordinates->createPainter(Mirk::RenderNamespace::Points)),
                         levels};
         if (action && !action(polyp, context)) drawing.painter = {};
@@ -740,6 +742,152 @@ TEST_F(DisplayObjectTurns, WhatIsNotThereYetWaitsForNoTurn) {
     draw(*fresh);
     EXPECT_EQ(fresh->lastOrigin, (point{1e8, 0, 0}));
     EXPECT_EQ(fresh->filled.size(), 2U) << "once for each piece";
+}
+
+/// Objects of any size in a viewer that allows so much for each frame, and twice as much as for the
+/// last one after one that refused and brought nothing to the GPU.
+class DisplayObjectsInAViewer : public DisplayObjectTurns {
+protected:
+    /// Around any camera, of pieces of which less may be known than they take.
+    static DisplayPtr<Plain> make(std::size_t vertices, std::size_t pieces, std::size_t known) {
+        const DisplayPtr<Plain> made(
+            new Plain(Skua::BoundingBox(point{-1e9, -1e9, -1e9}, point{1e9, 1e9, 1e9})));
+        made->vertices = vertices;
+        made->pieces = pieces;
+        made->knownBytes = known * bytes;
+        return made;
+    }
+    /// Each of them is shown, in as many frames as that takes.
+    void setViewer(std::int64_t vertices, const std::vector<DisplayPtr<Plain>>& objects) {
+        usualAllowance = allowance = vertices * bytes;
+        all = objects;
+        ASSERT_LT(framesUntil([] {}, 0, all.size()), 200);
+    }
+    /// Draws all; whether each is whole.
+    std::vector<bool> frame() {
+        context.renderAllowance = allowance;
+        const auto refusals = context.numberOfRefusals();
+        std::vector<bool> areWhole;
+        for (const DisplayPtr<Plain>& each : all) areWhole.push_back(draw(*each));
+        const bool isVain =
+            context.numberOfRefusals() != refusals && context.renderAllowance == allowance;
+        allowance = isVain ? 2 * allowance : usualAllowance;
+        return areWhole;
+    }
+    /// Frames, with a change ahead of each, until those are whole; 200 if they never are.
+    template<class Change>
+    int framesUntil(const Change& change, std::size_t first, std::size_t end) {
+        for (int frames = 1; frames < 200; ++frames) {
+            change();
+            const std::vector<bool> areWhole = frame();
+            const auto begin = areWhole.begin() + static_cast<std::ptrdiff_t>(first);
+            const auto last = areWhole.begin() + static_cast<std::ptrdiff_t>(end);
+            if (std::find(begin, last, false) == last) return frames;
+        }
+        return 200;
+    }
+
+    std::int64_t usualAllowance = 0, allowance = 0;
+};
+
+TEST_F(DisplayObjectsInAViewer, WhatIsMissingIsShownBehindOneThatChangesInEachFrame) {
+    for (const std::size_t pieces : {1, 3}) {
+        const auto changing = make(6, 1, 6), fresh = make(5, pieces, 5);
+        setViewer(10, {changing});
+        all.push_back(fresh);
+        EXPECT_LE(framesUntil([&] { changing->setData(1); }, 1, 2), 5) << pieces;
+    }
+}
+
+TEST_F(DisplayObjectsInAViewer, WhatOthersTakeMayBeMoreThanIsKnownAhead) {
+    struct Case {
+        std::size_t knownOfFirst, pieces, known;
+    };
+    // The first one takes six of ten, the other one five for each of its pieces.
+    for (const Case& each : {Case{4, 1, 5}, Case{0, 1, 5}, Case{6, 1, 0}, Case{6, 5, 3}}) {
+        const auto changing = make(6, 1, each.knownOfFirst);
+        const auto other = make(5, each.pieces, each.known);
+        setViewer(10, {changing, other});
+        other->setData(each.pieces);
+        EXPECT_LE(framesUntil([&] { changing->setData(1); }, 1, 2), 12) << each.knownOfFirst;
+        lookFrom(0, {0, 0, other->lastOrigin.z + 50.0 * threshold()});
+        EXPECT_LE(framesUntil([&] { changing->setData(1); }, 1, 2), 12) << each.knownOfFirst;
+    }
+}
+
+TEST_F(DisplayObjectsInAViewer, PiecesLargerThanTheAllowanceAreShownWhateverOthersTake) {
+    // Which the one that is drawn last, and the one that is drawn first, take most of.
+    for (const std::size_t large : {1, 2}) {
+        const auto small = make(1, 1, 1), huge = make(8, 1, 8), other = make(4, 1, 4);
+        setViewer(5,
+                  large == 1 ? std::vector{small, huge, other} : std::vector{small, other, huge});
+        huge->setData(1);
+        const auto change = [&] {
+            small->setData(1);
+            other->setData(1);
+        };
+        EXPECT_LE(framesUntil(change, large, large + 1), 12);
+        EXPECT_LE(framesUntil([&] { other->setData(1); }, 0, 1), 12);
+        for (int i = 1; i < 200; ++i) {
+            lookFrom(0, {0, 0, 1.1 * i * threshold()});
+            frame();
+            ASSERT_LE(worstNeed(1.1 * i), 5.0) << i;
+        }
+    }
+}
+
+TEST_F(DisplayObjectsInAViewer, DataAreShownThoughACameraIsFasterThanAnythingCanFollow) {
+    // Far enough away for their origin to stay where it is.
+    const auto near = make(5, 1, 5);
+    const DisplayPtr<Plain> far(
+        new Plain(Skua::BoundingBox(point{1e9, -1, -1}, point{1e9 + 1, 1, 1})));
+    far->vertices = 5;
+    far->knownBytes = 5 * bytes;
+    setViewer(5, {near, far});
+    int frames = 0;
+    far->setData(1);
+    const auto flyOn = [&] { lookFrom(0, {0, 0, 100.0 * ++frames * threshold()}); };
+    EXPECT_LE(framesUntil(flyOn, 1, 2), 30);
+    EXPECT_EQ(far->lastOrigin, point());
+}
+
+TEST_F(DisplayObjectsInAViewer, AllOfThemHaveTheirTurnWhateverTheyAreAndWhateverChanges) {
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const auto below = [&](std::size_t end) { return random() % end; };
+        const auto makeAny = [&] {
+            const std::size_t vertices = 1 + below(9);
+            return make(vertices, 1 + below(4), below(3) * vertices / 2);
+        };
+        std::vector<DisplayPtr<Plain>> objects;
+        while (objects.size() < 2 + seed % 5) objects.push_back(makeAny());
+        lookFrom(0, {0, 0, 0});
+        setViewer(9, objects);
+        const double speed = seed % 3 == 0 ? 0.0 : std::pow(10.0, seed % 4) * threshold();
+        std::vector<std::size_t> filled(objects.size());
+        std::vector<int> lastShown(objects.size());
+        double distance = 0.0;
+        for (int i = 1; i <= 150; ++i) {
+            lookFrom(0, {0, 0, distance += speed});
+            for (const DisplayPtr<Plain>& each : all) {
+                if (below(4) < 2) each->setData(each->pieces);
+            }
+            if (below(50) == 0) {
+                const std::size_t replaced = below(all.size());
+                all[replaced] = makeAny();
+                filled[replaced] = 0;
+                lastShown[replaced] = i;
+            }
+            const std::vector<bool> areWhole = frame();
+            for (std::size_t k = 0; k < all.size(); ++k) {
+                if (areWhole[k] || all[k]->filled.size() != filled[k]) lastShown[k] = i;
+                filled[k] = all[k]->filled.size();
+                ASSERT_LE(i - lastShown[k], 40) << k;
+            }
+        }
+        EXPECT_LT(framesUntil([] {}, 0, all.size()), 60);
+    }
 }
 
 TEST_F(DisplayObjectTest, EachPoolHasAnOriginOfItsOwn) {

@@ -751,12 +751,14 @@ protected:
         for (const Actor& actor : actors) all.emplace_back(actor.object);
         return frameOf(all, *context, allowance);
     }
-    /// The frame with which all has come for which there is no room in one. Until then each object
-    /// that isn't broken is drawn as it was at some time, or not at all.
+    /// The frame behind which all has come for which there is no room in one. Until then each
+    /// object that isn't broken is drawn as it was at some time, or not at all.
     Picture wholeFrame() {
         allowance = 1LL << 8;
         Picture picture = frame();
-        for (int i = 0; wasRefused && i < 200; ++i) {
+        // Some may wait for their turn while others come.
+        const auto goesOn = [&] { return wasRefused || context->renderAllowance != allowance; };
+        for (int i = 0; goesOn() && i < 200; ++i) {
             for (int cell = 0; cell < numberOfCells; ++cell) {
                 if (actors[static_cast<std::size_t>(cell)].broken != nullptr) continue;
                 EXPECT_TRUE(isOfAnyTime(picture, cell)) << "in cell " << cell;
