@@ -497,6 +497,27 @@ TEST_F(DisplayObjectTest, OriginOfWhatIsTransformedIsAsNearAsItsBoxNeeds) {
     EXPECT_EQ(around->lastOrigin, camera) << "nothing is moved by that";
 }
 
+TEST_F(DisplayObjectTest, OriginFollowsSeldom) {
+    const double radius = 6.4e6;
+    const DisplayPtr<Plain> globe(new Plain(
+        Skua::BoundingBox(point{-radius, -radius, -radius}, point{radius, radius, radius})));
+    // Round it, in steps of a hundred thousand.
+    for (int frame = 0; frame < 1000; ++frame) {
+        const double angle = 2.0 * std::numbers::pi * frame / 1000.0;
+        lookFrom(0, {2e7 * std::cos(angle), 2e7 * std::sin(angle), 0});
+        draw(*globe);
+    }
+    EXPECT_EQ(globe->filled.size(), 1U);
+    // To a metre above it and away again, by a hundredth nearer in each frame or farther.
+    for (int frame = 0; frame < 3400; ++frame) {
+        const double down = 1.0 - std::abs(frame - 1699.5) / 1699.5;
+        lookFrom(0, {0, 0, radius + 2e7 * std::pow(1.0 / 2e7, down)});
+        draw(*globe);
+    }
+    EXPECT_NEAR(globe->lastOrigin.z, radius, 1e4);
+    EXPECT_LE(globe->filled.size(), 3U);
+}
+
 TEST_F(DisplayObjectTest, OriginStaysAmongDataThatAreFarAway) {
     Mirk::View& view = context.CurrentView(0, 0);
     const auto lookThroughALongLens = [&](double distance) {

@@ -487,7 +487,10 @@ TEST_P(FlightWithLittleAllowance, FromOrbitToTheGroundAndAwayNothingTrembles) {
         EXPECT_GE(found.number, 4) << i;
     }
     EXPECT_LT(worst, 0.1);
-    for (const MarksPtr& each : all) EXPECT_GE(each->origins(), 3) << "it follows";
+    for (const MarksPtr& each : all) {
+        EXPECT_GE(each->origins(), 3) << "it follows";
+        EXPECT_LE(each->origins(), 4) << "not more often than it has to";
+    }
 }
 
 } // namespace
