@@ -708,8 +708,8 @@ TEST_F(LayeredMultiViews, TextOfAStageIsComposedInOrder) {
     const std::string head =
         "[marker]\n/* LayeredMultiViews::defineMultiView() START */\n" +
         withShortMarkers(views.enable_multiview(2, true) + Views::DefineStructView) +
-        "// Uniform Block Object (UBO) for view parameters, same for all "
-        "shaders\n"
+        "[marker]\n"
+        "// Uniform Block Object (UBO) for view parameters, same for all shaders\n"
         "#if __VERSION__ >= 420\n"
         "layout(std140, set=0, binding=7)\n"
         "#else\n"
@@ -728,6 +728,7 @@ TEST_F(LayeredMultiViews, BlocksBeginWithLineMarkersThatNameTheirSources) {
     EXPECT_THAT(places(text, {"\"reef/Polypia/LayeredMultiViews.cpp\"",
                               "#line 3 \"reef/Polypia/MultiViewSwitches.glsl\"",
                               "#line 3 \"reef/Polypia/MultiViewStructures.glsl\"",
+                              "#line 3 \"reef/Polypia/MultiViewBlock.glsl\"",
                               "#line 3 \"reef/Polypia/MultiViewPrefix.glsl\""}),
                 testing::Each(Not(std::string::npos)));
 }
