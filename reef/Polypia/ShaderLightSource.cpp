@@ -1,10 +1,24 @@
 #include <Polypia/ShaderLightSource.hpp>
 
+#include <Polypia/RenderException.hpp>
 #include <Polypia/VRenderContext.hpp>
 
+#include <exception>
 #include <utility>
 
 namespace Mirk {
+
+namespace {
+
+RenderException failureAtRendering(const std::string& reason) {
+    constexpr int noGlError = -1; // with 0 the report leaves out the words
+    RenderException failure(noGlError, "ShaderLightSource::updateLightAtRendering", __FILE__,
+                            __LINE__);
+    failure.description = "the variables of a light that depend on the frame: " + reason;
+    return failure;
+}
+
+} // namespace
 
 ShaderLightSource::MyLightSource::MyLightSource(
     const Keel::WeakPtr<ShaderLightSource, VManagedObjectBase>& owner)
@@ -59,7 +73,15 @@ bool ShaderLightSource::environment_render(VRenderContext& context) const {
     if (!source) return true;
     // In place: requests, which replace the variables, are kept out by the mutex of this object.
     const auto lock = source->lockVariables();
-    updateLightAtRendering(*source, context);
+    try {
+        updateLightAtRendering(*source, context);
+    } catch (const RenderException&) {
+        throw;
+    } catch (const std::exception& exception) {
+        throw failureAtRendering(exception.what());
+    } catch (...) {
+        throw failureAtRendering("an exception of an unknown kind");
+    }
     return true;
 }
 

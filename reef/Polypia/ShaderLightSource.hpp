@@ -73,7 +73,9 @@ public:
     /// Enters the light of the context's pool.
     void illuminate(const VRenderContext& context) const override;
     using RenderAble::environment_render;
-    /// Draws nothing: calls updateLightAtRendering(). Returns true.
+    /// Draws nothing: calls updateLightAtRendering(). Returns true. What that throws that is no
+    /// RenderException becomes one, so that the light's failure is told with its name and reason,
+    /// see RenderAble::safe_render().
     bool environment_render(VRenderContext& context) const override;
     /// A LightState. A class that derives its own state derives it from that.
     Keel::StrongPtr<State> newState() const override;

@@ -608,12 +608,10 @@ protected:
             }
         }
         if (!troubled || below(2) != 0) return;
-        const std::size_t kind = below(throwers.size());
-        const auto& thrower = throwers[kind];
+        const auto& thrower = throwers[below(throwers.size())];
         switch (below(3)) {
         case 0:
-            // Of an exception of another kind the library tells no more than that there was one.
-            isLightTold = kind == 0;
+            isLightTold = true;
             troubled->set({Trouble::Drawing, thrower}, TroubledLight::Code::Good);
             break;
         case 1:

@@ -315,6 +315,46 @@ TEST_F(ShaderLightSource, RenderingSetsWhatDependsOnTheFrame) {
     EXPECT_THAT(context.basin.log->calls, IsEmpty()) << "nothing is drawn";
 }
 
+TEST_F(ShaderLightSource, WhatRenderingThrowsIsAmongTheFailuresWithTheNameOfTheLightAndTheReason) {
+    struct Case {
+        std::function<void()> thrower;
+        const char* description;
+    };
+    const std::vector<Case> cases{
+        {[] { throw std::runtime_error("planted"); },
+         "the variables of a light that depend on the frame: planted"},
+        {[] { throw 7; },
+         "the variables of a light that depend on the frame: an exception of an unknown kind"},
+    };
+    for (const Case& each : cases) {
+        light->rendering = [&](auto&, Mirk::VRenderContext&) { each.thrower(); };
+        testing::internal::CaptureStdout();
+        light->safe_render(context, 0.0, -1.0);
+        testing::internal::GetCapturedStdout();
+        ASSERT_EQ(context.failures.size(), 1U);
+        EXPECT_EQ(context.failures[0].first, "light");
+        EXPECT_THAT(context.failures[0].second,
+                    HasSubstr(std::string("(") + each.description + ") at "));
+        context.failures.clear();
+    }
+    light->rendering = {};
+    EXPECT_TRUE(light->safe_render(context, 0.0, -1.0)) << "the light is free for the next frame";
+}
+
+TEST_F(ShaderLightSource, RenderExceptionWhileRenderingStaysWhatItIs) {
+    struct Special : Mirk::RenderException {
+        using RenderException::RenderException;
+        std::string GLdescription() const override { return "in words"; }
+    };
+    light->rendering = [](auto&, Mirk::VRenderContext&) { throw Special(0x502, "draw", "f", 1); };
+    try {
+        light->environment_render(context);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const Special& exception) {
+        EXPECT_EQ(exception.str(), "OpenGL Error 502(in words) at f:1 [draw]");
+    }
+}
+
 // ---------------------------------------------------------------------------------------------
 // The lights of a context
 
