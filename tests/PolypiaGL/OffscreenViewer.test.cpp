@@ -124,6 +124,31 @@ TEST_F(OffscreenViewerTest, EachEyeHasItsPicture) {
     EXPECT_NE(viewer->colors(0), viewer->colors(1));
 }
 
+TEST_F(OffscreenViewerTest, TellsSurfacesApartFarFromANearPlaneIfItsDepthsAreReversed) {
+    GLRenderContext::Eye eye = eyeFromAbove();
+    eye.orthographic = false;
+    eye.far = 1e5;
+    eye.near = 1e-11 * eye.far;
+    for (const GLContext::Depths depths : {GLContext::Depths::Usual, GLContext::Depths::Reversed}) {
+        for (const GL::Pass pass : {GL::Pass::EachView, GL::Pass::Layers}) {
+            settings.depths = depths;
+            settings.pass = pass;
+            MAKE_VIEWER(viewer);
+            const QuadPtr near(new Quad("near", 0)), far(new Quad("far", 1)); // in this order
+            near->rectangle = {-8, -8, 8, 8, 0.01};
+            near->color = {1, 0, 0, 1};
+            far->rectangle = {-16, -16, 16, 16, 0};
+            far->color = {0, 1, 0, 1};
+            viewer->draw({eye, eye});
+            const bool isReversed = depths == GLContext::Depths::Reversed;
+            for (const unsigned i : {0U, 1U}) {
+                EXPECT_EQ(at(*viewer, 0, 0, i), isReversed ? red : green);
+                EXPECT_EQ(at(*viewer, 12, 0, i), green);
+            }
+        }
+    }
+}
+
 TEST_F(OffscreenViewerTest, HasNoPictureOfAnEyeThatTheLastFrameDidNotHave) {
     MAKE_VIEWER(viewer);
     EXPECT_THROW(viewer->colors(0), std::out_of_range);
