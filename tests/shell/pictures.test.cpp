@@ -298,6 +298,26 @@ TEST_F(Pictures, ShowANearTriangleBeforeAFarOneInAnyOrder) {
     }
 }
 
+TEST_F(Pictures, ShowANearTriangleBeforeAFarOneInAnyOrderAmidDataAsLargeAsAPlanet) {
+    // 10 km away and 10 m apart, where the near plane is as close as 0.2 mm.
+    const std::string red = model("red.ply", triangle({255, 0, 0}).scaledBy(2000));
+    const std::string blue =
+        model("blue.ply", triangle({0, 0, 255}).scaledBy(2000).movedBy({0, 0, -10}));
+    // 10,000 km away, all over the picture, and 1 cm before the eye, at its lower edge.
+    const std::string green =
+        model("green.ply", triangle({0, 255, 0}).scaledBy(1e7).movedBy({0, 0, -1e7}));
+    const std::string white =
+        model("white.ply", triangle({255, 255, 255}).scaledBy(1e-3).movedBy({0, -2e-3, 9999.99}));
+    for (const auto& files : {std::vector{red, blue}, {blue, red}}) {
+        const Image image =
+            draw({white, files[0], files[1], green, "--resolution=64,64", "--light=ambient",
+                  "--camera-position=0,0,1e4", "--camera-focal-point=0,0,0"});
+        EXPECT_EQ(image.at(32, 32), (Pixel{255, 0, 0, 255}));
+        EXPECT_EQ(image.at(2, 2), (Pixel{0, 255, 0, 255}));
+        EXPECT_EQ(image.at(32, 60), (Pixel{255, 255, 255, 255}));
+    }
+}
+
 TEST_F(Pictures, ShowFilesOfSeveralKindsAtOnce) {
     const std::string points =
         model("cloud.ply", {{{0, 2, 0}, {0, -2, 0}}, {}, {{0, 255, 0}, {0, 255, 0}}});
