@@ -4,6 +4,7 @@
 
 #include "../keel/countedNew.hpp"
 
+#include <Displays/ElementBoxes.hpp>
 #include <Displays/horizon.hpp>
 #include <sorrel/Vprintf.hpp>
 
@@ -11,12 +12,21 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numbers>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 using namespace Pictures;
 
 namespace {
+
+SharedBoundingBox sharedBox(const point& low, const point& high) {
+    return SharedBoundingBox(
+        Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(new Skua::BoundingBox(low, high)));
+}
 
 TEST_F(DisplayPictures, TriangleIsWhereItIsInTheColourOfItsLight) {
     add<TriangleSurface>(triangle({0, 0, 0}, 1.0, {255, 128, 0, 255}));
@@ -147,8 +157,7 @@ TEST_F(DisplayPictures, AllEyesInOnePassAreAlikeWithPlanesEdgesNormalsAndBoxes) 
     const auto points = add<PointCloud>(cloud({{-0.5, 1.2, 0}, {0.5, 1.2, 0}}));
     points->clippingPlanes().clip0.set({}, {{1, 0, 0}, 0});
     const auto box = add<BoundingBoxDisplay>();
-    box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
-                           new Skua::BoundingBox({-1, -1, -1}, {1, 1, 0.5}))));
+    box->box().set({}, sharedBox({-1, -1, -1}, {1, 1, 0.5}));
     const Eye left = eyeAt({-0.1, 0.2, 3}, 0.5, 9), right = eyeAt({0.2, 0.1, 3}, 0.5, 9);
     const std::vector<Image> passes = draw({left, right});
     const std::vector<Image> layers = drawInLayers({left, right}, 1);
@@ -346,8 +355,7 @@ TEST_F(DisplayPictures, WideLinesThatComeFromBehindTheEyeHaveNoGap) {
 TEST_F(DisplayPictures, EdgesOfABoxAsLargeAsTheEarthReachTheEye) {
     const vector aside{0.02, -0.05, 0};
     const auto box = add<BoundingBoxDisplay>();
-    box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
-                           new Skua::BoundingBox({-6.4e6, -6.4e6, -6.4e6}, {0.02, -0.05, 6.4e6}))));
+    box->box().set({}, sharedBox({-6.4e6, -6.4e6, -6.4e6}, {0.02, -0.05, 6.4e6}));
     box->lineWidth().set({}, 2.0);
     const Eye eye = eyeAt({0, 0, 0}, 0.01, 2e7);
     int seen = 0;
@@ -410,6 +418,77 @@ TEST_F(DisplayPictures, LineHasTheColourOfItsLevel) {
     line->lineWidth().set(context->pool, 4.0);
     // 0.93, 0.89 and 0.78 of 255.
     EXPECT_EQ(draw(eyeAt({0, 0, 2}, 1, 10)).at(32, 32), (Pixel{237, 227, 199}));
+}
+
+/// Of a cache and a context that have drawn nothing before.
+class FirstFrames : public DisplayPictures {
+protected:
+    void renewAll() {
+        objects.clear();
+        endContext();
+        seagrass = GLTest::makeSeagrass();
+        renewContext();
+    }
+};
+
+TEST_F(FirstFrames, HaveLinesInTheirPlacesForEachOfTwoEyes) {
+    constexpr double width = 3.0, distance = 2.0, separation = 0.1;
+    std::vector<Eye> eyes(2, eyeAt({0, 0, distance}, 1, 10));
+    for (Eye& eye : eyes) {
+        eye.camera.lookAt = {0, 0, 0};
+        eye.focus = distance;
+    }
+    eyes[0].separation = -separation;
+    eyes[1].separation = separation;
+    const std::array upright{point{0.3, 0, 0}, point{-0.5, 0, -2}, point{-0.2, 0, 0.75}};
+    std::vector<std::pair<unsigned char, std::vector<point>>> parts;
+    for (const point& p : upright) {
+        parts.push_back({1, {p - vector{0, 9, 0}, p + vector{0, 9, 0}}});
+    }
+    Polylines data = polylines(parts);
+    data.coordinates = CoordinateSystem::Geographic;
+    const auto addLines = [&] { add<LineSet>(data, false)->lineWidth().set({}, width); };
+    const auto expectInPlace = [&](const Image& image, const Eye& eye) {
+        const double aside = eye.separation * distance;
+        for (int column = 0; column < size; ++column) {
+            double off = size; // of the line that is nearest
+            for (const point& p : upright) {
+                const double along = (p.x - aside) / (distance - p.z) + aside / eye.focus;
+                off = std::min(off, std::abs(size / 2.0 * (1.0 + along) - (column + 0.5)));
+            }
+            if (std::abs(off - width / 2) < 0.02) continue;
+            EXPECT_EQ(image.isDrawn(column, 32), off < width / 2) << column;
+        }
+    };
+    addLines();
+    const std::vector<Image> first = draw(eyes), second = draw(eyes);
+    for (const std::size_t i : {0U, 1U}) {
+        SCOPED_TRACE(testing::Message() << "eye " << i);
+        expectInPlace(first[i], eyes[i]);
+        EXPECT_TRUE(first[i].bytes == second[i].bytes);
+    }
+    if (!GLLayeredFramebuffer::isPossible(*glContext, GL::Pass::Layers, 2)) return;
+    renewAll();
+    addLines();
+    const std::vector<Image> layers = drawInLayers(eyes, 1);
+    for (const std::size_t i : {0U, 1U}) EXPECT_TRUE(layers[i].bytes == first[i].bytes) << i;
+}
+
+TEST_F(FirstFrames, LeaveOutTheFarSideOfTheEarthForEachOfTwoEyes) {
+    const Eye north = eyeAt({0, 0, 4 * earth}, earth, 9 * earth);
+    Eye south = north;
+    south.camera.position = {0, 0, -4 * earth};
+    south.camera.lookAt = {0, 0, 0};
+    for (const bool isNorthFirst : {true, false}) {
+        renewAll();
+        add<LineSet>(parallel(-40, -180, 180), true);
+        const std::vector<Eye> eyes =
+            isNorthFirst ? std::vector{north, south} : std::vector{south, north};
+        const std::vector<Image> first = draw(eyes), second = draw(eyes);
+        EXPECT_EQ(first[isNorthFirst ? 0 : 1].drawnPixels(), 0);
+        EXPECT_GT(first[isNorthFirst ? 1 : 0].drawnPixels(), 10);
+        for (const std::size_t i : {0U, 1U}) EXPECT_TRUE(first[i].bytes == second[i].bytes) << i;
+    }
 }
 
 TEST_F(DisplayPictures, FarSideOfTheEarthIsLeftOut) {
@@ -701,6 +780,40 @@ protected:
         ++counts.compared;
         counts.cut += inside > 0 ? 0 : 1;
     }
+    /// What the camera at a place that looks along -z sees in the middle of a pixel, at depth 1.
+    static vector directionOf(double column, double row) {
+        return {(column + 0.5) / 32 - 1, (row + 0.5) / 32 - 1, -1};
+    }
+    /// Pictures of an object that planes through the eye divide, each by a straight line near the
+    /// middle: on one side of that nothing is to be seen, on the other what is there without them.
+    /// Pixels that are nearer to it than `reach` pixels aren't compared; those that the object is
+    /// in are counted.
+    Counts compareSides(const Eye& eye, DisplayObject& object, double reach) {
+        cutBy({}, object);
+        const Image whole = draw(eye);
+        Counts counts;
+        for (int picture = 0; picture < 8; ++picture) {
+            SCOPED_TRACE(picture);
+            const vector any{number(), number(), number()};
+            const vector within = normalised(directionOf(32 + 9 * number(), 32 + 9 * number()));
+            const vector normal = any - within * dot(any, within);
+            std::array<Plane, 2> planes;
+            planes[picture % 2] = {normal, dot(normal, eye.camera.position - point())};
+            cutBy(planes, object);
+            const Image image = draw(eye);
+            for (int i = 0; i < size * size; ++i) {
+                const int column = i % size, row = i / size;
+                const double inside = dot(normal, directionOf(column, row));
+                if (32 * std::abs(inside) < reach * std::hypot(normal.x, normal.y)) continue;
+                EXPECT_EQ(image.at(column, row), inside > 0 ? whole.at(column, row) : magenta)
+                    << column << ", " << row << " is inside by " << inside;
+                if (!whole.isDrawn(column, row)) continue;
+                ++counts.compared;
+                counts.cut += inside > 0 ? 0 : 1;
+            }
+        }
+        return counts;
+    }
     static void expectManyOf(const Counts& counts, int compared) {
         EXPECT_GT(counts.compared, compared);
         EXPECT_GT(counts.cut, compared / 8);
@@ -833,6 +946,65 @@ TEST_F(CutSlants, OfLinesEndWhereTheComputationSays) {
             }
         }
     }
+}
+
+TEST_F(Cuts, OfBoxesLeaveTheOtherSideAsItIs) {
+    for (const point& place : placesOfCuts) {
+        for (const double width : {1.0, 3.0}) {
+            SCOPED_TRACE(testing::Message() << place.x << ", width " << width);
+            const auto box = add<BoundingBoxDisplay>();
+            const vector half{0.7, 0.6, 0.8};
+            box->box().set({}, sharedBox(place - half, place + half));
+            box->lineWidth().set({}, width);
+            // Lines end straight across.
+            expectManyOf(compareSides(eyeBefore(place), *box, 0.5 * width + 1.0), 1500);
+            objects.clear();
+        }
+    }
+}
+
+TEST_F(Cuts, OfGlobesLeaveTheOtherSideAsItIs) {
+    const auto globe = add<GlobeDisplay>();
+    const Eye eye = eyeAt({0, 0, 2 * earth}, 0.5 * earth, 9 * earth);
+    // What a plane cuts are triangles, at most that large: they may be lit as others are.
+    expectManyOf(compareSides(eye, *globe, 1.0), 6000);
+}
+
+TEST_F(Cuts, OfGlobesLeaveTheCapBeyondThePlane) {
+    const auto globe = add<GlobeDisplay>();
+    const Eye eye = eyeAt({0, 0, 2 * earth}, 0.5 * earth, 9 * earth);
+    const Image whole = draw(eye);
+    // So far from the centre that nothing is left of the side that the eye doesn't see.
+    const Plane plane{{0.3, -0.2, 1}, 0.85 * earth};
+    cutBy({plane, {}}, *globe);
+    const Image cap = draw(eye);
+    // Coordinates in which the globe is the ball of radius 1.
+    const double a = globeScale * earth, b = globeScale * Skua::WGS84::semiMinorAxisMetres;
+    const auto inBall = [&](const vector& v) { return vector{v.x / a, v.y / a, v.z / b}; };
+    const auto isLeft = [&](double column, double row) {
+        const vector from = eye.camera.position - point(), way = directionOf(column, row);
+        const vector f = inBall(from), w = inBall(way);
+        const double half = dot(f, w) / dot(w, w);
+        const double square = half * half - (dot(f, f) - 1) / dot(w, w);
+        if (square < 0) return false;
+        const vector place = from + way * (-half - std::sqrt(square));
+        return dot(plane.normal, place) > plane.distance;
+    };
+    Counts counts;
+    for (int i = 0; i < size * size; ++i) {
+        const int column = i % size, row = i / size;
+        constexpr double reach = 0.02; // pixels
+        const bool isInside = isLeft(column, row);
+        if (isLeft(column - reach, row) != isInside || isLeft(column + reach, row) != isInside ||
+            isLeft(column, row - reach) != isInside || isLeft(column, row + reach) != isInside) {
+            continue;
+        }
+        EXPECT_EQ(cap.isDrawn(column, row), isInside) << column << ", " << row;
+        if (!whole.isDrawn(column, row)) continue;
+        ++counts.compared;
+        counts.cut += isInside ? 0 : 1;
+    }
+    expectManyOf(counts, 900);
 }
 
 TEST_F(DisplayPictures, PlanesCutLinesAndSurfaces) {
@@ -1010,18 +1182,56 @@ TEST_F(DisplayPictures, BentSurfaceIsABallAndItsBoxIsRoundThat) {
     EXPECT_GT(draw(side).drawnPixels(), 100);
 }
 
-/// Turns north and south round.
-class Mirror : public TransformOperator::Functor {
-public:
-    using BoxPtr = TransformOperator::BoundingBoxPtr;
+TEST_F(DisplayPictures, BentCloudHasEachPointWhereTheOperatorBringsIt) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> number(-1, 1);
+    std::vector<point> points;
+    std::vector<Color> colors;
+    // Of what is in a pixel the nearest point is to be seen.
+    std::map<std::pair<int, int>, std::pair<double, Pixel>> expected;
+    for (int i = 0; i < 400; ++i) {
+        const point flat{number(random), number(random), 0};
+        const double longitude = flat.x * std::numbers::pi;
+        const double latitude = flat.y * std::numbers::pi / 2;
+        const double depth = 2.0 - std::sin(latitude);
+        const double x = 32 + 32 * std::cos(latitude) * std::cos(longitude) / depth;
+        const double y = 32 + 32 * std::cos(latitude) * std::sin(longitude) / depth;
+        // Between pixels rounding decides.
+        if (std::abs(x - std::round(x)) < 0.01 || std::abs(y - std::round(y)) < 0.01) continue;
+        const auto red = static_cast<unsigned char>(i % 20 * 10);
+        const auto green = static_cast<unsigned char>(i / 20 * 10);
+        points.push_back(flat);
+        colors.push_back({red, green, 50, 255});
+        const std::pair shown(depth, Pixel{red, green, 50});
+        const std::pair pixel(static_cast<int>(x), static_cast<int>(y));
+        const auto present = expected.try_emplace(pixel, shown).first;
+        if (depth < present->second.first) present->second = shown;
+    }
+    const auto object = add<PointCloud>(cloud(points, colors));
+    object->pointSize().set({}, 1.0);
+    TransformOperator ball;
+    ball.functor = Keel::StrongPtr<TransformOperator::Functor>(new Ball);
+    object->transformSlot().set({}, ball);
+    const Image image = draw(eyeAt({0, 0, 2}, 0.5, 10));
+    for (int i = 0; i < size * size; ++i) {
+        const auto found = expected.find({i % size, i / size});
+        EXPECT_EQ(image.at(i % size, i / size),
+                  found != expected.end() ? found->second.second : magenta)
+            << i % size << ", " << i / size;
+    }
+    EXPECT_GT(expected.size(), 250U);
+}
 
-    std::string myShaderFunctions(VRenderContext&) const override {
-        return R"(
+/// An operator's text that brings vertices to a place, which is computed from `p`, that in the
+/// world.
+std::string textThatMovesTo(const std::string& place) {
+    return R"(
 vec4 zelk_transform_vertex_WorldToEye(RelativeVertex theVertex)
 {
-    vec3 mirrored = WorldVertex(theVertex).xyz * vec3(1.0, 1.0, -1.0);
+    vec3 p = WorldVertex(theVertex).xyz;
     return zelk_transform_vertex_WorldToEye_Default(
-        mkRelativeVertex(vec4(mirrored + theVertexOffset.xyz, 1.0)));
+        mkRelativeVertex(vec4()" +
+           place + R"( + theVertexOffset.xyz, 1.0)));
 }
 vec4 zelk_transform_vertex_EyeToScreen(vec4 theVertex_in_EyeSpace)
 {
@@ -1032,6 +1242,72 @@ vec3 zelk_transform_normal_WorldToEye(vec3 TheNormal)
     return zelk_transform_normal_WorldToEye_Default(TheNormal);
 }
 )";
+}
+
+/// Slants what is around (8, 0, 0) and brings it to the middle.
+class Slant : public TransformOperator::Functor {
+public:
+    using BoxPtr = TransformOperator::BoundingBoxPtr;
+
+    static point placeOf(const point& p) { return {p.x - 8 + 0.5 * p.z, 1.5 * p.y, p.z}; }
+    std::string myShaderFunctions(VRenderContext&) const override {
+        return textThatMovesTo("vec3(p.x - 8.0 + 0.5 * p.z, 1.5 * p.y, p.z)");
+    }
+    BoxPtr transformedBBox(const ValuePoolPtr&, const BoxPtr& box) const override {
+        return BoxPtr(new Skua::BoundingBox(placeOf(box->min), placeOf(box->max)));
+    }
+};
+
+TEST_F(DisplayPictures, MovedBoxHasItsEdgesWhereTheOperatorBringsThem) {
+    const auto object = add<BoundingBoxDisplay>();
+    const point middle{8, 0, 0};
+    const vector half{0.6, 0.4, 0.7};
+    object->box().set({}, sharedBox(middle - half, middle + half));
+    constexpr double width = 3.0;
+    object->lineWidth().set({}, width);
+    const Eye eye = eyeAt({0, 0, 2}, 1, 10);
+    EXPECT_EQ(draw(eye).drawnPixels(), 0) << "where its data are";
+    TransformOperator slant;
+    slant.functor = Keel::StrongPtr<TransformOperator::Functor>(new Slant);
+    object->transformSlot().set({}, slant);
+    const Image image = draw(eye);
+    const auto inPicture = [&](unsigned corner) {
+        vector aside = half;
+        for (unsigned axis = 0; axis < 3; ++axis) {
+            if ((corner >> axis & 1U) != 0) aside[axis] = -aside[axis];
+        }
+        const point p = Slant::placeOf(middle + aside);
+        return point{32 + 32 * p.x / (2 - p.z), 32 + 32 * p.y / (2 - p.z), 0};
+    };
+    const auto distanceFromEdges = [&](const point& place) {
+        double least = size;
+        for (unsigned corner = 0; corner < 8; ++corner) {
+            for (unsigned axis = 1; axis < 8; axis <<= 1U) {
+                const point from = inPicture(corner), to = inPicture(corner ^ axis);
+                least = std::min(least, distanceToSegment(from, to, place));
+            }
+        }
+        return least;
+    };
+    int drawn = 0;
+    for (int i = 0; i < size * size; ++i) {
+        const double distance = distanceFromEdges({i % size + 0.5, i / size + 0.5, 0});
+        // Ends are polygons that are nearly round.
+        if (std::abs(distance - width / 2) < 0.15) continue;
+        EXPECT_EQ(image.isDrawn(i % size, i / size), distance < width / 2)
+            << i % size << ", " << i / size << " is " << distance << " pixels off";
+        drawn += distance < width / 2 ? 1 : 0;
+    }
+    EXPECT_GT(drawn, 400);
+}
+
+/// Turns north and south round.
+class Mirror : public TransformOperator::Functor {
+public:
+    using BoxPtr = TransformOperator::BoundingBoxPtr;
+
+    std::string myShaderFunctions(VRenderContext&) const override {
+        return textThatMovesTo("vec3(p.xy, -p.z)");
     }
     BoxPtr transformedBBox(const ValuePoolPtr&, const BoxPtr& box) const override {
         return BoxPtr(new Skua::BoundingBox({box->min.x, box->min.y, -box->max.z},
@@ -1058,8 +1334,7 @@ TEST_F(DisplayPictures, WhatAnOperatorBringsToTheNearSideIsNotLeftOut) {
 
 TEST_F(DisplayPictures, BoxShowsItsEdges) {
     const auto box = add<BoundingBoxDisplay>();
-    box->box().set({}, SharedBoundingBox(Keel::StrongPtr<Skua::BoundingBox, Keel::InterfaceBase>(
-                           new Skua::BoundingBox({-1, -1, -1}, {1, 1, 1}))));
+    box->box().set({}, sharedBox({-1, -1, -1}, {1, 1, 1}));
     box->lineWidth().set({}, 1.0);
     const Image image = draw(eyeAt({0, 0, 3}, 1, 10));
     // The front is 32 pixels wide, the back 16: four sides each, and four diagonals between them.
