@@ -62,8 +62,8 @@ public:
     virtual void updateLight(ProgramVariables& uniforms, VRequest& request) = 0;
     /// Sets uniforms that depend on the frame; on the render thread, at the head of the frame, with
     /// the uniforms locked, which are those that programs get. Shaders don't become due by them: a
-    /// name that only this sets has to be in use by the light's function from the beginning. Does
-    /// nothing here.
+    /// name that only this sets has to be in use by the light's function from the beginning. What
+    /// is thrown is told as a failure of the light, see environment_render(). Does nothing here.
     virtual void updateLightAtRendering(ProgramVariables& uniforms, VRenderContext& context) const;
 
     /// Has updateLight() called. The light counts as changed, so that shaders are due, if the text
