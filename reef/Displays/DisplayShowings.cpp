@@ -66,7 +66,7 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _outputViews(context.OutputViews),
       _takesFiles(context.ShaderFileOverrides),
       _exchanges(Exchanges::of(seagrass)),
-      _turns(_exchanges->turnsOf(context.pool)) {}
+      _turns(Turns::of(context)) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
     return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
@@ -93,9 +93,9 @@ bool DisplayObject::Showing::clear() {
 
 void DisplayObject::Showing::begin(const VRenderContext& context) {
     _exchanges->noteDrawing(_frame, context.renderAllowance);
-    _turns->noteDrawing(_turn, context.renderAllowance);
-    _turns->endNeed(this);
-    _hasMost = context.renderAllowance >= _turns->greatestAllowance();
+    _turns = Turns::of(context);
+    _turns->noteDrawing(this, context.renderAllowance);
+    _hasMost = _turns->isMost(context.renderAllowance);
     _hasTurn = true;
     _originNeed = 0.0;
 }
@@ -137,8 +137,8 @@ bool DisplayObject::Showing::mayBegin(const VRenderContext& context, const Conte
         _turns->noteSoon(bytes);
         return need > 1.0;
     }
-    const bool isTurn = _turns->isTurn(need, bytes, context.renderAllowance);
-    if (!isTurn) _originNeed = need;
+    const bool isTurn = _turns->isTurn(ageing() * need, bytes, context.renderAllowance);
+    if (!isTurn) _originNeed = ageing() * need;
     return isTurn;
 }
 
@@ -190,15 +190,20 @@ void DisplayObject::Showing::findNeeds(const DisplayObject& display, VRenderCont
     }
 }
 
-/// Of another origin that by which what is shown is off. Other data are in as much need after ten
-/// drawings as what is off by a tenth of a pixel, and what is missing in the picture from the first
-/// one on; both twice as much after each one more, as cameras may go at any speed.
+/// How many times as much need it is to have waited for so long: one who waits is in twice the need
+/// after every other drawing, as others may be in any need again and again.
+double DisplayObject::Showing::ageing() const {
+    constexpr std::uint64_t most = 1000; // as none is to be in infinite need
+    return std::exp2(static_cast<double>(std::min(_waited, most)) / 2.0);
+}
+
+/// Of another origin that by which what is shown is off. What is missing in the picture is in as
+/// much need as what is off by a tenth of a pixel, and other data are after ten drawings.
 double DisplayObject::Showing::needOfWaiting() const {
-    const auto waited = static_cast<double>(_waited);
-    if (!_coming) return std::exp2(waited);
-    if (isOriginComing()) return greatestNeed(_shown->generation().origin);
-    constexpr double patience = 10.0;
-    return std::exp2(waited - patience);
+    if (!_coming) return ageing();
+    if (isOriginComing()) return ageing() * greatestNeed(_shown->generation().origin);
+    constexpr double ofData = 1.0 / 32.0;
+    return ageing() * ofData;
 }
 
 /// Until something of it is on the GPU others may come first.
@@ -213,12 +218,9 @@ bool DisplayObject::Showing::isTurnOfComing(const VRenderContext& context) const
 /// is not to hold them up.
 void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::Supply& supply) {
     const bool isWaiting = supply.isRefused || !_hasTurn;
-    if (supply.isMoving || !isWaiting) {
-        _vainly = _waited = 0;
-    } else {
-        _vainly += _hasMost && _hasTurn ? withChance : 1;
-        ++_waited;
-    }
+    const bool isVainly = isWaiting && !supply.isMoving;
+    _waited = isVainly || _originNeed > 0.0 ? _waited + 1 : 0;
+    _vainly = isVainly ? _vainly + (_hasMost && _hasTurn ? withChance : 1) : 0;
     if (_isStuck || isVain()) return;
     if (!isWaiting) {
         if (_originNeed > 0.0) _turns->noteNeed(this, _originNeed, bytesOf(content));

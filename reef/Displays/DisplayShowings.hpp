@@ -99,6 +99,7 @@ private:
                    const TransformOperator& transform);
     double greatestNeed(const point& origin) const;
     const Need* bestEye(double presentNeed) const;
+    double ageing() const;
     double needOfWaiting() const;
     bool isVain() const { return _vainly > withChance * Exchanges::patience; }
     bool isTurnOfComing(const VRenderContext& context) const;
@@ -117,9 +118,8 @@ private:
     const unsigned _outputViews;
     const bool _takesFiles;
     const Keel::StrongPtr<Exchanges, Keel::InterfaceBase> _exchanges;
-    const TurnsPtr _turns;
+    TurnsPtr _turns;          // of the context that draws
     std::uint64_t _frame = 0; // by the exchanges
-    std::uint64_t _turn = 0;  // the frame by the turns
     bool _hasMost = false;    // nobody has found more of the allowance
     bool _hasTurn = false;
     // Drawings since something went to the GPU of what waits for the allowance.

@@ -1,7 +1,10 @@
 #include <Displays/Exchanges.hpp>
 
+#include <Polypia/VRenderContext.hpp>
+
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <utility>
 
 namespace Mirk {
@@ -10,6 +13,12 @@ namespace {
 
 /// Needs that much leave nothing of any allowance to others.
 constexpr std::int64_t allOfIt = std::numeric_limits<std::int64_t>::max();
+
+/// A context draws one pool or several in turn.
+class TurnsOfPools : public Keel::Interface<TurnsOfPools> {
+public:
+    std::map<Keel::WeakPtr<ValuePool>, TurnsPtr> turns;
+};
 
 } // namespace
 
@@ -50,14 +59,6 @@ void Exchanges::renew(const LeasePtr& lease) {
     _leases.push_back(lease);
 }
 
-TurnsPtr Exchanges::turnsOf(const ValuePoolPtr& pool) {
-    std::erase_if(_turns, [](const auto& entry) { return entry.second.expired(); });
-    std::weak_ptr<Turns>& known = _turns[Keel::WeakPtr<ValuePool>(pool)];
-    TurnsPtr turns = known.lock();
-    if (!turns) known = turns = std::make_shared<Turns>();
-    return turns;
-}
-
 bool DrawnFrames::note(std::uint64_t& frameOfObject, std::int64_t allowance) {
     const bool begins = frameOfObject == _present || allowance > _lastAllowance;
     if (begins) ++_present;
@@ -66,15 +67,36 @@ bool DrawnFrames::note(std::uint64_t& frameOfObject, std::int64_t allowance) {
     return begins;
 }
 
-void Turns::noteDrawing(std::uint64_t& frame, std::int64_t allowance) {
-    if (_frames.note(frame, allowance)) beginFrame();
+TurnsPtr Turns::of(const VRenderContext& context) {
+    const auto all = context.addendum->provideInterface<TurnsOfPools>(
+        [] { return Keel::StrongPtr<Keel::InterfaceBase>(new TurnsOfPools); });
+    std::erase_if(all->turns, [](const auto& entry) { return !entry.first; });
+    TurnsPtr& turns = all->turns[Keel::WeakPtr<ValuePool>(context.pool)];
+    if (!turns) turns = std::make_shared<Turns>();
+    return turns;
+}
+
+void Turns::noteDrawing(const void* whose, std::int64_t allowance) {
+    if (_frames.note(_frameOf[whose], allowance)) beginFrame();
     _greatestAllowance = std::max(_greatestAllowance, allowance);
+    std::erase_if(_needs, [&](const Need& need) { return need.whose == whose; });
 }
 
 void Turns::beginFrame() {
+    constexpr std::uint64_t aWhile = 100;
+    if (_frames.present() % aWhile == 0) {
+        std::erase_if(_frameOf,
+                      [&](const auto& entry) { return entry.second + aWhile < _frames.present(); });
+    }
+    std::erase_if(_needs, [](const Need& need) { return need.isKept; });
+    for (Need& need : _needs) {
+        need.isKept = true;
+        _needsOfNow.push_back(need);
+    }
     _needs = std::exchange(_needsOfNow, {});
     _isShort = !_needs.empty() || _soon > static_cast<double>(_greatestAllowance);
     _soon = 0.0;
+    _greatestOfLast = _greatestAllowance;
     _greatestAllowance = std::numeric_limits<std::int64_t>::min();
     std::stable_sort(_needs.begin(), _needs.end(),
                      [](const Need& a, const Need& b) { return a.need > b.need; });
@@ -86,10 +108,6 @@ void Turns::noteNeed(const void* whose, double need, std::size_t bytes) {
 
 void Turns::noteRefusal(const void* whose, double need) {
     _needsOfNow.push_back({whose, need, allOfIt});
-}
-
-void Turns::endNeed(const void* whose) {
-    std::erase_if(_needs, [&](const Need& need) { return need.whose == whose; });
 }
 
 bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {

@@ -4,10 +4,11 @@
 #include <Polypia/PolypCreator.hpp>
 #include <Polypia/Seagrass.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 namespace Mirk {
@@ -27,33 +28,37 @@ private:
     std::int64_t _lastAllowance = 0;
 };
 
-/// Whose turn it is among the display objects of one pool in one Seagrass. Where a frame's
+/// Whose turn it is among the display objects of one pool in one context. Where a frame's
 /// allowance isn't enough for all, those that are drawn first would always have it: those in the
 /// greatest need begin. For the render thread.
 class Turns {
 public:
-    /// See DrawnFrames.
-    void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
-    /// The most that anybody has found in this frame: who is refused with that has to wait for a
-    /// greater one, and not for its turn.
-    std::int64_t greatestAllowance() const { return _greatestAllowance; }
+    /// Those of the context's pool; the context keeps them.
+    static std::shared_ptr<Turns> of(const VRenderContext& context);
+
+    /// That one is drawn now, and finds so many bytes of the allowance. See DrawnFrames.
+    void noteDrawing(const void* whose, std::int64_t allowance);
+    /// Whether nobody has found more in this frame and the last one: who is refused with that has
+    /// to wait for a greater one, and not for its turn.
+    bool isMost(std::int64_t allowance) const {
+        return allowance >= std::max(_greatestAllowance, _greatestOfLast);
+    }
 
     /// That one waits for so many bytes, in whatever measure of need.
     void noteNeed(const void* whose, double need, std::size_t bytes);
     /// That nothing of it went up though it was its turn. It may take more than is known ahead:
     /// until something of it does, those in less need leave all of the allowance to it.
     void noteRefusal(const void* whose, double need);
-    /// That it is drawn now.
-    void endNeed(const void* whose);
     /// That one takes so many bytes soon, and waits for nothing yet.
     void noteSoon(std::size_t bytes) { _soon += static_cast<double>(bytes); }
     /// Whether somebody waited at the end of the last frame, or the allowance wasn't enough for
     /// what all take soon.
     bool isShort() const { return _isShort; }
     /// Whether the allowance is enough for one who needs these bytes and for those who waited in
-    /// the last frame in greater need, and haven't been drawn yet in this one. Not behind one in
-    /// greater need who was refused in this frame: a viewer that sees all of them wait may allow
-    /// more.
+    /// the last frame in greater need, and haven't been drawn yet in this one. Those who weren't
+    /// drawn in the last one count once more, as it may have been one of a part of all. Not behind
+    /// one in greater need who was refused in this frame: a viewer that sees all of them wait may
+    /// allow more.
     bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
 
 private:
@@ -61,12 +66,14 @@ private:
         const void* whose;
         double need;
         std::int64_t bytes;
+        bool isKept = false; ///< from the frame ahead of the last one
     };
 
     void beginFrame();
 
     DrawnFrames _frames;
-    std::int64_t _greatestAllowance = 0;
+    std::unordered_map<const void*, std::uint64_t> _frameOf; // when each was drawn last
+    std::int64_t _greatestAllowance = 0, _greatestOfLast = 0;
     double _soon = 0.0; // bytes
     bool _isShort = false;
     std::vector<Need> _needs; // of the last frame, the greatest first
@@ -75,9 +82,9 @@ private:
 using TurnsPtr = std::shared_ptr<Turns>;
 
 /// What the display objects of one Seagrass have to know of each other when they exchange what they
-/// draw: whose turn it is, and the polyps that they keep in the cache meanwhile. An object that
-/// isn't drawn any more, as it is hidden, out of view or in no scene, can't give them free itself:
-/// the others do, once they have been drawn a hundred times without it. For the render thread.
+/// draw: the polyps that they keep in the cache meanwhile. An object that isn't drawn any more, as
+/// it is hidden, out of view or in no scene, can't give them free itself: the others do, once they
+/// have been drawn a hundred times without it. For the render thread.
 class Exchanges : public Keel::Interface<Exchanges> {
 public:
     static constexpr std::uint64_t patience = 100;
@@ -106,13 +113,10 @@ public:
     void noteDrawing(std::uint64_t& frame, std::int64_t allowance);
     /// Has the lease begin, or go on.
     void renew(const LeasePtr& lease);
-    /// Of a pool; viewers may draw other pools, with an allowance of their own.
-    TurnsPtr turnsOf(const ValuePoolPtr& pool);
 
 private:
     DrawnFrames _frames;
     std::vector<std::weak_ptr<Lease>> _leases;
-    std::map<Keel::WeakPtr<ValuePool>, std::weak_ptr<Turns>> _turns;
 };
 
 } // namespace Mirk

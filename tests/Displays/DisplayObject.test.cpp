@@ -778,6 +778,14 @@ protected:
         made->knownBytes = known * bytes;
         return made;
     }
+    /// Far enough away for its origin to stay where it is.
+    static DisplayPtr<Plain> makeFar(std::size_t vertices) {
+        const DisplayPtr<Plain> made(
+            new Plain(Skua::BoundingBox(point{1e9, -1, -1}, point{1e9 + 1, 1, 1})));
+        made->vertices = vertices;
+        made->knownBytes = vertices * bytes;
+        return made;
+    }
     /// Each of them is shown, in as many frames as that takes.
     void setViewer(std::int64_t vertices, const std::vector<DisplayPtr<Plain>>& objects) {
         usualAllowance = allowance = vertices * bytes;
@@ -857,13 +865,89 @@ TEST_F(DisplayObjectsInAViewer, PiecesLargerThanTheAllowanceAreShownWhateverOthe
     }
 }
 
+TEST_F(DisplayObjectsInAViewer, OriginFollowsThoughManyChangeInEachFrame) {
+    std::vector<DisplayPtr<Plain>> changing;
+    while (changing.size() < 30) changing.push_back(makeFar(6));
+    const auto changeAll = [&] {
+        for (const DisplayPtr<Plain>& each : changing) each->setData(1);
+    };
+    const auto other = make(5, 1, 5);
+    std::vector<DisplayPtr<Plain>> objects = changing;
+    objects.push_back(other);
+    setViewer(10, objects);
+    for (int i = 0; i < 60; ++i) {
+        changeAll();
+        frame();
+    }
+    lookFrom(0, {0, 0, 1.5 * threshold()});
+    EXPECT_LE(framesUntil(changeAll, changing.size(), all.size()), 30);
+    EXPECT_EQ(other->lastOrigin.z, 1.5 * threshold());
+}
+
+TEST_F(DisplayObjectsInAViewer, WhatIsCutOffAtTheEndOfAFramesTimeHoldsUpNobody) {
+    class Cut : public Mirk::VRenderInterruptor {
+    public:
+        void interrupt(const Mirk::ValuePoolPtr&) override {}
+        bool isInterrupted(const Mirk::ValuePoolPtr&) override { return isCut; }
+        void resume(const Mirk::ValuePoolPtr&) override {}
+        bool isCut = false;
+    };
+    const Keel::StrongPtr<Cut, Mirk::VRenderInterruptor> cut(new Cut);
+    context.interruptor =
+        Keel::WeakPtr<Mirk::VRenderInterruptor>(Keel::StrongPtr<Mirk::VRenderInterruptor>(cut));
+    const auto changing = make(1, 1, 1), late = make(1, 1, 1);
+    draw(*changing);
+    for (int i = 0; i < 20; ++i) {
+        changing->setData(1);
+        EXPECT_TRUE(draw(*changing)) << i;
+        cut->isCut = true;
+        EXPECT_FALSE(draw(*late)) << i;
+        cut->isCut = false;
+    }
+    EXPECT_TRUE(draw(*late));
+}
+
+TEST_F(DisplayObjectsInAViewer, AnotherContextThatAllowsLessHoldsUpNobody) {
+    KnowingContext second(seagrass);
+    second.pool = context.pool;
+    second.EyeViews = context.EyeViews;
+    const auto changing = make(1, 1, 1), large = make(8, 1, 8);
+    draw(*changing);
+    for (int i = 0; i < 20; ++i) {
+        changing->setData(1);
+        EXPECT_TRUE(draw(*changing)) << i;
+        second.renderAllowance = 5 * bytes;
+        Mirk::VRequest request(second.pool);
+        request.process(*large, 1.0);
+        EXPECT_FALSE(large->render(second, context.CurrentView(0, 0), sub));
+    }
+}
+
+TEST_F(DisplayObjectsInAViewer, WhoIsLeftOutOfAPartOfAllKeepsItsTurn) {
+    const auto changing = make(6, 1, 6), other = make(5, 1, 5);
+    setViewer(10, {changing});
+    all.push_back(other);
+    // Such as a pick of what can be picked.
+    const auto drawAPart = [&] {
+        draw(*changing);
+        changing->setData(1);
+    };
+    EXPECT_LE(framesUntil(drawAPart, 1, 2), 5);
+}
+
+TEST_F(DisplayObjectsInAViewer, HundredsAreShownBehindOneThatChangesThoughAllArePickedInBetween) {
+    const auto changing = make(6, 1, 6);
+    setViewer(10, {changing});
+    while (all.size() < 130) all.push_back(make(5, 1, 5));
+    const auto pickAll = [&] {
+        for (const DisplayPtr<Plain>& each : all) draw(*each);
+        changing->setData(1);
+    };
+    EXPECT_LT(framesUntil(pickAll, 1, all.size()), 200);
+}
+
 TEST_F(DisplayObjectsInAViewer, DataAreShownThoughACameraIsFasterThanAnythingCanFollow) {
-    // Far enough away for their origin to stay where it is.
-    const auto near = make(5, 1, 5);
-    const DisplayPtr<Plain> far(
-        new Plain(Skua::BoundingBox(point{1e9, -1, -1}, point{1e9 + 1, 1, 1})));
-    far->vertices = 5;
-    far->knownBytes = 5 * bytes;
+    const auto near = make(5, 1, 5), far = makeFar(5);
     setViewer(5, {near, far});
     int frames = 0;
     far->setData(1);
