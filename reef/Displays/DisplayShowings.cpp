@@ -65,8 +65,7 @@ DisplayObject::Showing::Showing(const Seagrass& seagrass, const VRenderContext& 
       _eyes(context.EyeViews.size()),
       _outputViews(context.OutputViews),
       _takesFiles(context.ShaderFileOverrides),
-      _exchanges(Exchanges::of(seagrass)),
-      _turns(Turns::of(context)) {}
+      _exchanges(Exchanges::of(seagrass)) {}
 
 bool DisplayObject::Showing::isFor(const Seagrass& seagrass, const VRenderContext& context) const {
     return isIn(seagrass) && isOf(context.pool) && _eyes == context.EyeViews.size() &&
