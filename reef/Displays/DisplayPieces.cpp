@@ -191,8 +191,7 @@ PolypPtr DisplayObject::Pieces::provide(PieceCreator& creator, VRenderContext& c
         const PolypPtr uploaded =
             polyp && creator.admits(*polyp, context) ? upload(polyp, creator, context) : PolypPtr();
         supply.isStopped = creator.isRefused();
-        // Behind the end of a frame's time nobody is helped by more of the allowance.
-        supply.isRefused = supply.isRefused || (supply.isStopped && !context.isCancelled());
+        if (supply.isStopped) (context.isCancelled() ? supply.isCut : supply.isRefused) = true;
         supply.isMoving = supply.isMoving || uploaded;
         supply.isStuck = supply.isStuck || (!uploaded && !supply.isStopped);
         return uploaded;

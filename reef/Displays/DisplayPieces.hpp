@@ -39,6 +39,7 @@ public:
         bool isMoving = false;  ///< something went there
         bool isStuck = false;   ///< something can't be filled or activated
         bool isRefused = false; ///< something waits for the allowance of another frame
+        bool isCut = false;     ///< something was left out at the end of the frame's time
         bool isPartly = false;  ///< something isn't drawn, whatever the reason
         // The first ones.
         std::exception_ptr failure = nullptr;  ///< why something isn't there

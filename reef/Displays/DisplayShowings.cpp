@@ -212,10 +212,20 @@ bool DisplayObject::Showing::isTurnOfComing(const VRenderContext& context) const
                           context.renderAllowance);
 }
 
+std::size_t DisplayObject::Showing::missingBytes(const Content& content) const {
+    return _coming ? _coming->missingBytes(*_comingContent) : _shown->missingBytes(content);
+}
+
 /// Tells the others what waits for the allowance at the end of a drawing. Whoever has less of it
 /// than others may have to be more patient; who waits in vain for too long may do so for ever, and
-/// is not to hold them up.
+/// is not to hold them up. Who waited, and has its turn when the time of the frame ends, has it
+/// again; others are not helped by turns then.
 void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::Supply& supply) {
+    if (supply.isCut && !supply.isMoving && _waited > 0) {
+        _vainly += withChance;
+        if (!isVain()) _turns->noteNeed(this, needOfWaiting(), missingBytes(content));
+        return;
+    }
     const bool isWaiting = supply.isRefused || !_hasTurn;
     const bool isVainly = isWaiting && !supply.isMoving;
     _waited = isVainly || _originNeed > 0.0 ? _waited + 1 : 0;
@@ -227,9 +237,7 @@ void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::S
     }
     const double need = std::max(_originNeed, needOfWaiting());
     if (supply.isRefused && !supply.isMoving) return _turns->noteRefusal(this, need);
-    _turns->noteNeed(this, need,
-                     _coming ? _coming->missingBytes(*_comingContent)
-                             : _shown->missingBytes(content));
+    _turns->noteNeed(this, need, missingBytes(content));
 }
 
 /// The one at whose camera the origin leaves all eyes in the least need; null if that is no help.

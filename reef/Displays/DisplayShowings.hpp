@@ -94,6 +94,7 @@ private:
                   const TransformOperator& transform) const;
     bool mayBegin(const VRenderContext& context, const Content& content, double need);
     void noteWaiting(const Content& content, const Pieces::Supply& supply);
+    std::size_t missingBytes(const Content& content) const;
     std::size_t bytesOf(const Content& content) const;
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
                    const TransformOperator& transform);
@@ -122,9 +123,8 @@ private:
     std::uint64_t _frame = 0; // by the exchanges
     bool _hasMost = false;    // nobody has found more of the allowance
     bool _hasTurn = false;
-    // Drawings since something went to the GPU of what waits for the allowance.
-    std::uint64_t _waited = 0;
-    std::uint64_t _vainly = 0; // the same, by how much they tell, see noteWaiting()
+    std::uint64_t _waited = 0; // drawings in a row in which something waited for its turn
+    std::uint64_t _vainly = 0; // those in which nothing went up, by how much they tell
     double _originNeed = 0.0;  // of another one that waits for its turn to begin; 0 without one
     bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;

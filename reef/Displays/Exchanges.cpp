@@ -88,10 +88,9 @@ void Turns::beginFrame() {
         std::erase_if(_frameOf,
                       [&](const auto& entry) { return entry.second + aWhile < _frames.present(); });
     }
-    std::erase_if(_needs, [](const Need& need) { return need.isKept; });
+    constexpr int mostFramesKept = 3;
     for (Need& need : _needs) {
-        need.isKept = true;
-        _needsOfNow.push_back(need);
+        if (++need.framesKept <= mostFramesKept) _needsOfNow.push_back(need);
     }
     _needs = std::exchange(_needsOfNow, {});
     _isShort = !_needs.empty() || _soon > static_cast<double>(_greatestAllowance);

@@ -51,14 +51,14 @@ public:
     void noteRefusal(const void* whose, double need);
     /// That one takes so many bytes soon, and waits for nothing yet.
     void noteSoon(std::size_t bytes) { _soon += static_cast<double>(bytes); }
-    /// Whether somebody waited at the end of the last frame, or the allowance wasn't enough for
-    /// what all take soon.
+    /// Whether somebody waited in the last frames, or the allowance wasn't enough for what all take
+    /// soon.
     bool isShort() const { return _isShort; }
     /// Whether the allowance is enough for one who needs these bytes and for those who waited in
     /// the last frame in greater need, and haven't been drawn yet in this one. Those who weren't
-    /// drawn in the last one count once more, as it may have been one of a part of all. Not behind
-    /// one in greater need who was refused in this frame: a viewer that sees all of them wait may
-    /// allow more.
+    /// drawn count in three more frames, as these may be drawings of a part of all, such as picks.
+    /// Not behind one in greater need who was refused in this frame: a viewer that sees all of them
+    /// wait may allow more.
     bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
 
 private:
@@ -66,7 +66,7 @@ private:
         const void* whose;
         double need;
         std::int64_t bytes;
-        bool isKept = false; ///< from the frame ahead of the last one
+        int framesKept = 0; ///< in which it wasn't drawn
     };
 
     void beginFrame();
@@ -76,7 +76,7 @@ private:
     std::int64_t _greatestAllowance = 0, _greatestOfLast = 0;
     double _soon = 0.0; // bytes
     bool _isShort = false;
-    std::vector<Need> _needs; // of the last frame, the greatest first
+    std::vector<Need> _needs; // of the last frames, the greatest first
     std::vector<Need> _needsOfNow;
 };
 using TurnsPtr = std::shared_ptr<Turns>;

@@ -211,7 +211,8 @@ OffscreenViewer::Frame OffscreenViewer::drawWhole(const std::vector<GLRenderCont
         frame = draw(eyes);
         GLRenderContext::addFailures(failures, frame.failures);
         frame.failures = std::move(failures);
-        goesOn = patience.goesOn(frame, _allowance > allowance);
+        const bool mayFollow = _allowance > allowance || _framesBehindRefusal < framesLeft;
+        goesOn = patience.goesOn(frame, mayFollow);
     }
     return frame;
 }
@@ -259,6 +260,7 @@ void OffscreenViewer::handleQueueOfNow() {
 /// refused and used less than half.
 void OffscreenViewer::refill(const Frame& frame) {
     const bool wasRefused = (frame.result & GLRenderContext::RefusedMemory) != 0;
+    _framesBehindRefusal = wasRefused ? 0 : std::min(_framesBehindRefusal + 1, framesLeft);
     const bool wasSparing = wasRefused && frame.uploadedBytes <= _allowance / 2;
     _sparingFrames = wasSparing ? _sparingFrames + 1 : 0;
     constexpr int inARow = 8;

@@ -122,6 +122,9 @@ private:
     std::unique_ptr<Graphics> _graphics;
     std::atomic<long long> _allowance; // for the next frame; written by the render thread
     int _sparingFrames = 0;            // in a row, that refused and used less than half of it
+    // Objects may leave so many frames to one who was refused and isn't drawn any more.
+    static constexpr int framesLeft = 6;
+    int _framesBehindRefusal = framesLeft; // as many at most
     Keel::ThreadPool _thread;
 };
 

@@ -778,6 +778,14 @@ protected:
         made->knownBytes = known * bytes;
         return made;
     }
+    /// Of frames whose time may end.
+    class Cut : public Mirk::VRenderInterruptor {
+    public:
+        void interrupt(const Mirk::ValuePoolPtr&) override {}
+        bool isInterrupted(const Mirk::ValuePoolPtr&) override { return isCut; }
+        void resume(const Mirk::ValuePoolPtr&) override {}
+        bool isCut = false;
+    };
     /// Far enough away for its origin to stay where it is.
     static DisplayPtr<Plain> makeFar(std::size_t vertices) {
         const DisplayPtr<Plain> made(
@@ -885,13 +893,6 @@ TEST_F(DisplayObjectsInAViewer, OriginFollowsThoughManyChangeInEachFrame) {
 }
 
 TEST_F(DisplayObjectsInAViewer, WhatIsCutOffAtTheEndOfAFramesTimeHoldsUpNobody) {
-    class Cut : public Mirk::VRenderInterruptor {
-    public:
-        void interrupt(const Mirk::ValuePoolPtr&) override {}
-        bool isInterrupted(const Mirk::ValuePoolPtr&) override { return isCut; }
-        void resume(const Mirk::ValuePoolPtr&) override {}
-        bool isCut = false;
-    };
     const Keel::StrongPtr<Cut, Mirk::VRenderInterruptor> cut(new Cut);
     context.interruptor =
         Keel::WeakPtr<Mirk::VRenderInterruptor>(Keel::StrongPtr<Mirk::VRenderInterruptor>(cut));
@@ -927,12 +928,32 @@ TEST_F(DisplayObjectsInAViewer, WhoIsLeftOutOfAPartOfAllKeepsItsTurn) {
     const auto changing = make(6, 1, 6), other = make(5, 1, 5);
     setViewer(10, {changing});
     all.push_back(other);
-    // Such as a pick of what can be picked.
+    // Such as picks of what can be picked.
     const auto drawAPart = [&] {
-        draw(*changing);
+        for (int i = 0; i < 3; ++i) draw(*changing);
         changing->setData(1);
     };
     EXPECT_LE(framesUntil(drawAPart, 1, 2), 5);
+}
+
+TEST_F(DisplayObjectsInAViewer, WhoIsCutOffAtItsTurnHasItAgain) {
+    const auto changing = make(6, 1, 6), other = make(5, 1, 5);
+    setViewer(10, {changing, other});
+    const Keel::StrongPtr<Cut, Mirk::VRenderInterruptor> cut(new Cut);
+    context.interruptor =
+        Keel::WeakPtr<Mirk::VRenderInterruptor>(Keel::StrongPtr<Mirk::VRenderInterruptor>(cut));
+    other->setData(1);
+    bool isWhole = false;
+    // The first one takes its turn, and the time ends in every other frame.
+    for (int i = 1; i <= 10 && !isWhole; ++i) {
+        changing->setData(1);
+        context.renderAllowance = 10 * bytes;
+        draw(*changing);
+        cut->isCut = i % 2 == 0;
+        isWhole = draw(*other);
+        cut->isCut = false;
+    }
+    EXPECT_TRUE(isWhole);
 }
 
 TEST_F(DisplayObjectsInAViewer, HundredsAreShownBehindOneThatChangesThoughAllArePickedInBetween) {

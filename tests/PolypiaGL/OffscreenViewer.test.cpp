@@ -228,6 +228,19 @@ TEST_F(OffscreenViewerTest, WholePictureEndsWhereTwoFramesBringNothingNew) {
     EXPECT_EQ(quad->draws, 3);
 }
 
+TEST_F(OffscreenViewerTest,
+       WholePictureGoesOnForAWhileBehindARefusalThoughNothingIsRefusedAnyMore) {
+    settings.uploadBytes = 100;
+    MAKE_VIEWER(viewer);
+    QuadPtr large(new Costly("large", 1000));
+    EXPECT_NE(viewer->draw({eyeFromAbove()}).result & GLRenderContext::RefusedMemory, 0U);
+    large = {};
+    // Waits for who was refused.
+    const QuadPtr waiting(new Quad("waiting"));
+    waiting->action = [frames = 0]() mutable { return ++frames > 6; };
+    EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result, GLRenderContext::Drew);
+}
+
 TEST_F(OffscreenViewerTest, WholePictureGoesOnWhileAnythingIsRefusedMemory) {
     settings.uploadBytes = 100;
     MAKE_VIEWER(viewer);
