@@ -98,8 +98,9 @@ function(_polypia_test_settings target)
     target_compile_options(${target} PRIVATE -fno-sanitize=null,alignment,object-size)
   endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # Without it ccache knows no file that was compiled with shared headers.
-    target_compile_options(${target} PRIVATE -fpch-preprocess)
+    # Those who read the files of dependencies, as ccache does, see the headers, too, that are
+    # compiled once.
+    target_compile_options(${target} PRIVATE -fpch-deps)
   endif()
 endfunction()
 
