@@ -43,14 +43,18 @@ float ofParallel(float latitude, vec3 fromCentre)
 
 void main()
 {
-    vec3 n = normalize(normal);
+    vec3 up = normalize(normal);
     vec3 eye = normalize(toEye);
+    vec3 n = up;
+#ifdef CLIPPED
+    if (dot(up, eye) < 0.0) n = -up; // the inside
+#endif
     float lit = 0.55 + 0.45 * max(dot(n, lightDirection), 0.0);
     float rim = pow(1.0 - clamp(dot(n, eye), 0.0, 1.0), 3.0); // rounding may take it above 1
     vec3 sea = mix(vec3(0.055, 0.125, 0.215), vec3(0.10, 0.22, 0.34), lit);
     vec3 sky = vec3(0.30, 0.48, 0.66);
 
-    float latitude = asin(clamp(n.z, -1.0, 1.0));
+    float latitude = asin(clamp(up.z, -1.0, 1.0));
     vec3 fromCentre = place - Centre;
     float longitude = atan(fromCentre.y, fromCentre.x);
     float lines = max(ofParallel(latitude, fromCentre),

@@ -2,8 +2,9 @@
 in vec3 Coordinates;
 uniform vec3 Centre; // of the earth, relative to the same
 uniform float AxisRatio2; // square of the equatorial radius over the polar one
-#if defined(GL_ARB_cull_distance) && !defined(CUSTOM_TransformOperator)
-#define HIDES_ITSELF // where an operator puts it is not known
+// Where an operator puts the globe is not known, and one that is cut shows its inside.
+#if defined(GL_ARB_cull_distance) && !defined(CUSTOM_TransformOperator) && !defined(CLIPPED)
+#define HIDES_ITSELF
 struct HiddenSide {
     vec4 plane; // negative where the globe hides itself
 };

@@ -1007,6 +1007,19 @@ TEST_F(Cuts, OfGlobesLeaveTheCapBeyondThePlane) {
     expectManyOf(counts, 900);
 }
 
+TEST_F(Cuts, OfGlobesShowTheInsideOfTheOtherHalf) {
+    const auto globe = add<GlobeDisplay>();
+    const Eye eye = eyeAt({0, 0, 2 * earth}, 0.5 * earth, 9 * earth);
+    const Image whole = draw(eye);
+    cutBy({Plane{{0, 0, -1}, 0.0}, {}}, *globe);
+    const Image bowl = draw(eye);
+    const double radius = globeScale * size / 4; // of the equator
+    EXPECT_NEAR(bowl.drawnPixels(), std::numbers::pi * radius * radius, 12);
+    // Lit as the sea, not bright as its rim, on the side that faces the light.
+    EXPECT_NEAR(bowl.at(29, 36)[2], whole.at(29, 36)[2], 16);
+    EXPECT_GT(bowl.at(38, 26)[2], bowl.at(26, 38)[2] + 8);
+}
+
 TEST_F(DisplayPictures, PlanesCutLinesAndSurfaces) {
     const auto countLeftOfTheMiddle = [&](const Image& image) {
         int number = 0;
