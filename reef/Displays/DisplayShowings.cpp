@@ -216,27 +216,34 @@ std::size_t DisplayObject::Showing::missingBytes(const Content& content) const {
     return _coming ? _coming->missingBytes(*_comingContent) : _shown->missingBytes(content);
 }
 
-/// Tells the others what waits for the allowance at the end of a drawing. Whoever has less of it
-/// than others may have to be more patient; who waits in vain for too long may do so for ever, and
-/// is not to hold them up. Who waited, and has its turn when the time of the frame ends, has it
-/// again; others are not helped by turns then.
+/// Counts at the end of a drawing what waits for the allowance. Whoever has less of it than others
+/// may have to be more patient. Who waited, and finds that the time of the frame is over, waits on
+/// as before; that tells nothing of whether it does so in vain.
 void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::Supply& supply) {
-    if (supply.isCut && !supply.isMoving && _waited > 0) {
-        _vainly += withChance;
-        if (!isVain()) _turns->noteNeed(this, needOfWaiting(), missingBytes(content));
-        return;
-    }
-    const bool isWaiting = supply.isRefused || !_hasTurn;
+    const bool isCut = supply.isCut && !supply.isMoving && _waited > 0;
+    const bool isWaiting = isCut || supply.isRefused || !_hasTurn;
     const bool isVainly = isWaiting && !supply.isMoving;
     _waited = isVainly || _originNeed > 0.0 ? _waited + 1 : 0;
-    _vainly = isVainly ? _vainly + (_hasMost && _hasTurn ? withChance : 1) : 0;
-    if (_isStuck || isVain()) return;
+    if (isCut) {
+        ++_cuts;
+    } else {
+        _cuts = 0;
+        _wasRefused = supply.isRefused && !supply.isMoving;
+        _vainly = isVainly ? _vainly + (_hasMost && _hasTurn ? withChance : 1) : 0;
+    }
+    noteNeeds(content, isWaiting);
+}
+
+/// Tells the others of it. Who waits in vain for too long may do so for ever, and is not to hold
+/// them up; nor is who finds each frame's time over, as turns are no help against that.
+void DisplayObject::Showing::noteNeeds(const Content& content, bool isWaiting) {
+    if (_isStuck || isVain() || _cuts > mostCuts) return;
     if (!isWaiting) {
         if (_originNeed > 0.0) _turns->noteNeed(this, _originNeed, bytesOf(content));
         return;
     }
     const double need = std::max(_originNeed, needOfWaiting());
-    if (supply.isRefused && !supply.isMoving) return _turns->noteRefusal(this, need);
+    if (_wasRefused) return _turns->noteRefusal(this, need);
     _turns->noteNeed(this, need, missingBytes(content));
 }
 

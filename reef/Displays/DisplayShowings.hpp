@@ -94,6 +94,7 @@ private:
                   const TransformOperator& transform) const;
     bool mayBegin(const VRenderContext& context, const Content& content, double need);
     void noteWaiting(const Content& content, const Pieces::Supply& supply);
+    void noteNeeds(const Content& content, bool isWaiting);
     std::size_t missingBytes(const Content& content) const;
     std::size_t bytesOf(const Content& content) const;
     void findNeeds(const DisplayObject& display, VRenderContext& context, const ContentPtr& content,
@@ -109,6 +110,8 @@ private:
 
     /// Drawings without a chance to go up that tell as much as one with it.
     static constexpr std::uint64_t withChance = 10;
+    /// Frames in a row whose time may end ahead of who waits while it keeps its turn.
+    static constexpr int mostCuts = 3;
 
     const Keel::WeakPtr<Seagrass> _seagrass;
     const Keel::WeakPtr<ValuePool> _pool;
@@ -125,6 +128,8 @@ private:
     bool _hasTurn = false;
     std::uint64_t _waited = 0; // drawings in a row in which something waited for its turn
     std::uint64_t _vainly = 0; // those in which nothing went up, by how much they tell
+    int _cuts = 0;             // drawings in a row in which the time ended ahead of what waited
+    bool _wasRefused = false;  // ahead of them
     double _originNeed = 0.0;  // of another one that waits for its turn to begin; 0 without one
     bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;

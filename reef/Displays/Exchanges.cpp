@@ -88,9 +88,13 @@ void Turns::beginFrame() {
         std::erase_if(_frameOf,
                       [&](const auto& entry) { return entry.second + aWhile < _frames.present(); });
     }
-    constexpr int mostFramesKept = 3;
+    constexpr int mostFramesKept = 30;
     for (Need& need : _needs) {
-        if (++need.framesKept <= mostFramesKept) _needsOfNow.push_back(need);
+        if (std::exchange(need.hasHeldUp, false)) ++need.framesHeldUp;
+        ++need.framesKept;
+        if (need.framesHeldUp <= mostFramesHeldUp && need.framesKept <= mostFramesKept) {
+            _needsOfNow.push_back(need);
+        }
     }
     _needs = std::exchange(_needsOfNow, {});
     _isShort = !_needs.empty() || _soon > static_cast<double>(_greatestAllowance);
@@ -109,16 +113,18 @@ void Turns::noteRefusal(const void* whose, double need) {
     _needsOfNow.push_back({whose, need, allOfIt});
 }
 
-bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) const {
+bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) {
     const auto isRefused = [&](const Need& other) {
         return other.bytes == allOfIt && other.need > need;
     };
     if (std::any_of(_needsOfNow.begin(), _needsOfNow.end(), isRefused)) return false;
     std::int64_t left = allowance - static_cast<std::int64_t>(bytes);
-    for (const Need& other : _needs) {
-        if (!(other.need > need)) break;
-        if (other.bytes > left) return false;
-        left -= other.bytes;
+    for (auto other = _needs.begin(); other != _needs.end() && other->need > need; ++other) {
+        if (other->bytes > left) {
+            std::for_each(_needs.begin(), other + 1, [](Need& each) { each.hasHeldUp = true; });
+            return false;
+        }
+        left -= other->bytes;
     }
     return true;
 }

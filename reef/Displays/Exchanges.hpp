@@ -33,6 +33,8 @@ private:
 /// greatest need begin. For the render thread.
 class Turns {
 public:
+    static constexpr int mostFramesHeldUp = 3;
+
     /// Those of the context's pool; the context keeps them.
     static std::shared_ptr<Turns> of(const VRenderContext& context);
 
@@ -56,17 +58,20 @@ public:
     bool isShort() const { return _isShort; }
     /// Whether the allowance is enough for one who needs these bytes and for those who waited in
     /// the last frame in greater need, and haven't been drawn yet in this one. Those who weren't
-    /// drawn count in three more frames, as these may be drawings of a part of all, such as picks.
-    /// Not behind one in greater need who was refused in this frame: a viewer that sees all of them
+    /// drawn count in some more frames, as these may be drawings of a part of all, such as picks;
+    /// they may be gone as well, and hold up others in `mostFramesHeldUp` more of them at most. Not
+    /// behind one in greater need who was refused in this frame: a viewer that sees all of them
     /// wait may allow more.
-    bool isTurn(double need, std::size_t bytes, std::int64_t allowance) const;
+    bool isTurn(double need, std::size_t bytes, std::int64_t allowance);
 
 private:
     struct Need {
         const void* whose;
         double need;
         std::int64_t bytes;
-        int framesKept = 0; ///< in which it wasn't drawn
+        int framesKept = 0;     ///< in which it wasn't drawn
+        int framesHeldUp = 0;   ///< those in which others had to wait for it
+        bool hasHeldUp = false; ///< in this frame
     };
 
     void beginFrame();

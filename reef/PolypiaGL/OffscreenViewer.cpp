@@ -32,7 +32,7 @@ public:
     Patience(const OffscreenViewer::Frame& first, unsigned long long cacheBytes)
         : _cacheBytes(cacheBytes), _most(first.drawn) {}
 
-    /// Whether there is hope behind that frame. `mayBringMore`: the next one than this one.
+    /// Whether there is hope behind that frame. `mayBringMore`: the next ones than this one.
     bool goesOn(const OffscreenViewer::Frame& frame, bool mayBringMore) {
         const bool wasIdle = std::exchange(_isIdle, frame.uploadedBytes == 0 && !mayBringMore);
         if (frame.drawn > _most) {
@@ -41,7 +41,7 @@ public:
             _bytes = 0;
             return true;
         }
-        // Objects that take turns may have left one frame to somebody who needs it no more.
+        // Two, as objects that take turns may have left one to somebody who needs it no more.
         if (wasIdle && _isIdle) return false;
         _bytes += static_cast<unsigned long long>(frame.uploadedBytes);
         return ++_frames < mostFrames && _bytes <= _cacheBytes;

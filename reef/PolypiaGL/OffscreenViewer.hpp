@@ -66,7 +66,8 @@ public:
     /// Brings the scene up to date and draws one frame for these eyes, each of which gets a
     /// picture; that of the first eye is the one of getPixelBuffer(), which is null without eyes.
     Frame draw(const std::vector<GLRenderContext::Eye>& eyes);
-    /// Draws until nothing is left out for want of memory or time, or two frames bring nothing new.
+    /// Draws until nothing is left out for want of memory or time, or two frames bring nothing new
+    /// though none of the last ones refused memory.
     /// Returns the last frame, with the failures of all of them, each once. What doesn't fit into
     /// the cache, or changes all the time, would go on for ever: when frames without another object
     /// have brought more to the GPU than the cache takes, or there were 1000 of them, that is the
@@ -122,9 +123,10 @@ private:
     std::unique_ptr<Graphics> _graphics;
     std::atomic<long long> _allowance; // for the next frame; written by the render thread
     int _sparingFrames = 0;            // in a row, that refused and used less than half of it
-    // Objects may leave so many frames to one who was refused and isn't drawn any more.
-    static constexpr int framesLeft = 6;
-    int _framesBehindRefusal = framesLeft; // as many at most
+    // Objects may leave so many frames to one who was refused: some in which the time ends ahead of
+    // it, and some in which it isn't drawn any more.
+    static constexpr int framesLeft = 7;
+    std::atomic<int> _framesBehindRefusal = framesLeft; // as many at most; by the render thread
     Keel::ThreadPool _thread;
 };
 

@@ -925,35 +925,79 @@ TEST_F(DisplayObjectsInAViewer, AnotherContextThatAllowsLessHoldsUpNobody) {
 }
 
 TEST_F(DisplayObjectsInAViewer, WhoIsLeftOutOfAPartOfAllKeepsItsTurn) {
-    const auto changing = make(6, 1, 6), other = make(5, 1, 5);
-    setViewer(10, {changing});
-    all.push_back(other);
-    // Such as picks of what can be picked.
-    const auto drawAPart = [&] {
-        for (int i = 0; i < 3; ++i) draw(*changing);
-        changing->setData(1);
-    };
-    EXPECT_LE(framesUntil(drawAPart, 1, 2), 5);
+    for (const int drawings : {3, 20}) {
+        const auto changing = make(6, 1, 6), other = make(5, 1, 5);
+        setViewer(10, {changing});
+        all.push_back(other);
+        // Such as picks of what can be picked.
+        const auto drawAPart = [&] {
+            for (int i = 0; i < drawings; ++i) draw(*changing);
+            changing->setData(1);
+        };
+        EXPECT_LE(framesUntil(drawAPart, 1, 2), 5) << drawings;
+    }
 }
 
-TEST_F(DisplayObjectsInAViewer, WhoIsCutOffAtItsTurnHasItAgain) {
+TEST_F(DisplayObjectsInAViewer, WhoIsGoneHoldsUpOthersInAFewFrames) {
+    const auto changing = make(6, 1, 6);
+    setViewer(10, {changing});
+    all.push_back(make(5, 1, 5));
+    changing->setData(1);
+    frame();
+    all.pop_back();
+    changing->setData(1);
+    EXPECT_EQ(framesUntil([] {}, 0, 1), 5);
+}
+
+class DisplayObjectsCutOff : public DisplayObjectsInAViewer {
+protected:
+    void SetUp() override {
+        DisplayObjectsInAViewer::SetUp();
+        context.interruptor = Keel::WeakPtr<Mirk::VRenderInterruptor>(
+            Keel::StrongPtr<Mirk::VRenderInterruptor>(_cut));
+    }
+    /// A frame whose time may be over ahead of the second one; whether each is whole.
+    std::array<bool, 2> frameOf(Plain& first, Plain& second, bool isOver) {
+        first.setData(1);
+        context.renderAllowance = usualAllowance;
+        const bool isFirstWhole = draw(first);
+        _cut->isCut = isOver;
+        const bool isSecondWhole = draw(second);
+        _cut->isCut = false;
+        return {isFirstWhole, isSecondWhole};
+    }
+
+private:
+    const Keel::StrongPtr<Cut, Mirk::VRenderInterruptor> _cut{new Cut};
+};
+
+TEST_F(DisplayObjectsCutOff, HaveTheirTurnAgain) {
+    for (const std::size_t known : {5, 2, 0}) {
+        const auto changing = make(6, 1, 6), other = make(5, 1, known);
+        setViewer(10, {changing, other});
+        other->setData(1);
+        // The first one takes its turn, and the time ends in every other frame.
+        int frames = 1;
+        while (frames <= 10 && !frameOf(*changing, *other, frames % 2 == 0)[1]) ++frames;
+        EXPECT_LE(frames, 5) << known;
+    }
+}
+
+TEST_F(DisplayObjectsCutOff, HoldUpOthersInAFewFramesAndAreShownOnceThereIsTime) {
     const auto changing = make(6, 1, 6), other = make(5, 1, 5);
     setViewer(10, {changing, other});
-    const Keel::StrongPtr<Cut, Mirk::VRenderInterruptor> cut(new Cut);
-    context.interruptor =
-        Keel::WeakPtr<Mirk::VRenderInterruptor>(Keel::StrongPtr<Mirk::VRenderInterruptor>(cut));
     other->setData(1);
-    bool isWhole = false;
-    // The first one takes its turn, and the time ends in every other frame.
-    for (int i = 1; i <= 10 && !isWhole; ++i) {
-        changing->setData(1);
-        context.renderAllowance = 10 * bytes;
-        draw(*changing);
-        cut->isCut = i % 2 == 0;
-        isWhole = draw(*other);
-        cut->isCut = false;
+    EXPECT_FALSE(frameOf(*changing, *other, false)[1]);
+    int shown = 0;
+    for (int i = 0; i < 200; ++i) {
+        const auto [isFirstWhole, isSecondWhole] = frameOf(*changing, *other, true);
+        EXPECT_FALSE(isSecondWhole);
+        shown += isFirstWhole ? 1 : 0;
     }
-    EXPECT_TRUE(isWhole);
+    EXPECT_GE(shown, 195);
+    int frames = 1;
+    while (frames <= 10 && !frameOf(*changing, *other, false)[1]) ++frames;
+    EXPECT_LE(frames, 3);
 }
 
 TEST_F(DisplayObjectsInAViewer, HundredsAreShownBehindOneThatChangesThoughAllArePickedInBetween) {

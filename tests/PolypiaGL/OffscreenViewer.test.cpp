@@ -197,6 +197,20 @@ TEST_F(OffscreenViewerTest, DrawsAndPicksForManyThreads) {
     EXPECT_EQ(found, 40);
 }
 
+TEST_F(OffscreenViewerTest, DrawsWholePicturesWhileOthersDraw) {
+    MAKE_VIEWER(viewer);
+    const QuadPtr quad(new Quad("quad"));
+    quad->action = [] { return false; };
+    std::thread other([&] {
+        for (int i = 0; i < 20; ++i) viewer->draw({eyeFromAbove()});
+    });
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result & GLRenderContext::Incomplete,
+                  GLRenderContext::Incomplete);
+    }
+    other.join();
+}
+
 TEST_F(OffscreenViewerTest, FrameBringsNoMoreToTheGpuThanItsAllowance) {
     settings.uploadBytes = 100;
     MAKE_VIEWER(viewer);
@@ -237,7 +251,7 @@ TEST_F(OffscreenViewerTest,
     large = {};
     // Waits for who was refused.
     const QuadPtr waiting(new Quad("waiting"));
-    waiting->action = [frames = 0]() mutable { return ++frames > 6; };
+    waiting->action = [frames = 0]() mutable { return ++frames > 7; };
     EXPECT_EQ(viewer->drawWhole({eyeFromAbove()}).result, GLRenderContext::Drew);
 }
 
