@@ -65,11 +65,13 @@ void addLook(CLI::App& command, PictureOptions& options) {
     addOption(command, "--point-size", "In pixels, 1 to 100 (3)", [&](Text name, Text text) {
         options.pointSizePixels = number({name, text, "pixels from 1 to 100"}, 1, 100);
     });
-    addOption(command, "--samples", "Samples of each pixel against jagged edges, 1 to 64 (4)",
-              [&](Text name, Text text) {
-                  const Value value{name, text, "a whole number from 1 to 64"};
-                  options.samples = wholeNumber(value, number(value, 1, 64), 1, 64);
-              });
+    addOption(
+        command, "--samples",
+        "Samples of each pixel against jagged edges, 1 to 64, or as many as the driver has (4)",
+        [&](Text name, Text text) {
+            const Value value{name, text, "a whole number from 1 to 64"};
+            options.samples = wholeNumber(value, number(value, 1, 64), 1, 64);
+        });
     addLights(command, options.lights);
     command.add_flag("--grounding-line", options.groundingLine,
                      "Draws Antarctica's grounding line too");

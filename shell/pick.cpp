@@ -6,10 +6,12 @@
 #include <report.hpp>
 
 #include <Polypia/PickList.hpp>
+#include <rookery/Geodesy.hpp>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <map>
 
@@ -67,13 +69,35 @@ bool isOnePixel(const PixelRectangle& rectangle) {
     return rectangle.width == 1 && rectangle.height == 1;
 }
 
+/// Where the line of sight from the eye to a place of the globe, which is drawn a little below the
+/// ellipsoid so that it doesn't hide what lies on that, meets the ellipsoid first: the nearer
+/// solution of |eye + t (place - eye)| = 1 in coordinates in which it is the ball of radius 1. An
+/// eye below the ellipsoid has the place that is drawn.
+point onEllipsoid(const point& eye, const point& place) {
+    const auto inBall = [](const vector& v) {
+        return vector{v.x / Skua::WGS84::semiMajorAxisMetres,
+                      v.y / Skua::WGS84::semiMajorAxisMetres,
+                      v.z / Skua::WGS84::semiMinorAxisMetres};
+    };
+    const vector start = inBall(eye - point()), way = inBall(place - eye);
+    const double outside = dot(start, start) - 1.0, approach = -dot(start, way);
+    const double square = approach * approach - dot(way, way) * outside;
+    if (outside < 0.0 || square < 0.0) return place;
+    return eye + (place - eye) * (outside / (approach + std::sqrt(square)));
+}
+
 /// In the world of the files.
-std::optional<point> placeUnder(const Studio& studio, const PixelRectangle& rectangle) {
+std::optional<point> placeUnder(const Studio& studio, const Mirk::GLRenderContext::Eye& eye,
+                                const PixelRectangle& rectangle,
+                                const std::vector<PickedObject>& objects) {
     if (!isOnePixel(rectangle)) return {};
     const int fromBottom = studio.options().heightPixels - 1 - rectangle.y;
-    const std::optional<point> place = studio.viewer().pickPlace(rectangle.x, fromBottom);
-    if (!place) return {};
-    return studio.scene().space().fromDisplays(*place);
+    const std::optional<point> drawn = studio.viewer().pickPlace(rectangle.x, fromBottom);
+    if (!drawn) return {};
+    const SceneSpace& space = studio.scene().space();
+    const point place = space.fromDisplays(*drawn);
+    const bool isOfGlobe = !objects.empty() && objects.front().file.empty();
+    return isOfGlobe ? onEllipsoid(space.fromDisplays(eye.camera.position), place) : place;
 }
 
 /// As few digits as give the same number.
@@ -105,10 +129,11 @@ std::string linesOf(const Picked& picked, const PixelRectangle& rectangle) {
 
 std::string pick(const PickOptions& options) {
     Studio studio("polypia pick", options);
-    studio.draw(eyesOf(studio.scene(), options));
+    const auto eyes = eyesOf(studio.scene(), options);
+    studio.draw(eyes);
     studio.clock().begin("pick");
-    const Picked picked{pickedObjects(studio.scene(), countsIn(studio, options.rectangle)),
-                        placeUnder(studio, options.rectangle)};
+    Picked picked{pickedObjects(studio.scene(), countsIn(studio, options.rectangle)), {}};
+    picked.place = placeUnder(studio, eyes.front(), options.rectangle, picked.objects);
     studio.clock().end();
     if (options.report) return pickReport(studio, options, picked);
     return linesOf(picked, options.rectangle) + (options.verbose ? studio.story() : "");

@@ -2,6 +2,7 @@
 
 #include <PictureFiles.hpp>
 #include <Studio.hpp>
+#include <UsageError.hpp>
 #include <eyes.hpp>
 #include <pictures.hpp>
 #include <report.hpp>
@@ -9,6 +10,8 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <set>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -21,9 +24,33 @@ namespace Shell {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 std::vector<std::string> outputsOf(const RenderOptions& options) {
     const bool areTwo = options.stereo && options.stereo->layout == StereoLayout::separate;
     return areTwo ? namesForEyes(options.output) : std::vector{options.output};
+}
+
+/// Throws UsageError if a picture would take the place of a file that it is made from: of data or,
+/// in their folder, of shaders.
+void checkOutputs(const std::vector<std::string>& outputs, const RenderOptions& options) {
+    std::set<fs::path> sources;
+    const auto add = [&](const fs::path& path) {
+        std::error_code none;
+        const fs::path real = fs::canonical(path, none);
+        if (!none) sources.insert(real);
+    };
+    for (const std::string& file : options.files) add(file);
+    if (!options.shaderFolder.empty()) {
+        for (const auto& entry : fs::directory_iterator(options.shaderFolder)) add(entry.path());
+    }
+    for (const std::string& output : outputs) {
+        std::error_code none;
+        const fs::path real = fs::canonical(output, none);
+        if (none || !sources.contains(real)) continue;
+        throw UsageError("-o: expected a file that the picture isn't made from, got '" + output +
+                         "'");
+    }
 }
 
 /// By a file that goes at once. Throws std::runtime_error if none can be made there.
@@ -39,14 +66,46 @@ void checkShaderFolder(const std::string& folder) {
     ::unlink(path.c_str());
 }
 
+/// Why a file can't be read, though there is something of that name; else empty.
+std::string faultOf(const std::string& path) {
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(path, error))) return "";
+    const fs::file_status status = fs::status(path, error);
+    if (error) return error.message();
+    if (!fs::exists(status)) return std::generic_category().message(ENOENT);
+    if (fs::is_directory(status)) return std::generic_category().message(EISDIR);
+    if (!fs::is_regular_file(status)) return "not a regular file";
+    return ::access(path.c_str(), R_OK) == 0 ? "" : std::generic_category().message(errno);
+}
+
+/// Throws std::runtime_error if there is one that can't be read: the picture would be drawn without
+/// it.
+void checkShaderFiles(const RenderOptions& options, const Scene& scene) {
+    for (const Scene::Object& object : scene.objects()) {
+        for (const char* stage : {".vert", ".geom", ".frag"}) {
+            const std::string path =
+                options.shaderFolder + "/" + object.display->shaderStem() + stage;
+            const std::string fault = faultOf(path);
+            if (fault.empty()) continue;
+            throw std::runtime_error("--edit-shaders: expected a file that can be read, got '" +
+                                     path + "': " + fault);
+        }
+    }
+}
+
 } // namespace
 
 std::string render(const RenderOptions& options) {
     const bool editsShaders = !options.shaderFolder.empty();
     if (editsShaders) checkShaderFolder(options.shaderFolder);
-    const PictureFiles files(outputsOf(options));
+    const std::vector<std::string> outputs = outputsOf(options);
+    checkOutputs(outputs, options);
+    const PictureFiles files(outputs);
     Studio studio("polypia render", options, options.background);
-    if (editsShaders) studio.editShaders(options.shaderFolder);
+    if (editsShaders) {
+        checkShaderFiles(options, studio.scene());
+        studio.editShaders(options.shaderFolder);
+    }
     const auto eyes = eyesOf(studio.scene(), options, options.stereo);
     if (options.watch) {
         watch(studio, options, eyes, files);

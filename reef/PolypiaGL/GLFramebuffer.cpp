@@ -48,10 +48,11 @@ void checkComplete(const GL::FramebufferId& id, const char* call, const char* co
     const auto errors = GL::drainErrors(call);
     if (status == GL_FRAMEBUFFER_COMPLETE && errors.empty()) return;
     const bool failed = !errors.empty();
-    throw GLRenderException(failed ? static_cast<int>(errors[0].code)
-                                   : GL_INVALID_FRAMEBUFFER_OPERATION,
-                            failed ? errors[0].text() : "the driver refuses the framebuffer",
-                            constructor, __FILE__, __LINE__);
+    throw GLRenderException(
+        failed ? static_cast<int>(errors[0].code) : GL_INVALID_FRAMEBUFFER_OPERATION,
+        failed ? errors[0].text()
+               : "the driver refuses the framebuffer; it may have one of fewer pixels or samples",
+        constructor, __FILE__, __LINE__);
 }
 
 /// Either buffer may be number 0, for none.

@@ -7,6 +7,9 @@
 #include <filesystem>
 #include <memory>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using namespace Shell::Test;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -115,6 +118,29 @@ TEST_F(EditedShaders, ArePartOfThePictureAndStayAsTheyAre) {
     EXPECT_EQ(draw({mesh()}).exitCode, 0);
     EXPECT_EQ(middle(), green);
     EXPECT_EQ(shader(surfaceFragment), inGreen);
+}
+
+TEST_F(EditedShaders, ThatCannotBeReadAreAFailure) {
+    const std::string path = _shaders.path(surfaceFragment);
+    const auto expectFailure = [&](const std::string& reason) {
+        const Outcome outcome = draw({mesh()});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.errors,
+                  "polypia: --edit-shaders: expected a file that can be read, got '" + path +
+                      "': " + reason + "\n");
+        EXPECT_FALSE(fs::exists(picture()));
+        fs::remove(path);
+    };
+    fs::create_directory(path);
+    expectFailure("Is a directory");
+    fs::create_symlink("nowhere", path);
+    expectFailure("No such file or directory");
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    expectFailure("not a regular file");
+    if (::geteuid() == 0) return; // who may read anything
+    _shaders.write(surfaceFragment, inGreen);
+    fs::permissions(path, fs::perms::none);
+    expectFailure("Permission denied");
 }
 
 TEST_F(EditedShaders, AreNotUsedWithoutTheirFolder) {

@@ -117,6 +117,22 @@ TEST_F(Failures, NameAnOutputThatIsADirectory) {
     EXPECT_THAT(_outputs.names(), IsEmpty());
 }
 
+TEST_F(Failures, NameAnOutputThatThePictureIsMadeFrom) {
+    const std::string data = mesh(), before = contentOf(data);
+    const std::string link = _outputs.path("link.png");
+    fs::create_symlink(data, link);
+    for (const std::string& output : {data, link}) {
+        EXPECT_THAT(run({"render", data, "-o", output}),
+                    Refuses(2, Words{"-o: ", "that the picture isn't made from", output}));
+    }
+    EXPECT_EQ(contentOf(data), before);
+    const std::string shader = _inputs.path("polypia-surface.frag");
+    input("polypia-surface.frag", "// mine\n");
+    EXPECT_THAT(run({"render", data, "-o", shader, "--edit-shaders=" + _inputs.path()}),
+                Refuses(2, Words{shader}));
+    EXPECT_EQ(contentOf(shader), "// mine\n");
+}
+
 TEST_F(Failures, NameAnOutputThatIsADevice) {
     EXPECT_THAT(run({"render", mesh(), "-o", "/dev/full"}), Refuses(1, Words{"/dev/full"}));
 }

@@ -145,6 +145,26 @@ TEST_F(Pick, TellsTheGlobeFromTheLinesOnIt) {
     EXPECT_EQ(pick({coast, "--resolution=200,200", "0", "0"}), "nothing is there\n");
 }
 
+TEST_F(Pick, TellsPlacesOfTheGlobeOnTheEllipsoid) {
+    // It is drawn a little below that.
+    const std::string river = _inputs.path("river.nc");
+    writeRiver(river, {{-60, 10}, {-61, 10}});
+    // From far away, and from 500 metres above the ground to the horizon.
+    for (const Words& camera :
+         {Words{"--camera-position=2e7,1e6,3e6", "--camera-focal-point=0,0,0"},
+          Words{"--camera-position=6378637,0,0", "--camera-focal-point=6378137,2000,3000",
+                "--camera-view-up=1,0,0"}}) {
+        const auto place =
+            report(with({river, "--resolution=200,200", "60", "105"}, camera))["place"];
+        ASSERT_EQ(place.size(), 3u);
+        const double x = place[0].get<double>(), y = place[1].get<double>(),
+                     z = place[2].get<double>();
+        constexpr double a = 6378137.0, b = 6356752.314245;
+        EXPECT_NEAR((x * x + y * y) / (a * a) + z * z / (b * b), 1.0, 1e-14) << camera[0];
+        EXPECT_GT(x, 0.0);
+    }
+}
+
 TEST_F(Pick, TellsFilesOfOneNameApart) {
     for (const char* folder : {"a", "b"}) {
         std::filesystem::create_directory(_inputs.path(folder));
