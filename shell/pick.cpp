@@ -82,7 +82,7 @@ point onEllipsoid(const point& eye, const point& place) {
     const vector start = inBall(eye - point()), way = inBall(place - eye);
     const double outside = dot(start, start) - 1.0, approach = -dot(start, way);
     const double square = approach * approach - dot(way, way) * outside;
-    if (outside < 0.0 || square < 0.0) return place;
+    if (outside <= 0.0 || square < 0.0) return place;
     return eye + (place - eye) * (outside / (approach + std::sqrt(square)));
 }
 

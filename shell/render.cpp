@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <set>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -31,23 +30,12 @@ std::vector<std::string> outputsOf(const RenderOptions& options) {
     return areTwo ? namesForEyes(options.output) : std::vector{options.output};
 }
 
-/// Throws UsageError if a picture would take the place of a file that it is made from: of data or,
-/// in their folder, of shaders.
-void checkOutputs(const std::vector<std::string>& outputs, const RenderOptions& options) {
-    std::set<fs::path> sources;
-    const auto add = [&](const fs::path& path) {
-        std::error_code none;
-        const fs::path real = fs::canonical(path, none);
-        if (!none) sources.insert(real);
-    };
-    for (const std::string& file : options.files) add(file);
-    if (!options.shaderFolder.empty()) {
-        for (const auto& entry : fs::directory_iterator(options.shaderFolder)) add(entry.path());
-    }
+/// Throws UsageError if a picture would take the place of a file that it is made from.
+void checkOutputs(const std::vector<std::string>& outputs, const std::string& source) {
+    std::error_code ignored; // what can't be found is no such file
+    const fs::path file = fs::weakly_canonical(source, ignored);
     for (const std::string& output : outputs) {
-        std::error_code none;
-        const fs::path real = fs::canonical(output, none);
-        if (none || !sources.contains(real)) continue;
+        if (fs::weakly_canonical(output, ignored) != file) continue;
         throw UsageError("-o: expected a file that the picture isn't made from, got '" + output +
                          "'");
     }
@@ -78,13 +66,15 @@ std::string faultOf(const std::string& path) {
     return ::access(path.c_str(), R_OK) == 0 ? "" : std::generic_category().message(errno);
 }
 
-/// Throws std::runtime_error if there is one that can't be read: the picture would be drawn without
-/// it.
-void checkShaderFiles(const RenderOptions& options, const Scene& scene) {
+/// Throws std::runtime_error if there is one that can't be read, as the picture would be drawn
+/// without it, and UsageError if it would be replaced by the picture.
+void checkShaderFiles(const RenderOptions& options, const Scene& scene,
+                      const std::vector<std::string>& outputs) {
     for (const Scene::Object& object : scene.objects()) {
         for (const char* stage : {".vert", ".geom", ".frag"}) {
             const std::string path =
                 options.shaderFolder + "/" + object.display->shaderStem() + stage;
+            checkOutputs(outputs, path);
             const std::string fault = faultOf(path);
             if (fault.empty()) continue;
             throw std::runtime_error("--edit-shaders: expected a file that can be read, got '" +
@@ -99,11 +89,11 @@ std::string render(const RenderOptions& options) {
     const bool editsShaders = !options.shaderFolder.empty();
     if (editsShaders) checkShaderFolder(options.shaderFolder);
     const std::vector<std::string> outputs = outputsOf(options);
-    checkOutputs(outputs, options);
+    for (const std::string& file : options.files) checkOutputs(outputs, file);
     const PictureFiles files(outputs);
     Studio studio("polypia render", options, options.background);
     if (editsShaders) {
-        checkShaderFiles(options, studio.scene());
+        checkShaderFiles(options, studio.scene(), outputs);
         studio.editShaders(options.shaderFolder);
     }
     const auto eyes = eyesOf(studio.scene(), options, options.stereo);

@@ -218,7 +218,8 @@ std::size_t DisplayObject::Showing::missingBytes(const Content& content) const {
 
 /// Counts at the end of a drawing what waits for the allowance. Whoever has less of it than others
 /// may have to be more patient. Who waited, and finds that the time of the frame is over, waits on
-/// as before; that tells nothing of whether it does so in vain.
+/// as before; that tells nothing of whether it does so in vain. If it is so time and again, others
+/// needn't wait for it in three frames of four, by chance, as there may be time in every n-th one.
 void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::Supply& supply) {
     const bool isCut = supply.isCut && !supply.isMoving && _waited > 0;
     const bool isWaiting = isCut || supply.isRefused || !_hasTurn;
@@ -226,8 +227,9 @@ void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::S
     _waited = isVainly || _originNeed > 0.0 ? _waited + 1 : 0;
     if (isCut) {
         ++_cuts;
+        if (_cuts > mostCuts && _chance() % 4 != 0) return;
     } else {
-        _cuts = 0;
+        if (!isVainly) _cuts = 0;
         _wasRefused = supply.isRefused && !supply.isMoving;
         _vainly = isVainly ? _vainly + (_hasMost && _hasTurn ? withChance : 1) : 0;
     }
@@ -235,9 +237,9 @@ void DisplayObject::Showing::noteWaiting(const Content& content, const Pieces::S
 }
 
 /// Tells the others of it. Who waits in vain for too long may do so for ever, and is not to hold
-/// them up; nor is who finds each frame's time over, as turns are no help against that.
+/// them up.
 void DisplayObject::Showing::noteNeeds(const Content& content, bool isWaiting) {
-    if (_isStuck || isVain() || _cuts > mostCuts) return;
+    if (_isStuck || isVain()) return;
     if (!isWaiting) {
         if (_originNeed > 0.0) _turns->noteNeed(this, _originNeed, bytesOf(content));
         return;

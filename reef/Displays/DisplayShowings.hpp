@@ -10,6 +10,7 @@
 #include <exception>
 #include <map>
 #include <memory>
+#include <random>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -110,7 +111,7 @@ private:
 
     /// Drawings without a chance to go up that tell as much as one with it.
     static constexpr std::uint64_t withChance = 10;
-    /// Frames in a row whose time may end ahead of who waits while it keeps its turn.
+    /// Frames whose time may end ahead of who waits while it keeps its turn in each of them.
     static constexpr int mostCuts = 3;
 
     const Keel::WeakPtr<Seagrass> _seagrass;
@@ -128,8 +129,10 @@ private:
     bool _hasTurn = false;
     std::uint64_t _waited = 0; // drawings in a row in which something waited for its turn
     std::uint64_t _vainly = 0; // those in which nothing went up, by how much they tell
-    int _cuts = 0;             // drawings in a row in which the time ended ahead of what waited
-    bool _wasRefused = false;  // ahead of them
+    // Those in which the time ended ahead of it, since something went up.
+    int _cuts = 0;
+    std::minstd_rand _chance;  // to keep its turn all the same
+    bool _wasRefused = false;  // in the last one in which it didn't
     double _originNeed = 0.0;  // of another one that waits for its turn to begin; 0 without one
     bool _isOriginDue = false; // another one, that has to wait, and what is off would be seen
     std::size_t _drawnLevel = 0;

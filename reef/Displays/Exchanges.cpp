@@ -90,12 +90,13 @@ void Turns::beginFrame() {
     }
     constexpr int mostFramesKept = 30;
     for (Need& need : _needs) {
-        if (std::exchange(need.hasHeldUp, false)) ++need.framesHeldUp;
+        if (_hasHeldUp) ++need.framesHeldUp;
         ++need.framesKept;
         if (need.framesHeldUp <= mostFramesHeldUp && need.framesKept <= mostFramesKept) {
             _needsOfNow.push_back(need);
         }
     }
+    _hasHeldUp = false;
     _needs = std::exchange(_needsOfNow, {});
     _isShort = !_needs.empty() || _soon > static_cast<double>(_greatestAllowance);
     _soon = 0.0;
@@ -119,12 +120,13 @@ bool Turns::isTurn(double need, std::size_t bytes, std::int64_t allowance) {
     };
     if (std::any_of(_needsOfNow.begin(), _needsOfNow.end(), isRefused)) return false;
     std::int64_t left = allowance - static_cast<std::int64_t>(bytes);
-    for (auto other = _needs.begin(); other != _needs.end() && other->need > need; ++other) {
-        if (other->bytes > left) {
-            std::for_each(_needs.begin(), other + 1, [](Need& each) { each.hasHeldUp = true; });
+    for (const Need& other : _needs) {
+        if (!(other.need > need)) break;
+        if (other.bytes > left) {
+            _hasHeldUp = true;
             return false;
         }
-        left -= other->bytes;
+        left -= other.bytes;
     }
     return true;
 }

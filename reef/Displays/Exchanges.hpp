@@ -58,8 +58,9 @@ public:
     bool isShort() const { return _isShort; }
     /// Whether the allowance is enough for one who needs these bytes and for those who waited in
     /// the last frame in greater need, and haven't been drawn yet in this one. Those who weren't
-    /// drawn count in some more frames, as these may be drawings of a part of all, such as picks;
-    /// they may be gone as well, and hold up others in `mostFramesHeldUp` more of them at most. Not
+    /// drawn count in some more frames, as these may be drawings of a part of all, such as picks,
+    /// in which the others don't wait; they may be gone as well, and hold up others in
+    /// `mostFramesHeldUp` more of them at most, be they one or many. Not
     /// behind one in greater need who was refused in this frame: a viewer that sees all of them
     /// wait may allow more.
     bool isTurn(double need, std::size_t bytes, std::int64_t allowance);
@@ -69,9 +70,8 @@ private:
         const void* whose;
         double need;
         std::int64_t bytes;
-        int framesKept = 0;     ///< in which it wasn't drawn
-        int framesHeldUp = 0;   ///< those in which others had to wait for it
-        bool hasHeldUp = false; ///< in this frame
+        int framesKept = 0;   ///< in which it wasn't drawn
+        int framesHeldUp = 0; ///< those in which others had to wait
     };
 
     void beginFrame();
@@ -81,6 +81,7 @@ private:
     std::int64_t _greatestAllowance = 0, _greatestOfLast = 0;
     double _soon = 0.0; // bytes
     bool _isShort = false;
+    bool _hasHeldUp = false;  // somebody in this frame
     std::vector<Need> _needs; // of the last frames, the greatest first
     std::vector<Need> _needsOfNow;
 };

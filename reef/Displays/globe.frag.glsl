@@ -47,7 +47,8 @@ void main()
     vec3 eye = normalize(toEye);
     vec3 n = up;
 #ifdef CLIPPED
-    if (dot(up, eye) < 0.0) n = -up; // the inside
+    // The inside. A facet of a degree that faces the eye may have normals that don't, by less.
+    if (dot(up, eye) < -0.013) n = -up;
 #endif
     float lit = 0.55 + 0.45 * max(dot(n, lightDirection), 0.0);
     float rim = pow(1.0 - clamp(dot(n, eye), 0.0, 1.0), 3.0); // rounding may take it above 1

@@ -126,11 +126,20 @@ TEST_F(Failures, NameAnOutputThatThePictureIsMadeFrom) {
                     Refuses(2, Words{"-o: ", "that the picture isn't made from", output}));
     }
     EXPECT_EQ(contentOf(data), before);
+    // A shader, be it there or not.
     const std::string shader = _inputs.path("polypia-surface.frag");
+    const auto drawTo = [&](const std::string& output) {
+        return run({"render", data, "-o", output, "--edit-shaders=" + _inputs.path(),
+                    "--resolution=32,32"});
+    };
+    EXPECT_THAT(drawTo(shader), Refuses(2, Words{shader}));
+    EXPECT_FALSE(fs::exists(shader));
     input("polypia-surface.frag", "// mine\n");
-    EXPECT_THAT(run({"render", data, "-o", shader, "--edit-shaders=" + _inputs.path()}),
-                Refuses(2, Words{shader}));
+    EXPECT_THAT(drawTo(shader), Refuses(2, Words{shader}));
     EXPECT_EQ(contentOf(shader), "// mine\n");
+    // Other files beside them may be replaced.
+    fs::remove(shader);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(drawTo(_inputs.path("picture.png")).exitCode, 0);
 }
 
 TEST_F(Failures, NameAnOutputThatIsADevice) {
