@@ -12,8 +12,6 @@
 namespace Mirk {
 namespace {
 
-constexpr std::uint32_t none = static_cast<std::uint32_t>(mostPoints);
-
 // Indices of one list (points or normals): counted from 1, or from the end if negative. One
 // beyond what was read so far is right if it has come by the end of the file.
 class IndexCheck {
@@ -73,7 +71,7 @@ public:
         _normalCheck.finish(_normals.size());
         // Colours that only some points have can't be told from weights.
         if (_colors.size() == _mesh.points.size()) _mesh.colors = colorsOfNumbers(_colors);
-        if (!_cornerNormals.empty()) spreadNormals();
+        if (!_mesh.cornerNormals.empty()) spreadNormals();
         return meshOrCloud(std::move(_mesh));
     }
 
@@ -108,11 +106,9 @@ private:
         if (_corners.size() < 3)
             _scanner.fail("expected a face of at least 3 corners, got " +
                           std::to_string(_corners.size()));
-        addFan(_mesh.triangles, _corners);
         // A file without normals shouldn't pay for them.
-        if (_normals.empty() && _cornerNormals.empty()) return;
-        _cornerNormals.resize(_mesh.triangles.size() - 3 * (_corners.size() - 2), none);
-        addFan(_cornerNormals, _faceNormals);
+        if (_normals.empty() && _mesh.cornerNormals.empty()) _faceNormals.clear();
+        addPolygon(_mesh, _corners, _faceNormals);
     }
 
     // point, point/texture, point//normal or point/texture/normal
@@ -135,7 +131,7 @@ private:
         if (at != end) failCorner(word);
         _corners.push_back(_pointCheck.zeroBased(indices[0], _mesh.points.size()));
         _faceNormals.push_back(
-            indices[2] == 0 ? none : _normalCheck.zeroBased(indices[2], _normals.size()));
+            indices[2] == 0 ? noNormal : _normalCheck.zeroBased(indices[2], _normals.size()));
     }
 
     [[noreturn]] void failCorner(std::string_view word) {
@@ -146,14 +142,15 @@ private:
     // The file has normals for the corners of faces, the mesh one for each point. A point with
     // several, as along a sharp edge, becomes several points.
     void spreadNormals() {
-        _cornerNormals.resize(_mesh.triangles.size(), none);
-        std::vector<std::uint32_t> normalOfPoint(_mesh.points.size(), none);
+        splitLatePolygons(_mesh); // before any points are doubled
+        _mesh.cornerNormals.resize(_mesh.triangles.size(), noNormal);
+        std::vector<std::uint32_t> normalOfPoint(_mesh.points.size(), noNormal);
         std::unordered_map<std::uint64_t, std::uint32_t> further;
         for (std::size_t i = 0; i < _mesh.triangles.size(); ++i) {
             std::uint32_t& point = _mesh.triangles[i];
-            const std::uint32_t normal = _cornerNormals[i];
-            if (normal == none || normalOfPoint[point] == normal) continue;
-            if (normalOfPoint[point] == none) {
+            const std::uint32_t normal = _mesh.cornerNormals[i];
+            if (normal == noNormal || normalOfPoint[point] == normal) continue;
+            if (normalOfPoint[point] == noNormal) {
                 normalOfPoint[point] = normal;
                 continue;
             }
@@ -170,7 +167,7 @@ private:
         }
         _mesh.normals.reserve(_mesh.points.size());
         for (const std::uint32_t normal : normalOfPoint)
-            _mesh.normals.push_back(normal == none ? Normal{} : _normals[normal]);
+            _mesh.normals.push_back(normal == noNormal ? Normal{} : _normals[normal]);
     }
 
     TextScanner _scanner;
@@ -179,7 +176,6 @@ private:
     std::vector<Normal> _normals;
     std::vector<std::array<float, 4>> _colors;
     std::vector<std::uint32_t> _corners, _faceNormals;
-    std::vector<std::uint32_t> _cornerNormals; // beside _mesh.triangles, `none` where none is given
 };
 
 class ObjReader : public Reader {

@@ -129,7 +129,7 @@ private:
             toEntry("face", i, count);
             readCorners(corners);
             // Two corners are an edge and one is a point: legal, and nothing to a surface.
-            addFan(_mesh.triangles, corners);
+            addPolygon(_mesh, corners);
             _scanner.toNextLine();
         }
     }

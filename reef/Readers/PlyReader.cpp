@@ -436,7 +436,7 @@ private:
             if (!isIndex(index)) failAtByte(_at, wrongCorner(index));
             _corners.push_back(static_cast<std::uint32_t>(index));
         }
-        addFan(_mesh.triangles, _corners);
+        addPolygon(_mesh, _corners);
     }
 
     void skip(const Property& property) {
@@ -551,7 +551,7 @@ private:
                     corners.push_back(static_cast<std::uint32_t>(index));
                 }
                 if (count < 3) _scanner.fail(tooFewCorners(count));
-                addFan(_mesh.triangles, corners);
+                addPolygon(_mesh, corners);
             }
         });
     }

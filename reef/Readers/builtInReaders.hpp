@@ -7,8 +7,7 @@
 
 namespace Mirk {
 
-/// OBJ: points (v), their colours, normals (vn) and polygons (f), which are cut into fans; all
-/// else is passed over.
+/// OBJ: points (v), their colours, normals (vn) and polygons (f); all else is passed over.
 std::unique_ptr<const Reader> makeObjReader();
 /// OFF with the letters C, N and ST in front.
 std::unique_ptr<const Reader> makeOffReader();

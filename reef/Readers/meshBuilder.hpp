@@ -1,7 +1,8 @@
 #pragma once
-// What the readers of meshes have in common: limits, colours, fans. Stands on Dataset.
+// What the readers of meshes have in common: limits, colours, polygons. Stands on
+// polygonSplit.
 
-#include <Readers/Dataset.hpp>
+#include <Readers/polygonSplit.hpp>
 
 #include <array>
 #include <cstddef>
@@ -21,14 +22,30 @@ struct MeshVectors {
     std::vector<Normal> normals;
     std::vector<Color> colors;
     std::vector<std::uint32_t> triangles;
+    /// Normals of faces' corners, beside `triangles` as far as they reach; for the reader's own
+    /// use, as a mesh has none.
+    std::vector<std::uint32_t> cornerNormals;
+
+    struct Fan {
+        std::size_t begin, corners;
+    };
+    /// Where in `triangles` polygons stand that were read before their points.
+    std::vector<Fan> unsplit;
 };
 
-/// The dataset of what was read: without triangles it is a cloud of points.
-Dataset meshOrCloud(MeshVectors&& mesh);
+/// Stands in MeshVectors::cornerNormals where none is given.
+constexpr std::uint32_t noNormal = static_cast<std::uint32_t>(mostPoints);
 
-/// Adds the polygon over `corners`, at least three, as triangles that all have its first corner.
-/// Right for convex polygons; which others there are, the file doesn't say.
-void addFan(std::vector<std::uint32_t>& triangles, const std::vector<std::uint32_t>& corners);
+/// Adds the polygon over `corners` as corners.size() - 2 triangles, as splitPolygon says, and if
+/// `normals` isn't empty, these in the same order. Of points that are yet to come, it is split
+/// by splitLatePolygons; less than three corners are nothing.
+void addPolygon(MeshVectors& mesh, const std::vector<std::uint32_t>& corners,
+                const std::vector<std::uint32_t>& normals = {});
+/// To be called once all points are there.
+void splitLatePolygons(MeshVectors& mesh);
+
+/// The dataset of what was read, polygons split: without triangles it is a cloud of points.
+Dataset meshOrCloud(MeshVectors&& mesh);
 
 /// A colour component of 0 .. 1 as byte.
 unsigned char byteOfFraction(double fraction);
