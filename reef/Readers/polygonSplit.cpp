@@ -97,7 +97,7 @@ public:
     explicit EarClipper(std::vector<Vector2> corners)
         : _corners(std::move(corners)),
           _left(_corners.size()),
-          _looksLeft(2000 * _left),
+          _looksLeft(std::min<std::size_t>(2000 * _left, 100'000'000)),
           _previous(_left),
           _next(_left),
           _inWay(_left),

@@ -20,8 +20,9 @@ namespace Mirk {
 /// triangles over its own corners, though not always the ones that it was meant to have.
 ///
 /// Each cut looks at the corners that stand abreast of it, so large concave polygons may need up
-/// to the square of their corners. This ends at 2000 looks per corner, enough for any polygon of
-/// 1000 corners and most of millions; what is left then becomes a fan, right or wrong.
+/// to the square of their corners. This ends at 2000 looks per corner and 1e8 in all, which take
+/// about a second: enough for a thousand corners, and for tens of thousands unless most of them
+/// stand abreast. What is left then becomes a fan, right or wrong.
 std::vector<std::size_t> splitPolygon(const std::vector<Point>& points,
                                       const std::vector<std::uint32_t>& corners);
 
